@@ -1,0 +1,248 @@
+// The class that the component exists for: it drives one Zentrel box on one serial port and,
+// through the box, one transponder at a time.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "device/frame_buffer.h"
+#include "device/port_control.h"
+#include "interface/enumerations.h"
+#include "support/CDebugLog.h"
+#include "support/XTimer.h"
+#include "support/error_frame.h"
+
+namespace qmzentrel {
+
+/// Receives the event of the class. Whatever it does (releasing the object, closing the port,
+/// calling again) is allowed.
+class ZentrelEvents {
+ public:
+  virtual ~ZentrelEvents() = default;
+  /// The supply of the box was switched, or would have been while it is maintained.
+  virtual void PowerStateChange(bool NewState) = 0;
+};
+
+/// Commands answer with a ZentrelStatus and never raise for a missing box or a failing link. A
+/// fault inside a procedure is reported once and leaves as kErrorReported. Properties whose let
+/// procedure takes `New_…` only store; ranges are checked by WriteXpdr.
+///
+/// Belongs to one thread. It may be called again from within its event and its yielding waits.
+class Zentrel : public std::enable_shared_from_this<Zentrel> {
+ public:
+  /// A new object, ready to open a port. Everything begun is undone when this fails.
+  static std::shared_ptr<Zentrel> Create();
+  /// Switches the supply off and closes the port.
+  ~Zentrel();
+  Zentrel(const Zentrel&) = delete;
+  Zentrel& operator=(const Zentrel&) = delete;
+
+  /// `events` must outlive the object or be replaced by null; null means that nobody listens.
+  void Events(ZentrelEvents* events) { events_ = events; }
+
+  // --- Session -----------------------------------------------------------------------------------
+
+  /// Opens port `Port` (COM number, 1 and up). With `MaintainSupply` the box keeps its supply while
+  /// the port is open, otherwise it is supplied on demand. S_OKAY or S_BAD_PORT; a port that was
+  /// open is closed first.
+  ZentrelStatus DeviceOpen(std::int32_t Port, bool MaintainSupply);
+  /// Box Status, and once more after a time-out.
+  ZentrelStatus DeviceInit();
+  /// Supply off, port closed, no event. Always S_OKAY.
+  ZentrelStatus DeviceClose();
+  /// Reads the box facts.
+  ZentrelStatus BoxStatus();
+
+  /// Box software version as text ("2.1"), empty before the first Box Status.
+  const std::string& ZentrelVersion() const { return m_strZentrelVersion; }
+  /// Signature byte 0 or 1 of the box; any other index is error 9 through the frame.
+  std::int32_t ZentrelSignature(std::int16_t Index) const;
+  /// Volts.
+  float BatteryVoltage() const { return m_sngBatteryVolts; }
+  /// The text of a status; any other number has a text of its own.
+  static std::string Status(std::int32_t Code);
+
+  // --- Transponder commands ----------------------------------------------------------------------
+
+  /// Reads the transponder into the record; a failed read clears the record.
+  ZentrelStatus ReadXpdr();
+  ZentrelStatus ResetXpdr();
+  /// Writes the record to the transponder and refreshes it from the reply. S_BAD_DATA when a value
+  /// is out of range; then nothing is sent.
+  ZentrelStatus WriteXpdr();
+
+  /// The MIF byte: type in bits 0 to 3, ID toggle in bit 4, secondary select in bit 5.
+  std::int32_t DeviceMIF() const;
+  void DeviceMIF(std::int32_t New_DeviceMIF);
+  bool IDToggle() const { return m_blnIDToggle; }
+  void IDToggle(bool New_IDToggle) { m_blnIDToggle = New_IDToggle; }
+  bool MIFSelect() const { return m_blnMIFSelect; }
+  void MIFSelect(bool New_MIFSelect) { m_blnMIFSelect = New_MIFSelect; }
+  /// Utility code, 0 to 255.
+  std::int32_t Util() const { return m_lngUtil; }
+  void Util(std::int32_t New_Util) { m_lngUtil = New_Util; }
+  /// Transponder identifier, 0 to 0xFFFFFF.
+  std::int32_t Xpdr() const { return m_lngXpdrID; }
+  void Xpdr(std::int32_t New_Xpdr) { m_lngXpdrID = New_Xpdr; }
+  /// Tamper count, 0 to 255; on the transponder its bit 7 carries the leak flag.
+  std::int32_t Tamper() const { return m_lngTamperCount; }
+  void Tamper(std::int32_t New_Tamper) { m_lngTamperCount = New_Tamper; }
+  /// Meter reading, 0 to 0xFFFFFF.
+  std::int32_t Reading() const { return m_lngReading; }
+  void Reading(std::int32_t New_Reading) { m_lngReading = New_Reading; }
+  /// PLL warm-up index, 0 to 15, in steps of 0.2 ms.
+  std::int32_t PLLWarmup() const { return m_lngPLLWarmup; }
+  void PLLWarmup(std::int32_t New_PLLWarmup) { m_lngPLLWarmup = New_PLLWarmup; }
+  /// The warm-up time as text, "0.6 mS" for index 3.
+  std::string PLLWarmUpName() const;
+  /// Transmit-interval index, 0 to 15.
+  std::int32_t TXI() const { return m_lngTXI; }
+  void TXI(std::int32_t New_TXI) { m_lngTXI = New_TXI; }
+  /// Meter specific information, 0 to 15.
+  std::int32_t MSI() const { return m_lngMSI; }
+  void MSI(std::int32_t New_MSI) { m_lngMSI = New_MSI; }
+  /// Transponder software version as text, "0.0" after a failed read.
+  const std::string& TravonelVersion() const { return m_strXpdrVersion; }
+
+  /// Verify delay in milliseconds: how long a write keeps the next read or write waiting, so that
+  /// the transponder has finished storing. Error 6 when the stored seconds no longer fit.
+  std::int32_t VDelay() const;
+  void VDelay(std::int32_t New_VDelay);
+
+  // --- Power -------------------------------------------------------------------------------------
+
+  /// True: supply on demand, false: supply maintained. Then sets Power to the opposite.
+  void PowerManagement(bool New_PowerManagement);
+  /// A command begins (true) or has ended (false); what that does depends on the power mode.
+  void Power(bool NewState);
+  /// Seconds that the supply stays on after a command; 0 or less never switches it off. Replaced by
+  /// every reply that carries box facts.
+  std::int32_t PowerTimeout() const { return m_lngPowerTimeout; }
+  void PowerTimeout(std::int32_t New_PowerTimeout) { m_lngPowerTimeout = New_PowerTimeout; }
+
+  // --- Electric radio settings -------------------------------------------------------------------
+  // Plain stored numbers that travel in block 2. The five names from Freq_A2 to PA_Power are an
+  // older family over the same five stores; clients of either family rely on seeing the other's
+  // changes.
+
+  std::int32_t Freq_MSB() const { return m_lngFreq_MSB; }
+  void Freq_MSB(std::int32_t New_Freq_MSB) { m_lngFreq_MSB = New_Freq_MSB; }
+  std::int32_t Freq_MID() const { return m_lngFreq_MID; }
+  void Freq_MID(std::int32_t New_Freq_MID) { m_lngFreq_MID = New_Freq_MID; }
+  std::int32_t Freq_LSB() const { return m_lngFreq_LSB; }
+  void Freq_LSB(std::int32_t New_Freq_LSB) { m_lngFreq_LSB = New_Freq_LSB; }
+  std::int32_t BR_MSB() const { return m_lngBR_MSB; }
+  void BR_MSB(std::int32_t New_BR_MSB) { m_lngBR_MSB = New_BR_MSB; }
+  std::int32_t BR_LSB() const { return M_lngBR_LSB; }
+  void BR_LSB(std::int32_t New_BR_LSB) { M_lngBR_LSB = New_BR_LSB; }
+  std::int32_t PA_CTRL() const { return m_lngPA_CTRL; }
+  void PA_CTRL(std::int32_t New_PA_CTRL) { m_lngPA_CTRL = New_PA_CTRL; }
+  std::int32_t EOL_CTRL() const { return m_lngEOL_CTRL; }
+  void EOL_CTRL(std::int32_t New_EOL_CTRL) { m_lngEOL_CTRL = New_EOL_CTRL; }
+  bool HasLeak() const { return m_blnHasLeak; }
+  void HasLeak(bool New_HasLeak) { m_blnHasLeak = New_HasLeak; }
+  /// At most 255: a larger value is stored as 255.
+  std::int32_t LeakThreshold() const { return m_lngLeakTHold; }
+  void LeakThreshold(std::int32_t New_LeakThreshold);
+
+  std::int32_t Freq_A2() const { return Freq_MSB(); }
+  void Freq_A2(std::int32_t New_Freq_A2) { Freq_MSB(New_Freq_A2); }
+  std::int32_t Freq_A1() const { return Freq_MID(); }
+  void Freq_A1(std::int32_t New_Freq_A1) { Freq_MID(New_Freq_A1); }
+  std::int32_t Freq_A0() const { return Freq_LSB(); }
+  void Freq_A0(std::int32_t New_Freq_A0) { Freq_LSB(New_Freq_A0); }
+  std::int32_t Clock_A() const { return BR_MSB(); }
+  void Clock_A(std::int32_t New_Clock_A) { BR_MSB(New_Clock_A); }
+  std::int32_t PA_Power() const { return BR_LSB(); }
+  void PA_Power(std::int32_t New_PA_Power) { BR_LSB(New_PA_Power); }
+
+  /// The fields in declared order, for the error report.
+  std::string DumpFields() const;
+
+ private:
+  friend struct ZentrelAccess;  // tests of the private procedures below
+
+  Zentrel() = default;
+  void Class_Initialize();
+  void Class_Terminate();
+  ModuleFields Fields() const;
+  void LogStep(const char* text);
+
+  // Exchange
+  std::int32_t ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
+                           std::int32_t RxExpected, std::int32_t Timeout);
+  ZentrelStatus ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
+                               std::int32_t RxExpected, std::int32_t Timeout);
+  static std::string TraceBytes(const char* direction, const FrameBuffer& bytes,
+                                std::int32_t count);
+  static ZentrelStatus CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength);
+
+  // Session
+  void ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset);
+  static std::string VersionText(std::uint8_t b);
+
+  // Transponder commands
+  ZentrelStatus CommandWithRetry(const char* step, const FrameBuffer& bytTx, std::int32_t TxLength,
+                                 FrameBuffer& bytRx, std::int32_t Timeout);
+  void ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes);
+  void ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes);
+  bool RecordIsInRange() const;
+  FrameBuffer Block1Frame() const;
+  FrameBuffer Block2Frame() const;
+  std::int32_t ReadTimeout() const;
+  bool HasBlock2() const;
+  void StartVerifyDelay();
+
+  // Power
+  void WaitForClock(const float& mark);
+  void RaisePowerStateChange(bool NewState);
+  void PowerTick();
+
+  // In the order in which the error report shows them.
+  bool m_blnPowerOnDemand = false;
+  bool m_blnPowerEnabled = false;
+  std::int32_t m_lngPowerTimeout = 0;
+  std::int32_t m_lngPowerTimer = 0;
+  std::vector<std::string> m_strMIFs;
+  std::vector<std::string> m_strTXIs;
+  std::int32_t m_lngUtil = 0;
+  std::int32_t m_lngXpdrID = 0;
+  std::int32_t m_lngReading = 0;
+  std::int32_t m_lngTamperCount = 0;
+  std::int32_t m_lngMIF = 0;
+  bool m_blnMIFSelect = false;
+  bool m_blnIDToggle = false;
+  std::int32_t m_lngMSI = 0;
+  std::int32_t m_lngPLLWarmup = 0;
+  std::int32_t m_lngTXI = 0;
+  std::string m_strXpdrVersion;
+  bool m_blnIsElectric = false;
+  std::int32_t m_lngMIFList = 0;
+  std::int32_t m_lngFreq_MSB = 0;
+  std::int32_t m_lngFreq_MID = 0;
+  std::int32_t m_lngFreq_LSB = 0;
+  std::int32_t m_lngBR_MSB = 0;
+  std::int32_t M_lngBR_LSB = 0;
+  std::int32_t m_lngPA_CTRL = 0;
+  std::int32_t m_lngEOL_CTRL = 0;
+  bool m_blnHasLeak = false;
+  std::int32_t m_lngLeakTHold = 0;
+  std::string m_strZentrelVersion;
+  std::array<std::uint8_t, 2> m_bytZentrelSignature{};
+  float m_sngBatteryVolts = 0;
+  float m_sngBoxStatusTimeout = 0;
+  float m_sngVDelay = 0;
+  float m_sngVDelayTimeout = 0;
+  std::string m_strTELIC2Device;
+  std::string m_strTELIC2RegRoot;
+  std::unique_ptr<CDebugLog> m_DebugLog;
+  PortControl m_PortCtrl;
+  std::shared_ptr<XTimer> m_XTimer;
+
+  ZentrelEvents* events_ = nullptr;
+};
+
+}  // namespace qmzentrel

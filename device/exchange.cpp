@@ -1,0 +1,118 @@
+// One exchange with the box: a command goes out, a reply of known length comes back, and the reply
+// is judged by its length and its sum.
+#include <array>
+
+#include "device/Zentrel.h"
+#include "support/modCOM_Hex.h"
+
+namespace qmzentrel {
+namespace {
+
+// A box of the electric kind sleeps and is woken by the command itself, sent every half second.
+constexpr std::int32_t kElectricResendMs = 500;
+// Any other box is awake and gets one long wait.
+constexpr std::int32_t kFirstByteMs = 2500;
+// Once a reply has begun, the box asks the transponder before it goes on.
+constexpr std::int32_t kRemainderMs = 12500;
+
+}  // namespace
+
+std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength,
+                                  FrameBuffer& bytRx, std::int32_t RxExpected,
+                                  std::int32_t Timeout) {
+  std::int32_t lngAttempt = 0;
+  std::int32_t lngRxCount = 0;
+  ErrorFrame frame(Fields(), "ZentrelTxRx",
+                   Parameters(NAMED(TxLength), NAMED(RxExpected), NAMED(Timeout)),
+                   Locals(NAMED(lngAttempt), NAMED(lngRxCount)));
+  return frame.Run([&] {
+    STEP TraceBytes(">", bytTx, TxLength);
+    STEP const std::int32_t last_attempt = m_blnIsElectric ? Timeout / kElectricResendMs : 0;
+    for (; lngAttempt <= last_attempt; ++lngAttempt) {
+      STEP m_PortCtrl.ClearReceiveBuffer();
+      STEP m_PortCtrl.Write(bytTx, TxLength);
+      STEP if (RxExpected == 0) break;
+      STEP lngRxCount =
+          m_PortCtrl.Read(bytRx, 0, 1, m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
+      STEP if (lngRxCount > 0) break;
+    }
+    if (lngRxCount > 0) {
+      STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
+    }
+    STEP if (RxExpected != 0 && lngRxCount == 0) lngRxCount = -1;
+    STEP TraceBytes("<", bytRx, lngRxCount);
+    STEP return lngRxCount;
+  });
+}
+
+ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength,
+                                      FrameBuffer& bytRx, std::int32_t RxExpected,
+                                      std::int32_t Timeout) {
+  ZentrelStatus lngStatus = S_OKAY;
+  std::int32_t lngRxCount = 0;
+  ErrorFrame frame(
+      Fields(), "ZentrelCommand",
+      Parameters(NAMED(bytTx), NAMED(TxLength), NAMED(bytRx), NAMED(RxExpected), NAMED(Timeout)),
+      Locals(NAMED(lngStatus), NAMED(lngRxCount)));
+  return frame.Run([&] {
+    try {
+      if (m_PortCtrl.PortOpen() < 1) {
+        STEP lngStatus = S_BAD_PORT;
+      } else {
+        STEP Power(true);
+        STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
+        if (lngRxCount == -1) {
+          STEP lngStatus = S_TIMEOUT;
+        } else if (lngRxCount == RxExpected) {
+          STEP lngStatus = CheckReplySum(bytRx, RxExpected);
+        } else {
+          STEP lngStatus = S_BAD_RESPONSE;
+        }
+      }
+    } catch (...) {
+      Power(false);  // a fault must not leave the box supplied for ever
+      throw;
+    }
+    STEP Power(false);
+    STEP return lngStatus;
+  });
+}
+
+// The exchanged bytes as a line for whoever stops here in a debugger. It goes nowhere else: neither
+// the log nor any other output shows what a transponder holds.
+std::string Zentrel::TraceBytes(const char* direction, const FrameBuffer& bytes,
+                                std::int32_t count) {
+  std::string line = std::string(direction) + "  ";
+  for (std::int32_t i = 0; i < count; ++i) line += modCOM_Hex::HexPad(bytes[i], 2) + " ";
+  return line;
+}
+
+ZentrelStatus Zentrel::CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) {
+  std::int32_t sum = 0;
+  for (std::int32_t i = 0; i < RxLength - 1; ++i) sum += bytRx[i];
+  return ((sum - bytRx[RxLength - 1]) & 0xFF) == 0 ? S_OKAY : S_BAD_SUM;
+}
+
+std::string Zentrel::Status(std::int32_t Code) {
+  switch (Code) {
+    case S_OKAY:
+      return "OK";
+    case S_TIMEOUT:
+      return "Timeout";
+    case S_BAD_RESPONSE:
+      return "Invalid response";
+    case S_BAD_PORT:
+      return "COM port invalid or not available";
+    case S_BAD_SUM:
+      return "Invalid checksum in reply";
+    case S_BAD_DATA:
+    case S_BAD_PARAMETER:  // one text for both: to the user either is a wrong value
+      return "Invalid data parameter for command";
+    case S_MSG_TOO_LONG:
+      return "Command message too long";
+    default:
+      return "Unknown error, report to VETRIS";
+  }
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,55 @@
+#include "device/port_control.h"
+
+#include <string>
+
+#include "platform/text.h"
+#include "support/modCOM_Registry.h"
+
+namespace qmzentrel {
+namespace {
+
+// A line that does not carry the supply stays off.
+platform::ModemLines ConfiguredSupplyLines() {
+  Variant line = std::string();
+  modCOM_Registry::RegGetValue(platform::kLocalMachine,
+                               std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel", "SupplyLine",
+                               line);
+  const auto* name = std::get_if<std::string>(&line);
+  const auto is = [name](const char* wanted) {
+    return name && platform::CompareTextNoCase(*name, wanted) == 0;
+  };
+  if (is("BOTH")) return {.dtr = true, .rts = true};
+  if (is("RTS")) return {.rts = true};
+  return {.dtr = true};
+}
+
+}  // namespace
+
+void PortControl::Open() {
+  supply_lines_ = ConfiguredSupplyLines();
+  port_.Open(number_, settings_, Lines());
+}
+
+void PortControl::Close() {
+  port_.Close();
+}
+
+void PortControl::Write(const FrameBuffer& buffer, std::int32_t count) {
+  port_.Write(buffer.Range(0, count));
+}
+
+std::int32_t PortControl::Read(FrameBuffer& buffer, std::int32_t first, std::int32_t count,
+                               std::int32_t timeout_ms) {
+  return static_cast<std::int32_t>(port_.Read(buffer.Range(first, count), timeout_ms));
+}
+
+void PortControl::Supply(std::int32_t state) {
+  supply_on_ = state != 0;
+  if (port_.IsOpen()) port_.SetLines(Lines());
+}
+
+platform::ModemLines PortControl::Lines() const {
+  return supply_on_ ? supply_lines_ : platform::ModemLines{};
+}
+
+}  // namespace qmzentrel

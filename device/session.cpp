@@ -1,0 +1,187 @@
+// The life of the object, opening and closing the port, and Box Status with the facts of the box.
+#include <algorithm>
+
+#include "device/Zentrel.h"
+#include "platform/clock.h"
+#include "simulator/missing_dialog.h"
+#include "simulator/simulator_switch.h"
+#include "support/modCOM_Hex.h"
+#include "support/modCOM_InDesignMode.h"
+#include "support/run_time_error.h"
+
+namespace qmzentrel {
+namespace {
+
+// Link settings of the box.
+constexpr std::int32_t kBaudRate = 9600;
+constexpr std::int32_t kDataBits = 8;
+
+// Box Status: one byte out, seven back.
+constexpr std::uint8_t kBoxStatusCommand = 0x80;
+constexpr std::int32_t kBoxStatusLength = 7;
+constexpr std::int32_t kBoxStatusTimeoutMs = 500;
+
+// Signature byte 0 names the kind of box.
+constexpr std::uint8_t kShortSupplySignature = 0xA5;
+constexpr std::uint8_t kElectricSignature = 0xA6;
+
+// Volts per step of the battery reading of the box.
+constexpr double kBatteryStep = 0.039;
+// A box without a signature needs this long after a Box Status before it may be woken again.
+constexpr float kHoldOffSeconds = 3.75F;
+
+constexpr std::int32_t kTickMs = 1000;
+constexpr std::int32_t kDefaultVerifyDelayMs = 4000;
+// Ticks that the supply stays on after a command.
+constexpr std::int32_t kPowerTimeout = 60;
+constexpr std::int32_t kShortSupplyPowerTimeout = 20;
+constexpr std::int32_t kDesignModePowerTimeout = 15;
+
+std::int32_t PowerTimeoutOf(std::int32_t running) {
+  return modCOM_InDesignMode::InDesignMode() ? kDesignModePowerTimeout : running;
+}
+
+}  // namespace
+
+std::shared_ptr<Zentrel> Zentrel::Create() {
+  const std::shared_ptr<Zentrel> object(new Zentrel);
+  object->Class_Initialize();
+  return object;
+}
+
+Zentrel::~Zentrel() {
+  try {
+    Class_Terminate();
+  } catch (...) {
+    // Reported already; whoever releases an object cannot be told.
+  }
+}
+
+void Zentrel::Class_Initialize() {
+  ErrorFrame frame(Fields(), "Class_Initialize");
+  frame.Run([&] {
+    STEP m_DebugLog = std::make_unique<CDebugLog>();
+    STEP m_XTimer = XTimer::Create();
+    // The object stays alive through a tick in which the client releases it.
+    STEP m_XTimer->Tick([object = weak_from_this()] {
+      if (const auto alive = object.lock()) alive->PowerTick();
+    });
+    STEP VDelay(kDefaultVerifyDelayMs);
+    STEP m_XTimer->Interval(kTickMs);
+    STEP m_lngPowerTimeout = PowerTimeoutOf(kPowerTimeout);
+  });
+}
+
+void Zentrel::Class_Terminate() {
+  ErrorFrame frame(Fields(), "Class_Terminate");
+  frame.Run([&] {
+    STEP m_strTXIs.clear();
+    STEP m_strMIFs.clear();
+    STEP DeviceClose();
+    if (m_XTimer) {
+      STEP m_XTimer->Tick(nullptr);
+      STEP m_XTimer->Enabled(false);  // a running timer would be kept alive by its table
+      STEP m_XTimer.reset();
+    }
+    STEP m_DebugLog.reset();
+  });
+}
+
+ZentrelStatus Zentrel::DeviceOpen(std::int32_t Port, bool MaintainSupply) {
+  ZentrelStatus lngStatus = S_OKAY;
+  ErrorFrame frame(Fields(), "Zentrel_DeviceOpen", Parameters(NAMED(Port), NAMED(MaintainSupply)),
+                   Locals(NAMED(lngStatus)));
+  return frame.Run([&] {
+    STEP LogStep("Zentrel_DeviceOpen");
+    STEP if (simulator::SimulatorEnabled()) return S_OKAY;
+    STEP PowerManagement(!MaintainSupply);
+    STEP m_lngPowerTimer = m_lngPowerTimeout;
+    STEP if (m_PortCtrl.PortOpen() >= 1) m_PortCtrl.Close();
+    STEP m_PortCtrl.PortNumber(Port);
+    STEP m_PortCtrl.BaudRate(kBaudRate);
+    STEP m_PortCtrl.Parity(platform::kNoParity);
+    STEP m_PortCtrl.DataBits(kDataBits);
+    STEP m_PortCtrl.StopBits(platform::kTwoStopBits);
+    STEP m_PortCtrl.Open();
+    STEP Power(true);
+    STEP lngStatus = m_PortCtrl.PortOpen() >= 1 ? S_OKAY : S_BAD_PORT;
+    STEP Power(false);
+    STEP return lngStatus;
+  });
+}
+
+ZentrelStatus Zentrel::DeviceInit() {
+  ZentrelStatus lngStatus = S_BAD_PORT;
+  ErrorFrame frame(Fields(), "Zentrel_DeviceInit", Parameters(), Locals(NAMED(lngStatus)));
+  return frame.Run([&] {
+    STEP LogStep("Zentrel_DeviceInit");
+    if (m_PortCtrl.PortOpen() > 0) {
+      STEP lngStatus = BoxStatus();
+      STEP if (lngStatus == S_TIMEOUT) lngStatus = BoxStatus();
+    }
+    STEP return lngStatus;
+  });
+}
+
+ZentrelStatus Zentrel::DeviceClose() {
+  ErrorFrame frame(Fields(), "Zentrel_DeviceClose");
+  return frame.Run([&] {
+    STEP LogStep("Zentrel_DeviceClose");
+    STEP m_PortCtrl.Supply(0);
+    STEP m_blnPowerEnabled = false;
+    STEP m_PortCtrl.Close();
+    STEP return S_OKAY;
+  });
+}
+
+ZentrelStatus Zentrel::BoxStatus() {
+  FrameBuffer bytTx;
+  FrameBuffer bytRx;
+  ZentrelStatus lngStatus = S_OKAY;
+  ErrorFrame frame(Fields(), "BoxStatus", Parameters(),
+                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
+  return frame.Run([&] {
+    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP bytTx[0] = kBoxStatusCommand;
+    STEP lngStatus = ZentrelCommand(bytTx, 1, bytRx, kBoxStatusLength, kBoxStatusTimeoutMs);
+    STEP if (lngStatus == S_OKAY) ParseBoxStatus(bytRx, 0);
+    // Whatever the status: after a time-out the signature of the Box Status before decides.
+    if (ZentrelSignature(0) == 0) {
+      STEP m_sngBoxStatusTimeout = platform::SecondsSinceMidnight() + kHoldOffSeconds;
+    }
+    STEP return lngStatus;
+  });
+}
+
+std::int32_t Zentrel::ZentrelSignature(std::int16_t Index) const {
+  ErrorFrame frame(Fields(), "ZentrelSignature", Parameters(NAMED(Index)));
+  return frame.Run([&]() -> std::int32_t {
+    const auto count = static_cast<std::int16_t>(m_bytZentrelSignature.size());
+    STEP if (Index < 0 || Index >= count) RaiseError(kErrorSubscriptOutOfRange);
+    STEP return m_bytZentrelSignature[static_cast<std::size_t>(Index)];
+  });
+}
+
+void Zentrel::ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset) {
+  ErrorFrame frame(Fields(), "ParseBoxStatus", Parameters(NAMED(bytes), NAMED(Offset)));
+  frame.Run([&] {
+    STEP m_strZentrelVersion = VersionText(bytes[Offset]);
+    STEP m_sngBatteryVolts = static_cast<float>(bytes[Offset + 1] * kBatteryStep);
+    STEP m_bytZentrelSignature = {bytes[Offset + 2], bytes[Offset + 3]};
+    const std::uint8_t kind = m_bytZentrelSignature[0];
+    STEP m_lngPowerTimeout =
+        PowerTimeoutOf(kind == kShortSupplySignature ? kShortSupplyPowerTimeout : kPowerTimeout);
+    STEP m_blnIsElectric = kind == kElectricSignature;
+  });
+}
+
+std::string Zentrel::VersionText(std::uint8_t b) {
+  return modCOM_Hex::HexPad(b >> 4, 1) + "." + modCOM_Hex::HexPad(b & 0xF, 1);
+}
+
+void Zentrel::LogStep(const char* text) {
+  // There is none yet, or no longer, when a half-made object is undone.
+  if (m_DebugLog) m_DebugLog->DebugOutput(text, CDebugLog::kInformation, false, false);
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,22 @@
+// What belongs to one apartment (one thread) of the client.
+#pragma once
+
+namespace qmzentrel::platform {
+
+/// A pointer that each thread has for itself, null at first. Plain storage without destructors: a
+/// destructor per thread would keep the library in the process after its last object has gone.
+class ApartmentSlot {
+ public:
+  ApartmentSlot();
+  ~ApartmentSlot();
+  ApartmentSlot(const ApartmentSlot&) = delete;
+  ApartmentSlot& operator=(const ApartmentSlot&) = delete;
+
+  void* Get() const;
+  void Set(void* value);
+
+ private:
+  unsigned long index_;
+};
+
+}  // namespace qmzentrel::platform

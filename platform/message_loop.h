@@ -1,0 +1,28 @@
+// Waiting while the client stays alive: messages of the calling thread are dispatched, and the
+// thread sleeps in between.
+#pragma once
+
+#include <cstdint>
+
+namespace qmzentrel::platform {
+
+/// One wait that yields to the message loop, made of turns. A WM_QUIT that arrives is taken out of
+/// the queue, remembered, and posted again once when the wait ends: reposted at once it would keep
+/// every following turn from sleeping.
+class YieldingWait {
+ public:
+  YieldingWait() = default;
+  ~YieldingWait();
+  YieldingWait(const YieldingWait&) = delete;
+  YieldingWait& operator=(const YieldingWait&) = delete;
+
+  /// Sleeps until a message arrives or `milliseconds` have passed, then dispatches what is waiting;
+  /// a message that posts itself again does not keep the turn.
+  void Turn(std::int32_t milliseconds);
+
+ private:
+  bool quit_seen_ = false;
+  std::uintptr_t quit_code_ = 0;
+};
+
+}  // namespace qmzentrel::platform

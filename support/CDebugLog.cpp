@@ -1,0 +1,105 @@
+#include "support/CDebugLog.h"
+
+#include <string_view>
+
+#include "platform/clock.h"
+#include "platform/debugger.h"
+#include "platform/number.h"
+#include "support/dump_variable.h"
+
+namespace qmzentrel {
+namespace {
+
+// One log has one file, so any number but 0 says that it was started.
+constexpr std::int32_t kFileNumber = 1;
+
+// Nine characters each, so that the texts of a log line up.
+std::string_view Label(std::int32_t event_type) {
+  switch (event_type) {
+    case CDebugLog::kError:
+      return "  ERROR  ";
+    case CDebugLog::kWarning:
+      return "  WARN   ";
+    case CDebugLog::kInformation:
+      return "  INFO   ";
+    case CDebugLog::kWindowProcedure:
+      return "  WPROC  ";
+    case CDebugLog::kResource:
+      return "  *RES*  ";
+    default:
+      return "  CHECK  ";
+  }
+}
+
+std::string OnOneLine(const std::string& text) {
+  std::string flat;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+    if (pair) ++i;
+    flat += text[i] == '\r' || text[i] == '\n' ? ' ' : text[i];
+  }
+  return flat;
+}
+
+// Each statement that fails is skipped, and the next one runs.
+template <class Statement>
+void IgnoringErrors(Statement statement) noexcept {
+  try {
+    statement();
+  } catch (...) {
+  }
+}
+
+}  // namespace
+
+CDebugLog::~CDebugLog() {
+  CloseLog();
+}
+
+void CDebugLog::StartLog(const std::string& LogPath, bool OverWriteLog, std::int32_t EventTypes,
+                         std::int32_t DebuggerEventTypes, std::int32_t AssertEventTypes) {
+  CloseLog();
+  m_lngFileNum = kFileNumber;
+  IgnoringErrors([&] {
+    file_.Open(LogPath, OverWriteLog);
+    if (file_.Length() > 0) file_.WriteLine("");  // keeps the runs in one file apart
+  });
+  IgnoringErrors([&] { m_strFilePath = LogPath; });
+  m_lngEventTypes = EventTypes;
+  m_lngDebuggerEventTypes = DebuggerEventTypes == -1 ? 31 : DebuggerEventTypes;
+  m_lngAssertEventTypes = AssertEventTypes == -1 ? 1 : AssertEventTypes;
+  DebugOutput("**** Log opened. ****", kInformation, true, false);
+}
+
+void CDebugLog::DebugOutput(const std::string& DebugText, const std::int32_t& EventType,
+                            bool ForceEntry, bool /*StopOnError*/) {
+  IgnoringErrors([&] {
+    std::string line = platform::FormatDate(platform::LocalDate(), m_strTimeStampMask);
+    line.append(Label(EventType)).append(OnOneLine(DebugText));
+    WriteLine(line, EventType, ForceEntry);
+  });
+}
+
+void CDebugLog::WriteLine(const std::string& line, std::int32_t event_type, bool force) {
+  if (m_lngFileNum != 0 && ((event_type & m_lngEventTypes) != 0 || force)) {
+    IgnoringErrors([&] { file_.WriteLine(line); });
+  }
+  if ((event_type & m_lngDebuggerEventTypes) != 0 || force) platform::DebuggerOutput(line);
+}
+
+void CDebugLog::CloseLog() {
+  if (m_lngFileNum == 0) return;
+  DebugOutput("**** Log closed. ****", kInformation, true, false);
+  IgnoringErrors([&] { file_.Close(); });
+  m_lngFileNum = 0;
+}
+
+std::string CDebugLog::DumpFields() const {
+  return DumpVariable("m_lngFileNum", m_lngFileNum) + DumpVariable("m_strFilePath", m_strFilePath) +
+         DumpVariable("m_lngEventTypes", m_lngEventTypes) +
+         DumpVariable("m_lngDebuggerEventTypes", m_lngDebuggerEventTypes) +
+         DumpVariable("m_lngAssertEventTypes", m_lngAssertEventTypes) +
+         DumpVariable("m_strTimeStampMask", m_strTimeStampMask);
+}
+
+}  // namespace qmzentrel

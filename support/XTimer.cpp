@@ -1,0 +1,62 @@
+#include "support/XTimer.h"
+
+#include "platform/timer.h"
+#include "support/modCOM_XTimerSupport.h"
+
+namespace qmzentrel {
+
+std::shared_ptr<XTimer> XTimer::Create() {
+  return std::shared_ptr<XTimer>(new XTimer);
+}
+
+XTimer::~XTimer() {
+  if (mlngTimerID != 0) platform::KillTimer(mlngTimerID);
+}
+
+void XTimer::Enabled(bool NewValue) {
+  ErrorFrame frame(Fields(), "Enabled", Parameters(NAMED(NewValue)));
+  frame.Run([&] {
+    STEP if (NewValue == mblnEnabled) return;
+    STEP mblnEnabled = NewValue;
+    STEP if (mlngInterval == 0) return;
+    if (NewValue) {
+      STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), mlngInterval);
+    } else if (mlngTimerID != 0) {
+      STEP modCOM_XTimerSupport::EndTimer(*this);
+    }
+  });
+}
+
+void XTimer::Interval(std::int32_t NewInterval) {
+  ErrorFrame frame(Fields(), "Interval", Parameters(NAMED(NewInterval)));
+  frame.Run([&] {
+    STEP if (NewInterval == mlngInterval) return;
+    STEP mlngInterval = NewInterval;
+    if (mlngTimerID != 0) {
+      STEP modCOM_XTimerSupport::EndTimer(*this);
+    }
+    if (NewInterval != 0 && mblnEnabled) {
+      STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), NewInterval);
+    }
+  });
+}
+
+void XTimer::RaiseTick() {
+  ErrorFrame frame(Fields(), "RaiseTick");
+  frame.Run([&] {
+    STEP const auto handler = tick_;  // the handler may detach itself while it runs
+    STEP if (handler) handler();
+  });
+}
+
+std::string XTimer::DumpFields() const {
+  return DumpVariable("mlngTimerID", mlngTimerID) + DumpVariable("mlngInterval", mlngInterval) +
+         DumpVariable("mblnEnabled", mblnEnabled);
+}
+
+ModuleFields XTimer::Fields() const {
+  return {"XTimer", this,
+          [](const void* timer) { return static_cast<const XTimer*>(timer)->DumpFields(); }};
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,58 @@
+#include "support/conversion.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "platform/number.h"
+#include "support/run_time_error.h"
+
+namespace qmzentrel {
+namespace {
+
+double RoundHalfToEven(double value) {
+  const double below = std::floor(value);
+  const double fraction = value - below;
+  if (fraction > 0.5) return below + 1;
+  if (fraction < 0.5) return below;
+  return std::fmod(below, 2) == 0 ? below : below + 1;
+}
+
+// "&HFFFFFFFF" is -1: such texts name the bits of a 32-bit number.
+std::optional<double> PrefixedNumber(std::string_view digits, int base) {
+  std::uint32_t bits = 0;
+  const char* end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, bits, base);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return static_cast<std::int32_t>(bits);
+}
+
+}  // namespace
+
+std::optional<std::int32_t> RoundToLong(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const double rounded = RoundHalfToEven(value);
+  if (!(rounded >= Limits::min() && rounded <= Limits::max())) return std::nullopt;
+  return static_cast<std::int32_t>(rounded);
+}
+
+std::int32_t ToLong(double value) {
+  const auto number = RoundToLong(value);
+  if (!number) RaiseError(kErrorOverflow);
+  return *number;
+}
+
+std::uint8_t ToByte(std::int64_t value) {
+  if (value < 0 || value > 255) RaiseError(kErrorOverflow);
+  return static_cast<std::uint8_t>(value);
+}
+
+std::optional<double> NumericValue(std::string_view text) {
+  if (text.size() > 2 && text[0] == '&') {
+    if (text[1] == 'H' || text[1] == 'h') return PrefixedNumber(text.substr(2), 16);
+    if (text[1] == 'O' || text[1] == 'o') return PrefixedNumber(text.substr(2), 8);
+  }
+  return platform::ParseNumber(text);
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,31 @@
+// Variables as text for the error report: one entry per value, "<name>value</name>" and a line
+// break.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qmzentrel {
+
+/// Entries of one value. Text is cut at its first zero character, as every display of it would be.
+std::string DumpVariable(std::string_view name, bool value);
+std::string DumpVariable(std::string_view name, std::int32_t value);
+std::string DumpVariable(std::string_view name, float value);
+std::string DumpVariable(std::string_view name, const std::string& value);
+inline std::string DumpVariable(std::string_view name, std::int16_t value) {
+  return DumpVariable(name, std::int32_t{value});
+}
+
+/// Entries of an array with lower bound 0, one per element, the index as an attribute.
+std::string DumpVariable(std::string_view name, std::span<const std::uint8_t> value);
+std::string DumpVariable(std::string_view name, const std::vector<std::string>& value);
+
+/// One entry whose value is a fixed text: what cannot be shown says why.
+std::string DumpFixedText(std::string_view name, std::string_view text);
+
+}  // namespace qmzentrel

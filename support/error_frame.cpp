@@ -1,0 +1,46 @@
+#include "support/error_frame.h"
+
+#include <new>
+#include <stdexcept>
+
+#include "support/modErrorReportSupport.h"
+#include "support/run_time_error.h"
+
+namespace qmzentrel {
+namespace {
+
+constexpr const char* kErrorSource = "QmZentrel";
+
+// The exception in progress as an error with a number; a Refusal goes straight through.
+RunTimeError ErrorInProgress() {
+  try {
+    throw;
+  } catch (const RunTimeError& error) {
+    return error;
+  } catch (const Refusal&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return {kErrorOutOfMemory, ErrorDescription(kErrorOutOfMemory)};
+  } catch (const std::exception& error) {
+    return {kErrorInternal, ErrorDescription(kErrorInternal) + ": " + error.what()};
+  } catch (...) {
+    return {kErrorInternal, ErrorDescription(kErrorInternal)};
+  }
+}
+
+}  // namespace
+
+void ErrorFrameBase::Fail(DumpList parameters, DumpList locals) const {
+  const RunTimeError error = ErrorInProgress();
+  if (error.number == kErrorReported) throw error;
+  try {
+    modErrorReportSupport::ReportError({error.number, error.description, line, kErrorSource,
+                                        fields_.module, procedure_, locals(*this),
+                                        fields_.dump(fields_.object), parameters(*this)});
+  } catch (...) {
+    // Out of memory while describing the fault: the caller still hears of it.
+  }
+  RaiseError(kErrorReported);
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,10 @@
+#include "support/modCOM_Common.h"
+
+namespace qmzentrel::modCOM_Common {
+
+std::string StripBackslash(std::string path) {
+  if (path.ends_with('\\')) path.pop_back();
+  return path;
+}
+
+}  // namespace qmzentrel::modCOM_Common

@@ -1,0 +1,134 @@
+#include "support/modCOM_XTimerSupport.h"
+
+#include <algorithm>
+#include <atomic>
+#include <vector>
+
+#include "platform/apartment.h"
+#include "platform/timer.h"
+#include "support/XTimer.h"
+#include "support/error_frame.h"
+#include "support/run_time_error.h"
+
+namespace qmzentrel::modCOM_XTimerSupport {
+namespace {
+
+constexpr std::int16_t kGrowth = 5;
+
+struct Slot {
+  std::shared_ptr<XTimer> xt;
+  std::int32_t id = 0;  // 0: free
+};
+
+struct ModuleState {
+  std::vector<Slot> maxti;  // slots 1 to mintMaxTimers, at index 0 and up
+  std::int16_t mintMaxTimers = 0;
+};
+
+std::atomic<std::int32_t> running_timers{0};
+
+platform::ApartmentSlot& StateSlot() {
+  static platform::ApartmentSlot slot;
+  return slot;
+}
+
+ModuleState* ExistingState() {
+  return static_cast<ModuleState*>(StateSlot().Get());
+}
+
+ModuleState& State() {
+  if (ModuleState* state = ExistingState()) return *state;
+  auto state = std::make_unique<ModuleState>();
+  StateSlot().Set(state.get());
+  return *state.release();
+}
+
+// Null when no slot of this thread has that identifier.
+Slot* FindSlot(std::int32_t id) {
+  ModuleState* state = ExistingState();
+  if (!state) return nullptr;
+  const auto slot = std::ranges::find(state->maxti, id, &Slot::id);
+  return slot == state->maxti.end() ? nullptr : &*slot;
+}
+
+Slot& FreeSlot() {
+  if (Slot* slot = FindSlot(0)) return *slot;
+  ModuleState& state = State();
+  const auto used = state.maxti.size();
+  state.maxti.resize(used + kGrowth);
+  state.mintMaxTimers = static_cast<std::int16_t>(state.mintMaxTimers + kGrowth);
+  return state.maxti[used];
+}
+
+std::string DumpFields() {
+  return DumpFixedText("maxti", "{Cannot dump UDT arrays}") +
+         DumpVariable("mintMaxTimers", SlotCount());
+}
+
+ModuleFields Fields() {
+  return {"modCOM_XTimerSupport", nullptr, [](const void*) { return DumpFields(); }};
+}
+
+}  // namespace
+
+std::int32_t BeginTimer(const std::shared_ptr<XTimer>& xt, std::int32_t interval) {
+  const std::int32_t id = platform::StartTimer(interval, TimerProc);
+  // Without a frame of its own: the property that was being set reports this.
+  if (id == 0) throw RunTimeError{kErrorNoTimers, "No timers available"};
+  Slot& slot = FreeSlot();
+  slot.xt = xt;
+  slot.id = id;
+  ++running_timers;
+  return id;
+}
+
+void EndTimer(const XTimer& xt) {
+  std::int32_t id = 0;
+  ErrorFrame frame(Fields(), "EndTimer", Parameters(), Locals(NAMED(id)));
+  frame.Run([&] {
+    STEP id = xt.TimerID();
+    STEP if (id == 0) return;
+    STEP Slot* slot = FindSlot(id);
+    STEP if (!slot) return;
+    STEP platform::KillTimer(id);
+    STEP slot->id = 0;
+    STEP-- running_timers;
+    STEP slot->xt.reset();
+  });
+}
+
+void TimerProc(std::int32_t /*hWnd*/, std::int32_t /*uMsg*/, std::int32_t idEvent,
+               std::int32_t /*lngSysTime*/) noexcept {
+  const Slot* slot = FindSlot(idEvent);
+  if (!slot) {
+    platform::KillTimer(idEvent);  // a stray timer never fires twice
+    return;
+  }
+  // The tick may stop the timer and start others, which moves the table.
+  const std::shared_ptr<XTimer> xt = slot->xt;
+  try {
+    xt->RaiseTick();
+  } catch (...) {
+    platform::KillTimer(idEvent);
+  }
+}
+
+std::int32_t RunningTimers() {
+  return running_timers;
+}
+
+std::int16_t SlotCount() {
+  const ModuleState* state = ExistingState();
+  return state ? state->mintMaxTimers : std::int16_t{0};
+}
+
+void ReleaseThread() {
+  ModuleState* state = ExistingState();
+  if (!state || std::ranges::any_of(state->maxti, [](const Slot& slot) { return slot.id != 0; })) {
+    return;
+  }
+  StateSlot().Set(nullptr);
+  delete state;
+}
+
+}  // namespace qmzentrel::modCOM_XTimerSupport

@@ -1,0 +1,28 @@
+#include "support/run_time_error.h"
+
+namespace qmzentrel {
+
+std::string ErrorDescription(std::int32_t number) {
+  switch (number) {
+    case kErrorInvalidProcedureCall:
+      return "Invalid procedure call or argument";
+    case kErrorOverflow:
+      return "Overflow";
+    case kErrorOutOfMemory:
+      return "Out of memory";
+    case kErrorSubscriptOutOfRange:
+      return "Subscript out of range";
+    case kErrorTypeMismatch:
+      return "Type mismatch";
+    case kErrorInternal:
+      return "Internal error";
+    default:
+      return "Application-defined or object-defined error";
+  }
+}
+
+void RaiseError(std::int32_t number) {
+  throw RunTimeError{number, ErrorDescription(number)};
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,38 @@
+// Errors as procedures raise them: the classic automation numbers with their standard descriptions.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qmzentrel {
+
+inline constexpr std::int32_t kErrorInvalidProcedureCall = 5;
+inline constexpr std::int32_t kErrorOverflow = 6;
+inline constexpr std::int32_t kErrorOutOfMemory = 7;
+inline constexpr std::int32_t kErrorSubscriptOutOfRange = 9;
+inline constexpr std::int32_t kErrorTypeMismatch = 13;
+inline constexpr std::int32_t kErrorInternal = 51;
+/// The one number under which a fault leaves a procedure once it has been reported.
+inline constexpr std::int32_t kErrorReported = 65535;
+
+/// A fault inside a procedure of the component. It reaches the procedure's error frame, is reported
+/// there, and goes on as kErrorReported.
+struct RunTimeError {
+  std::int32_t number;
+  std::string description;
+};
+
+/// A refusal that is the caller's to hear and no fault of the component: error frames pass it on
+/// as it is, without a report. `number` is an automation error number.
+struct Refusal {
+  std::int32_t number;
+  std::string description;
+};
+
+/// The standard English description of a classic automation error number.
+std::string ErrorDescription(std::int32_t number);
+
+/// Raises `number` as a RunTimeError with its standard description.
+[[noreturn]] void RaiseError(std::int32_t number);
+
+}  // namespace qmzentrel

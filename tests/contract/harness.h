@@ -1,0 +1,118 @@
+// What a contract test needs to do to the world around the platform, on either side of the seam:
+// the operating system itself, or the in-memory world of the fakes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/serial_port.h"
+
+namespace qmzentrel::contract {
+
+/// Called before each test: an empty message queue, and a fresh world where the world is ours.
+void BeginTest();
+
+/// Called after each test: removes what the test has left behind.
+void EndTest();
+
+// ---- time ----
+
+/// Milliseconds on a clock that only runs forward: the virtual one of the fakes, or the system's.
+double MonotonicMs();
+
+/// How much too early the clock tick of the operating system may end a wait, in milliseconds.
+inline constexpr double kTickMs = 20.0;
+
+// ---- the message queue of the calling thread ----
+
+/// Puts a call into the queue; dispatching it runs it.
+void PostCall(std::function<void()> call);
+
+/// The same from outside, `in_ms` milliseconds from now, while the calling thread waits.
+void PostCallLater(std::int32_t in_ms, std::function<void()> call);
+
+/// Puts the end of the program into the queue.
+void PostQuit(int code);
+
+/// Takes the end of the program out of the queue: its code, or nothing when there is none.
+std::optional<int> TakeQuit();
+
+/// Runs `body` on a thread of its own and waits for its end.
+void RunOnAnotherThread(const std::function<void()>& body);
+
+// ---- the registry ----
+
+/// The key under the root that belongs to these tests.
+inline constexpr std::string_view kTestKey = "SOFTWARE\\QuenmoorComms\\ContractTest";
+
+/// Stores a value below kLocalMachine, with the keys on the way to it; `bytes` as they are stored.
+void PutRegistryValue(const std::string& path, const std::string& name, std::uint32_t type,
+                      std::string_view bytes);
+
+/// Removes kTestKey with everything in it.
+void RemoveTestKey();
+
+// ---- files ----
+
+/// Full path (UTF-8) for a file of these tests that does not exist yet.
+std::string FreshFilePath(const std::string& name);
+
+/// Full path for a file in a folder that does not exist.
+std::string PathInMissingFolder();
+
+/// The bytes of a file, nothing when there is none. Reads while another has it open for writing.
+std::optional<std::string> FileBytes(const std::string& path);
+
+// ---- the debugger ----
+
+/// Every line that `body` sends to the debugger channel, as the bytes that arrive.
+std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body);
+
+// ---- a serial port with a device behind it ----
+
+/// False when no port was made available to a run on the operating system.
+bool HasSerialDevice();
+
+/// The number of the device's port.
+std::int32_t DevicePort();
+
+/// Whether a port that is open is refused to anybody else; Wine leaves that to the device. Only
+/// while the device's port is closed.
+bool SystemGuardsPorts();
+
+/// A number that no port has.
+std::int32_t MissingPort();
+
+/// Brings the device back to its initial state: there, silent, nothing received, nothing promised.
+/// Not while a port is open.
+void ResetDevice();
+
+/// Runs `body` with settings that the device's port refuses.
+void WithRefusedSettings(const std::function<void(const platform::SerialSettings&)>& body);
+
+/// Makes the device answer the next kDeviceCommand with `bytes`.
+inline constexpr std::uint8_t kDeviceCommand = 0x80;
+void DeviceAnswers(const std::vector<std::uint8_t>& bytes);
+
+/// The device sends `bytes` at once, unasked; they have left it when this returns.
+void DeviceSends(const std::vector<std::uint8_t>& bytes);
+
+/// What has reached the device since ResetDevice; waits for `count` bytes, but not for ever.
+std::vector<std::uint8_t> DeviceReceived(std::size_t count);
+
+/// Waits, but not for ever, until the device sees the output lines so.
+bool DeviceSeesLines(platform::ModemLines lines);
+
+/// Every state that the output lines have had at the device since ResetDevice.
+std::vector<platform::ModemLines> LineHistoryAtDevice();
+
+/// Pulls the adapter out, and plugs it in again.
+void DeviceVanishes();
+void DeviceComesBack();
+
+}  // namespace qmzentrel::contract

@@ -1,0 +1,287 @@
+// Creating, opening, initialising, closing and releasing, and the facts of the box.
+#include "tests/core/core_test.h"
+#include "tests/core/zentrel_access.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using Journal = std::vector<std::string>;
+
+class DeviceSession : public ZentrelTest {};
+
+TEST_F(DeviceSession, AFreshObjectHasNoBoxFactsAndTheStatedDefaults) {
+  EXPECT_EQ(zentrel->ZentrelVersion(), "");
+  EXPECT_EQ(zentrel->ZentrelSignature(0), 0);
+  EXPECT_EQ(zentrel->ZentrelSignature(1), 0);
+  EXPECT_EQ(zentrel->BatteryVoltage(), 0.0F);
+  EXPECT_EQ(zentrel->PowerTimeout(), 60);
+  EXPECT_EQ(zentrel->VDelay(), 4000);
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 0.0F);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+}
+
+TEST_F(DeviceSession, CreationTouchesNoPortAndStartsNoTimer) {
+  TheWorld().TakeJournal();
+  const auto another = Zentrel::Create();
+  EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
+}
+
+TEST_F(DeviceSession, ReleaseClosesTheDeviceWithoutAnEvent) {
+  Open(false);
+  zentrel.reset();
+  EXPECT_EQ(TheWorld().TakeJournal(),
+            (Journal{"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"}));
+}
+
+TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickFinishesTheTick) {
+  Open(false);
+  on_event = [&](bool) {
+    zentrel->Events(nullptr);
+    zentrel.reset();
+  };
+  TheWorld().Pump(Milliseconds(60'000));
+  EXPECT_EQ(zentrel, nullptr);
+  EXPECT_FALSE(Port().open);
+}
+
+TEST_F(DeviceSession, DeviceOpenAppliesTheLinkSettings) {
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+  EXPECT_EQ(Port().settings.baud_rate, 9600);
+  EXPECT_EQ(Port().settings.parity, 0);
+  EXPECT_EQ(Port().settings.data_bits, 8);
+  EXPECT_EQ(Port().settings.stop_bits, 2);
+}
+
+TEST_F(DeviceSession, DeviceOpenOfAPortThatIsNotThereIsABadPortAndTheObjectStaysUsable) {
+  EXPECT_EQ(zentrel->DeviceOpen(8, true), S_BAD_PORT);
+  EXPECT_EQ(zentrel->DeviceOpen(0, true), S_BAD_PORT);
+  EXPECT_EQ(zentrel->DeviceOpen(-1, true), S_BAD_PORT);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+}
+
+TEST_F(DeviceSession, APortThatRefusesItsSettingsIsABadPort) {
+  Port().refuses_settings = true;
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_BAD_PORT);
+  EXPECT_FALSE(Port().open);
+}
+
+TEST_F(DeviceSession, APortThatAnotherProgramHoldsIsABadPort) {
+  Port().open = true;
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_BAD_PORT);
+}
+
+TEST_F(DeviceSession, DeviceOpenWhileAPortIsOpenClosesItAndOpensTheNewOne) {
+  TheWorld().ports[12];
+  Open(true);
+  EXPECT_EQ(zentrel->DeviceOpen(12, true), S_OKAY);
+  EXPECT_FALSE(Port().open);
+  EXPECT_TRUE(TheWorld().ports[12].open);
+}
+
+TEST_F(DeviceSession, AfterAFailedOpenThePortThatWasOpenIsClosed) {
+  Open(true);
+  EXPECT_EQ(zentrel->DeviceOpen(9, true), S_BAD_PORT);
+  EXPECT_FALSE(Port().open);
+  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
+}
+
+TEST_F(DeviceSession, DeviceOpenWorksAgainAfterThePortWasPulledOutAndCameBack) {
+  Open(true);
+  Port().vanished = true;
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_BAD_PORT);
+  Port().vanished = false;
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+}
+
+TEST_F(DeviceSession, DeviceInitBeforeDeviceOpenIsABadPortAndSendsNothing) {
+  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"log Zentrel_DeviceInit"}));
+}
+
+TEST_F(DeviceSession, DeviceInitTriesBoxStatusOnceMoreAfterATimeout) {
+  Open(true);
+  Port().StaySilent();
+  Port().Answer(BoxStatusReply(0x21, 100, 0xA5, 0));
+  EXPECT_EQ(zentrel->DeviceInit(), S_OKAY);
+  EXPECT_EQ(Port().written.size(), 2U);
+}
+
+TEST_F(DeviceSession, DeviceInitGivesUpAfterTwoTimeouts) {
+  Open(true);
+  EXPECT_EQ(zentrel->DeviceInit(), S_TIMEOUT);
+  EXPECT_EQ(Port().written.size(), 2U);
+}
+
+TEST_F(DeviceSession, DeviceInitDoesNotRepeatAnyOtherStatus) {
+  Open(true);
+  Port().Answer({1});
+  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_RESPONSE);
+  Port().Answer({1, 1, 1, 1, 1, 1, 1});
+  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_SUM);
+  EXPECT_EQ(Port().written.size(), 2U);
+}
+
+TEST_F(DeviceSession, DeviceCloseAlwaysSucceedsAndRaisesNoEvent) {
+  EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
+  Open(true);
+  EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
+  EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
+  for (const std::string& line : TheWorld().journal) EXPECT_FALSE(line.starts_with("event"));
+}
+
+TEST_F(DeviceSession, DeviceCloseStopsNoTimerAndTheCountDownStillEndsInTheEvent) {
+  Open(false);
+  zentrel->DeviceClose();
+  TheWorld().TakeJournal();
+  TheWorld().Pump(Milliseconds(60'000));
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"timer off", "event False"}));
+}
+
+// --- Box Status ----------------------------------------------------------------------------------
+
+TEST_F(DeviceSession, BoxStatusSendsOneByteAndYieldsTheBoxFacts) {
+  Open(true);
+  Port().Answer(BoxStatusReply(0x1A, 123, 0xA5, 0x42));
+  EXPECT_EQ(zentrel->BoxStatus(), S_OKAY);
+  EXPECT_EQ(Port().written, (std::vector<Bytes>{{0x80}}));
+  EXPECT_EQ(zentrel->ZentrelVersion(), "1.A");
+  EXPECT_EQ(zentrel->BatteryVoltage(), static_cast<float>(123 * 0.039));
+  EXPECT_EQ(zentrel->ZentrelSignature(0), 0xA5);
+  EXPECT_EQ(zentrel->ZentrelSignature(1), 0x42);
+}
+
+TEST_F(DeviceSession, BoxStatusFromAnElectricBoxIsResentEveryHalfSecondForItsTimeout) {
+  OpenBox(true, 0xA6);
+  Port().written.clear();
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  EXPECT_EQ(Port().written.size(), 2U);
+}
+
+TEST_F(DeviceSession, ABoxStatusWithoutAnAnswerLeavesTheBoxFactsAsTheyWere) {
+  OpenBox(true, 0xA5);
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  Port().Answer({9, 9, 9, 9, 9, 9, 9});
+  EXPECT_EQ(zentrel->BoxStatus(), S_BAD_SUM);
+  EXPECT_EQ(zentrel->ZentrelVersion(), "2.1");
+  EXPECT_EQ(zentrel->BatteryVoltage(), 3.9F);
+  EXPECT_EQ(zentrel->ZentrelSignature(0), 0xA5);
+}
+
+TEST_F(DeviceSession, ABatteryByteOf100Is3Point9Volts) {
+  OpenBox(true, 0xA5);
+  EXPECT_EQ(zentrel->BatteryVoltage(), 3.9F);
+}
+
+TEST_F(DeviceSession, EveryBatteryByteIsTheProductRoundedOnceToSingle) {
+  FrameBuffer facts;
+  for (int battery = 0; battery < 256; ++battery) {
+    facts[1] = static_cast<std::uint8_t>(battery);
+    ZentrelAccess::ParseBoxStatus(*zentrel, facts, 0);
+    EXPECT_EQ(zentrel->BatteryVoltage(), static_cast<float>(battery * 0.039));
+  }
+}
+
+TEST_F(DeviceSession, SignatureA5ShortensThePowerTimeoutAndLeavesTheHoldOffAlone) {
+  OpenBox(true, 0xA5);
+  EXPECT_EQ(zentrel->PowerTimeout(), 20);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+}
+
+TEST_F(DeviceSession, SignatureA6MakesTheBoxElectric) {
+  OpenBox(true, 0xA6);
+  EXPECT_EQ(zentrel->PowerTimeout(), 60);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+  EXPECT_TRUE(ZentrelAccess::IsElectric(*zentrel));
+}
+
+TEST_F(DeviceSession, SignatureZeroSetsTheHoldOff) {
+  TheWorld().SetClock(1000);
+  OpenBox(true, 0x00);
+  EXPECT_EQ(zentrel->PowerTimeout(), 60);
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 1003.75F);
+}
+
+TEST_F(DeviceSession, AnyOtherSignatureIsANonElectricBoxWithTheLongPowerTimeout) {
+  OpenBox(true, 0x77);
+  EXPECT_EQ(zentrel->PowerTimeout(), 60);
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+}
+
+TEST_F(DeviceSession, OnlySignatureByte0DecidesTheKindOfBox) {
+  Open(true);
+  Port().Answer(BoxStatusReply(0x21, 100, 0x11, 0xA6));
+  zentrel->BoxStatus();
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(zentrel->PowerTimeout(), 60);
+}
+
+TEST_F(DeviceSession, AnotherBoxReplacesTheKind) {
+  OpenBox(true, 0xA6);
+  OpenBox(true, 0xA5);
+  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(zentrel->PowerTimeout(), 20);
+}
+
+TEST_F(DeviceSession, AfterATimeoutTheSignatureBeforeDecidesAboutTheHoldOff) {
+  Open(true);
+  TheWorld().SetClock(2000);
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 2002.5F + 3.75F);
+  OpenBox(true, 0xA5);
+  const float mark = ZentrelAccess::BoxStatusTimeout(*zentrel);
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), mark);
+}
+
+TEST_F(DeviceSession, AnIndexOutsideTheSignatureIsASubscriptError) {
+  for (const std::int16_t index : {std::int16_t{-1}, std::int16_t{2}, std::int16_t{-32768}}) {
+    const ErrorReport report = ReportOf([&] { zentrel->ZentrelSignature(index); });
+    EXPECT_EQ(report.ErrorNumber, 9);
+    EXPECT_EQ(report.ErrorDescription, "Subscript out of range");
+    EXPECT_EQ(report.procedure, "ZentrelSignature");
+    EXPECT_EQ(report.parameters, "<Index>" + std::to_string(index) + "</Index>\r\n");
+  }
+}
+
+TEST_F(DeviceSession, AVersionByteIsShownAsTwoHexadecimalDigitsWithADot) {
+  EXPECT_EQ(ZentrelAccess::VersionText(0x21), "2.1");
+  EXPECT_EQ(ZentrelAccess::VersionText(0x1A), "1.A");
+  EXPECT_EQ(ZentrelAccess::VersionText(0x00), "0.0");
+  EXPECT_EQ(ZentrelAccess::VersionText(0xFF), "F.F");
+}
+
+// --- The line that carries the supply ------------------------------------------------------------
+
+class SupplyLine : public ZentrelTest,
+                   public testing::WithParamInterface<std::pair<const char*, const char*>> {};
+
+TEST_P(SupplyLine, IsTheOneThatTheRegistryNames) {
+  if (GetParam().first) {
+    TheWorld().SetText("SOFTWARE\\QuenmoorComms\\Zentrel", "SupplyLine", GetParam().first);
+  }
+  ASSERT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+  const std::string on = std::string(", supply ") + GetParam().second;
+  EXPECT_TRUE(TheWorld().TakeJournal().at(2).ends_with(on));
+  zentrel->Power(true);
+  EXPECT_EQ(TheWorld().TakeJournal().at(0), std::string("supply ") + GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, SupplyLine,
+                         testing::Values(std::pair{nullptr, "DTR"}, std::pair{"DTR", "DTR"},
+                                         std::pair{"RTS", "RTS"}, std::pair{"rts", "RTS"},
+                                         std::pair{"BOTH", "DTR and RTS"},
+                                         std::pair{"nonsense", "DTR"}, std::pair{"", "DTR"}));
+
+TEST_F(DeviceSession, ASupplyLineStoredAsANumberMeansDtr) {
+  TheWorld().SetNumber("SOFTWARE\\QuenmoorComms\\Zentrel", "SupplyLine", 1);
+  ASSERT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+  EXPECT_EQ(Port().lines, (platform::ModemLines{.dtr = true}));
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

@@ -1,0 +1,387 @@
+// What becomes of a fault: one report with everything in scope, then one number for the caller.
+#include "support/error_frame.h"
+
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+#include "tests/core/core_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using modErrorReportSupport::ExchangeReportSink;
+using modErrorReportSupport::ReportSink;
+
+int module_dumps = 0;
+
+/// A class of the component in miniature.
+class Meter {
+ public:
+  ModuleFields Fields() const {
+    return {"Meter", this,
+            [](const void* meter) { return static_cast<const Meter*>(meter)->DumpFields(); }};
+  }
+
+  std::string DumpFields() const {
+    ++module_dumps;
+    if (unprintable) throw std::bad_alloc();
+    return DumpVariable("m_lngReading", m_lngReading);
+  }
+
+  std::int32_t m_lngReading = 12;
+  bool unprintable = false;
+};
+
+class ErrorFrameTest : public CoreTest {
+ protected:
+  void SetUp() override {
+    CoreTest::SetUp();
+    module_dumps = 0;
+  }
+
+  /// A procedure whose only statement is `statement`.
+  template <class Statement>
+  void Procedure(Statement statement) {
+    ErrorFrame frame(meter.Fields(), "Procedure");
+    frame.Run([&] { STEP statement(); });
+  }
+
+  Meter meter;
+};
+
+// --- While nothing fails -------------------------------------------------------------------------
+
+TEST_F(ErrorFrameTest, AProcedureReturnsWhatItsStatementsReturn) {
+  ErrorFrame frame(meter.Fields(), "Value");
+  const auto text = frame.Run([&] {
+    STEP auto owned = std::make_unique<std::string>("2.1");
+    STEP return owned;
+  });
+  EXPECT_EQ(*text, "2.1");
+}
+
+TEST_F(ErrorFrameTest, TheStatementsRunOnce) {
+  int runs = 0;
+  Procedure([&] { ++runs; });
+  EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ErrorFrameTest, NothingIsRenderedWhileNothingFails) {
+  std::int32_t lngStatus = 0;
+  ErrorFrame frame(meter.Fields(), "Calm", Parameters(), Locals(NAMED(lngStatus)));
+  frame.Run([&] { STEP lngStatus = 1; });
+  EXPECT_EQ(module_dumps, 0);
+}
+
+// --- The kinds of fault --------------------------------------------------------------------------
+
+struct Kind {
+  const char* name;
+  void (*raise)();
+  std::int32_t number;
+  const char* description;
+};
+
+void PrintTo(const Kind& kind, std::ostream* stream) {
+  *stream << kind.name;
+}
+
+class FaultKind : public ErrorFrameTest, public testing::WithParamInterface<Kind> {};
+
+TEST_P(FaultKind, IsReportedWithItsNumberAndDescriptionAndLeavesAs65535) {
+  const ErrorReport report = ReportOf([&] { Procedure(GetParam().raise); });
+  EXPECT_EQ(report.ErrorNumber, GetParam().number);
+  EXPECT_EQ(report.ErrorDescription, GetParam().description);
+  EXPECT_EQ(report.ErrorSource, "QmZentrel");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, FaultKind,
+    testing::Values(
+        Kind{"StandardError", [] { RaiseError(6); }, 6, "Overflow"},
+        Kind{"OwnDescription",
+             [] {
+               throw RunTimeError{static_cast<std::int32_t>(0x80047925U), "No timers available"};
+             },
+             static_cast<std::int32_t>(0x80047925U), "No timers available"},
+        Kind{"OutOfMemory", [] { throw std::bad_alloc(); }, 7, "Out of memory"},
+        Kind{"ImpossibleArray", [] { throw std::bad_array_new_length(); }, 7, "Out of memory"},
+        Kind{"LibraryError", [] { throw std::runtime_error("why"); }, 51, "Internal error: why"},
+        Kind{"OutOfRange", [] { throw std::out_of_range("index"); }, 51, "Internal error: index"},
+        Kind{"AnythingElse", [] { throw 42; }, 51, "Internal error"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(ErrorFrameTest, TheErrorThatLeavesHasTheStandardDescription) {
+  try {
+    Procedure([] { throw RunTimeError{6, "secret"}; });
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const RunTimeError& error) {
+    EXPECT_EQ(error.number, 65535);
+    EXPECT_EQ(error.description, "Application-defined or object-defined error");
+  }
+  EXPECT_EQ(TakeReports().size(), 1U);
+}
+
+TEST_F(ErrorFrameTest, AProcedureWithAResultFailsLikeOneWithout) {
+  ErrorFrame frame(meter.Fields(), "Value");
+  const ErrorReport report = ReportOf([&] {
+    frame.Run([&]() -> std::int32_t {
+      STEP RaiseError(9);
+      STEP return 1;
+    });
+  });
+  EXPECT_EQ(report.ErrorNumber, 9);
+  EXPECT_EQ(report.procedure, "Value");
+}
+
+TEST_F(ErrorFrameTest, ARefusalPassesEveryFrameAsItIsAndUnreported) {
+  try {
+    Procedure([&] { Procedure([] { throw Refusal{445, "not here"}; }); });
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const Refusal& refusal) {
+    EXPECT_EQ(refusal.number, 445);
+    EXPECT_EQ(refusal.description, "not here");
+  }
+  EXPECT_EQ(module_dumps, 0);
+}
+
+TEST_F(ErrorFrameTest, AnErrorThatWasReportedBeforePassesUnreported) {
+  try {
+    Procedure([] { throw RunTimeError{65535, "as it came"}; });
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const RunTimeError& error) {
+    EXPECT_EQ(error.number, 65535);
+    EXPECT_EQ(error.description, "as it came");
+  }
+  EXPECT_EQ(module_dumps, 0);
+}
+
+// --- The report ----------------------------------------------------------------------------------
+
+TEST_F(ErrorFrameTest, NestedProceduresReportOnceWhereItHappened) {
+  Meter inner;
+  inner.m_lngReading = 99;
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Outer");
+    frame.Run([&] {
+      ErrorFrame middle(meter.Fields(), "Middle");
+      middle.Run([&] {
+        ErrorFrame innermost(inner.Fields(), "Inner");
+        innermost.Run([] { RaiseError(13); });
+      });
+    });
+  });
+  EXPECT_EQ(report.procedure, "Inner");
+  EXPECT_EQ(report.ErrorNumber, 13);
+  EXPECT_EQ(report.module_variables, "<m_lngReading>99</m_lngReading>\r\n");
+}
+
+TEST_F(ErrorFrameTest, AFaultWhileAnotherIsBeingHandledIsReportedToo) {
+  EXPECT_EQ(ErrorNumberOf([&] {
+              ErrorFrame frame(meter.Fields(), "Outer");
+              frame.Run([&] {
+                try {
+                  Procedure([] { RaiseError(5); });
+                } catch (const RunTimeError&) {
+                  RaiseError(6);
+                }
+              });
+            }),
+            65535);
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 2U);
+  EXPECT_EQ(reports[0].ErrorNumber, 5);
+  EXPECT_EQ(reports[1].ErrorNumber, 6);
+  EXPECT_EQ(reports[1].procedure, "Outer");
+}
+
+TEST_F(ErrorFrameTest, TheReportNamesModuleAndProcedure) {
+  const ErrorReport report = ReportOf([&] { Procedure([] { RaiseError(5); }); });
+  EXPECT_EQ(report.module, "Meter");
+  EXPECT_EQ(report.procedure, "Procedure");
+}
+
+TEST_F(ErrorFrameTest, TheReportNamesTheLineOfTheFailingStatement) {
+  int line = 0;
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Lines");
+    frame.Run([&] {
+      STEP line = 1;
+      STEP line = __LINE__ + 1;
+      STEP RaiseError(5);
+      STEP line = 2;
+    });
+  });
+  EXPECT_EQ(report.ErrorLine, line);
+}
+
+TEST_F(ErrorFrameTest, AFaultBeforeTheFirstNumberedStatementIsOnLineZero) {
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "NoLines");
+    frame.Run([] { RaiseError(5); });
+  });
+  EXPECT_EQ(report.ErrorLine, 0);
+}
+
+TEST_F(ErrorFrameTest, TheLineIsThatOfTheProcedureThatFailed) {
+  int line = 0;
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame outer(meter.Fields(), "Outer");
+    outer.Run([&] {
+      outer.line = __LINE__;
+      ErrorFrame frame(meter.Fields(), "Inner");
+      line = __LINE__ + 1;
+      frame.Run([&] { STEP RaiseError(5); });
+    });
+  });
+  EXPECT_EQ(report.ErrorLine, line);
+}
+
+TEST_F(ErrorFrameTest, ParametersAndLocalsAreShownByNameInTheirOrder) {
+  const std::int32_t Port = 7;
+  const bool MaintainSupply = true;
+  std::int32_t lngStatus = 3;
+  std::string strText = "x";
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Both", Parameters(NAMED(Port), NAMED(MaintainSupply)),
+                     Locals(NAMED(lngStatus), NAMED(strText)));
+    frame.Run([] { RaiseError(5); });
+  });
+  EXPECT_EQ(report.parameters, "<Port>7</Port>\r\n<MaintainSupply>True</MaintainSupply>\r\n");
+  EXPECT_EQ(report.local_variables, "<lngStatus>3</lngStatus>\r\n<strText>x</strText>\r\n");
+}
+
+TEST_F(ErrorFrameTest, EveryKindOfVariableCanBeShown) {
+  const std::int16_t Index = -2;
+  const ZentrelStatus status = S_BAD_SUM;
+  const float mark = 0.5F;
+  const std::vector<std::string> Keys = {"MIF"};
+  const std::array<std::uint8_t, 2> bytes{1, 2};
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(
+        meter.Fields(), "Kinds",
+        Parameters(NAMED(Index), NAMED(status), NAMED(mark), NAMED(Keys), NAMED(bytes)));
+    frame.Run([] { RaiseError(5); });
+  });
+  EXPECT_EQ(report.parameters,
+            "<Index>-2</Index>\r\n<status>4</status>\r\n<mark>0.5</mark>\r\n"
+            "<Keys Index=\"0\">MIF</Keys>\r\n"
+            "<bytes Index=\"0\">1</bytes>\r\n<bytes Index=\"1\">2</bytes>\r\n");
+}
+
+TEST_F(ErrorFrameTest, WithoutVariablesTheTextsAreEmpty) {
+  const ErrorReport report = ReportOf([&] { Procedure([] { RaiseError(5); }); });
+  EXPECT_EQ(report.parameters, "");
+  EXPECT_EQ(report.local_variables, "");
+}
+
+TEST_F(ErrorFrameTest, TheValuesAreThoseOfTheMomentOfTheFault) {
+  std::int32_t New_Util = 1;
+  std::int32_t lngCount = 1;
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Moment", Parameters(NAMED(New_Util)),
+                     Locals(NAMED(lngCount)));
+    frame.Run([&] {
+      STEP New_Util = 2;
+      STEP lngCount = 3;
+      STEP meter.m_lngReading = 4;
+      STEP RaiseError(5);
+    });
+  });
+  EXPECT_EQ(report.parameters, "<New_Util>2</New_Util>\r\n");
+  EXPECT_EQ(report.local_variables, "<lngCount>3</lngCount>\r\n");
+  EXPECT_EQ(report.module_variables, "<m_lngReading>4</m_lngReading>\r\n");
+}
+
+TEST_F(ErrorFrameTest, AFaultWhileDescribingTheFaultDoesNotHideIt) {
+  meter.unprintable = true;
+  EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
+  EXPECT_TRUE(TakeReports().empty());
+}
+
+// --- Where reports go ----------------------------------------------------------------------------
+
+/// Counts its reports and fails each time.
+class FailingSink : public ReportSink {
+ public:
+  void Report(const ErrorReport& /*report*/) override {
+    ++reports;
+    throw std::runtime_error("no service");
+  }
+  int reports = 0;
+};
+
+TEST_F(ErrorFrameTest, ASinkThatFailsDoesNotHideTheFault) {
+  FailingSink failing;
+  auto* const before = ExchangeReportSink(&failing);
+  EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
+  EXPECT_EQ(ExchangeReportSink(before), &failing);
+  EXPECT_EQ(failing.reports, 1);
+}
+
+TEST_F(ErrorFrameTest, WithASinkInForceTheDebuggerChannelStaysSilent) {
+  EXPECT_EQ(ReportOf([&] { Procedure([] { RaiseError(5); }); }).ErrorNumber, 5);
+  EXPECT_TRUE(TheWorld().debugger_lines.empty());
+}
+
+TEST_F(ErrorFrameTest, WithoutASinkTheReportGoesToTheDebuggerChannel) {
+  const std::int32_t Port = 7;
+  std::int32_t lngStatus = 3;
+  int line = 0;
+  auto* const before = ExchangeReportSink(nullptr);
+  const std::int32_t number = ErrorNumberOf([&] {
+    ErrorFrame frame(meter.Fields(), "Alone", Parameters(NAMED(Port)), Locals(NAMED(lngStatus)));
+    line = __LINE__ + 1;
+    frame.Run([&] { STEP throw RunTimeError{-5, "Odd"}; });
+  });
+  EXPECT_EQ(number, 65535);
+  EXPECT_EQ(ExchangeReportSink(before), nullptr);
+  EXPECT_EQ(TheWorld().debugger_lines,
+            (std::vector<std::string>{
+                "QmZentrel has encountered a problem. Module: Meter, Procedure: Alone, "
+                "Line Number: " +
+                std::to_string(line) +
+                ": Odd (-5)\r\n"
+                "<Port>7</Port>\r\n"
+                "<lngStatus>3</lngStatus>\r\n"
+                "<m_lngReading>12</m_lngReading>\r\n"}));
+}
+
+TEST_F(ErrorFrameTest, ADebuggerChannelThatFailsDoesNotHideTheFault) {
+  TheWorld().out_of_memory_in = {"DebuggerOutput"};
+  auto* const before = ExchangeReportSink(nullptr);
+  EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
+  ExchangeReportSink(before);
+}
+
+// --- The errors ----------------------------------------------------------------------------------
+
+TEST(RunTimeErrors, EachNumberHasItsStandardDescription) {
+  EXPECT_EQ(ErrorDescription(5), "Invalid procedure call or argument");
+  EXPECT_EQ(ErrorDescription(6), "Overflow");
+  EXPECT_EQ(ErrorDescription(7), "Out of memory");
+  EXPECT_EQ(ErrorDescription(9), "Subscript out of range");
+  EXPECT_EQ(ErrorDescription(13), "Type mismatch");
+  EXPECT_EQ(ErrorDescription(51), "Internal error");
+}
+
+TEST(RunTimeErrors, AnyOtherNumberIsAnApplicationsOrAnObjectsOwn) {
+  EXPECT_EQ(ErrorDescription(65535), "Application-defined or object-defined error");
+  EXPECT_EQ(ErrorDescription(0), "Application-defined or object-defined error");
+  EXPECT_EQ(ErrorDescription(-1), "Application-defined or object-defined error");
+}
+
+TEST(RunTimeErrors, RaiseErrorRaisesTheNumberWithItsDescription) {
+  RunTimeError raised{0, ""};
+  try {
+    RaiseError(9);
+  } catch (const RunTimeError& error) {
+    raised = error;
+  }
+  EXPECT_EQ(raised.number, 9);
+  EXPECT_EQ(raised.description, "Subscript out of range");
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

@@ -1,0 +1,176 @@
+// The small shared routines.
+#include <limits>
+
+#include "support/modCOM_Common.h"
+#include "support/modCOM_Hex.h"
+#include "support/modCOM_InDesignMode.h"
+#include "support/modCOM_IsWithinMinMax.h"
+#include "tests/core/core_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using modCOM_Common::StripBackslash;
+using modCOM_Hex::HexPad;
+using modCOM_IsWithinMinMax::IsWithinMinMax;
+
+// --- Hexadecimal text ----------------------------------------------------------------------------
+
+TEST(HexPad, With0Or1DigitsOrFewerItIsTheBareNumber) {
+  EXPECT_EQ(HexPad(255, 1), "FF");
+  EXPECT_EQ(HexPad(255, 0), "FF");
+  EXPECT_EQ(HexPad(255, -1), "FF");
+  EXPECT_EQ(HexPad(0, 0), "0");
+  EXPECT_EQ(HexPad(0, 1), "0");
+  EXPECT_EQ(HexPad(0x1234, 1), "1234");
+}
+
+TEST(HexPad, AShortNumberIsFilledWithZeros) {
+  EXPECT_EQ(HexPad(255, 6), "0000FF");
+  EXPECT_EQ(HexPad(10, 4), "000A");
+  EXPECT_EQ(HexPad(10, 2), "0A");
+  EXPECT_EQ(HexPad(0, 2), "00");
+  EXPECT_EQ(HexPad(1, 12), "000000000001");
+}
+
+TEST(HexPad, ANumberOfTheRightLengthStaysAsItIs) {
+  EXPECT_EQ(HexPad(0xAB, 2), "AB");
+  EXPECT_EQ(HexPad(0x7FFFFFFF, 8), "7FFFFFFF");
+}
+
+TEST(HexPad, ALongNumberIsCutOnTheLeft) {
+  EXPECT_EQ(HexPad(0x1234, 2), "34");
+  EXPECT_EQ(HexPad(0x1004, 2), "04");
+}
+
+TEST(HexPad, EveryDigitIsUpperCase) {
+  EXPECT_EQ(HexPad(0x01234567, 8), "01234567");
+  EXPECT_EQ(HexPad(static_cast<std::int32_t>(0x89ABCDEFU), 8), "89ABCDEF");
+}
+
+TEST(HexPad, ANegativeNumberIsItsTwosComplement) {
+  EXPECT_EQ(HexPad(-1, 0), "FFFFFFFF");
+  EXPECT_EQ(HexPad(-1, 4), "FFFF");
+  EXPECT_EQ(HexPad(-2, 8), "FFFFFFFE");
+  EXPECT_EQ(HexPad(-1, 10), "00FFFFFFFF");
+  EXPECT_EQ(HexPad(std::numeric_limits<std::int32_t>::min(), 1), "80000000");
+}
+
+// --- Range test ----------------------------------------------------------------------------------
+
+class RangeTest : public CoreTest {
+ protected:
+  static Variant Text(const char* text) { return std::string(text); }
+  static Variant Array() { return std::vector<std::string>{"a"}; }
+  static constexpr std::monostate kEmpty{};
+};
+
+TEST_F(RangeTest, BothEndsAreWithin) {
+  EXPECT_TRUE(IsWithinMinMax(5, 5, 10));
+  EXPECT_TRUE(IsWithinMinMax(7, 5, 10));
+  EXPECT_TRUE(IsWithinMinMax(10, 5, 10));
+  EXPECT_TRUE(IsWithinMinMax(5, 5, 5));
+}
+
+TEST_F(RangeTest, OutsideEitherEndIsNotWithin) {
+  EXPECT_FALSE(IsWithinMinMax(4, 5, 10));
+  EXPECT_FALSE(IsWithinMinMax(11, 5, 10));
+  EXPECT_FALSE(IsWithinMinMax(-7, 5, 10));
+}
+
+TEST_F(RangeTest, AnEmptyRangeHoldsNothing) {
+  EXPECT_FALSE(IsWithinMinMax(5, 10, 5));
+  EXPECT_FALSE(IsWithinMinMax(7, 10, 5));
+  EXPECT_FALSE(IsWithinMinMax(10, 10, 5));
+}
+
+TEST_F(RangeTest, TheLargestNumbersDoNotOverflow) {
+  constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
+  constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
+  EXPECT_TRUE(IsWithinMinMax(kLargest, kSmallest, kLargest));
+  EXPECT_TRUE(IsWithinMinMax(kSmallest, kSmallest, kLargest));
+  EXPECT_FALSE(IsWithinMinMax(kSmallest, kLargest, kLargest));
+}
+
+TEST_F(RangeTest, NumbersOfEveryTypeCompareAsNumbers) {
+  EXPECT_TRUE(IsWithinMinMax(std::int16_t{5}, 5, 5.5));
+  EXPECT_TRUE(IsWithinMinMax(5.25, 5, 5.5F));
+  EXPECT_FALSE(IsWithinMinMax(5.75, 5, 5.5F));
+  EXPECT_FALSE(IsWithinMinMax(4.75, std::int16_t{5}, 10));
+  EXPECT_TRUE(IsWithinMinMax(100, 9, 1000));  // as texts it would not be
+}
+
+TEST_F(RangeTest, TrueIsMinusOneAndFalseIsZero) {
+  EXPECT_TRUE(IsWithinMinMax(true, -1, -1));
+  EXPECT_TRUE(IsWithinMinMax(false, 0, 0));
+  EXPECT_FALSE(IsWithinMinMax(true, 0, 1));
+}
+
+TEST_F(RangeTest, TextsCompareWithoutCase) {
+  EXPECT_TRUE(IsWithinMinMax(Text("MIF"), Text("mif"), Text("mif")));
+  EXPECT_TRUE(IsWithinMinMax(Text("beta"), Text("ALPHA"), Text("Gamma")));
+  EXPECT_FALSE(IsWithinMinMax(Text("Alpha"), Text("beta"), Text("gamma")));
+  EXPECT_FALSE(IsWithinMinMax(Text("delta"), Text("alpha"), Text("BETA")));
+}
+
+TEST_F(RangeTest, ANumberIsBelowEveryText) {
+  EXPECT_TRUE(IsWithinMinMax(99, 5, Text("1")));
+  EXPECT_FALSE(IsWithinMinMax(99, Text("1"), Text("9")));
+  EXPECT_FALSE(IsWithinMinMax(Text("1"), 0, 5));
+  EXPECT_TRUE(IsWithinMinMax(Text("1"), 5, Text("1")));
+}
+
+TEST_F(RangeTest, EmptyIsZeroBesideANumber) {
+  EXPECT_TRUE(IsWithinMinMax(kEmpty, 0, 0));
+  EXPECT_FALSE(IsWithinMinMax(kEmpty, 1, 5));
+  EXPECT_TRUE(IsWithinMinMax(5, kEmpty, 5));
+  EXPECT_FALSE(IsWithinMinMax(5, 1, kEmpty));
+  EXPECT_TRUE(IsWithinMinMax(kEmpty, kEmpty, kEmpty));
+}
+
+TEST_F(RangeTest, EmptyIsTheEmptyTextBesideAText) {
+  EXPECT_TRUE(IsWithinMinMax(kEmpty, Text(""), Text("")));
+  EXPECT_TRUE(IsWithinMinMax(Text(""), kEmpty, kEmpty));
+  EXPECT_FALSE(IsWithinMinMax(kEmpty, Text("a"), Text("b")));
+  EXPECT_TRUE(IsWithinMinMax(Text("a"), kEmpty, Text("b")));
+  EXPECT_FALSE(IsWithinMinMax(Text("a"), Text(""), kEmpty));
+}
+
+TEST_F(RangeTest, AnArrayAnywhereIsATypeMismatch) {
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Array(), 0, 1); }), 13);
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(0, Array(), 1); }), 13);
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(0, 0, Array()); }), 13);
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Text("a"), Array(), Text("b")); }), 13);
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Array(), Text("a"), Text("b")); }), 13);
+}
+
+TEST_F(RangeTest, AnArrayAsTheUpperEndIsATypeMismatchEvenBelowTheLowerEnd) {
+  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(-1, 0, Array()); }), 13);
+}
+
+// --- Design-time test ----------------------------------------------------------------------------
+
+TEST(InDesignMode, ABuiltComponentIsNeverInDesignMode) {
+  EXPECT_FALSE(modCOM_InDesignMode::InDesignMode());
+}
+
+// --- Path separators -----------------------------------------------------------------------------
+
+TEST(StripBackslash, ATrailingBackslashIsTakenOff) {
+  EXPECT_EQ(StripBackslash("SOFTWARE\\"), "SOFTWARE");
+  EXPECT_EQ(StripBackslash("\\"), "");
+}
+
+TEST(StripBackslash, OnlyOneIsTakenOff) {
+  EXPECT_EQ(StripBackslash("SOFTWARE\\\\"), "SOFTWARE\\");
+}
+
+TEST(StripBackslash, APathWithoutATrailingBackslashStaysAsItIs) {
+  EXPECT_EQ(StripBackslash("SOFTWARE"), "SOFTWARE");
+  EXPECT_EQ(StripBackslash("\\SOFTWARE"), "\\SOFTWARE");
+  EXPECT_EQ(StripBackslash("SOFTWARE/"), "SOFTWARE/");
+  EXPECT_EQ(StripBackslash(""), "");
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

@@ -1,0 +1,366 @@
+// The supply of the box: maintained or on demand, its count-down, start-up pause and hold-off.
+#include "tests/core/core_test.h"
+#include "tests/core/zentrel_access.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using Journal = std::vector<std::string>;
+
+constexpr Milliseconds kTick{1000};
+
+class Power : public ZentrelTest {
+ protected:
+  void Command() {
+    Port().Answer(BoxStatusReply(0x21, 100, 0xA6, 0));
+    zentrel->BoxStatus();
+  }
+
+  std::vector<std::string> CommandJournal() {
+    TheWorld().TakeJournal();
+    Command();
+    return TheWorld().TakeJournal();
+  }
+
+  static int Count(const std::vector<std::string>& journal, const std::string& line) {
+    return static_cast<int>(std::count(journal.begin(), journal.end(), line));
+  }
+
+  /// Ticks pumped until the supply goes off, 0 when it does not within 200.
+  int TicksUntilOff() {
+    for (int tick = 1; tick <= 200; ++tick) {
+      TheWorld().Pump(kTick);
+      if (!ZentrelAccess::PowerEnabled(*zentrel)) return tick;
+    }
+    return 0;
+  }
+};
+
+TEST_F(Power, OnDemandTheSupplyGoesOffOnTheThirdTickWithATimeoutOf3) {
+  Open(false);
+  Command();
+  zentrel->PowerTimeout(3);
+  zentrel->Power(false);
+  TheWorld().TakeJournal();
+  TheWorld().Pump(kTick * 2);
+  EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
+  EXPECT_TRUE(Port().lines.dtr);
+  TheWorld().Pump(kTick);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply off", "timer off", "event False"}));
+}
+
+TEST_F(Power, ACommandWithinTheCountDownRunsWithoutThePauseAndWithoutAnEvent) {
+  Open(false);
+  Command();
+  TheWorld().Pump(kTick * 2);
+  EXPECT_EQ(Count(CommandJournal(), "pause 2500"), 0);
+  EXPECT_EQ(Count(CommandJournal(), "event True"), 0);
+  EXPECT_EQ(Count(CommandJournal(), "event False"), 0);
+}
+
+TEST_F(Power, ACommandStartsTheCountDownAnew) {
+  Open(false);
+  Command();
+  TheWorld().Pump(kTick * 59);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+}
+
+TEST_F(Power, ACommandAfterTheSupplyWentOffPaysTheStartUpPauseAndRaisesTheEvent) {
+  Open(false);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+  const auto journal = CommandJournal();
+  EXPECT_EQ(Count(journal, "pause 2500"), 1);
+  EXPECT_EQ(Count(journal, "event True"), 1);
+}
+
+TEST_F(Power, DuringACommandTheCountDownIsStopped) {
+  Open(false);
+  const auto journal = CommandJournal();
+  EXPECT_EQ(journal.front(), "timer off");
+  EXPECT_EQ(journal.back(), "timer on");
+}
+
+TEST_F(Power, ATickWithNothingLeftToCountDoesNothing) {
+  Open(false);
+  zentrel->PowerTimeout(0);
+  zentrel->Power(false);
+  TheWorld().TakeJournal();
+  TheWorld().Pump(kTick * 100);
+  EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
+  EXPECT_TRUE(Port().lines.dtr);
+}
+
+TEST_F(Power, ATimeoutOfZeroOrLessNeverSwitchesOff) {
+  for (const std::int32_t timeout : {0, -1, INT32_MIN}) {
+    Open(false);
+    zentrel->PowerTimeout(timeout);
+    zentrel->Power(false);
+    EXPECT_EQ(TicksUntilOff(), 0) << timeout;
+  }
+}
+
+TEST_F(Power, ABoxStatusFromASignatureA5BoxChangesTheClientsTimeoutTo20) {
+  Open(false);
+  zentrel->PowerTimeout(100);
+  Port().Answer(BoxStatusReply(0x21, 100, 0xA5, 0));
+  zentrel->BoxStatus();
+  EXPECT_EQ(zentrel->PowerTimeout(), 20);
+  EXPECT_EQ(TicksUntilOff(), 100) << "this count-down began before the reply was looked at";
+  Port().Answer(BoxStatusReply(0x21, 100, 0xA5, 0));
+  zentrel->BoxStatus();
+  EXPECT_EQ(TicksUntilOff(), 20);
+}
+
+TEST_F(Power, TheTimeoutIsStoredWithoutChecks) {
+  for (const std::int32_t timeout : {0, -5, INT32_MAX, INT32_MIN}) {
+    zentrel->PowerTimeout(timeout);
+    EXPECT_EQ(zentrel->PowerTimeout(), timeout);
+  }
+}
+
+TEST_F(Power, TurningPowerManagementOffWhileOnDemandSwitchesTheLineOnAtOnceWithAnEvent) {
+  Open(false);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+  TheWorld().TakeJournal();
+  zentrel->PowerManagement(false);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "event True"}));
+  const auto journal = CommandJournal();
+  EXPECT_EQ(Count(journal, "event True"), 1);
+  EXPECT_EQ(Count(journal, "event False"), 1);
+  EXPECT_EQ(Count(journal, "pause 2500"), 0);
+}
+
+TEST_F(Power, TurningPowerManagementOffDuringACountDownStopsIt) {
+  Open(false);
+  zentrel->PowerManagement(false);
+  EXPECT_EQ(TicksUntilOff(), 0);
+  EXPECT_TRUE(Port().lines.dtr);
+}
+
+TEST_F(Power, TurningPowerManagementOnStartsTheCountDownFromTheTimeout) {
+  Open(true);
+  zentrel->PowerTimeout(5);
+  zentrel->PowerManagement(true);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"timer on"}));
+  EXPECT_EQ(TicksUntilOff(), 5);
+}
+
+TEST_F(Power, MaintainedEveryCommandRaisesTrueThenFalseWhileTheLineStaysOn) {
+  Open(true);
+  const auto journal = CommandJournal();
+  EXPECT_EQ(Count(journal, "event True"), 1);
+  EXPECT_EQ(Count(journal, "event False"), 1);
+  EXPECT_EQ(Count(journal, "supply off"), 0);
+  EXPECT_TRUE(Port().lines.dtr);
+}
+
+TEST_F(Power, MaintainedTheSupplyNeverGoesOff) {
+  Open(true);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 0);
+}
+
+TEST_F(Power, SetByTheClientWhenOffOnDemandSwitchesOnWithPauseAndEvent) {
+  Open(false);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+  TheWorld().TakeJournal();
+  zentrel->Power(true);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "pause 2500", "event True"}));
+  EXPECT_EQ(TicksUntilOff(), 0) << "in use until the client says otherwise";
+  zentrel->Power(false);
+  EXPECT_EQ(TicksUntilOff(), 60);
+}
+
+TEST_F(Power, SetFalseByTheClientWhenOffOnDemandCountsDownToOffOnceMore) {
+  Open(false);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+  TheWorld().TakeJournal();
+  zentrel->Power(false);
+  TheWorld().Pump(kTick * 60);
+  EXPECT_EQ(TheWorld().TakeJournal(),
+            (Journal{"timer on", "supply off", "timer off", "event False"}));
+}
+
+TEST_F(Power, SetFalseByTheClientDuringACountDownStartsItAnew) {
+  Open(false);
+  TheWorld().Pump(kTick * 30);
+  zentrel->Power(false);
+  TheWorld().Pump(kTick * 30);
+  EXPECT_TRUE(ZentrelAccess::PowerEnabled(*zentrel));
+}
+
+TEST_F(Power, SetByTheClientInMaintainModeRaisesWhatWasAskedForAndKeepsTheLineOn) {
+  Open(true);
+  zentrel->Power(false);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "event False"}));
+  zentrel->Power(true);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "event True"}));
+}
+
+TEST_F(Power, SetBeforeAnyOpenIsRememberedAndCarriedByThePortThatOpens) {
+  zentrel->Power(true);  // a fresh object maintains
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"event True"}));
+  zentrel->DeviceOpen(kPort, true);
+  EXPECT_TRUE(TheWorld().journal.at(2).ends_with("supply DTR"));
+}
+
+TEST_F(Power, APortReopenedOnDemandWhileSuppliedCarriesTheSupplyFromTheStart) {
+  Open(false);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, false), S_OKAY);
+  EXPECT_EQ(Count(TheWorld().journal, "pause 2500"), 0);
+  EXPECT_TRUE(Port().lines.dtr);
+}
+
+TEST_F(Power, AfterDeviceCloseThePortOpensWithoutSupplyOnDemand) {
+  Open(false);
+  zentrel->DeviceClose();
+  TheWorld().TakeJournal();
+  zentrel->DeviceOpen(kPort, false);
+  bool opened_off = false;
+  for (const std::string& line : TheWorld().journal) {
+    opened_off = opened_off || (line.starts_with("open") && line.ends_with("supply off"));
+  }
+  EXPECT_TRUE(opened_off);
+  EXPECT_EQ(Count(TheWorld().journal, "pause 2500"), 1);
+}
+
+TEST_F(Power, NobodyNeedsToListen) {
+  zentrel->Events(nullptr);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+}
+
+// --- The hold-off after a box without a signature
+// --------------------------------------------------
+
+TEST_F(Power, OnDemandACommandAfterASignature0BoxWaitsForTheHoldOff) {
+  TheWorld().SetClock(1000);
+  Open(false);
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  const auto journal = CommandJournal();
+  EXPECT_EQ(journal.at(0), "timer off");
+  EXPECT_EQ(journal.at(1), "wait 3750");
+  EXPECT_EQ(journal.at(2), "write 80");
+}
+
+TEST_F(Power, MaintainedThereIsNoHoldOff) {
+  Open(true);
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  for (const std::string& line : CommandJournal()) EXPECT_FALSE(line.starts_with("wait"));
+}
+
+TEST_F(Power, TheHoldOffYieldsToTheMessageLoop) {
+  Open(false);
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  bool ran = false;
+  TheWorld().Post(Milliseconds(1000), [&] { ran = true; });
+  Command();
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(Power, TheHoldOffFollowsTheStartUpPauseWhenTheSupplyIsOff) {
+  TheWorld().SetClock(1000);
+  Open(false);
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  zentrel->PowerTimeout(1);
+  zentrel->Power(false);
+  TheWorld().Pump(kTick);
+  const auto journal = CommandJournal();
+  // 1 s of the hold-off passed with the tick and 2.5 s with the pause.
+  EXPECT_EQ(journal, (Journal{"supply DTR", "pause 2500", "event True", "wait 250", "write 80",
+                              "read 1 within 2500: 21", "read 6 within 12500: 64 A6 00 00 00 2B",
+                              "timer on"}));
+}
+
+TEST_F(Power, AQuitMessageInTheHoldOffIsPostedAgainOnceAfterIt) {
+  Open(false);
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  TheWorld().PostQuit(Milliseconds(100), 1);
+  TheWorld().PostQuit(Milliseconds(200), 2);
+  Command();
+  EXPECT_EQ(TheWorld().quits_reposted, (std::vector<std::uintptr_t>{2}));
+}
+
+// --- Faults and nesting --------------------------------------------------------------------------
+
+TEST_F(Power, WithoutATimerTheCommandFailsWithNoTimersAvailable) {
+  Open(false);
+  TheWorld().out_of_timers = true;
+  EXPECT_EQ(ErrorNumberOf([&] { Command(); }), 65535);
+  const auto reports = TakeReports();
+  ASSERT_FALSE(reports.empty());
+  EXPECT_EQ(static_cast<std::uint32_t>(reports[0].ErrorNumber), 0x80047925U);
+  EXPECT_EQ(reports[0].ErrorDescription, "No timers available");
+  EXPECT_EQ(reports[0].module, "XTimer");
+  EXPECT_EQ(reports[0].procedure, "Enabled");
+  EXPECT_EQ(reports.size(), 1U);
+}
+
+TEST_F(Power, AClientThatCallsAgainFromWithinTheEventIsServed) {
+  Open(false);
+  Command();
+  EXPECT_EQ(TicksUntilOff(), 60);
+  ZentrelStatus nested = S_BAD_DATA;
+  on_event = [&](bool on) {
+    if (!on) return;
+    on_event = nullptr;
+    Port().Answer(BoxStatusReply(0x55, 100, 0xA6, 0));
+    nested = zentrel->BoxStatus();
+  };
+  Port().reactions.clear();
+  zentrel->BoxStatus();
+  EXPECT_EQ(nested, S_OKAY);
+}
+
+TEST_F(Power, AClientMayReleaseItsLastReferenceInTheEvent) {
+  Open(true);
+  Zentrel& object = *zentrel;
+  const auto keep_alive = object.shared_from_this();  // as the shell holds it during a call
+  on_event = [&](bool) {
+    on_event = nullptr;
+    zentrel.reset();
+  };
+  Port().Answer(BoxStatusReply(0x21, 100, 0xA6, 0));
+  EXPECT_EQ(object.BoxStatus(), S_OKAY);
+  object.Events(nullptr);
+}
+
+TEST_F(Power, DuringAVerifyDelayTheSupplyMayGoOffAndComesBackForTheCommand) {
+  Open(false);
+  zentrel->VDelay(10'000);
+  Port().Answer(Block1Reply({}));
+  ASSERT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  zentrel->PowerTimeout(3);
+  zentrel->Power(false);
+  TheWorld().TakeJournal();
+  Port().Answer(Block1Reply({}));
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  auto journal = TheWorld().TakeJournal();
+  journal.resize(8);
+  EXPECT_EQ(journal, (Journal{"wait 3000", "supply off", "timer off", "event False", "wait 7000",
+                              "log ReadXpdr", "supply DTR", "pause 2500"}));
+}
+
+TEST_F(Power, TwoObjectsHaveTheirOwnCountDowns) {
+  TheWorld().ports[8];
+  const auto other = Zentrel::Create();
+  other->DeviceOpen(8, false);
+  Open(false);
+  other->PowerTimeout(5);
+  other->Power(false);
+  TheWorld().Pump(kTick * 5);
+  EXPECT_FALSE(TheWorld().ports[8].lines.dtr);
+  EXPECT_TRUE(Port().lines.dtr);
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

@@ -1,0 +1,123 @@
+#include <algorithm>
+
+#include "platform/serial_port.h"
+#include "tests/fakes/fake_world.h"
+
+namespace qmzentrel::platform {
+namespace {
+
+using fakes::FakePort;
+using fakes::Microseconds;
+using fakes::Milliseconds;
+using fakes::TheWorld;
+
+std::string NameOf(ModemLines lines) {
+  if (lines.dtr && lines.rts) return "DTR and RTS";
+  return lines.dtr ? "DTR" : lines.rts ? "RTS" : "off";
+}
+
+std::string NameOf(const SerialSettings& settings) {
+  return std::to_string(settings.baud_rate) + " baud, parity " + std::to_string(settings.parity) +
+         ", " + std::to_string(settings.data_bits) + " data, stop setting " +
+         std::to_string(settings.stop_bits);
+}
+
+}  // namespace
+
+struct SerialPort::State {
+  std::int32_t number = 0;
+
+  FakePort* Port() const {
+    const auto port = TheWorld().ports.find(number);
+    return number != 0 && port != TheWorld().ports.end() ? &port->second : nullptr;
+  }
+};
+
+SerialPort::SerialPort() : state_(std::make_unique<State>()) {}
+SerialPort::~SerialPort() {
+  Close();
+}
+
+bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
+  Close();
+  const auto found = TheWorld().ports.find(number);
+  const bool usable = found != TheWorld().ports.end() && !found->second.open &&
+                      !found->second.refuses_settings && !found->second.vanished;
+  TheWorld().Note("open COM" + std::to_string(number) + " (" + NameOf(settings) + "), supply " +
+                  NameOf(lines) + (usable ? "" : ": refused"));
+  if (!usable) return false;
+  FakePort& port = found->second;
+  port.open = true;
+  port.settings = settings;
+  port.lines = lines;
+  port.incoming.clear();
+  state_->number = number;
+  return true;
+}
+
+bool SerialPort::IsOpen() const {
+  return state_->number != 0;
+}
+
+void SerialPort::Close() {
+  if (!IsOpen()) return;
+  TheWorld().Note("close COM" + std::to_string(state_->number));
+  if (FakePort* port = state_->Port()) {
+    port->open = false;
+    port->lines = {};
+  }
+  state_->number = 0;
+}
+
+void SerialPort::ClearReceiveBuffer() {
+  FakePort* port = state_->Port();
+  if (!port) return;
+  port->incoming.erase(port->incoming.begin(), port->incoming.upper_bound(TheWorld().now));
+}
+
+bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
+  FakePort* port = state_->Port();
+  if (!port) return false;
+  TheWorld().Note("write " + fakes::Hex(bytes));
+  if (port->vanished) return false;
+  port->written.emplace_back(bytes.begin(), bytes.end());
+  fakes::Reaction reaction;
+  if (!port->reactions.empty()) {
+    reaction = std::move(port->reactions.front());
+    port->reactions.pop_front();
+  } else if (port->device) {
+    reaction = port->device(bytes);
+  }
+  Microseconds time = TheWorld().now;
+  for (const fakes::Chunk& chunk : reaction) {
+    time += chunk.after;
+    for (const std::uint8_t byte : chunk.bytes) port->incoming.emplace(time, byte);
+  }
+  return true;
+}
+
+std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {
+  FakePort* port = state_->Port();
+  if (!port) return 0;
+  fakes::World& world = TheWorld();
+  const Microseconds deadline = world.now + Milliseconds(timeout_ms);
+  std::size_t count = 0;
+  while (!port->vanished && count < buffer.size() && !port->incoming.empty() &&
+         port->incoming.begin()->first <= deadline) {
+    const auto byte = port->incoming.begin();
+    world.now = std::max(world.now, byte->first);
+    buffer[count++] = byte->second;
+    port->incoming.erase(byte);
+  }
+  if (count < buffer.size()) world.now = std::max(world.now, deadline);
+  world.Note("read " + std::to_string(buffer.size()) + " within " + std::to_string(timeout_ms) +
+             ": " + (count == 0 ? "nothing" : fakes::Hex(buffer.first(count))));
+  return count;
+}
+
+void SerialPort::SetLines(ModemLines lines) {
+  TheWorld().Note("supply " + NameOf(lines));
+  if (FakePort* port = state_->Port()) port->lines = lines;
+}
+
+}  // namespace qmzentrel::platform
