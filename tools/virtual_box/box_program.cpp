@@ -1,0 +1,147 @@
+#include "tools/virtual_box/box_program.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <variant>
+
+#include "tools/virtual_box/event_wait.h"
+#include "tools/virtual_box/stop_signal.h"
+
+namespace qmzentrel::virtual_box {
+namespace {
+
+void PrintLine(std::FILE* file, const std::string& text) {
+  std::fprintf(file, "%s\n", text.c_str());
+  std::fflush(file);
+}
+
+// Written aside and renamed: whoever finds the file finds the whole number in it.
+bool WriteNumber(const std::string& path, unsigned number) {
+  const std::string fresh = path + ".new";
+  std::FILE* file = std::fopen(fresh.c_str(), "w");
+  if (file == nullptr) return false;
+  PrintLine(file, std::to_string(number));
+  std::fclose(file);
+  std::error_code error;
+  std::filesystem::rename(fresh, path, error);
+  return !error;
+}
+
+}  // namespace
+
+BoxProgram::BoxProgram(const Options& options)
+    : options_(options),
+      model_([this](const LogLine& line) { log_.Add(line); }),
+      supply_(options.supply),
+      port_(options.port),
+      control_(model_, log_, supply_, *this) {}
+
+BoxProgram::~BoxProgram() {
+  std::error_code error;
+  if (!options_.control_file.empty()) std::filesystem::remove(options_.control_file, error);
+  if (log_file_ != nullptr) std::fclose(log_file_);
+}
+
+std::string BoxProgram::Prepare() {
+  for (const std::string& command : options_.commands) {
+    const auto result = control_.Execute(command, MonotonicNow());
+    const auto* const answer = std::get_if<ControlAnswer>(&result);
+    if (answer == nullptr) return "not possible at the start: " + command;
+    if (!answer->ok) return answer->text;
+  }
+  return {};
+}
+
+std::string BoxProgram::Start() {
+  if (!options_.log_file.empty()) {
+    log_file_ = std::fopen(options_.log_file.c_str(), "w");
+    if (log_file_ == nullptr) return "cannot write " + options_.log_file;
+    log_.AddSink([this](const std::string& text) { PrintLine(log_file_, text); });
+  }
+  // Supplied from the start where the box has a supply of its own; else it waits for its line.
+  model_.SetSupply(supply_.IsOn(), MonotonicNow());
+  std::string reason = Plug();
+  if (!reason.empty()) return reason;
+  if (supply_.Choice() != SupplyChoice::kNone && !port_.HasLines()) {
+    return "the port " + port_.Name() + " shows no modem lines: use --supply none";
+  }
+  std::string ready = "ready port=" + port_.Name();
+  if (options_.control_port) {
+    if (!server_.Listen(*options_.control_port)) {
+      return "cannot listen on port " + std::to_string(*options_.control_port);
+    }
+    ready += " control=" + std::to_string(server_.Port());
+    if (!options_.control_file.empty() && !WriteNumber(options_.control_file, server_.Port())) {
+      return "cannot write " + options_.control_file;
+    }
+  }
+  PrintLine(stdout, ready);
+  if (options_.trace) {
+    for (const std::string& text : log_.Lines()) PrintLine(stdout, text);
+    log_.AddSink([](const std::string& text) { PrintLine(stdout, text); });
+  }
+  return {};
+}
+
+void BoxProgram::Run() {
+  const StopSignal stop;
+  EventWait wait;
+  while (!quitting_ && !stop.IsRaised()) {
+    wait.Clear();
+    wait.Add(stop.Handle());
+    port_.AddTo(wait);
+    server_.AddTo(wait);
+    wait.Until(NextDue());
+
+    server_.Collect();
+    const Time now = MonotonicNow();
+    // The lines before the bytes: a client may switch the supply on and send in one go.
+    TakeLines(now);
+    const Bytes received = port_.Read();
+    if (!received.empty()) model_.Receive(received, now);
+    const BoxModel::Output output = model_.Advance(now);
+    port_.Write(output.bytes);
+    if (output.unplug) Unplug();
+    server_.Serve(control_, log_, now);
+  }
+}
+
+std::string BoxProgram::Plug() {
+  if (IsPlugged()) return "plugged already";
+  std::string reason = port_.Plug();
+  if (reason.empty()) LogEvent("plugged, port " + port_.Name());
+  return reason;
+}
+
+void BoxProgram::Unplug() {
+  if (!IsPlugged()) return;
+  const Time now = MonotonicNow();
+  port_.Unplug();
+  model_.DropTraffic(now);
+  LogEvent("unplugged");
+  // The lines end with the cable.
+  if (supply_.Standing().dtr || supply_.Standing().rts) supply_.Add({now, false, false});
+  model_.SetSupply(supply_.IsOn(), now);
+}
+
+std::optional<Time> BoxProgram::NextDue() const {
+  const auto model = model_.NextDue();
+  const auto server = server_.NextDue();
+  if (!model || !server) return model ? model : server;
+  return std::min(*model, *server);
+}
+
+void BoxProgram::TakeLines(Time now) {
+  for (const LineChange& change : port_.TakeLineChanges()) {
+    supply_.Add(change);
+    model_.SetSupply(supply_.IsOn(), std::min(change.time, now));
+  }
+}
+
+void BoxProgram::LogEvent(const std::string& meaning) {
+  log_.Add({MonotonicNow(), Time::zero(), LogMark::kEvent, {}, meaning});
+}
+
+}  // namespace qmzentrel::virtual_box

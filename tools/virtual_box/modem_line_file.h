@@ -1,0 +1,37 @@
+// The file in which a pseudo-terminal's modem lines are kept: the preloaded modem-lines library
+// writes it in the client's process, the box reads it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/virtual_box/file_descriptor.h"
+#include "tools/virtual_box/supply_line.h"
+
+namespace qmzentrel::virtual_box {
+
+class ModemLineFile {
+ public:
+  ModemLineFile() = default;
+  ~ModemLineFile() { Remove(); }
+  ModemLineFile(const ModemLineFile&) = delete;
+  ModemLineFile& operator=(const ModemLineFile&) = delete;
+
+  /// Makes an empty file (both lines off) and watches it; the reason when that fails, else empty.
+  std::string Create(const std::string& path);
+  void Remove();
+
+  /// Becomes readable when the file has changed.
+  int WatchHandle() const { return watch_.Get(); }
+
+  /// The records that have been added since the last call.
+  std::vector<LineChange> TakeChanges();
+
+ private:
+  std::string path_;
+  FileDescriptor file_;
+  FileDescriptor watch_;
+  std::string partial_;
+};
+
+}  // namespace qmzentrel::virtual_box
