@@ -15,7 +15,8 @@ if(WIN32)
   # Non-call exceptions: a processor exception leaves a statement as an ordinary error does.
   # Realigned stack: Windows promises 4-byte alignment at every entry, the compiler assumes 16.
   target_compile_options(qmzentrel_options INTERFACE
-    -msse2 -mfpmath=sse -fnon-call-exceptions -fasynchronous-unwind-tables -mstackrealign)
+    -msse2 -mfpmath=sse -fnon-call-exceptions -fasynchronous-unwind-tables -mstackrealign
+    -ffunction-sections -fdata-sections)
   target_compile_definitions(qmzentrel_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE _WIN32_WINNT=0x0601)
   # Nothing that a client would have to install beside the DLL.

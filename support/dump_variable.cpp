@@ -1,6 +1,7 @@
 #include "support/dump_variable.h"
 
-#include <charconv>
+#include <cstdio>
+#include <cstdlib>
 
 namespace qmzentrel {
 namespace {
@@ -45,10 +46,13 @@ std::string DumpVariable(std::string_view name, std::int32_t value) {
 }
 
 std::string DumpVariable(std::string_view name, float value) {
-  // Shortest digits that read back as the same Single.
+  // The fewest digits that read back as the same Single; nine always do.
   char digits[32];
-  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-  return Entry(name, std::string_view(digits, static_cast<std::size_t>(end - digits)), name);
+  for (int precision = 6; precision <= 9; ++precision) {
+    std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
+    if (std::strtof(digits, nullptr) == value) break;
+  }
+  return Entry(name, digits, name);
 }
 
 std::string DumpVariable(std::string_view name, const std::string& value) {

@@ -17,6 +17,8 @@ std::string DumpVariable(std::string_view name, bool value);
 std::string DumpVariable(std::string_view name, std::int32_t value);
 std::string DumpVariable(std::string_view name, float value);
 std::string DumpVariable(std::string_view name, const std::string& value);
+/// A text literal would pass for a Boolean.
+std::string DumpVariable(std::string_view name, const char* value) = delete;
 inline std::string DumpVariable(std::string_view name, std::int16_t value) {
   return DumpVariable(name, std::int32_t{value});
 }

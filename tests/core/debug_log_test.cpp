@@ -20,7 +20,8 @@ class DebugLog : public CoreTest {
  protected:
   void SetUp() override {
     CoreTest::SetUp();
-    TheWorld().wall_start_days = 46342.0 + (1 * 3600 + 47 * 60 + 2) / 86400.0;
+    // A quarter past the second, so that no rounding decides which second is shown.
+    TheWorld().wall_start_days = 46342.0 + (1 * 3600 + 47 * 60 + 2.25) / 86400.0;
   }
 
   /// Starts the log afresh, with these masks, and forgets what the debugger saw of that.
@@ -87,7 +88,7 @@ TEST_F(DebugLog, TheTimeStampIsThatOfTheEvent) {
 }
 
 TEST_F(DebugLog, TheHoursAreThoseOfThe24HourClock) {
-  TheWorld().SetClock(23 * 3600 + 5 * 60 + 9);
+  TheWorld().SetClock(23 * 3600 + 5 * 60 + 9.25);
   Output("late");
   EXPECT_EQ(TakeDebuggerLines(), (Lines{"16 Nov 2026, 23:05:09  INFO   late"}));
 }

@@ -119,7 +119,10 @@ std::string FormatNumber(double value, std::string_view format) {
   const std::size_t point = format.find('.');
   const auto places = point == std::string_view::npos ? 0 : format.size() - point - 1;
   char text[64];
-  std::snprintf(text, sizeof text, "%.*f", static_cast<int>(places), value);
+  // Automation rounds a half away from zero.
+  const double scale = std::pow(10.0, static_cast<double>(places));
+  std::snprintf(text, sizeof text, "%.*f", static_cast<int>(places),
+                std::round(value * scale) / scale);
   return text;
 }
 

@@ -41,12 +41,14 @@ float SecondsSinceMidnight() {
 }
 
 double LocalDate() {
-  return TheWorld().WallDays();
+  const double seconds = TheWorld().WallDays() * 86400.0;
+  // Whole seconds, as the operating system gives it; a double of days is good for microseconds.
+  return std::floor(seconds + 1e-5) / 86400.0;
 }
 
 void Pause(std::int32_t milliseconds) {
   TheWorld().Note("pause " + std::to_string(milliseconds));
-  TheWorld().Advance(Milliseconds(milliseconds));
+  TheWorld().Advance(Milliseconds(std::max(milliseconds, 0)));
 }
 
 void YieldingWait::Turn(std::int32_t milliseconds) {
@@ -61,7 +63,9 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
 }
 
 YieldingWait::~YieldingWait() {
-  if (quit_seen_) TheWorld().quits_reposted.push_back(quit_code_);
+  if (!quit_seen_) return;
+  TheWorld().quits_reposted.push_back(quit_code_);
+  TheWorld().PostQuit(Milliseconds(0), quit_code_);
 }
 
 std::int32_t StartTimer(std::int32_t interval_ms, TimerCallback callback) {

@@ -1,0 +1,40 @@
+// The string type of OLE Automation, owned.
+#pragma once
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <oleauto.h>
+
+#include <new>
+#include <string_view>
+
+namespace qmzentrel::platform {
+
+/// A BSTR that is freed with its owner. Null stands for the empty text, as everywhere in
+/// automation.
+class OwnedBstr {
+ public:
+  OwnedBstr() = default;
+  /// Throws std::bad_alloc.
+  explicit OwnedBstr(std::wstring_view text)
+      : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {
+    if (text_ == nullptr) throw std::bad_alloc();
+  }
+  ~OwnedBstr() { SysFreeString(text_); }
+  OwnedBstr(const OwnedBstr&) = delete;
+  OwnedBstr& operator=(const OwnedBstr&) = delete;
+
+  BSTR Get() const { return text_; }
+  std::wstring_view View() const {
+    return text_ == nullptr ? std::wstring_view() : std::wstring_view(text_, SysStringLen(text_));
+  }
+
+  /// For a call that hands a BSTR out. Only while this one is null.
+  BSTR* Receive() { return &text_; }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+}  // namespace qmzentrel::platform

@@ -1,0 +1,38 @@
+#include "platform/message_loop.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace qmzentrel::platform {
+namespace {
+
+// A window that never validates its area, or a handler that posts to itself, always has one more
+// message waiting; the waiting caller must come back to look at its clock all the same.
+constexpr int kMessagesPerTurn = 64;
+
+}  // namespace
+
+YieldingWait::~YieldingWait() {
+  if (quit_seen_) PostQuitMessage(static_cast<int>(quit_code_));
+}
+
+void YieldingWait::Turn(std::int32_t milliseconds) {
+  // MWMO_INPUTAVAILABLE: wake for messages that were looked at and left in the queue, too.
+  MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(std::max(milliseconds, 0)),
+                              QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+  MSG message;
+  for (int dispatched = 0;
+       dispatched < kMessagesPerTurn && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE;
+       ++dispatched) {
+    if (message.message == WM_QUIT) {
+      quit_seen_ = true;
+      quit_code_ = message.wParam;
+      continue;
+    }
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+}
+
+}  // namespace qmzentrel::platform

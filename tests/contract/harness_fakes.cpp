@@ -1,0 +1,140 @@
+// The harness over the in-memory world.
+#include <utility>
+
+#include "tests/contract/harness.h"
+#include "tests/fakes/fake_world.h"
+
+namespace qmzentrel::contract {
+namespace {
+
+constexpr std::int32_t kDevicePort = 7;
+constexpr std::int32_t kMissingPort = 8;
+
+fakes::FakePort& Device() {
+  return fakes::TheWorld().ports.at(kDevicePort);
+}
+
+}  // namespace
+
+void BeginTest() {
+  fakes::ResetWorld();
+}
+void EndTest() {}
+
+double MonotonicMs() {
+  return std::chrono::duration<double, std::milli>(fakes::TheWorld().now).count();
+}
+
+void PostCall(std::function<void()> call) {
+  PostCallLater(0, std::move(call));
+}
+
+void PostCallLater(std::int32_t in_ms, std::function<void()> call) {
+  fakes::TheWorld().Post(fakes::Milliseconds(in_ms), std::move(call));
+}
+
+void PostQuit(int code) {
+  fakes::TheWorld().PostQuit(fakes::Milliseconds(0), static_cast<std::uintptr_t>(code));
+}
+
+// Dispatches everything else that is due: the tests ask when nothing is.
+std::optional<int> TakeQuit() {
+  std::vector<std::uintptr_t> codes;
+  fakes::TheWorld().DispatchDue([&codes](std::uintptr_t code) { codes.push_back(code); });
+  if (codes.empty()) return std::nullopt;
+  for (auto code = codes.begin() + 1; code != codes.end(); ++code) {
+    fakes::TheWorld().PostQuit(fakes::Milliseconds(0), *code);
+  }
+  return static_cast<int>(codes.front());
+}
+
+void PutRegistryValue(const std::string& path, const std::string& name, std::uint32_t type,
+                      std::string_view bytes) {
+  fakes::TheWorld().registry[path][name] = {type, std::string(bytes)};
+}
+
+void RemoveTestKey() {
+  std::erase_if(fakes::TheWorld().registry,
+                [](const auto& key) { return key.first.starts_with(kTestKey); });
+}
+
+std::string FreshFilePath(const std::string& name) {
+  const std::string path = "C:\\logs\\" + name;
+  fakes::TheWorld().files.erase(path);
+  return path;
+}
+
+std::string PathInMissingFolder() {
+  const std::string path = "C:\\missing\\file.log";
+  fakes::TheWorld().unwritable.insert(path);
+  return path;
+}
+
+std::optional<std::string> FileBytes(const std::string& path) {
+  const auto& files = fakes::TheWorld().files;
+  const auto file = files.find(path);
+  return file == files.end() ? std::nullopt : std::optional(file->second);
+}
+
+std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body) {
+  fakes::TheWorld().debugger_lines.clear();
+  body();
+  return fakes::TheWorld().debugger_lines;
+}
+
+bool HasSerialDevice() {
+  return true;
+}
+std::int32_t DevicePort() {
+  return kDevicePort;
+}
+std::int32_t MissingPort() {
+  return kMissingPort;
+}
+bool SystemGuardsPorts() {
+  return true;
+}
+
+void ResetDevice() {
+  fakes::TheWorld().ports[kDevicePort] = {};
+}
+
+void WithRefusedSettings(const std::function<void(const platform::SerialSettings&)>& body) {
+  Device().refuses_settings = true;
+  body({});
+  Device().refuses_settings = false;
+}
+
+void DeviceAnswers(const std::vector<std::uint8_t>& bytes) {
+  Device().Answer(bytes);
+}
+
+void DeviceSends(const std::vector<std::uint8_t>& bytes) {
+  for (const std::uint8_t byte : bytes) Device().incoming.emplace(fakes::TheWorld().now, byte);
+}
+
+std::vector<std::uint8_t> DeviceReceived(std::size_t) {
+  std::vector<std::uint8_t> received;
+  for (const auto& bytes : Device().written) {
+    received.insert(received.end(), bytes.begin(), bytes.end());
+  }
+  return received;
+}
+
+bool DeviceSeesLines(platform::ModemLines lines) {
+  return Device().lines == lines;
+}
+
+// The world keeps no history of the lines: their changes are in its journal, in words.
+std::vector<platform::ModemLines> LineHistoryAtDevice() {
+  return {Device().lines};
+}
+
+void DeviceVanishes() {
+  Device().vanished = true;
+}
+void DeviceComesBack() {
+  Device().vanished = false;
+}
+
+}  // namespace qmzentrel::contract

@@ -1,0 +1,301 @@
+// The harness over the operating system, with a virtual box behind the serial port.
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/win32/handle.h"
+#include "platform/win32/wide.h"
+#include "tests/contract/harness.h"
+#include "tools/virtual_box/control_client.h"
+
+namespace qmzentrel::contract {
+namespace {
+
+using platform::OwnedHandle;
+using virtual_box::ControlClient;
+
+constexpr UINT kCallMessage = WM_APP;
+constexpr std::int32_t kMissingPort = 251;
+// How long something may take to cross from one process to the other.
+constexpr DWORD kPatienceMs = 5000;
+
+using Call = std::function<void()>;
+
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wide, LPARAM call) {
+  if (message != kCallMessage) return DefWindowProcW(window, message, wide, call);
+  (*std::unique_ptr<Call>(reinterpret_cast<Call*>(call)))();
+  return 0;
+}
+
+// The window of the thread that runs the tests.
+HWND CallWindow() {
+  static const HWND window = [] {
+    WNDCLASSW window_class{};
+    window_class.lpfnWndProc = OnMessage;
+    window_class.hInstance = GetModuleHandleW(nullptr);
+    window_class.lpszClassName = L"QmZentrelContractTest";
+    RegisterClassW(&window_class);
+    return CreateWindowExW(0, window_class.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                           window_class.hInstance, nullptr);
+  }();
+  return window;
+}
+
+void Post(HWND window, std::unique_ptr<Call> call) {
+  PostMessageW(window, kCallMessage, 0, reinterpret_cast<LPARAM>(call.release()));
+}
+
+struct LaterCall {
+  HWND window;
+  DWORD in_ms;
+  std::unique_ptr<Call> call;
+};
+
+DWORD WINAPI PostLater(void* parameter) {
+  const std::unique_ptr<LaterCall> later(static_cast<LaterCall*>(parameter));
+  Sleep(later->in_ms);
+  Post(later->window, std::move(later->call));
+  return 0;
+}
+
+std::vector<std::wstring>& FilesToRemove() {
+  static std::vector<std::wstring> files;
+  return files;
+}
+
+std::vector<std::string>* g_debugger_lines = nullptr;
+
+// OutputDebugStringA raises an exception for a debugger to see: length with the zero, and text.
+LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
+  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+  constexpr DWORD kDebuggerPrint = 0x40010006;
+  if (record.ExceptionCode != kDebuggerPrint) return EXCEPTION_CONTINUE_SEARCH;
+  g_debugger_lines->emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]),
+                                 record.ExceptionInformation[0] - 1);
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+// The number that a variable holds, behind the address if there is one: "7", "127.0.0.1:40000".
+std::optional<std::uint16_t> NumberFromEnvironment(const char* name) {
+  const char* const value = std::getenv(name);
+  if (value == nullptr) return std::nullopt;
+  std::string text(value);
+  text.erase(0, text.rfind(':') + 1);  // From 0 on when there is no colon.
+  const auto number = virtual_box::ParseNumber(text, 0xFFFF);
+  if (!number) throw std::runtime_error(std::string(name) + " holds no number");
+  return static_cast<std::uint16_t>(*number);
+}
+
+// A command to the box; throws when it is refused, which ends the test with the reason.
+ControlClient::Answer TellBox(const std::string& command) {
+  static ControlClient client;
+  static const bool connected = client.Connect(NumberFromEnvironment("QMZ_BOX_CONTROL").value());
+  if (!connected) throw std::runtime_error("no virtual box at QMZ_BOX_CONTROL");
+  ControlClient::Answer answer = client.Command(command);
+  if (!answer.ok) throw std::runtime_error("virtual box: " + command + ": " + answer.text);
+  return answer;
+}
+
+std::string Hex(const std::vector<std::uint8_t>& bytes) {
+  return virtual_box::HexText(bytes);
+}
+
+std::vector<virtual_box::LogLine> BoxLog() {
+  std::vector<virtual_box::LogLine> log;
+  for (const std::string& text : TellBox("log").lines) {
+    if (const auto line = virtual_box::ParseLogLine(text)) log.push_back(*line);
+  }
+  return log;
+}
+
+platform::ModemLines ParseLines(const std::string& entry) {
+  return {entry.find("dtr=1") != std::string::npos, entry.find("rts=1") != std::string::npos};
+}
+
+}  // namespace
+
+void BeginTest() {
+  CallWindow();
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+    if (message.message == kCallMessage) delete reinterpret_cast<Call*>(message.lParam);
+  }
+}
+
+void EndTest() {
+  for (const std::wstring& file : FilesToRemove()) DeleteFileW(file.c_str());
+  FilesToRemove().clear();
+}
+
+double MonotonicMs() {
+  LARGE_INTEGER frequency;
+  LARGE_INTEGER count;
+  QueryPerformanceFrequency(&frequency);
+  QueryPerformanceCounter(&count);
+  return static_cast<double>(count.QuadPart) * 1000.0 / static_cast<double>(frequency.QuadPart);
+}
+
+void PostCall(std::function<void()> call) {
+  Post(CallWindow(), std::make_unique<Call>(std::move(call)));
+}
+
+void PostCallLater(std::int32_t in_ms, std::function<void()> call) {
+  auto later = std::make_unique<LaterCall>(
+      LaterCall{CallWindow(), static_cast<DWORD>(in_ms), std::make_unique<Call>(std::move(call))});
+  const OwnedHandle thread(CreateThread(nullptr, 0, PostLater, later.release(), 0, nullptr));
+}
+
+void PostQuit(int code) {
+  PostQuitMessage(code);
+}
+
+std::optional<int> TakeQuit() {
+  MSG message;
+  if (PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) == FALSE) return std::nullopt;
+  return static_cast<int>(message.wParam);
+}
+
+void PutRegistryValue(const std::string& path, const std::string& name, std::uint32_t type,
+                      std::string_view bytes) {
+  HKEY key = nullptr;
+  if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key,
+                      nullptr) != ERROR_SUCCESS) {
+    throw std::runtime_error("cannot create " + path);
+  }
+  RegSetValueExA(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(bytes.data()),
+                 static_cast<DWORD>(bytes.size()));
+  RegCloseKey(key);
+}
+
+void RemoveTestKey() {
+  RegDeleteTreeA(HKEY_LOCAL_MACHINE, std::string(kTestKey).c_str());
+}
+
+std::string FreshFilePath(const std::string& name) {
+  wchar_t folder[MAX_PATH + 1] = {};
+  GetTempPathW(MAX_PATH + 1, folder);
+  const std::wstring path = folder + (L"qmz_contract_" + std::to_wstring(GetCurrentProcessId())) +
+                            L'_' + platform::Utf8ToWide(name);
+  DeleteFileW(path.c_str());
+  FilesToRemove().push_back(path);
+  return platform::WideToUtf8(path);
+}
+
+std::string PathInMissingFolder() {
+  return FreshFilePath("missing_folder") + "\\file.log";
+}
+
+std::optional<std::string> FileBytes(const std::string& path) {
+  const OwnedHandle file(CreateFileW(platform::Utf8ToWide(path).c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file.IsValid()) return std::nullopt;
+  std::string bytes(GetFileSize(file.Get(), nullptr), '\0');
+  DWORD count = 0;
+  ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr);
+  bytes.resize(count);
+  return bytes;
+}
+
+std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body) {
+  std::vector<std::string> lines;
+  g_debugger_lines = &lines;
+  void* const handler = AddVectoredExceptionHandler(1, OnException);
+  body();
+  RemoveVectoredExceptionHandler(handler);
+  return lines;
+}
+
+bool HasSerialDevice() {
+  return NumberFromEnvironment("QMZ_PORT") && NumberFromEnvironment("QMZ_BOX_CONTROL");
+}
+
+std::int32_t DevicePort() {
+  return NumberFromEnvironment("QMZ_PORT").value();
+}
+std::int32_t MissingPort() {
+  return kMissingPort;
+}
+
+bool SystemGuardsPorts() {
+  const std::wstring device = L"\\\\.\\COM" + std::to_wstring(DevicePort());
+  const auto open = [&device] {
+    return OwnedHandle(CreateFileW(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                   OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+  };
+  const OwnedHandle first = open();
+  const OwnedHandle second = open();
+  return first.IsValid() && !second.IsValid();
+}
+
+// More than any test sends: the box answers nothing that it was not told to.
+constexpr const char* kStaySilent = "silence 1000000";
+
+void ResetDevice() {
+  if (!TellBox("state").text.starts_with("plugged")) TellBox("plug");
+  TellBox("set pace 0 answer-ms 0 startup-ms 0");
+  TellBox("supply none");
+  TellBox("clear");
+  TellBox(kStaySilent);
+  TellBox("lines-clear");
+  TellBox("log-clear");
+}
+
+void WithRefusedSettings(const std::function<void(const platform::SerialSettings&)>& body) {
+  platform::SerialSettings settings;
+  settings.data_bits = 77;
+  body(settings);
+}
+
+void DeviceAnswers(const std::vector<std::uint8_t>& bytes) {
+  TellBox("clear");
+  // Instead of the reply that the box would give.
+  TellBox("stray " + Hex(bytes) + " + truncate 1 0");
+  TellBox(kStaySilent);
+}
+
+void DeviceSends(const std::vector<std::uint8_t>& bytes) {
+  const auto frames = std::ranges::count_if(BoxLog(), &virtual_box::LogLine::IsFrame);
+  TellBox("send " + Hex(bytes));
+  TellBox("wait-frames " + std::to_string(frames + 1) + ' ' + std::to_string(kPatienceMs));
+}
+
+std::vector<std::uint8_t> DeviceReceived(std::size_t count) {
+  const DWORD begin = GetTickCount();
+  while (true) {
+    std::vector<std::uint8_t> received;
+    for (const virtual_box::LogLine& line : BoxLog()) {
+      if (line.mark != virtual_box::LogMark::kToBox) continue;
+      received.insert(received.end(), line.bytes.begin(), line.bytes.end());
+    }
+    if (received.size() >= count || GetTickCount() - begin > kPatienceMs) return received;
+    Sleep(10);
+  }
+}
+
+bool DeviceSeesLines(platform::ModemLines lines) {
+  for (const DWORD begin = GetTickCount(); GetTickCount() - begin <= kPatienceMs; Sleep(10)) {
+    const auto history = LineHistoryAtDevice();
+    if (!history.empty() && history.back() == lines) return true;
+  }
+  return false;
+}
+
+std::vector<platform::ModemLines> LineHistoryAtDevice() {
+  std::vector<platform::ModemLines> history;
+  for (const std::string& entry : TellBox("lines").lines) history.push_back(ParseLines(entry));
+  return history;
+}
+
+void DeviceVanishes() {
+  TellBox("unplug");
+}
+void DeviceComesBack() {
+  TellBox("plug");
+}
+
+}  // namespace qmzentrel::contract

@@ -1,0 +1,9 @@
+# Sourced by whatever starts Wine: the project's own 32-bit prefix under build/, never the user's.
+# No display: everything but the look of a window works without one.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+export WINEPREFIX=${QMZ_WINEPREFIX:-$root/build/wine}
+export WINEARCH=win32
+export WINEDEBUG=${WINEDEBUG:--all}
+# Neither is used, and both would ask for a download.
+export WINEDLLOVERRIDES='mscoree,mshtml='
+unset DISPLAY
