@@ -1,0 +1,68 @@
+// One argument on its way from a late-bound call to a procedure.
+#pragma once
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <oleauto.h>
+
+#include <cstdint>
+
+#include "com/array_argument.h"
+
+namespace qmzentrel::com {
+
+/// In/out parameters, as their types stand in the type library.
+inline constexpr VARTYPE kLongArrayByReference = VT_BYREF | VT_ARRAY | VT_I4;
+inline constexpr VARTYPE kObjectByReference = VT_BYREF | VT_DISPATCH;
+
+/// A parameter as published.
+struct Parameter {
+  const wchar_t* name;  ///< null for the value of a let procedure
+  VARTYPE type;
+  bool optional = false;
+  std::int32_t default_value = 0;  ///< of an optional parameter
+};
+
+/// Holds the converted value, or refers to the client's own, until the call is over.
+class BoundArgument {
+ public:
+  BoundArgument() = default;
+  ~BoundArgument() {
+    if (owned_) VariantClear(&value_);
+  }
+  BoundArgument(const BoundArgument&) = delete;
+  BoundArgument& operator=(const BoundArgument&) = delete;
+
+  /// Converts `given` as automation does in the locale `lcid`, through any reference. A missing
+  /// argument takes the default. DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, DISP_E_BADVARTYPE,
+  /// E_OUTOFMEMORY, or DISP_E_PARAMNOTOPTIONAL when it is missing and has no default.
+  HRESULT Bind(VARIANTARG& given, const Parameter& parameter, LCID lcid);
+
+  /// For a parameter that no argument was given for. DISP_E_PARAMNOTOPTIONAL when it has no
+  /// default.
+  HRESULT BindDefault(const Parameter& parameter);
+
+  /// After the call: what the procedure changed, in a client's array of variants.
+  HRESULT WriteBack() { return array_.WriteBack(); }
+
+  std::int32_t Number() const { return V_I4(&value_); }
+  /// A Boolean as well: both lie in the same place.
+  std::int16_t ShortNumber() const { return V_I2(&value_); }
+  BSTR Text() const { return V_BSTR(&value_); }
+  SAFEARRAY** Array() const { return array_.Get(); }
+  IDispatch** Object() const { return object_; }
+
+ private:
+  HRESULT BindValue(VARIANTARG& given, VARTYPE type, LCID lcid);
+  HRESULT BindObject(VARIANTARG& given, LCID lcid);
+
+  HRESULT Convert(VARIANTARG& given, VARTYPE type, LCID lcid);
+
+  VARIANT value_{};
+  bool owned_ = false;  // value_ was converted and does not belong to the client
+  IDispatch** object_ = nullptr;
+  ArrayArgument array_;
+};
+
+}  // namespace qmzentrel::com

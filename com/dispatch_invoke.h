@@ -1,0 +1,20 @@
+// Late binding: from names to identifiers, from a late-bound call to a procedure of the dual
+// interface.
+#pragma once
+
+#include <windows.h>
+
+#include "QmZentrel_h.h"
+
+namespace qmzentrel::com {
+
+/// IDispatch::GetIDsOfNames, for a member and its parameters.
+HRESULT GetIDsOfMemberNames(REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;
+
+/// IDispatch::Invoke on `object`, which may lose its last other reference meanwhile. Raises
+/// nothing.
+HRESULT InvokeMember(_Zentrel& object, DISPID id, REFIID riid, LCID lcid, WORD flags,
+                     DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* failure,
+                     UINT* wrong_argument) noexcept;
+
+}  // namespace qmzentrel::com

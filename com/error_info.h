@@ -1,0 +1,45 @@
+// How a fault reaches the client: an HRESULT and, for its thread, an error info with source and
+// description.
+#pragma once
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <oleauto.h>
+
+#include <atomic>
+
+namespace qmzentrel::com {
+
+/// A fault that COM knows by a code of its own. `description` lives as long as the program.
+struct ComError {
+  HRESULT code;
+  const char* description;
+};
+
+/// Called while an exception is handled: what it means to a client. A fault of the component and a
+/// refusal become 0x800A0000 plus their number, lack of memory E_OUTOFMEMORY, a ComError its code.
+/// The thread's error info says the same in words.
+HRESULT ReportErrorInProgress() noexcept;
+
+/// Moves the thread's error info into `info`, which describes the failure `code` then.
+void TakeErrorInfo(HRESULT code, EXCEPINFO& info) noexcept;
+
+/// Removes the mark that this thread has an error info of ours. To be called when a thread ends.
+void ForgetErrorInfoOfThread() noexcept;
+
+namespace internal {
+extern std::atomic<int> threads_with_error_info;
+void DropErrorInfoOfThread() noexcept;
+}  // namespace internal
+
+/// Drops an error info that an earlier call on this thread has left: it must not be taken for this
+/// call's. At the start of every call, hence the test first, which is all that a call pays as long
+/// as no thread has one.
+inline void DropStaleErrorInfo() noexcept {
+  if (internal::threads_with_error_info.load(std::memory_order_relaxed) > 0) {
+    internal::DropErrorInfoOfThread();
+  }
+}
+
+}  // namespace qmzentrel::com

@@ -1,0 +1,12 @@
+// What happens when an exception finds no handler. The library's default prints the exception in
+// words that nobody in a client without a console would see, and brings a large part of the
+// standard input and output along; here it ends the process as any other abnormal end does.
+#include <cstdlib>
+
+namespace __gnu_cxx {
+
+void __verbose_terminate_handler() {
+  std::abort();
+}
+
+}  // namespace __gnu_cxx

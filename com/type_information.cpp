@@ -1,0 +1,54 @@
+#include "com/type_information.h"
+
+#include <utility>
+
+#include "com/com_pointer.h"
+#include "com/error_info.h"
+#include "com/module_path.h"
+
+namespace qmzentrel::com {
+namespace {
+
+SRWLOCK g_lock = SRWLOCK_INIT;
+// A plain pointer: it must not be released by a destructor when the process ends, after OLE.
+ITypeLib* g_library = nullptr;
+
+HRESULT KeptTypeLibrary(ComPointer<ITypeLib>& library) {
+  AcquireSRWLockShared(&g_lock);
+  library = ComPointer<ITypeLib>(g_library);
+  ReleaseSRWLockShared(&g_lock);
+  if (library) return S_OK;
+  // Loading may run foreign code, so it runs outside the lock; two threads may both load.
+  const HRESULT result = LoadOwnTypeLibrary(library.Receive());
+  if (FAILED(result)) return result;
+  AcquireSRWLockExclusive(&g_lock);
+  if (g_library == nullptr) g_library = library.Share();
+  ReleaseSRWLockExclusive(&g_lock);
+  return S_OK;
+}
+
+}  // namespace
+
+HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept {
+  *library = nullptr;
+  try {
+    return LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, library);
+  } catch (...) {
+    return ReportErrorInProgress();
+  }
+}
+
+HRESULT TypeInfoOf(REFGUID identifier, ITypeInfo** info) noexcept {
+  ComPointer<ITypeLib> library;
+  const HRESULT result = KeptTypeLibrary(library);
+  return FAILED(result) ? result : library->GetTypeInfoOfGuid(identifier, info);
+}
+
+void ReleaseTypeLibrary() noexcept {
+  AcquireSRWLockExclusive(&g_lock);
+  ITypeLib* const library = std::exchange(g_library, nullptr);
+  ReleaseSRWLockExclusive(&g_lock);
+  if (library != nullptr) library->Release();
+}
+
+}  // namespace qmzentrel::com

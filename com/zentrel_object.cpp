@@ -1,0 +1,134 @@
+#include "com/zentrel_object.h"
+
+#include "com/dispatch_invoke.h"
+#include "com/enumerator.h"
+#include "com/type_information.h"
+
+namespace qmzentrel::com {
+namespace {
+
+// The interface and the names that it had in earlier versions of the library.
+bool IsZentrelInterface(REFIID riid) {
+  return riid == IID__Zentrel || riid == IID_Zentrel___v0 || riid == IID_Zentrel___v1 ||
+         riid == IID_Zentrel___v2;
+}
+
+struct ListedConnectionPoint {
+  ComPointer<IConnectionPoint> point;
+  void Share(IConnectionPoint*& item) const { item = point.Share(); }
+};
+
+}  // namespace
+
+ComPointer<_Zentrel> ZentrelObject::Create() {
+  ComPointer<_Zentrel> created;
+  *created.Receive() = new ZentrelObject;
+  return created;
+}
+
+ZentrelObject::ZentrelObject() : core_(Zentrel::Create()) {
+  core_->Events(this);
+}
+
+ZentrelObject::~ZentrelObject() {
+  ++uses_;  // a sink that goes may still touch the object
+  core_->Events(nullptr);
+  events_.ReleaseSinks();
+}
+
+STDMETHODIMP ZentrelObject::QueryInterface(REFIID riid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  *object = nullptr;
+  if (riid == IID_IUnknown || riid == IID_IDispatch || IsZentrelInterface(riid)) {
+    *object = static_cast<_Zentrel*>(this);
+  } else if (riid == IID_ISupportErrorInfo) {
+    *object = static_cast<ISupportErrorInfo*>(this);
+  } else if (riid == IID_IProvideClassInfo || riid == IID_IProvideClassInfo2) {
+    *object = static_cast<IProvideClassInfo2*>(this);
+  } else if (riid == IID_IConnectionPointContainer) {
+    *object = static_cast<IConnectionPointContainer*>(this);
+  } else {
+    return E_NOINTERFACE;
+  }
+  AddRef();
+  return S_OK;
+}
+
+STDMETHODIMP_(ULONG) ZentrelObject::AddRef() {
+  return ++references_;
+}
+
+STDMETHODIMP_(ULONG) ZentrelObject::Release() {
+  const ULONG left = --references_;
+  if (left == 0) DeleteIfUnused();
+  return left;
+}
+
+STDMETHODIMP ZentrelObject::GetTypeInfoCount(UINT* count) {
+  if (count == nullptr) return E_POINTER;
+  *count = 1;
+  return S_OK;
+}
+
+STDMETHODIMP ZentrelObject::GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** info) {
+  if (info == nullptr) return E_POINTER;
+  *info = nullptr;
+  return index == 0 ? TypeInfoOf(IID__Zentrel, info) : DISP_E_BADINDEX;
+}
+
+STDMETHODIMP ZentrelObject::GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID /*lcid*/,
+                                          DISPID* ids) {
+  return GetIDsOfMemberNames(riid, names, count, ids);
+}
+
+STDMETHODIMP ZentrelObject::Invoke(DISPID id, REFIID riid, LCID lcid, WORD flags,
+                                   DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* failure,
+                                   UINT* wrong_argument) {
+  DropStaleErrorInfo();
+  return InvokeMember(*this, id, riid, lcid, flags, parameters, result, failure, wrong_argument);
+}
+
+STDMETHODIMP ZentrelObject::InterfaceSupportsErrorInfo(REFIID riid) {
+  return IsZentrelInterface(riid) ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP ZentrelObject::GetClassInfo(ITypeInfo** info) {
+  if (info == nullptr) return E_POINTER;
+  *info = nullptr;
+  return TypeInfoOf(CLSID_Zentrel, info);
+}
+
+STDMETHODIMP ZentrelObject::GetGUID(DWORD kind, GUID* identifier) {
+  if (identifier == nullptr) return E_POINTER;
+  *identifier = GUID_NULL;
+  if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID) return E_INVALIDARG;
+  *identifier = DIID___Zentrel;
+  return S_OK;
+}
+
+STDMETHODIMP ZentrelObject::EnumConnectionPoints(IEnumConnectionPoints** enumerator) {
+  using PointEnumerator = Enumerator<IEnumConnectionPoints, IID_IEnumConnectionPoints,
+                                     IConnectionPoint*, ListedConnectionPoint>;
+  if (enumerator == nullptr) return E_POINTER;
+  *enumerator = nullptr;
+  return Guarded([&] {
+    *enumerator = new PointEnumerator({{ComPointer<IConnectionPoint>(&events_)}});
+    return S_OK;
+  });
+}
+
+STDMETHODIMP ZentrelObject::FindConnectionPoint(REFIID riid, IConnectionPoint** point) {
+  if (point == nullptr) return E_POINTER;
+  *point = nullptr;
+  if (riid != DIID___Zentrel) return CONNECT_E_NOCONNECTION;
+  *point = &events_;
+  AddRef();
+  return S_OK;
+}
+
+void ZentrelObject::PowerStateChange(bool NewState) {
+  const Use use(*this);
+  events_.FirePowerStateChange(NewState);
+}
+
+}  // namespace qmzentrel::com

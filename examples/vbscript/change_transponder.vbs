@@ -1,0 +1,86 @@
+' Reads a transponder, changes its utility code and reading, writes it and reads it back.
+'
+'   cscript //nologo change_transponder.vbs PORT UTILITY READING
+'
+' PORT is the number of the COM port with the box. The script is 32-bit, as the component is: on
+' 64-bit Windows start it with C:\Windows\SysWOW64\cscript.exe.
+' Ends with 0 when the transponder holds what was written, otherwise with 1.
+Option Explicit
+
+Const S_OKAY = 0
+
+Dim zentrel, port, newUtility, newReading
+
+Sub Say(text)
+  WScript.Echo text
+End Sub
+
+' Ends the script unless the command has succeeded.
+Sub Check(what, status)
+  If status = S_OKAY Then Exit Sub
+  Say what & " failed with status " & status & ": " & zentrel.Status(status)
+  zentrel.DeviceClose
+  WScript.Quit 1
+End Sub
+
+Sub CheckError(what)
+  If Err.Number = 0 Then Exit Sub
+  Say what & " failed: " & Err.Description & " (" & Hex(Err.Number) & ")"
+  WScript.Quit 1
+End Sub
+
+Sub ShowRecord(title)
+  Say title
+  Say "  Transponder " & Right("00000" & Hex(zentrel.Xpdr), 6) & ", software " & _
+      zentrel.TravonelVersion
+  Say "  Utility code " & zentrel.Util & ", reading " & zentrel.Reading & _
+      ", tamper count " & zentrel.Tamper
+  Say "  Meter interface " & zentrel.DeviceMIF & ", transmit interval " & zentrel.TXI & _
+      ", PLL warm-up " & zentrel.PLLWarmUpName
+End Sub
+
+If WScript.Arguments.Count <> 3 Then
+  Say "Usage: cscript //nologo change_transponder.vbs PORT UTILITY READING"
+  WScript.Quit 1
+End If
+port = CLng(WScript.Arguments(0))
+newUtility = CLng(WScript.Arguments(1))
+newReading = CLng(WScript.Arguments(2))
+
+On Error Resume Next
+Set zentrel = CreateObject("QmZentrel.Zentrel")
+CheckError "Creating the object (is the DLL registered, and is this the 32-bit script host?)"
+
+Say "Opening COM" & port
+Check "Opening the port", zentrel.DeviceOpen(port)
+Check "Initialising the box", zentrel.DeviceInit()
+CheckError "Opening the box"
+Say "The box answers: software " & zentrel.ZentrelVersion & ", signature " & _
+    Hex(zentrel.ZentrelSignature(0)) & " " & Hex(zentrel.ZentrelSignature(1)) & ", battery " & _
+    FormatNumber(zentrel.BatteryVoltage, 2) & " V"
+
+Check "Reading", zentrel.ReadXpdr()
+CheckError "Reading"
+ShowRecord "Read from the transponder:"
+
+zentrel.Util = newUtility
+zentrel.Reading = newReading
+Check "Writing", zentrel.WriteXpdr()
+CheckError "Writing"
+Say "Written: utility code " & newUtility & ", reading " & newReading
+
+' Waits by itself until the transponder has stored what was written.
+Check "Reading back", zentrel.ReadXpdr()
+CheckError "Reading back"
+ShowRecord "Read back from the transponder:"
+
+If zentrel.Util <> newUtility Or zentrel.Reading <> newReading Then
+  Say "The transponder does not hold what was written."
+  zentrel.DeviceClose
+  WScript.Quit 1
+End If
+
+zentrel.DeviceClose
+CheckError "Closing"
+Say "Done."
+WScript.Quit 0

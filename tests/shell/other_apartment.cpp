@@ -1,0 +1,44 @@
+#include "tests/shell/other_apartment.h"
+
+#include <objbase.h>
+
+#include <stdexcept>
+#include <utility>
+
+#include "tests/shell/message_pump.h"
+
+namespace qmzentrel::shell {
+
+OtherApartment::OtherApartment(std::function<void()> body) : body_(std::move(body)) {
+  thread_ = platform::OwnedHandle(CreateThread(nullptr, 0, Main, this, 0, nullptr));
+  if (!thread_.IsValid()) throw std::runtime_error("no thread for another apartment");
+}
+
+OtherApartment::~OtherApartment() {
+  Await();
+}
+
+void OtherApartment::Join() {
+  Await();
+  if (!failure_.empty()) throw std::runtime_error("in the other apartment: " + failure_);
+}
+
+void OtherApartment::Await() {
+  // Without a limit: the thread uses what the test owns.
+  PumpUntilSignalled(thread_.Get(), INFINITE);
+}
+
+// The operating system promises a stack aligned to 4 bytes only.
+__attribute__((force_align_arg_pointer)) DWORD WINAPI OtherApartment::Main(void* parameter) {
+  auto& apartment = *static_cast<OtherApartment*>(parameter);
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  try {
+    apartment.body_();
+  } catch (const std::exception& error) {
+    apartment.failure_ = error.what();
+  }
+  CoUninitialize();
+  return 0;
+}
+
+}  // namespace qmzentrel::shell
