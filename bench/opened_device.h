@@ -1,0 +1,25 @@
+// An object of the component at work with the box.
+#pragma once
+
+#include "tests/shell/com_client.h"
+
+namespace qmzentrel::bench {
+
+using Command = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(ZentrelStatus*);
+
+/// Calls a member that answers with a status; any but S_OKAY ends the program with `what`.
+void MustSucceed(_Zentrel* zentrel, Command command, const char* what);
+
+/// Keeps the port of the virtual box open, with the supply maintained.
+class OpenedDevice {
+ public:
+  explicit OpenedDevice(_Zentrel* zentrel);
+  ~OpenedDevice();
+  OpenedDevice(const OpenedDevice&) = delete;
+  OpenedDevice& operator=(const OpenedDevice&) = delete;
+
+ private:
+  _Zentrel* zentrel_;
+};
+
+}  // namespace qmzentrel::bench
