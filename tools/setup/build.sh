@@ -1,0 +1,24 @@
+# Sourced by the front doors: what they share.
+
+step() { printf '\n== %s\n' "$*"; }
+
+# build PRESET [TARGET...]: everything when no target is named.
+build() {
+  local preset=$1
+  shift
+  step "Building: $preset"
+  if [ ! -e "build/$preset/build.ninja" ]; then
+    mkdir -p build
+    cmake --preset "$preset" >"build/configure-$preset.log" 2>&1 || {
+      cat "build/configure-$preset.log"
+      return 1
+    }
+  fi
+  cmake --build --preset "$preset" ${1:+--target "$@"} -- --quiet
+}
+
+# Ends the Wine server of the project's prefix and all that runs in it.
+stop_wine() (
+  . tools/wine/environment.sh
+  wineserver -k 2>/dev/null || true
+)
