@@ -1,6 +1,7 @@
 // The win32 thread model of mingw-w64 has neither std::mutex nor std::condition_variable, which
-// GoogleTest's Notification is made of. This takes its place, through the switch that GoogleTest has
-// for it; the functions are declared here so that no test sees <windows.h> that did not ask for it.
+// GoogleTest's Notification is made of. This takes its place, through the switch that GoogleTest
+// has for it; the functions are declared here so that no test sees <windows.h> that did not ask for
+// it.
 #pragma once
 
 #define GTEST_HAS_NOTIFICATION_ 1

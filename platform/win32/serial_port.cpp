@@ -74,6 +74,14 @@ bool ClearTimeouts(HANDLE port) {
 struct SerialPort::State {
   OwnedHandle port;
   OwnedHandle completion;  // Signalled when the one operation under way has ended.
+  ModemLines lines;        // As the driver last took them.
+
+  // A line that stands as wanted is left alone: maintained supply is confirmed twice a command, and
+  // behind a USB adapter each call is a transfer of its own.
+  void SetLine(bool& present, bool wanted, DWORD set, DWORD clear) {
+    if (present == wanted) return;
+    if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) present = wanted;
+  }
 
   // Runs one read or write, begun by `start` with the OVERLAPPED it is handed, and comes back only
   // when the driver has let go of it: its memory is on the stack.
@@ -111,6 +119,7 @@ bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, Modem
   if (!state->completion.IsValid()) return false;
   if (!SetWholeControlBlock(state->port.Get(), settings, lines)) return false;
   if (!ClearTimeouts(state->port.Get())) return false;
+  state->lines = lines;
   state_ = std::move(state);
   return true;
 }
@@ -169,8 +178,8 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
 
 void SerialPort::SetLines(ModemLines lines) {
   if (!state_) return;
-  EscapeCommFunction(state_->port.Get(), lines.dtr ? SETDTR : CLRDTR);
-  EscapeCommFunction(state_->port.Get(), lines.rts ? SETRTS : CLRRTS);
+  state_->SetLine(state_->lines.dtr, lines.dtr, SETDTR, CLRDTR);
+  state_->SetLine(state_->lines.rts, lines.rts, SETRTS, CLRRTS);
 }
 
 }  // namespace qmzentrel::platform
