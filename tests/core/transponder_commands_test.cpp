@@ -605,6 +605,13 @@ TEST_F(VerifyDelay, AWriteLessThanTheDelayBeforeMidnightKeepsTheNextReadWaiting)
   EXPECT_EQ(TheWorld().now - start, std::chrono::hours(48));
 }
 
+TEST_F(VerifyDelay, AfterAWriteOfTheDayBeforeTheFirstReadWaitsUntilTheSameTimeOfDay) {
+  TheWorld().SetClock(80'000);
+  Write();
+  TheWorld().Advance(Milliseconds(10'000'000));  // now it is 01:00:00 of the next day
+  EXPECT_EQ(ReadJournal().front(), "wait 76404000");
+}
+
 TEST_F(VerifyDelay, NoSleepOfAWaitIsLongerThanASecond) {
   zentrel->VDelay(3'600'000);
   Write();
