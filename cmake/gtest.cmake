@@ -6,5 +6,5 @@ set(gtest_disable_pthreads ${WIN32} CACHE BOOL "" FORCE)
 add_subdirectory(${QMZ_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 if(WIN32)
   target_compile_options(gtest PUBLIC
-    "SHELL:-include ${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h")
+    "SHELL:-include \"${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h\"")
 endif()

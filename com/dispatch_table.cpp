@@ -9,8 +9,7 @@
 namespace qmzentrel::com {
 namespace {
 
-// --- What the type of a procedure says
-// -------------------------------------------------------------
+// --- What the type of a procedure says ---
 
 template <class Pointer>
 struct SignatureOf;
@@ -49,8 +48,7 @@ constexpr bool Carries(VARTYPE type) {
   }
 }
 
-// --- From bound arguments to a call
-// ----------------------------------------------------------------
+// --- From bound arguments to a call ---
 
 template <class Type>
 Type Take(const BoundArgument& argument) {
@@ -92,8 +90,7 @@ HRESULT CallLet(_Zentrel& object, const BoundArgument* arguments, VARIANT& /*res
   return (object.*kProcedure)(Take<TypeAt<kProcedure, 0>>(arguments[0]));
 }
 
-// --- Rows of the table. What they state is checked against the type of the procedure
-// ---------------
+// --- Rows of the table, checked against the type of the procedure ---
 
 constexpr void Require(bool condition) {
   if (!condition) throw "The table does not fit the interface.";  // stops the compiler
@@ -226,8 +223,7 @@ constexpr std::array kMembers{
     Property<&Z::get_PA_CTRL, &Z::put_PA_CTRL>(0x6803003C, L"PA_CTRL", VT_I4),
 };
 
-// --- Finding a row
-// ---------------------------------------------------------------------------------
+// --- Finding a row ---
 
 // Letters of names are compared without case and without any locale: no name has others than those
 // of ASCII, and a client's Turkish "i" must not make a name unknown.

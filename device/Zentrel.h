@@ -43,7 +43,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   /// `events` must outlive the object or be replaced by null; null means that nobody listens.
   void Events(ZentrelEvents* events) { events_ = events; }
 
-  // --- Session -----------------------------------------------------------------------------------
+  // --- Session ---
 
   /// Opens port `Port` (COM number, 1 and up). With `MaintainSupply` the box keeps its supply while
   /// the port is open, otherwise it is supplied on demand. S_OKAY or S_BAD_PORT; a port that was
@@ -65,7 +65,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   /// The text of a status; any other number has a text of its own.
   static std::string Status(std::int32_t Code);
 
-  // --- Transponder commands ----------------------------------------------------------------------
+  // --- Transponder commands ---
 
   /// Reads the transponder into the record; a failed read clears the record.
   ZentrelStatus ReadXpdr();
@@ -112,7 +112,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t VDelay() const;
   void VDelay(std::int32_t New_VDelay);
 
-  // --- Power -------------------------------------------------------------------------------------
+  // --- Power ---
 
   /// True: supply on demand, false: supply maintained. Then sets Power to the opposite.
   void PowerManagement(bool New_PowerManagement);
@@ -123,7 +123,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t PowerTimeout() const { return m_lngPowerTimeout; }
   void PowerTimeout(std::int32_t New_PowerTimeout) { m_lngPowerTimeout = New_PowerTimeout; }
 
-  // --- Electric radio settings -------------------------------------------------------------------
+  // --- Electric radio settings ---
   // Plain stored numbers that travel in block 2. The five names from Freq_A2 to PA_Power are an
   // older family over the same five stores; clients of either family rely on seeing the other's
   // changes.

@@ -37,6 +37,7 @@ class FrameBuffer {
                                      static_cast<std::size_t>(count));
   }
 
+  // NOLINTNEXTLINE(google-explicit-constructor): a frame stands for its bytes
   operator std::span<const std::uint8_t>() const { return bytes_; }
 
  private:

@@ -57,7 +57,7 @@ void Zentrel::PowerTick() {
   ErrorFrame frame(Fields(), "PowerTick");
   frame.Run([&] {
     STEP if (m_lngPowerTimer <= 0) return;
-    STEP-- m_lngPowerTimer;
+    STEP m_lngPowerTimer -= 1;
     STEP if (m_lngPowerTimer > 0) return;
     STEP m_blnPowerEnabled = false;
     STEP m_PortCtrl.Supply(0);

@@ -44,7 +44,7 @@ std::int32_t PowerTimeoutOf(std::int32_t running) {
 }  // namespace
 
 std::shared_ptr<Zentrel> Zentrel::Create() {
-  const std::shared_ptr<Zentrel> object(new Zentrel);
+  std::shared_ptr<Zentrel> object(new Zentrel);
   object->Class_Initialize();
   return object;
 }

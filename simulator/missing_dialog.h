@@ -1,6 +1,8 @@
 // What a simulated command answers as long as the component carries no simulator dialog.
 #pragma once
 
+#include <cstdint>
+
 #include "support/run_time_error.h"
 
 namespace qmzentrel::simulator {

@@ -18,9 +18,8 @@ inline constexpr const char* kQuenmoorKey = "SOFTWARE\\QuenmoorComms\\";
 std::string NormaliseKeyPath(const std::string& path);
 
 /// Reads one value into `slot`, whose present type chooses the conversion:
-/// - a stored text goes into an empty slot or a text as it is, into a whole number or Boolean as
-/// the
-///   32-bit number that it reads as;
+/// - a stored text goes into an empty slot or a text as it is, into a whole number or Boolean as a
+///   32-bit number if it reads as one;
 /// - a stored 32-bit number goes into an empty slot, a whole number or a Boolean;
 /// - a stored list of texts goes into an empty slot or a text, as an array (an empty list as "");
 /// - any other stored type leaves the slot as it is and counts as read.

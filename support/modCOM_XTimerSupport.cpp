@@ -25,7 +25,7 @@ struct ModuleState {
   std::int16_t mintMaxTimers = 0;
 };
 
-std::atomic<std::int32_t> running_timers{0};
+std::atomic<std::int32_t> g_running_timers{0};
 
 platform::ApartmentSlot& StateSlot() {
   static platform::ApartmentSlot slot;
@@ -78,7 +78,7 @@ std::int32_t BeginTimer(const std::shared_ptr<XTimer>& xt, std::int32_t interval
   Slot& slot = FreeSlot();
   slot.xt = xt;
   slot.id = id;
-  ++running_timers;
+  ++g_running_timers;
   return id;
 }
 
@@ -92,7 +92,7 @@ void EndTimer(const XTimer& xt) {
     STEP if (!slot) return;
     STEP platform::KillTimer(id);
     STEP slot->id = 0;
-    STEP-- running_timers;
+    STEP g_running_timers -= 1;
     STEP slot->xt.reset();
   });
 }
@@ -114,7 +114,7 @@ void TimerProc(std::int32_t /*hWnd*/, std::int32_t /*uMsg*/, std::int32_t idEven
 }
 
 std::int32_t RunningTimers() {
-  return running_timers;
+  return g_running_timers;
 }
 
 std::int16_t SlotCount() {

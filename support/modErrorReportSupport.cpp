@@ -7,7 +7,7 @@
 namespace qmzentrel::modErrorReportSupport {
 namespace {
 
-std::atomic<ReportSink*> sink_in_force{nullptr};
+std::atomic<ReportSink*> g_sink_in_force{nullptr};
 
 void ReportToDebugger(const ErrorReport& report) {
   platform::DebuggerOutput(
@@ -21,7 +21,7 @@ void ReportToDebugger(const ErrorReport& report) {
 
 void ReportError(const ErrorReport& report) noexcept {
   try {
-    if (ReportSink* sink = sink_in_force.load()) {
+    if (ReportSink* sink = g_sink_in_force.load()) {
       sink->Report(report);
     } else {
       ReportToDebugger(report);
@@ -32,7 +32,7 @@ void ReportError(const ErrorReport& report) noexcept {
 }
 
 ReportSink* ExchangeReportSink(ReportSink* sink) {
-  return sink_in_force.exchange(sink);
+  return g_sink_in_force.exchange(sink);
 }
 
 }  // namespace qmzentrel::modErrorReportSupport

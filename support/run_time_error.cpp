@@ -4,8 +4,6 @@ namespace qmzentrel {
 
 std::string ErrorDescription(std::int32_t number) {
   switch (number) {
-    case kErrorInvalidProcedureCall:
-      return "Invalid procedure call or argument";
     case kErrorOverflow:
       return "Overflow";
     case kErrorOutOfMemory:

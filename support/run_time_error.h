@@ -6,7 +6,6 @@
 
 namespace qmzentrel {
 
-inline constexpr std::int32_t kErrorInvalidProcedureCall = 5;
 inline constexpr std::int32_t kErrorOverflow = 6;
 inline constexpr std::int32_t kErrorOutOfMemory = 7;
 inline constexpr std::int32_t kErrorSubscriptOutOfRange = 9;

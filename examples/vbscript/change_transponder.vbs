@@ -9,7 +9,7 @@ Option Explicit
 
 Const S_OKAY = 0
 
-Dim zentrel, port, newUtility, newReading
+Dim argument, zentrel, port, newUtility, newReading
 
 Sub Say(text)
   WScript.Echo text
@@ -43,6 +43,12 @@ If WScript.Arguments.Count <> 3 Then
   Say "Usage: cscript //nologo change_transponder.vbs PORT UTILITY READING"
   WScript.Quit 1
 End If
+For Each argument In WScript.Arguments
+  If Not IsNumeric(argument) Then
+    Say "Not a number: " & argument
+    WScript.Quit 1
+  End If
+Next
 port = CLng(WScript.Arguments(0))
 newUtility = CLng(WScript.Arguments(1))
 newReading = CLng(WScript.Arguments(2))
@@ -65,6 +71,7 @@ ShowRecord "Read from the transponder:"
 
 zentrel.Util = newUtility
 zentrel.Reading = newReading
+CheckError "Changing the record"
 Check "Writing", zentrel.WriteXpdr()
 CheckError "Writing"
 Say "Written: utility code " & newUtility & ", reading " & newReading

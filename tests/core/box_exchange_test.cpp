@@ -161,7 +161,7 @@ TEST_F(BoxExchange, NothingOfTheExchangedBytesReachesTheLog) {
   EXPECT_TRUE(TheWorld().debugger_lines.empty());
 }
 
-// --- The command wrapper and the status ---------------------------------------------------------
+// --- The command wrapper and the status ---
 
 TEST_F(BoxExchange, OnAClosedPortTheStatusIs3NothingIsSentAndPowerIsStillSetToFalse) {
   EXPECT_EQ(Command(7), S_BAD_PORT);
@@ -249,7 +249,7 @@ TEST_F(BoxExchange, APortThatVanishesDuringTheExchangeIsATimeout) {
   EXPECT_EQ(Command(7), S_TIMEOUT);
 }
 
-// --- Status texts --------------------------------------------------------------------------------
+// --- Status texts ---
 
 TEST(StatusText, EachCodeHasItsText) {
   EXPECT_EQ(Zentrel::Status(S_OKAY), "OK");
@@ -283,7 +283,7 @@ TEST(StatusText, TheCodesHaveTheirPublishedValues) {
   EXPECT_EQ(static_cast<int>(S_BAD_PARAMETER), 7);
 }
 
-// --- The buffer ----------------------------------------------------------------------------------
+// --- The buffer ---
 
 TEST(FrameBuffer, HasTheIndices0To32AndNoOther) {
   FrameBuffer buffer;

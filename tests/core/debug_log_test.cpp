@@ -49,7 +49,7 @@ class DebugLog : public CoreTest {
   CDebugLog log;
 };
 
-// --- The line ------------------------------------------------------------------------------------
+// --- The line ---
 
 TEST_F(DebugLog, ALineIsTheTimeStampTheLabelAndTheTextWithNothingBetween) {
   Output("ReadXpdr");
@@ -126,7 +126,7 @@ TEST_F(DebugLog, ALineIsInTheAnsiCodePage) {
   EXPECT_EQ(TakeDebuggerLines(), Lines{kStamp + "  INFO   caf\xE9"});
 }
 
-// --- The masks -----------------------------------------------------------------------------------
+// --- The masks ---
 
 TEST_F(DebugLog, AFreshLogPassesEveryTypeToTheDebuggerAndHasNoFile) {
   EXPECT_EQ(log.EventTypes(), -1);
@@ -231,7 +231,7 @@ TEST_F(DebugLog, StopOnErrorAndTheAssertMaskChangeNothingOfTheOutput) {
   EXPECT_EQ(TakeDebuggerLines().size(), 3U);
 }
 
-// --- Opening and closing -------------------------------------------------------------------------
+// --- Opening and closing ---
 
 TEST_F(DebugLog, StartLogWritesTheOpeningLine) {
   log.StartLog(kPath, true, -1);
@@ -329,7 +329,7 @@ TEST_F(DebugLog, ADestroyedLogThatWasNeverStartedWritesNothing) {
   EXPECT_EQ(TakeDebuggerLines(), Lines{});
 }
 
-// --- Failures ------------------------------------------------------------------------------------
+// --- Failures ---
 
 TEST_F(DebugLog, APathThatCannotBeOpenedLeavesTheDebuggerOutputAtWork) {
   TheWorld().unwritable = {kPath};
@@ -418,7 +418,7 @@ TEST_F(DebugLog, AFaultInTheDebuggerChannelDoesNotKeepALineFromTheFile) {
   EXPECT_EQ(Written(), kStamp + "  INFO   x\r\n");
 }
 
-// --- The fields ----------------------------------------------------------------------------------
+// --- The fields ---
 
 TEST_F(DebugLog, TheFieldsAreShownInDeclaredOrder) {
   EXPECT_EQ(log.DumpFields(),

@@ -139,7 +139,7 @@ TEST_F(DeviceSession, DeviceCloseStopsNoTimerAndTheCountDownStillEndsInTheEvent)
   EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"timer off", "event False"}));
 }
 
-// --- Box Status ----------------------------------------------------------------------------------
+// --- Box Status ---
 
 TEST_F(DeviceSession, BoxStatusSendsOneByteAndYieldsTheBoxFacts) {
   Open(true);
@@ -255,7 +255,7 @@ TEST_F(DeviceSession, AVersionByteIsShownAsTwoHexadecimalDigitsWithADot) {
   EXPECT_EQ(ZentrelAccess::VersionText(0xFF), "F.F");
 }
 
-// --- The line that carries the supply ------------------------------------------------------------
+// --- The line that carries the supply ---
 
 class SupplyLine : public ZentrelTest,
                    public testing::WithParamInterface<std::pair<const char*, const char*>> {};

@@ -94,7 +94,7 @@ TEST(DumpVariable, AFixedTextStandsForWhatCannotBeShown) {
             "<maxti>{Cannot dump UDT arrays}</maxti>\r\n");
 }
 
-// --- The fields of the class ---------------------------------------------------------------------
+// --- The fields of the class ---
 
 class FieldDump : public ZentrelTest {};
 

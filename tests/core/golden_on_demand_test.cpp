@@ -17,16 +17,13 @@ class GoldenOnDemand : public GoldenTest {
     TheWorld().TakeJournal();
   }
 
-  /// What stands around an exchange while the supply is still on.
-  static Journal Warm(const Journal& exchange) { return Lines("timer off", exchange, "timer on"); }
-
-  /// And when it is off: the timer stands already.
+  /// What stands around an exchange when the supply is off: the timer stands already.
   static Journal Cold(const Journal& exchange) {
     return Lines("supply DTR", "pause 2500", "event True", exchange, "timer on");
   }
 };
 
-TEST_F(GoldenOnDemand, DeviceOpenOnAFreshObject) {
+TEST_F(GoldenOnDemand, DeviceOpenOnAFreshObjectRaisesTrueAfterTheStartUpPauseAndCountsDown) {
   EXPECT_EQ(zentrel->DeviceOpen(kPort, false), S_OKAY);
   Expect({
       "log Zentrel_DeviceOpen",
@@ -59,7 +56,7 @@ TEST_F(GoldenOnDemand, DeviceOpenOfAPortThatDoesNotOpenPaysThePauseAndCountsDown
   Expect({"timer off", "event False"});
 }
 
-TEST_F(GoldenOnDemand, DeviceOpenWhileOpenAndSupplied) {
+TEST_F(GoldenOnDemand, DeviceOpenWhileOpenAndSuppliedReopensWithTheSupplyOn) {
   OpenWarm();
   EXPECT_EQ(zentrel->DeviceOpen(kPort, false), S_OKAY);
   Expect({
@@ -71,14 +68,6 @@ TEST_F(GoldenOnDemand, DeviceOpenWhileOpenAndSupplied) {
   });
 }
 
-TEST_F(GoldenOnDemand, DeviceInit) {
-  OpenWarm();
-  const Bytes reply = BoxStatusReply(0x21, 100, 0xA5, 0);
-  Port().Answer(reply);
-  EXPECT_EQ(zentrel->DeviceInit(), S_OKAY);
-  Expect(Lines("log Zentrel_DeviceInit", Warm(Exchange("80", reply))));
-}
-
 TEST_F(GoldenOnDemand, DeviceInitAgainstASilentBox) {
   OpenWarm();
   EXPECT_EQ(zentrel->DeviceInit(), S_TIMEOUT);
@@ -87,7 +76,7 @@ TEST_F(GoldenOnDemand, DeviceInitAgainstASilentBox) {
                Unanswered("80"), "timer on"));
 }
 
-TEST_F(GoldenOnDemand, BoxStatusWithTheSupplyOff) {
+TEST_F(GoldenOnDemand, BoxStatusWithTheSupplyOffSwitchesItOnAndCountsDown) {
   OpenCold();
   const Bytes reply = BoxStatusReply(0x21, 100, 0xA5, 0);
   Port().Answer(reply);
@@ -97,7 +86,7 @@ TEST_F(GoldenOnDemand, BoxStatusWithTheSupplyOff) {
   Expect({"supply off", "timer off", "event False"});
 }
 
-TEST_F(GoldenOnDemand, BoxStatusOfABoxWithoutASignatureAndTheNextCommand) {
+TEST_F(GoldenOnDemand, AfterABoxWithoutASignatureTheNextCommandWaitsForTheHoldOff) {
   OpenWarm();
   const Bytes reply = BoxStatusReply(0x21, 100, 0, 0);
   Port().Answer(reply);
@@ -108,78 +97,11 @@ TEST_F(GoldenOnDemand, BoxStatusOfABoxWithoutASignatureAndTheNextCommand) {
   Expect(Lines("log ReadXpdr", "timer off", "wait 3750", Exchange("40", block_1), "timer on"));
 }
 
-TEST_F(GoldenOnDemand, ReadXpdrWithTheSupplyOff) {
+TEST_F(GoldenOnDemand, ReadXpdrWithTheSupplyOffSwitchesItOn) {
   OpenCold();
   Port().Answer(block_1);
   EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
   Expect(Lines("log ReadXpdr", Cold(Exchange("40", block_1))));
-}
-
-TEST_F(GoldenOnDemand, ReadXpdrWithBlock2) {
-  OpenWarm();
-  Port().Answer(block_1_with_block_2);
-  Port().Answer(block_2);
-  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
-  Expect(Lines("log ReadXpdr", Warm(Exchange("40", block_1_with_block_2)), "log ReadXpdr Block 2",
-               Warm(Exchange("42", block_2, 500))));
-}
-
-TEST_F(GoldenOnDemand, ReadXpdrThatTimesOutThroughout) {
-  OpenWarm();
-  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
-  Expect(Lines("log ReadXpdr", Warm(Unanswered("40")), "log ReadXpdr retry", Warm(Unanswered("40")),
-               "log ReadXpdr Block 2", Warm(Unanswered("42")), "log ReadXpdr Block 2 retry",
-               Warm(Unanswered("42"))));
-}
-
-TEST_F(GoldenOnDemand, ReadXpdrFromAnElectricBoxWokenOnTheFourthSend) {
-  OpenBox(false, 0xA6);
-  Port().StaySilent(3);
-  Port().Answer(block_1);
-  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
-  Expect(Lines("log ReadXpdr",
-               Warm(Lines(Times(3, Unanswered("40", 500)), Exchange("40", block_1, 500)))));
-}
-
-TEST_F(GoldenOnDemand, ResetXpdr) {
-  OpenWarm();
-  Port().Answer(block_1);
-  EXPECT_EQ(zentrel->ResetXpdr(), S_OKAY);
-  Expect(Warm(Exchange("C0", block_1)));
-}
-
-TEST_F(GoldenOnDemand, WriteXpdrWithoutBlock2) {
-  OpenWarm();
-  Port().Answer(block_1);
-  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
-  Expect(Lines("log WriteXpdr", Warm(Exchange("00 00 00 00 00 00 00 00 00 00 00 00", block_1))));
-}
-
-TEST_F(GoldenOnDemand, WriteXpdrWithBlock2WaitsForTheVerifyDelayBetweenTheBlocks) {
-  OpenWarm();
-  Port().Answer(block_1_with_block_2);
-  Port().Answer(block_2);
-  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
-  Expect(Lines("log WriteXpdr",
-               Warm(Exchange("00 00 00 00 00 00 00 00 00 00 00 00", block_1_with_block_2)),
-               "wait 4000", "log WriteXpdrRF",
-               Warm(Exchange("05 00 00 00 00 00 00 00 FF 00 20 00", block_2, 500))));
-}
-
-TEST_F(GoldenOnDemand, WriteXpdrWithARetryInEachBlock) {
-  OpenWarm();
-  const Bytes reply = Block1Reply({.version = 0x80});
-  Port().StaySilent();
-  Port().Answer(reply);
-  Port().StaySilent();
-  Port().Answer(block_2);
-  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
-  const std::string frame_1 = "00 00 00 00 00 00 00 00 00 00 00 00";
-  const std::string frame_2 = "05 00 00 00 00 00 00 00 FF 00 20 00";
-  Expect(Lines("log WriteXpdr", Warm(Unanswered(frame_1)), "log WriteXpdr retry",
-               Warm(Exchange(frame_1, reply)), "wait 4000", "log WriteXpdrRF",
-               Warm(Unanswered(frame_2)), "log WriteXpdrRF retry",
-               Warm(Exchange(frame_2, block_2))));
 }
 
 TEST_F(GoldenOnDemand, ReadDuringAVerifyDelayInWhichTheSupplyGoesOffAndComesBack) {
@@ -192,13 +114,6 @@ TEST_F(GoldenOnDemand, ReadDuringAVerifyDelayInWhichTheSupplyGoesOffAndComesBack
   EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
   Expect(Lines("wait 60000", "supply off", "timer off", "event False", "wait 10000", "log ReadXpdr",
                Cold(Exchange("40", block_1))));
-}
-
-TEST_F(GoldenOnDemand, WriteXpdrOfAnOutOfRangeRecordDoesNothingAtAll) {
-  OpenWarm();
-  zentrel->Util(256);
-  EXPECT_EQ(zentrel->WriteXpdr(), S_BAD_DATA);
-  Expect({});
 }
 
 TEST_F(GoldenOnDemand, EveryCommandOnAClosedPortStillSetsPowerToFalse) {
@@ -218,7 +133,7 @@ TEST_F(GoldenOnDemand, EveryCommandOnAClosedPortStillSetsPowerToFalse) {
   Expect({"timer off", "event False"});
 }
 
-TEST_F(GoldenOnDemand, DeviceCloseDuringTheCountDown) {
+TEST_F(GoldenOnDemand, DeviceCloseDuringTheCountDownLeavesItRunning) {
   OpenWarm();
   EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
   Expect({"log Zentrel_DeviceClose", "supply off", "close COM7"});
@@ -226,7 +141,7 @@ TEST_F(GoldenOnDemand, DeviceCloseDuringTheCountDown) {
   Expect({"timer off", "event False"});
 }
 
-TEST_F(GoldenOnDemand, Release) {
+TEST_F(GoldenOnDemand, ReleaseClosesTheDeviceAndEndsTheCountDown) {
   OpenWarm();
   zentrel.reset();
   Expect({"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"});

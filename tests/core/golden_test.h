@@ -63,6 +63,14 @@ class GoldenTest : public ZentrelTest {
     return all;
   }
 
+  /// What stands around every exchange while the supply is maintained.
+  static Journal Powered(const Journal& exchange) {
+    return Lines("supply DTR", "event True", exchange, "supply DTR", "event False");
+  }
+
+  /// What stands around an exchange on demand while the supply is still on.
+  static Journal Warm(const Journal& exchange) { return Lines("timer off", exchange, "timer on"); }
+
   const Bytes block_1 = Block1Reply(kVersion51);
   const Bytes block_1_with_block_2 = Block1Reply(kVersion80);
   const Bytes block_2 = Block2Reply({1, 2, 3, 4, 5, 6, 7, 200});

@@ -234,8 +234,7 @@ TEST_F(Power, NobodyNeedsToListen) {
   EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
 }
 
-// --- The hold-off after a box without a signature
-// --------------------------------------------------
+// --- The hold-off after a box without a signature ---
 
 TEST_F(Power, OnDemandACommandAfterASignature0BoxWaitsForTheHoldOff) {
   TheWorld().SetClock(1000);
@@ -290,7 +289,7 @@ TEST_F(Power, AQuitMessageInTheHoldOffIsPostedAgainOnceAfterIt) {
   EXPECT_EQ(TheWorld().quits_reposted, (std::vector<std::uintptr_t>{2}));
 }
 
-// --- Faults and nesting --------------------------------------------------------------------------
+// --- Faults and nesting ---
 
 TEST_F(Power, WithoutATimerTheCommandFailsWithNoTimersAvailable) {
   Open(false);

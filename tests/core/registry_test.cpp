@@ -79,7 +79,7 @@ class Registry : public CoreTest {
   }
 };
 
-// --- Paths ---------------------------------------------------------------------------------------
+// --- Paths ---
 
 TEST_F(Registry, DoubledSeparatorsReachTheOperatingSystemSingleAndNoneAtTheEnd) {
   Variant slot;
@@ -140,7 +140,7 @@ TEST_F(Registry, TheEmptyNameIsTheUnnamedValue) {
   EXPECT_EQ(slot, Variant(5));
 }
 
-// --- Stored texts --------------------------------------------------------------------------------
+// --- Stored texts ---
 
 TEST_F(Registry, AStoredTextGoesIntoAnEmptySlotOrATextWithoutItsTerminator) {
   StoreText("4.0");
@@ -235,7 +235,7 @@ TEST_F(Registry, AStoredTextGoesIntoNoOtherSlot) {
   }
 }
 
-// --- Stored numbers ------------------------------------------------------------------------------
+// --- Stored numbers ---
 
 TEST_F(Registry, AStoredNumberGoesIntoAnEmptySlotAWholeNumberOrABoolean) {
   StoreNumber(0x12345678);
@@ -265,7 +265,7 @@ TEST_F(Registry, AStoredNumberOfMoreThanFourBytesIsItsFirstFour) {
   EXPECT_EQ(Read(kEmpty), Good(std::int32_t{1}));
 }
 
-// --- Stored lists of texts -----------------------------------------------------------------------
+// --- Stored lists of texts ---
 
 TEST_F(Registry, AStoredListGoesIntoAnEmptySlotOrATextAsAnArray) {
   TheWorld().SetTexts(kPath, kName, {"a", "b"});
@@ -311,7 +311,7 @@ TEST_F(Registry, TheTextsOfAListAreInTheAnsiCodePage) {
   EXPECT_EQ(Read(kEmpty), Good(Texts{"W\xC3\xA4rme", "k"}));
 }
 
-// --- Other stored types --------------------------------------------------------------------------
+// --- Other stored types ---
 
 TEST_F(Registry, AnyOtherStoredTypeLeavesEverySlotAsItIsAndCountsAsRead) {
   for (const std::uint32_t type :
@@ -325,7 +325,7 @@ TEST_F(Registry, AnyOtherStoredTypeLeavesEverySlotAsItIsAndCountsAsRead) {
   }
 }
 
-// --- Failures ------------------------------------------------------------------------------------
+// --- Failures ---
 
 TEST_F(Registry, AMissingKeyLeavesTheDefaultOrTheSlotAsItWas) {
   EXPECT_EQ(Read(std::int32_t{3}, 7), Failed(7));
@@ -371,7 +371,7 @@ TEST_F(Registry, AFailureIsNeitherRaisedNorReported) {
   EXPECT_TRUE(TakeReports().empty());
 }
 
-// --- Requests ------------------------------------------------------------------------------------
+// --- Requests ---
 
 TEST_F(Registry, AShortValueTakesOneRequestBetweenOpeningAndClosing) {
   StoreText(std::string(255, 'x'));  // 256 bytes with its terminator

@@ -28,7 +28,7 @@ class SimulatorSwitch : public ZentrelTest {
   }
 };
 
-// --- The switch ----------------------------------------------------------------------------------
+// --- The switch ---
 
 TEST_F(SimulatorSwitch, WithoutItsKeyItIsOff) {
   EXPECT_FALSE(SimulatorEnabled());
@@ -81,7 +81,7 @@ TEST_F(SimulatorSwitch, ItIsReadAfreshEachTime) {
   EXPECT_FALSE(SimulatorEnabled());
 }
 
-// --- The commands that the switch turns away from the port ---------------------------------------
+// --- The commands that the switch turns away from the port ---
 
 struct Command {
   const char* name;
@@ -164,7 +164,7 @@ TEST_P(SimulatedCommand, WorksAgainOnceTheSwitchIsOff) {
   EXPECT_EQ(Run(), S_TIMEOUT);
 }
 
-// --- The session ---------------------------------------------------------------------------------
+// --- The session ---
 
 class SimulatedSession : public SimulatorSwitch {};
 

@@ -73,7 +73,7 @@ class TimerTest : public CoreTest {
   std::vector<std::shared_ptr<XTimer>> timers_;
 };
 
-// --- Enabled and Interval ------------------------------------------------------------------------
+// --- Enabled and Interval ---
 
 TEST_F(TimerTest, AFreshTimerIsStoppedWithoutAnInterval) {
   EXPECT_FALSE(timer->Enabled());
@@ -232,7 +232,7 @@ TEST_F(TimerTest, TheIdentifierIsThatOfTheTimerStartedLastAndStaysAfterStopping)
   EXPECT_TRUE(RunsInTheSystem(timer->TimerID()));
 }
 
-// --- No timers available -------------------------------------------------------------------------
+// --- No timers available ---
 
 TEST_F(TimerTest, EnablingWithoutATimerLeftIsReportedWithItsOwnNumberByTheProperty) {
   timer->Interval(1000);
@@ -280,7 +280,7 @@ TEST_F(TimerTest, AfterAFailureTheTimerStartsOnceThereAreTimersAgain) {
   EXPECT_EQ(TicksWithin(1000), 1);
 }
 
-// --- The table -----------------------------------------------------------------------------------
+// --- The table ---
 
 TEST_F(TimerTest, TheFirstTimerMakesFiveSlots) {
   EXPECT_EQ(SlotCount(), 0);
@@ -370,7 +370,7 @@ TEST_F(TimerTest, AFaultWhileATimerIsEndedIsReportedWithTheModulesFields) {
             "<maxti>{Cannot dump UDT arrays}</maxti>\r\n<mintMaxTimers>5</mintMaxTimers>\r\n");
 }
 
-// --- The life of the object ----------------------------------------------------------------------
+// --- The life of the object ---
 
 /// Its end can be seen from outside.
 std::weak_ptr<XTimer> Watch(const std::shared_ptr<XTimer>& timer) {
@@ -509,7 +509,7 @@ TEST_F(TimerTest, RaiseTickRaisesTheTick) {
   EXPECT_EQ(ticks, 1);
 }
 
-// --- The callback --------------------------------------------------------------------------------
+// --- The callback ---
 
 TEST_F(TimerTest, ACallbackForAnIdentifierInNoSlotKillsThatTimer) {
   Start();
@@ -578,7 +578,7 @@ TEST_F(TimerTest, AfterAFailedTickTheTimerCountsAsRunningUntilItIsStoppedAndCanB
   EXPECT_EQ(TicksWithin(1000), 1);
 }
 
-// --- Threads -------------------------------------------------------------------------------------
+// --- Threads ---
 
 TEST_F(TimerTest, EachThreadHasATableOfItsOwn) {
   RunningTimer();
@@ -667,7 +667,7 @@ TEST_F(TimerTest, AfterATableWasGivenBackANewOneIsMadeWhenNeeded) {
   EXPECT_EQ(TicksWithin(1000), 1);
 }
 
-// --- The fields ----------------------------------------------------------------------------------
+// --- The fields ---
 
 TEST_F(TimerTest, TheFieldsAreShownInDeclaredOrder) {
   EXPECT_EQ(timer->DumpFields(),

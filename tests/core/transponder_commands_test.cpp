@@ -35,7 +35,7 @@ class TransponderCommands : public ZentrelTest {
   std::size_t Sent() { return Port().written.size(); }
 };
 
-// --- Reading -------------------------------------------------------------------------------------
+// --- Reading ---
 
 TEST_F(TransponderCommands, ReadTakesEveryFieldOfTheReply) {
   EXPECT_EQ(Read({.mif = 0x37,
@@ -200,7 +200,7 @@ TEST_F(TransponderCommands, ATransponderWithoutBlock2KeepsTheRadioSettingsOfTheO
   EXPECT_EQ(zentrel->Freq_MSB(), 99);
 }
 
-// --- The leak flag -------------------------------------------------------------------------------
+// --- The leak flag ---
 
 TEST_F(TransponderCommands, AVersion8TransponderWithTamper130ReadsAsTamper2WithTheLeakFlag) {
   Read({.mif = 0x05, .tamper = 130, .version = kVersion80});
@@ -256,7 +256,7 @@ TEST_F(TransponderCommands, TheLeakAdjustmentIsMadeInTheRecordItself) {
   EXPECT_EQ(zentrel->Tamper(), 133);
 }
 
-// --- Writing -------------------------------------------------------------------------------------
+// --- Writing ---
 
 TEST_F(TransponderCommands, TheWriteFrameCarriesTheRecord) {
   zentrel->DeviceMIF(0x3A);
@@ -432,7 +432,7 @@ TEST_F(TransponderCommands, Block1AndItsVerifyDelayStandWhenBlock2Overflows) {
   EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 1004.0F);
 }
 
-// --- Reset ---------------------------------------------------------------------------------------
+// --- Reset ---
 
 TEST_F(TransponderCommands, ResetSendsOneByteAndDoesNotParseTheReply) {
   Read({});
@@ -456,7 +456,7 @@ TEST_F(TransponderCommands, ResetIsSentOnceToAnElectricBoxToo) {
   EXPECT_EQ(Sent(), 1U);
 }
 
-// --- The verify delay ----------------------------------------------------------------------------
+// --- The verify delay ---
 
 class VerifyDelay : public TransponderCommands {
  protected:
@@ -642,7 +642,7 @@ TEST_F(VerifyDelay, AVDelayWhoseSecondsNoLongerFitIsAnOverflowWhenRead) {
   EXPECT_EQ(report.procedure, "VDelay");
 }
 
-// --- Properties of the record --------------------------------------------------------------------
+// --- Properties of the record ---
 
 class RecordProperties : public ZentrelTest {};
 

@@ -72,14 +72,14 @@ struct NoCaseLess {
 
 class World {
  public:
-  // --- The journal -------------------------------------------------------------------------------
+  // --- The journal ---
 
   std::vector<std::string> journal;
   void Note(std::string line) { journal.push_back(std::move(line)); }
   /// The journal so far, and a fresh one from here on.
   std::vector<std::string> TakeJournal();
 
-  // --- Time --------------------------------------------------------------------------------------
+  // --- Time ---
 
   Microseconds now{0};
   /// Wall clock at `now` 0: 21 November 2026, 10:00.
@@ -91,7 +91,7 @@ class World {
   double WallDays() const;
   void Advance(Microseconds time) { now += time; }
 
-  // --- Message loop ------------------------------------------------------------------------------
+  // --- Message loop ---
 
   /// Runs `action` as a message that arrives after `time` from now.
   void Post(Milliseconds time, std::function<void()> action);
@@ -114,11 +114,11 @@ class World {
   std::int32_t next_timer_id = 0x7F00;
   bool out_of_timers = false;
 
-  // --- Ports -------------------------------------------------------------------------------------
+  // --- Ports ---
 
   std::map<std::int32_t, FakePort> ports;
 
-  // --- Registry ----------------------------------------------------------------------------------
+  // --- Registry ---
 
   using Values = std::map<std::string, StoredValue, NoCaseLess>;
   std::map<std::string, Values, NoCaseLess> registry;  ///< path under HKEY_LOCAL_MACHINE
@@ -135,14 +135,14 @@ class World {
   std::function<void()> before_query;        ///< another program at work ahead of each query
   int registry_calls = 0;
 
-  // --- Files, debugger ---------------------------------------------------------------------------
+  // --- Files, debugger ---
 
   std::map<std::string, std::string> files;
   std::set<std::string> open_files;
   std::set<std::string> unwritable;
   std::vector<std::string> debugger_lines;
 
-  // --- Faults ------------------------------------------------------------------------------------
+  // --- Faults ---
 
   /// Platform calls by name, such as "KillTimer", in which memory runs out.
   std::set<std::string> out_of_memory_in;

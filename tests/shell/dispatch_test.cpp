@@ -72,8 +72,7 @@ bool CanBeLet(const PublishedMember& member) {
   return member.kind == Kind::kGetLet || member.kind == Kind::kLet;
 }
 
-// --- Names
-// -----------------------------------------------------------------------------------------
+// --- Names ---
 
 TEST_F(Dispatch, EveryMemberIsFoundByItsNameInAnyCase) {
   for (const PublishedMember& member : kPublishedMembers) {
@@ -124,8 +123,7 @@ TEST_F(Dispatch, OnlyTheNullInterfaceIdentifierIsAccepted) {
             DISP_E_UNKNOWNINTERFACE);
 }
 
-// --- The published description
-// ---------------------------------------------------------------------
+// --- The published description ---
 
 TEST_F(Dispatch, TheTypeInformationDescribesTheSameMembers) {
   UINT count = 0;
@@ -159,8 +157,7 @@ TEST_F(Dispatch, ThereIsNoSecondTypeInformation) {
   EXPECT_EQ(info, nullptr);
 }
 
-// --- Which procedure a call means
-// ------------------------------------------------------------------
+// --- Which procedure a call means ---
 
 TEST_F(Dispatch, EveryMemberAnswersItsOwnKindOfCallWithItsOwnType) {
   for (const PublishedMember& member : kPublishedMembers) {
@@ -227,8 +224,7 @@ TEST_F(Dispatch, IdentifiersOfNoMemberAreNotFound) {
   }
 }
 
-// --- Counts
-// ----------------------------------------------------------------------------------------
+// --- Counts ---
 
 TEST_F(Dispatch, AWrongNumberOfArgumentsIsRefusedForEveryMember) {
   for (const PublishedMember& member : kPublishedMembers) {
@@ -270,8 +266,7 @@ TEST_F(Dispatch, AMalformedListIsRefused) {
             E_INVALIDARG);
 }
 
-// --- Forms of an argument
-// --------------------------------------------------------------------------
+// --- Forms of an argument ---
 
 TEST_F(Dispatch, EveryArgumentIsTakenByValueByReferenceAndAsVariantByReference) {
   for (const PublishedMember& member : kPublishedMembers) {
@@ -348,8 +343,7 @@ TEST_F(Dispatch, AnObjectIsAskedForItsValue) {
   EXPECT_EQ(outcome.wrong_argument, 0u);
 }
 
-// --- Wrong arguments
-// -------------------------------------------------------------------------------
+// --- Wrong arguments ---
 
 TEST_F(Dispatch, AWrongArgumentIsNamedByItsPlaceInTheList) {
   // The list runs from the last argument to the first.
@@ -394,8 +388,7 @@ TEST_F(Dispatch, AWrongArgumentWithoutAPlaceToNameItIsRefusedAllTheSame) {
             DISP_E_TYPEMISMATCH);
 }
 
-// --- Missing and named arguments
-// -------------------------------------------------------------------
+// --- Missing and named arguments ---
 
 // The supply mode that DeviceOpen chose shows in the events: maintained supply raises one at once.
 std::vector<bool> StatesAfterOpening(IDispatch* object, const std::vector<Value>& arguments) {
@@ -467,8 +460,7 @@ TEST_F(Dispatch, AnOptionalArgumentByNameDoesNotReplaceARequiredOne) {
             DISP_E_PARAMNOTOPTIONAL);
 }
 
-// --- Arrays and objects by reference
-// ---------------------------------------------------------------
+// --- Arrays and objects by reference ---
 
 Outcome Telic2Read(IDispatch* object, const Value& ids, const Value& data) {
   return Call(object, L"TELIC2Read", {Value::Long(1), ids, data});
@@ -529,8 +521,7 @@ TEST_F(Dispatch, ObjectsAreTakenByValueAndByReference) {
   EXPECT_EQ(Call(object, L"TELIC2EnumDevices", {Value::Long(1)}).result, DISP_E_TYPEMISMATCH);
 }
 
-// --- Results
-// ---------------------------------------------------------------------------------------
+// --- Results ---
 
 TEST_F(Dispatch, AResultThatNobodyWantsIsDropped) {
   DISPPARAMS none{};

@@ -77,8 +77,7 @@ class EarlyBound : public testing::Test {
   ComPointer<_Zentrel> zentrel = NewZentrel();
 };
 
-// --- Slots
-// -----------------------------------------------------------------------------------------
+// --- Slots ---
 
 TEST_F(EarlyBound, HasLeakIsTheFortySixthMember) {
   std::size_t place = 0;
@@ -204,8 +203,7 @@ TEST_F(EarlyBound, MembersThatThisVersionDoesNotOfferSayNothingElse) {
   EXPECT_EQ(refused, 13u);
 }
 
-// --- The stack
-// -------------------------------------------------------------------------------------
+// --- The stack ---
 
 class MisalignedStack : public EarlyBound, public testing::WithParamInterface<std::uint32_t> {};
 

@@ -80,8 +80,7 @@ class Events : public testing::Test {
   }
 };
 
-// --- The connection interfaces
-// ---------------------------------------------------------------------
+// --- The connection interfaces ---
 
 TEST_F(Events, TheObjectHasOneConnectionPoint) {
   const auto container =
@@ -227,8 +226,7 @@ TEST_F(Events, EachObjectHasItsOwnSinks) {
   EXPECT_TRUE(sink->states.empty());
 }
 
-// --- Raising
-// ---------------------------------------------------------------------------------------
+// --- Raising ---
 
 TEST_F(Events, EverySinkHearsEveryEventInOrder) {
   const auto typed = NewSink();
@@ -346,8 +344,7 @@ TEST_F(Events, ASinkMayCloseThePort) {
   EXPECT_EQ(sink->states.size(), 1u);
 }
 
-// --- The object's last reference
-// -------------------------------------------------------------------
+// --- The object's last reference ---
 
 TEST_F(Events, TheLastReferenceMayGoDuringAnEvent) {
   bool sink_gone = false;
@@ -423,8 +420,7 @@ TEST_F(Events, ASinkMayTouchTheObjectWhileBothGo) {
   EXPECT_EQ(LoadedLibrary().CanUnloadNow(), S_OK);
 }
 
-// --- Ticks
-// -----------------------------------------------------------------------------------------
+// --- Ticks ---
 
 class Ticks : public Events {
  protected:

@@ -14,7 +14,7 @@ using modCOM_Common::StripBackslash;
 using modCOM_Hex::HexPad;
 using modCOM_IsWithinMinMax::IsWithinMinMax;
 
-// --- Hexadecimal text ----------------------------------------------------------------------------
+// --- Hexadecimal text ---
 
 TEST(HexPad, With0Or1DigitsOrFewerItIsTheBareNumber) {
   EXPECT_EQ(HexPad(255, 1), "FF");
@@ -56,7 +56,7 @@ TEST(HexPad, ANegativeNumberIsItsTwosComplement) {
   EXPECT_EQ(HexPad(std::numeric_limits<std::int32_t>::min(), 1), "80000000");
 }
 
-// --- Range test ----------------------------------------------------------------------------------
+// --- Range test ---
 
 class RangeTest : public CoreTest {
  protected:
@@ -148,13 +148,13 @@ TEST_F(RangeTest, AnArrayAsTheUpperEndIsATypeMismatchEvenBelowTheLowerEnd) {
   EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(-1, 0, Array()); }), 13);
 }
 
-// --- Design-time test ----------------------------------------------------------------------------
+// --- Design-time test ---
 
 TEST(InDesignMode, ABuiltComponentIsNeverInDesignMode) {
   EXPECT_FALSE(modCOM_InDesignMode::InDesignMode());
 }
 
-// --- Path separators -----------------------------------------------------------------------------
+// --- Path separators ---
 
 TEST(StripBackslash, ATrailingBackslashIsTakenOff) {
   EXPECT_EQ(StripBackslash("SOFTWARE\\"), "SOFTWARE");

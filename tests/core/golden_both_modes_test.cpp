@@ -1,0 +1,110 @@
+// The order of events of the commands whose two power modes differ only in what stands around each
+// exchange.
+#include "tests/core/golden_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+class GoldenInBothModes : public GoldenTest, public testing::WithParamInterface<bool> {
+ protected:
+  static bool Maintained() { return GetParam(); }
+
+  /// Maintained, the line is set again and the pair of events raised; on demand, with the supply
+  /// still on, the count-down stops and starts anew.
+  static Journal Around(const Journal& exchange) {
+    return Maintained() ? Powered(exchange) : Warm(exchange);
+  }
+};
+
+TEST_P(GoldenInBothModes, DeviceInitIsABoxStatus) {
+  Open(Maintained());
+  const Bytes reply = BoxStatusReply(0x21, 100, 0xA5, 0);
+  Port().Answer(reply);
+  EXPECT_EQ(zentrel->DeviceInit(), S_OKAY);
+  Expect(Lines("log Zentrel_DeviceInit", Around(Exchange("80", reply))));
+}
+
+TEST_P(GoldenInBothModes, ReadXpdrReadsBothBlocks) {
+  Open(Maintained());
+  Port().Answer(block_1_with_block_2);
+  Port().Answer(block_2);
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  Expect(Lines("log ReadXpdr", Around(Exchange("40", block_1_with_block_2)), "log ReadXpdr Block 2",
+               // Block 1 told that the box is electric.
+               Around(Exchange("42", block_2, 500))));
+}
+
+TEST_P(GoldenInBothModes, ReadXpdrTriesEachBlockTwice) {
+  Open(Maintained());
+  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
+  Expect(Lines("log ReadXpdr", Around(Unanswered("40")), "log ReadXpdr retry",
+               Around(Unanswered("40")), "log ReadXpdr Block 2", Around(Unanswered("42")),
+               "log ReadXpdr Block 2 retry", Around(Unanswered("42"))));
+}
+
+TEST_P(GoldenInBothModes, ReadXpdrWakesAnElectricBoxOnTheFourthSend) {
+  OpenBox(Maintained(), 0xA6);
+  Port().StaySilent(3);
+  Port().Answer(block_1);
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  Expect(Lines("log ReadXpdr",
+               Around(Lines(Times(3, Unanswered("40", 500)), Exchange("40", block_1, 500)))));
+}
+
+TEST_P(GoldenInBothModes, ResetXpdrIsOneExchangeWithoutALogText) {
+  Open(Maintained());
+  Port().Answer(block_1);
+  EXPECT_EQ(zentrel->ResetXpdr(), S_OKAY);
+  Expect(Around(Exchange("C0", block_1)));
+}
+
+TEST_P(GoldenInBothModes, WriteXpdrWritesBlock1AloneWhereThereIsNoBlock2) {
+  Open(Maintained());
+  Port().Answer(block_1);
+  zentrel->ReadXpdr();
+  TheWorld().TakeJournal();
+  zentrel->Util(18);
+  Port().Answer(block_1);
+  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  Expect(Lines("log WriteXpdr", Around(Exchange("05 12 12 34 56 09 00 AB CD 32 04 00", block_1))));
+}
+
+TEST_P(GoldenInBothModes, WriteXpdrWaitsForTheVerifyDelayBetweenTheBlocks) {
+  Open(Maintained());
+  Port().Answer(block_1_with_block_2);
+  Port().Answer(block_2);
+  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  Expect(Lines("log WriteXpdr",
+               Around(Exchange("00 00 00 00 00 00 00 00 00 00 00 00", block_1_with_block_2)),
+               "wait 4000", "log WriteXpdrRF",
+               Around(Exchange("05 00 00 00 00 00 00 00 FF 00 20 00", block_2, 500))));
+}
+
+TEST_P(GoldenInBothModes, WriteXpdrTriesEachBlockOnceMoreAfterATimeout) {
+  Open(Maintained());
+  const Bytes reply = Block1Reply({.version = 0x80});
+  Port().StaySilent();
+  Port().Answer(reply);
+  Port().StaySilent();
+  Port().Answer(block_2);
+  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  const std::string frame_1 = "00 00 00 00 00 00 00 00 00 00 00 00";
+  const std::string frame_2 = "05 00 00 00 00 00 00 00 FF 00 20 00";
+  Expect(Lines("log WriteXpdr", Around(Unanswered(frame_1)), "log WriteXpdr retry",
+               Around(Exchange(frame_1, reply)), "wait 4000", "log WriteXpdrRF",
+               Around(Unanswered(frame_2)), "log WriteXpdrRF retry",
+               Around(Exchange(frame_2, block_2))));
+}
+
+TEST_P(GoldenInBothModes, WriteXpdrOfAnOutOfRangeRecordDoesNothingAtAll) {
+  Open(Maintained());
+  zentrel->Util(256);
+  EXPECT_EQ(zentrel->WriteXpdr(), S_BAD_DATA);
+  Expect({});
+}
+
+INSTANTIATE_TEST_SUITE_P(PowerModes, GoldenInBothModes, testing::Bool(),
+                         [](const auto& mode) { return mode.param ? "Maintained" : "OnDemand"; });
+
+}  // namespace
+}  // namespace qmzentrel::tests
