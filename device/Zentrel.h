@@ -17,8 +17,9 @@
 
 namespace qmzentrel {
 
-/// Receives the event of the class. Whatever it does (releasing the object, closing the port,
-/// calling again) is allowed.
+/// Receives the event of the class. Closing the port and calling again are allowed, and so is
+/// releasing the object: whoever calls a command holds the object until it returns, a tick holds it
+/// itself.
 class ZentrelEvents {
  public:
   virtual ~ZentrelEvents() = default;
@@ -178,7 +179,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
                                std::int32_t RxExpected, std::int32_t Timeout);
   static std::string TraceBytes(const char* direction, const FrameBuffer& bytes,
                                 std::int32_t count);
-  static ZentrelStatus CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength);
+  ZentrelStatus CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) const;
 
   // Session
   void ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset);

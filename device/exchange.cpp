@@ -87,10 +87,16 @@ std::string Zentrel::TraceBytes(const char* direction, const FrameBuffer& bytes,
   return line;
 }
 
-ZentrelStatus Zentrel::CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) {
-  std::int32_t sum = 0;
-  for (std::int32_t i = 0; i < RxLength - 1; ++i) sum += bytRx[i];
-  return ((sum - bytRx[RxLength - 1]) & 0xFF) == 0 ? S_OKAY : S_BAD_SUM;
+ZentrelStatus Zentrel::CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) const {
+  std::int32_t lngSum = 0;
+  ErrorFrame frame(Fields(), "CheckReplySum", Parameters(NAMED(bytRx), NAMED(RxLength)),
+                   Locals(NAMED(lngSum)));
+  return frame.Run([&] {
+    for (std::int32_t i = 0; i < RxLength - 1; ++i) {
+      STEP lngSum += bytRx[i];
+    }
+    STEP return ((lngSum - bytRx[RxLength - 1]) & 0xFF) == 0 ? S_OKAY : S_BAD_SUM;
+  });
 }
 
 std::string Zentrel::Status(std::int32_t Code) {

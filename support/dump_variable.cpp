@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <type_traits>
+#include <variant>
 
 namespace qmzentrel {
 namespace {
@@ -19,6 +21,18 @@ std::string Entry(std::string_view opening_tag, std::string_view value, std::str
 std::string PrintableText(const std::string& text) {
   const std::size_t zero = text.find('\0');
   return zero == std::string::npos ? text : text.substr(0, zero) + "{Null}";
+}
+
+// The fewest digits that read back as the same number; three more than always fit always do.
+template <class Number>
+std::string ShortestDigits(Number value, int precision, Number (*parse)(const char*, char**)) {
+  char digits[32];
+  const int most = precision + 3;
+  for (; precision <= most; ++precision) {
+    std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
+    if (parse(digits, nullptr) == value) break;
+  }
+  return digits;
 }
 
 template <class Array, class Format>
@@ -46,13 +60,11 @@ std::string DumpVariable(std::string_view name, std::int32_t value) {
 }
 
 std::string DumpVariable(std::string_view name, float value) {
-  // The fewest digits that read back as the same Single; nine always do.
-  char digits[32];
-  for (int precision = 6; precision <= 9; ++precision) {
-    std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
-    if (std::strtof(digits, nullptr) == value) break;
-  }
-  return Entry(name, digits, name);
+  return Entry(name, ShortestDigits<float>(value, 6, std::strtof), name);
+}
+
+std::string DumpVariable(std::string_view name, double value) {
+  return Entry(name, ShortestDigits<double>(value, 15, std::strtod), name);
 }
 
 std::string DumpVariable(std::string_view name, const std::string& value) {
@@ -65,6 +77,19 @@ std::string DumpVariable(std::string_view name, std::span<const std::uint8_t> va
 
 std::string DumpVariable(std::string_view name, const std::vector<std::string>& value) {
   return DumpArray(name, value, PrintableText);
+}
+
+std::string DumpVariable(std::string_view name, const Variant& value) {
+  return std::visit(
+      [name](const auto& held) {
+        using Held = std::remove_cvref_t<decltype(held)>;
+        if constexpr (std::is_same_v<Held, std::monostate>) {
+          return DumpFixedText(name, "{Empty}");
+        } else {
+          return DumpVariable(name, held);
+        }
+      },
+      value);
 }
 
 }  // namespace qmzentrel

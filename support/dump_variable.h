@@ -10,12 +10,15 @@
 #include <string_view>
 #include <vector>
 
+#include "support/variant.h"
+
 namespace qmzentrel {
 
 /// Entries of one value. Text is cut at its first zero character, as every display of it would be.
 std::string DumpVariable(std::string_view name, bool value);
 std::string DumpVariable(std::string_view name, std::int32_t value);
 std::string DumpVariable(std::string_view name, float value);
+std::string DumpVariable(std::string_view name, double value);
 std::string DumpVariable(std::string_view name, const std::string& value);
 /// A text literal would pass for a Boolean.
 std::string DumpVariable(std::string_view name, const char* value) = delete;
@@ -26,6 +29,9 @@ inline std::string DumpVariable(std::string_view name, std::int16_t value) {
 /// Entries of an array with lower bound 0, one per element, the index as an attribute.
 std::string DumpVariable(std::string_view name, std::span<const std::uint8_t> value);
 std::string DumpVariable(std::string_view name, const std::vector<std::string>& value);
+
+/// The entry or entries of whatever the value holds; "{Empty}" when it holds nothing.
+std::string DumpVariable(std::string_view name, const Variant& value);
 
 /// One entry whose value is a fixed text: what cannot be shown says why.
 std::string DumpFixedText(std::string_view name, std::string_view text);

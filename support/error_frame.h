@@ -38,6 +38,11 @@ struct ModuleFields {
   std::string (*dump)(const void* object);
 };
 
+/// Of a module that has no fields.
+constexpr ModuleFields NoFields(const char* module) {
+  return {module, nullptr, [](const void*) { return std::string(); }};
+}
+
 template <class T>
 struct NamedVariable {
   const char* name;

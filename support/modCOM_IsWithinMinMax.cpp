@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/text.h"
+#include "support/error_frame.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_IsWithinMinMax {
@@ -49,9 +50,13 @@ int Compare(const Variant& left, const Variant& right) {
 }  // namespace
 
 bool IsWithinMinMax(const Variant& value, const Variant& minimum, const Variant& maximum) {
-  const int to_minimum = Compare(value, minimum);
-  const int to_maximum = Compare(value, maximum);
-  return to_minimum >= 0 && to_maximum <= 0;
+  ErrorFrame frame(NoFields("modCOM_IsWithinMinMax"), "IsWithinMinMax",
+                   Parameters(NAMED(value), NAMED(minimum), NAMED(maximum)));
+  return frame.Run([&] {
+    STEP const int to_minimum = Compare(value, minimum);
+    STEP const int to_maximum = Compare(value, maximum);
+    STEP return to_minimum >= 0 && to_maximum <= 0;
+  });
 }
 
 }  // namespace qmzentrel::modCOM_IsWithinMinMax

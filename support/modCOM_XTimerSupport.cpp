@@ -100,7 +100,7 @@ void EndTimer(const XTimer& xt) {
 void TimerProc(std::int32_t /*hWnd*/, std::int32_t /*uMsg*/, std::int32_t idEvent,
                std::int32_t /*lngSysTime*/) noexcept {
   const Slot* slot = FindSlot(idEvent);
-  if (!slot) {
+  if (!slot || idEvent == 0) {     // 0 would find a free slot
     platform::KillTimer(idEvent);  // a stray timer never fires twice
     return;
   }

@@ -76,10 +76,10 @@ struct SerialPort::State {
   OwnedHandle completion;  // Signalled when the one operation under way has ended.
   ModemLines lines;        // As the driver last took them.
 
-  // A line that stands as wanted is left alone: maintained supply is confirmed twice a command, and
-  // behind a USB adapter each call is a transfer of its own.
+  // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
+  // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
   void SetLine(bool& present, bool wanted, DWORD set, DWORD clear) {
-    if (present == wanted) return;
+    if (!present && !wanted) return;
     if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) present = wanted;
   }
 
@@ -94,7 +94,9 @@ struct SerialPort::State {
     }
     const bool in_time = WaitForSingleObject(completion.Get(), limit_ms) == WAIT_OBJECT_0;
     if (!in_time) CancelIo(port.Get());
-    DWORD count = 0;  // Filled for a cancelled operation too: what did get through.
+    // Filled for a cancelled operation too: what did get through. A driver that copies at the end
+    // may count bytes of a cancelled read that it has not handed over: a cut reply is only counted.
+    DWORD count = 0;
     const BOOL whole = GetOverlappedResult(port.Get(), &operation, &count, TRUE);
     if (whole != FALSE) return {End::kCompleted, count};
     return {in_time ? End::kFailed : End::kTimedOut, count};

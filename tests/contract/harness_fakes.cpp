@@ -125,9 +125,8 @@ bool DeviceSeesLines(platform::ModemLines lines) {
   return Device().lines == lines;
 }
 
-// The world keeps no history of the lines: their changes are in its journal, in words.
 std::vector<platform::ModemLines> LineHistoryAtDevice() {
-  return {Device().lines};
+  return Device().line_history;
 }
 
 void DeviceVanishes() {

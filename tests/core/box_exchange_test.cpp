@@ -100,13 +100,20 @@ TEST_F(BoxExchange, BytesLeftFromBeforeAreClearedBeforeEachSend) {
   EXPECT_EQ(rx[0], 1);
 }
 
-TEST_F(BoxExchange, ALateReplyToAnEarlierSendIsClearedBeforeTheResend) {
+TEST_F(BoxExchange, ALateReplyToAnEarlierSendIsTakenAsTheReply) {
   OpenBox(true, kElectric);
   Port().reactions.push_back({{{9, 9, 9}, Milliseconds(600)}});
   Port().StaySilent();
   Port().Answer(WithSum({1, 2}));
-  EXPECT_EQ(TxRx(3, 1000), 3);  // the stray 9s arrived in the second wait: 09 09 09
+  EXPECT_EQ(TxRx(3, 1000), 3);  // the 9s arrived in the second wait
   EXPECT_EQ(rx[0], 9);
+}
+
+TEST_F(BoxExchange, TheReceiveBufferIsClearedBeforeEverySend) {
+  OpenBox(true, 0xA6);
+  Port().clears = 0;
+  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
+  EXPECT_EQ(Port().clears, 4 * 26);
 }
 
 TEST_F(BoxExchange, AReplyOfOneByteNeedsNoRemainder) {
@@ -211,7 +218,7 @@ TEST_F(BoxExchange, ASumIsRightWhenItEqualsTheBytesBeforeItForEveryValueOfTheLas
   reply[1] = 100;  // 300 = 0x12C
   for (int sum = 0; sum < 256; ++sum) {
     reply[2] = static_cast<std::uint8_t>(sum);
-    EXPECT_EQ(ZentrelAccess::CheckReplySum(reply, 3), sum == 0x2C ? S_OKAY : S_BAD_SUM);
+    EXPECT_EQ(ZentrelAccess::CheckReplySum(*zentrel, reply, 3), sum == 0x2C ? S_OKAY : S_BAD_SUM);
   }
 }
 
@@ -229,6 +236,24 @@ TEST_F(BoxExchange, PowerIsSetToFalseAfterAFaultInTheExchangeToo) {
   Port().Answer({0});
   ReportOf([&] { Command(40); });
   EXPECT_EQ(TheWorld().journal.back(), "event False");
+}
+
+TEST_F(BoxExchange, AReplyOfNothingHasNoSumToCheck) {
+  Open(true);
+  const ErrorReport report = ReportOf([&] { Command(0); });
+  EXPECT_EQ(report.ErrorNumber, 9);
+  EXPECT_EQ(report.procedure, "CheckReplySum");
+}
+
+TEST_F(BoxExchange, AFaultIsReportedEvenWhenSwitchingThePowerFailsAfterIt) {
+  Open(false);
+  zentrel->Power(true);
+  TheWorld().out_of_timers = true;
+  EXPECT_EQ(ErrorNumberOf([&] { Command(0); }), 65535);
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 2U);
+  EXPECT_EQ(reports[0].ErrorNumber, 9);
+  EXPECT_EQ(reports[1].ErrorDescription, "No timers available");
 }
 
 TEST_F(BoxExchange, AClientThatClosesThePortInTheEventMakesTheExchangeATimeout) {

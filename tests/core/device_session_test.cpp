@@ -34,15 +34,24 @@ TEST_F(DeviceSession, ReleaseClosesTheDeviceWithoutAnEvent) {
             (Journal{"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"}));
 }
 
-TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickFinishesTheTick) {
+TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickLivesUntilTheTickEnds) {
   Open(false);
+  const std::weak_ptr<Zentrel> watch = zentrel;
+  bool alive_in_event = false;
   on_event = [&](bool) {
     zentrel->Events(nullptr);
     zentrel.reset();
+    alive_in_event = !watch.expired();
   };
   TheWorld().Pump(Milliseconds(60'000));
-  EXPECT_EQ(zentrel, nullptr);
-  EXPECT_FALSE(Port().open);
+  EXPECT_TRUE(alive_in_event);
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(DeviceSession, DeviceOpenSetsTheTicksLeft) {
+  zentrel->PowerTimeout(33);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
+  EXPECT_EQ(ZentrelAccess::PowerTimer(*zentrel), 33);
 }
 
 TEST_F(DeviceSession, DeviceOpenAppliesTheLinkSettings) {
@@ -236,6 +245,17 @@ TEST_F(DeviceSession, AfterATimeoutTheSignatureBeforeDecidesAboutTheHoldOff) {
   const float mark = ZentrelAccess::BoxStatusTimeout(*zentrel);
   EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
   EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), mark);
+}
+
+TEST_F(DeviceSession, EveryFailedBoxStatusOfABoxWithoutASignatureSetsTheHoldOff) {
+  TheWorld().SetClock(1000);
+  EXPECT_EQ(zentrel->BoxStatus(), S_BAD_PORT);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 1003.75F);
+  Open(true);
+  TheWorld().SetClock(2000);
+  Port().Answer({1, 1, 1, 1, 1, 1, 1});
+  EXPECT_EQ(zentrel->BoxStatus(), S_BAD_SUM);
+  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 2003.75F);
 }
 
 TEST_F(DeviceSession, AnIndexOutsideTheSignatureIsASubscriptError) {

@@ -1,4 +1,6 @@
 // The supply of the box: maintained or on demand, its count-down, start-up pause and hold-off.
+#include <algorithm>
+
 #include "tests/core/core_test.h"
 #include "tests/core/zentrel_access.h"
 
@@ -163,18 +165,6 @@ TEST_F(Power, MaintainedTheSupplyNeverGoesOff) {
   EXPECT_EQ(TicksUntilOff(), 0);
 }
 
-TEST_F(Power, SetByTheClientWhenOffOnDemandSwitchesOnWithPauseAndEvent) {
-  Open(false);
-  Command();
-  EXPECT_EQ(TicksUntilOff(), 60);
-  TheWorld().TakeJournal();
-  zentrel->Power(true);
-  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "pause 2500", "event True"}));
-  EXPECT_EQ(TicksUntilOff(), 0) << "in use until the client says otherwise";
-  zentrel->Power(false);
-  EXPECT_EQ(TicksUntilOff(), 60);
-}
-
 TEST_F(Power, SetFalseByTheClientWhenOffOnDemandCountsDownToOffOnceMore) {
   Open(false);
   Command();
@@ -184,22 +174,6 @@ TEST_F(Power, SetFalseByTheClientWhenOffOnDemandCountsDownToOffOnceMore) {
   TheWorld().Pump(kTick * 60);
   EXPECT_EQ(TheWorld().TakeJournal(),
             (Journal{"timer on", "supply off", "timer off", "event False"}));
-}
-
-TEST_F(Power, SetFalseByTheClientDuringACountDownStartsItAnew) {
-  Open(false);
-  TheWorld().Pump(kTick * 30);
-  zentrel->Power(false);
-  TheWorld().Pump(kTick * 30);
-  EXPECT_TRUE(ZentrelAccess::PowerEnabled(*zentrel));
-}
-
-TEST_F(Power, SetByTheClientInMaintainModeRaisesWhatWasAskedForAndKeepsTheLineOn) {
-  Open(true);
-  zentrel->Power(false);
-  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "event False"}));
-  zentrel->Power(true);
-  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply DTR", "event True"}));
 }
 
 TEST_F(Power, SetBeforeAnyOpenIsRememberedAndCarriedByThePortThatOpens) {
@@ -289,7 +263,100 @@ TEST_F(Power, AQuitMessageInTheHoldOffIsPostedAgainOnceAfterIt) {
   EXPECT_EQ(TheWorld().quits_reposted, (std::vector<std::uintptr_t>{2}));
 }
 
+// --- Set by the client, in every state ---
+
+/// What setting a property does at once, and after how many ticks the supply then goes off.
+struct Setting {
+  const char* state;
+  const char* set;
+  Journal now;
+  int ticks_to_off;  // 0: stays as it is
+};
+
+class SetByTheClient : public ZentrelTest, public testing::WithParamInterface<Setting> {
+ protected:
+  void Enter(const std::string& state) {
+    Open(state == "maintained");
+    if (state == "off") TheWorld().Pump(Milliseconds(60'000));
+    if (state == "in use") zentrel->Power(true);
+    if (state == "counting down") TheWorld().Pump(Milliseconds(30'000));
+    TheWorld().TakeJournal();
+  }
+  void Set(const std::string& what) {
+    if (what == "on demand") zentrel->PowerManagement(true);
+    if (what == "maintained") zentrel->PowerManagement(false);
+    if (what == "true") zentrel->Power(true);
+    if (what == "false") zentrel->Power(false);
+  }
+};
+
+TEST_P(SetByTheClient, ActsAsItsRowSays) {
+  Enter(GetParam().state);
+  Set(GetParam().set);
+  EXPECT_EQ(TheWorld().TakeJournal(), GetParam().now);
+  int ticks = 0;
+  while (ticks < 100 && TheWorld().journal.empty()) {
+    TheWorld().Pump(Milliseconds(1000));
+    ++ticks;
+  }
+  if (GetParam().ticks_to_off == 0) {
+    EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
+  } else {
+    EXPECT_EQ(ticks, GetParam().ticks_to_off);
+    EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"supply off", "timer off", "event False"}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryState, SetByTheClient,
+    testing::Values(
+        Setting{"off", "true", {"supply DTR", "pause 2500", "event True"}, 0},
+        Setting{"off", "false", {"timer on"}, 60}, Setting{"off", "on demand", {"timer on"}, 60},
+        Setting{"off", "maintained", {"supply DTR", "event True"}, 0},
+        Setting{"in use", "true", {}, 0}, Setting{"in use", "false", {"timer on"}, 60},
+        Setting{"in use", "on demand", {"timer on"}, 60},
+        Setting{"in use", "maintained", {"supply DTR", "event True"}, 0},
+        Setting{"counting down", "true", {"timer off"}, 0},
+        Setting{"counting down", "false", {}, 60}, Setting{"counting down", "on demand", {}, 60},
+        Setting{"counting down", "maintained", {"timer off", "supply DTR", "event True"}, 0},
+        Setting{"maintained", "true", {"supply DTR", "event True"}, 0},
+        Setting{"maintained", "false", {"supply DTR", "event False"}, 0},
+        Setting{"maintained", "on demand", {"timer on"}, 60},
+        Setting{"maintained", "maintained", {"supply DTR", "event True"}, 0}));
+
 // --- Faults and nesting ---
+
+TEST_F(Power, ACommandInTheEventThatTheSupplyWentOffFindsItOff) {
+  Open(false);
+  bool within = false;
+  on_event = [&](bool on) {
+    if (on || within) return;
+    within = true;
+    Port().Answer(BoxStatusReply(0x21, 100, 0xA6, 0));
+    EXPECT_EQ(zentrel->BoxStatus(), S_OKAY);
+  };
+  TheWorld().Pump(Milliseconds(60'000));
+  EXPECT_EQ(TheWorld().TakeJournal(),
+            (Journal{"supply off", "timer off", "event False", "supply DTR", "pause 2500",
+                     "event True", "write 80", "read 1 within 2500: 21",
+                     "read 6 within 12500: 64 A6 00 00 00 2B", "timer on"}));
+}
+
+TEST_F(Power, ACommandInTheEventThatTheSupplyCameOnPaysNoSecondPause) {
+  Open(false);
+  TheWorld().Pump(Milliseconds(60'000));
+  on_event = [&](bool) {
+    on_event = nullptr;
+    EXPECT_EQ(zentrel->ResetXpdr(), S_OKAY);
+  };
+  Port().Answer(Block1Reply({}));
+  Port().Answer(BoxStatusReply(0x21, 100, 0xA6, 0));
+  TheWorld().TakeJournal();
+  EXPECT_EQ(zentrel->BoxStatus(), S_OKAY);
+  const auto journal = TheWorld().TakeJournal();
+  EXPECT_EQ(std::ranges::count(journal, "pause 2500"), 1);
+  EXPECT_EQ(std::ranges::count(journal, "event True"), 1);
+}
 
 TEST_F(Power, WithoutATimerTheCommandFailsWithNoTimersAvailable) {
   Open(false);

@@ -137,15 +137,24 @@ TEST_F(RangeTest, EmptyIsTheEmptyTextBesideAText) {
 }
 
 TEST_F(RangeTest, AnArrayAnywhereIsATypeMismatch) {
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Array(), 0, 1); }), 13);
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(0, Array(), 1); }), 13);
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(0, 0, Array()); }), 13);
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Text("a"), Array(), Text("b")); }), 13);
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(Array(), Text("a"), Text("b")); }), 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(Array(), 0, 1); }).ErrorNumber, 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(0, Array(), 1); }).ErrorNumber, 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(0, 0, Array()); }).ErrorNumber, 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(Text("a"), Array(), Text("b")); }).ErrorNumber, 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(Array(), Text("a"), Text("b")); }).ErrorNumber, 13);
 }
 
 TEST_F(RangeTest, AnArrayAsTheUpperEndIsATypeMismatchEvenBelowTheLowerEnd) {
-  EXPECT_EQ(ErrorNumberOf([] { IsWithinMinMax(-1, 0, Array()); }), 13);
+  EXPECT_EQ(ReportOf([] { IsWithinMinMax(-1, 0, Array()); }).ErrorNumber, 13);
+}
+
+TEST_F(RangeTest, AFaultIsReportedWithTheThreeParameters) {
+  const ErrorReport report = ReportOf([] { IsWithinMinMax(2.5, Variant(), Variant(Array())); });
+  EXPECT_EQ(report.module, "modCOM_IsWithinMinMax");
+  EXPECT_EQ(report.procedure, "IsWithinMinMax");
+  EXPECT_TRUE(report.parameters.starts_with(
+      "<value>2.5</value>\r\n<minimum>{Empty}</minimum>\r\n<maximum Index=\"0\">"))
+      << report.parameters;
 }
 
 // --- Design-time test ---

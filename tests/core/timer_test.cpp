@@ -526,6 +526,12 @@ TEST_F(TimerTest, ACallbackOnAThreadWithoutATableKillsItsTimer) {
   EXPECT_EQ(SlotCount(), 0) << "no table is made for it";
 }
 
+TEST_F(TimerTest, ACallbackWithoutAnIdentifierFindsNoFreeSlot) {
+  Start();
+  TimerProc(0, 0x113, 0, 0);  // as free slots are marked
+  EXPECT_TRUE(RunsInTheSystem(timer->TimerID()));
+}
+
 TEST_F(TimerTest, ACallbackForAStoppedTimerRaisesNoTick) {
   Start();
   timer->Enabled(false);

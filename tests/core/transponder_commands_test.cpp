@@ -549,22 +549,6 @@ TEST_F(VerifyDelay, ACallFromWithinTheWaitIsServed) {
   EXPECT_EQ(Port().written, (std::vector<Bytes>{Port().written[0], {0x80}, {0x40}}));
 }
 
-TEST_F(VerifyDelay, AWriteFromWithinTheWaitMovesTheMarkThatIsWaitedFor) {
-  Write();
-  TheWorld().Post(Milliseconds(1000), [&] {
-    zentrel->VDelay(10'000);
-    zentrel->Util(256);  // nothing sent, no mark
-    EXPECT_EQ(zentrel->WriteXpdr(), S_BAD_DATA);
-    zentrel->Util(0);
-    Port().Answer(Block1Reply({}));
-    EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);  // waits for the mark itself, then sets its own
-  });
-  const auto start = TheWorld().now;
-  Port().reactions.clear();
-  zentrel->ReadXpdr();
-  EXPECT_GE(TheWorld().now - start, Milliseconds(14'000));
-}
-
 TEST_F(VerifyDelay, ClosingThePortFromWithinTheWaitMakesTheReadABadPort) {
   Write();
   TheWorld().Post(Milliseconds(1000), [&] { zentrel->DeviceClose(); });
@@ -578,13 +562,49 @@ TEST_F(VerifyDelay, AWindowsQuitMessageInTheWaitIsPostedAgainOnceAfterIt) {
   EXPECT_EQ(TheWorld().quits_reposted, (std::vector<std::uintptr_t>{3}));
 }
 
-TEST_F(VerifyDelay, AClockSetForwardEndsTheWaitWithinASecond) {
+TEST_F(VerifyDelay, Block2OfAWriteStartsTheVerifyDelayAnewWhateverItsStatus) {
+  for (const bool answered : {true, false}) {
+    TheWorld().SetClock(answered ? 1000 : 2000);
+    Port().Answer(Block1Reply({.version = 0x80}));
+    Port().Answer(answered ? Block2Reply({1, 2, 3, 4, 5, 6, 7, 8}) : Bytes(19, 1));
+    EXPECT_EQ(zentrel->WriteXpdr(), answered ? S_OKAY : S_BAD_SUM);
+    TheWorld().TakeJournal();
+    Port().Answer(Block1Reply({}));
+    EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+    EXPECT_EQ(TheWorld().journal.front(), "wait 4000") << answered;
+  }
+}
+
+TEST_F(VerifyDelay, TheBlock2FrameIsBuiltBeforeItsWait) {
+  zentrel->Freq_MSB(11);
+  TheWorld().Post(Milliseconds(1000), [&] { zentrel->Freq_MSB(99); });
+  Port().Answer(Block1Reply({.version = 0x80}));
+  Port().Answer(Block2Reply({1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  EXPECT_EQ(Port().written.at(1).at(1), 11);
+}
+
+TEST_F(VerifyDelay, AWriteFromWithinTheWaitMovesTheMarkThatIsWaitedFor) {
   Write();
-  TheWorld().Post(Milliseconds(500), [] { TheWorld().SetClock(5000); });
+  TheWorld().Post(Milliseconds(1000), [&] {
+    zentrel->VDelay(10'000);
+    Port().Answer(Block1Reply({}));
+    EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);  // after the wait for the mark, at 4 s
+    Port().Answer(Block1Reply({}));           // for the read that waits outside
+  });
   const auto start = TheWorld().now;
-  zentrel->ReadXpdr();
-  EXPECT_EQ(TheWorld().journal.front(), "wait 500");
-  EXPECT_GE(TheWorld().now - start, Milliseconds(500));
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  EXPECT_EQ(TheWorld().now - start, Milliseconds(14'000));
+}
+
+TEST_F(VerifyDelay, NoSleepOfAWaitIsLongerThanASecond) {
+  Write();
+  // The clock is set without a message that would end the sleep.
+  TheWorld().clock_set_at = TheWorld().now + Milliseconds(1500);
+  TheWorld().clock_set_by = std::chrono::hours(1);
+  Port().Answer(Block1Reply({}));
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  EXPECT_EQ(TheWorld().journal.front(), "wait 2000");
 }
 
 TEST_F(VerifyDelay, AClockSetBackMakesTheWaitLonger) {
@@ -610,22 +630,6 @@ TEST_F(VerifyDelay, AfterAWriteOfTheDayBeforeTheFirstReadWaitsUntilTheSameTimeOf
   Write();
   TheWorld().Advance(Milliseconds(10'000'000));  // now it is 01:00:00 of the next day
   EXPECT_EQ(ReadJournal().front(), "wait 76404000");
-}
-
-TEST_F(VerifyDelay, NoSleepOfAWaitIsLongerThanASecond) {
-  zentrel->VDelay(3'600'000);
-  Write();
-  int turns = 0;
-  // Each message ends one sleep: none may be needed for the wait to look at the clock again.
-  TheWorld().SetClock(1000);
-  TheWorld().Post(Milliseconds(1), [&] {
-    ++turns;
-    TheWorld().SetClock(10'000);
-  });
-  const auto start = TheWorld().now;
-  zentrel->ReadXpdr();
-  EXPECT_EQ(turns, 1);
-  EXPECT_LE(TheWorld().now - start, Milliseconds(1001 + 4 * 2500));
 }
 
 TEST_F(VerifyDelay, VDelayIsMillisecondsOverStoredSeconds) {

@@ -14,8 +14,9 @@ struct ZentrelAccess {
                                FrameBuffer& bytRx, std::int32_t RxExpected, std::int32_t Timeout) {
     return zentrel.ZentrelCommand(bytTx, TxLength, bytRx, RxExpected, Timeout);
   }
-  static ZentrelStatus CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) {
-    return Zentrel::CheckReplySum(bytRx, RxLength);
+  static ZentrelStatus CheckReplySum(const Zentrel& zentrel, const FrameBuffer& bytRx,
+                                     std::int32_t RxLength) {
+    return zentrel.CheckReplySum(bytRx, RxLength);
   }
   static std::string TraceBytes(const char* direction, const FrameBuffer& bytes,
                                 std::int32_t count) {

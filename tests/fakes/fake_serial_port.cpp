@@ -50,6 +50,7 @@ bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, Modem
   port.open = true;
   port.settings = settings;
   port.lines = lines;
+  port.line_history.push_back(lines);
   port.incoming.clear();
   state_->number = number;
   return true;
@@ -72,6 +73,7 @@ void SerialPort::Close() {
 void SerialPort::ClearReceiveBuffer() {
   FakePort* port = state_->Port();
   if (!port) return;
+  ++port->clears;
   port->incoming.erase(port->incoming.begin(), port->incoming.upper_bound(TheWorld().now));
 }
 
@@ -117,7 +119,10 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
 
 void SerialPort::SetLines(ModemLines lines) {
   TheWorld().Note("supply " + NameOf(lines));
-  if (FakePort* port = state_->Port()) port->lines = lines;
+  if (FakePort* port = state_->Port()) {
+    port->lines = lines;
+    port->line_history.push_back(lines);
+  }
 }
 
 }  // namespace qmzentrel::platform

@@ -37,7 +37,9 @@ float SecondsSinceMidnight() {
   const double days = TheWorld().WallDays();
   // Whole microseconds: a double of days is good for no more.
   const double seconds = std::round((days - std::floor(days)) * 86400.0 * 1e6) / 1e6;
-  return static_cast<float>(seconds >= 86400.0 ? 0.0 : seconds);
+  if (seconds >= 86400.0) return 0;
+  // As a Single the last milliseconds of a day would round up to a time that no day has.
+  return std::min(static_cast<float>(seconds), std::nextafter(86400.0F, 0.0F));
 }
 
 double LocalDate() {

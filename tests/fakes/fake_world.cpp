@@ -109,6 +109,10 @@ void World::DispatchDue(const std::function<void(std::uintptr_t)>& on_quit) {
 void World::SleepUntilDue(Microseconds deadline) {
   const auto next = NextDue();
   now = std::max(now, next && *next < deadline ? *next : deadline);
+  if (clock_set_at && now >= *clock_set_at) {
+    wall_shift += clock_set_by;
+    clock_set_at.reset();
+  }
 }
 
 void World::Pump(Milliseconds time) {

@@ -44,7 +44,9 @@ struct FakePort {
   bool open = false;
   platform::SerialSettings settings;
   platform::ModemLines lines;
+  std::vector<platform::ModemLines> line_history;  ///< each setting since the port was there
   std::vector<Bytes> written;
+  int clears = 0;                                      ///< of the receive buffer
   std::multimap<Microseconds, std::uint8_t> incoming;  ///< by time of arrival
 
   /// Queues a reaction that is one chunk.
@@ -90,6 +92,9 @@ class World {
   void SetClock(double seconds_since_midnight);
   double WallDays() const;
   void Advance(Microseconds time) { now += time; }
+  /// Somebody sets the wall clock forward at this moment; no message tells of it.
+  std::optional<Microseconds> clock_set_at;
+  Microseconds clock_set_by{0};
 
   // --- Message loop ---
 
