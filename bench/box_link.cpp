@@ -1,35 +1,27 @@
 #include "bench/box_link.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 #include "bench/measure.h"
-#include "tools/virtual_box/basics.h"
+#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::bench {
 namespace {
 
-std::string Environment(const char* name) {
-  const char* const value = std::getenv(name);
-  Require(value != nullptr, "no virtual box; use bench/run");
-  return value;
-}
-
-std::uint16_t ControlPort() {
-  const std::string address = Environment("QMZ_BOX_CONTROL");  // host:port
-  const auto port = virtual_box::ParseNumber(address.substr(address.rfind(':') + 1), 0xFFFF);
-  Require(port.has_value(), "QMZ_BOX_CONTROL names no control channel");
-  return static_cast<std::uint16_t>(*port);
+std::uint16_t Number(const char* name) {
+  const auto number = virtual_box::NumberFromEnvironment(name);
+  Require(number.has_value(), "no virtual box; use bench/run");
+  return *number;
 }
 
 }  // namespace
 
 int BoxPort() {
-  return std::atoi(Environment("QMZ_PORT").c_str());
+  return Number("QMZ_PORT");
 }
 
 BoxLink::BoxLink() {
-  Require(client_.Connect(ControlPort()), "the virtual box does not listen");
+  Require(client_.Connect(Number("QMZ_BOX_CONTROL")), "the virtual box does not listen");
 }
 
 void BoxLink::Do(const std::string& command) {

@@ -11,10 +11,11 @@ class HeldElements {
  public:
   explicit HeldElements(SAFEARRAY* array) : array_(array) {
     void* data = nullptr;
-    if (SUCCEEDED(SafeArrayAccessData(array, &data))) elements_ = static_cast<Element*>(data);
+    held_ = SUCCEEDED(SafeArrayAccessData(array, &data));
+    elements_ = static_cast<Element*>(data);
   }
   ~HeldElements() {
-    if (elements_ != nullptr) SafeArrayUnaccessData(array_);
+    if (held_) SafeArrayUnaccessData(array_);  // an array without elements is held as well
   }
   HeldElements(const HeldElements&) = delete;
   HeldElements& operator=(const HeldElements&) = delete;
@@ -24,13 +25,19 @@ class HeldElements {
 
  private:
   SAFEARRAY* array_;
+  bool held_ = false;
   Element* elements_ = nullptr;
 };
 
-bool HoldsElementsOf(VARTYPE type, SAFEARRAY* array) {
+// An array made from a bare descriptor does not say what it holds; then its element size speaks for
+// the type that the caller states.
+bool HoldsElementsOf(VARTYPE type, ULONG element_size, SAFEARRAY* array) {
+  if (SafeArrayGetDim(array) != 1) return false;
   VARTYPE held = VT_EMPTY;
-  return SafeArrayGetDim(array) == 1 && SUCCEEDED(SafeArrayGetVartype(array, &held)) &&
-         held == type;
+  if (SUCCEEDED(SafeArrayGetVartype(array, &held))) return held == type;
+  constexpr USHORT kOwnedElements =
+      FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
+  return array->cbElements == element_size && (array->fFeatures & kOwnedElements) == 0;
 }
 
 bool IsLocked(const SAFEARRAY* array) {
@@ -52,7 +59,8 @@ HRESULT ArrayArgument::Bind(VARIANTARG& given, LCID lcid) {
   switch (V_VT(&given) & VT_TYPEMASK) {
     case VT_I4:
       // An array without dimensions has no descriptor; the procedure judges it.
-      if (*array != nullptr && !HoldsElementsOf(VT_I4, *array)) return DISP_E_TYPEMISMATCH;
+      if (*array != nullptr && !HoldsElementsOf(VT_I4, sizeof(LONG), *array))
+        return DISP_E_TYPEMISMATCH;
       numbers_ = array;
       return S_OK;
     case VT_VARIANT:
@@ -65,7 +73,7 @@ HRESULT ArrayArgument::Bind(VARIANTARG& given, LCID lcid) {
 }
 
 HRESULT ArrayArgument::ConvertElements(LCID lcid) {
-  if (!HoldsElementsOf(VT_VARIANT, variants_)) return DISP_E_TYPEMISMATCH;
+  if (!HoldsElementsOf(VT_VARIANT, sizeof(VARIANT), variants_)) return DISP_E_TYPEMISMATCH;
   SAFEARRAYBOUND bound = variants_->rgsabound[0];
   converted_ = SafeArrayCreate(VT_I4, 1, &bound);
   if (converted_ == nullptr) return E_OUTOFMEMORY;

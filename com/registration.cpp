@@ -120,8 +120,13 @@ void RemoveKey(const std::wstring& key) {
 }
 
 void UnregisterLibrary() {
+  const bool registered = KeyExists(LibraryKey()) || KeyExists(InterfaceKey(IID__Zentrel)) ||
+                          KeyExists(InterfaceKey(DIID___Zentrel));
+  if (!registered) return;
+  // The system finds what to remove by reading the library where it is registered, and that file
+  // may have been moved or deleted since: this one takes its place first.
+  RegisterLibrary();
   RemoveKey(NeutralLibraryKey());
-  if (!KeyExists(LibraryKey())) return;
   Require(UnRegisterTypeLib(LIBID_QmZentrel, kLibraryMajorVersion, kLibraryMinorVersion,
                             kLibraryLocale, SYS_WIN32),
           "The type library cannot be unregistered");

@@ -71,6 +71,7 @@ STDMETHODIMP ZentrelObject::GetTypeInfoCount(UINT* count) {
 }
 
 STDMETHODIMP ZentrelObject::GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** info) {
+  DropStaleErrorInfo();
   if (info == nullptr) return E_POINTER;
   *info = nullptr;
   return index == 0 ? TypeInfoOf(IID__Zentrel, info) : DISP_E_BADINDEX;
@@ -78,6 +79,7 @@ STDMETHODIMP ZentrelObject::GetTypeInfo(UINT index, LCID /*lcid*/, ITypeInfo** i
 
 STDMETHODIMP ZentrelObject::GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID /*lcid*/,
                                           DISPID* ids) {
+  DropStaleErrorInfo();
   return GetIDsOfMemberNames(riid, names, count, ids);
 }
 

@@ -9,7 +9,7 @@ Option Explicit
 
 Const S_OKAY = 0
 
-Dim argument, zentrel, port, newUtility, newReading
+Dim index, zentrel, port, newUtility, newReading
 
 Sub Say(text)
   WScript.Echo text
@@ -43,9 +43,9 @@ If WScript.Arguments.Count <> 3 Then
   Say "Usage: cscript //nologo change_transponder.vbs PORT UTILITY READING"
   WScript.Quit 1
 End If
-For Each argument In WScript.Arguments
-  If Not IsNumeric(argument) Then
-    Say "Not a number: " & argument
+For index = 0 To 2
+  If Not IsNumeric(WScript.Arguments(index)) Then
+    Say "Not a number: " & WScript.Arguments(index)
     WScript.Quit 1
   End If
 Next

@@ -2,7 +2,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -11,12 +10,14 @@
 #include "platform/win32/wide.h"
 #include "tests/contract/harness.h"
 #include "tools/virtual_box/control_client.h"
+#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::contract {
 namespace {
 
 using platform::OwnedHandle;
 using virtual_box::ControlClient;
+using virtual_box::NumberFromEnvironment;
 
 constexpr UINT kCallMessage = WM_APP;
 constexpr std::int32_t kMissingPort = 251;
@@ -79,37 +80,23 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-// The number that a variable holds, behind the address if there is one: "7", "127.0.0.1:40000".
-std::optional<std::uint16_t> NumberFromEnvironment(const char* name) {
-  const char* const value = std::getenv(name);
-  if (value == nullptr) return std::nullopt;
-  std::string text(value);
-  text.erase(0, text.rfind(':') + 1);  // From 0 on when there is no colon.
-  const auto number = virtual_box::ParseNumber(text, 0xFFFF);
-  if (!number) throw std::runtime_error(std::string(name) + " holds no number");
-  return static_cast<std::uint16_t>(*number);
+// The channel to the box; throws when there is none.
+ControlClient& Box() {
+  static ControlClient client;
+  static const bool connected = client.Connect(NumberFromEnvironment("QMZ_BOX_CONTROL").value());
+  if (!connected) throw std::runtime_error("no virtual box at QMZ_BOX_CONTROL");
+  return client;
 }
 
 // A command to the box; throws when it is refused, which ends the test with the reason.
 ControlClient::Answer TellBox(const std::string& command) {
-  static ControlClient client;
-  static const bool connected = client.Connect(NumberFromEnvironment("QMZ_BOX_CONTROL").value());
-  if (!connected) throw std::runtime_error("no virtual box at QMZ_BOX_CONTROL");
-  ControlClient::Answer answer = client.Command(command);
+  ControlClient::Answer answer = Box().Command(command);
   if (!answer.ok) throw std::runtime_error("virtual box: " + command + ": " + answer.text);
   return answer;
 }
 
 std::string Hex(const std::vector<std::uint8_t>& bytes) {
   return virtual_box::HexText(bytes);
-}
-
-std::vector<virtual_box::LogLine> BoxLog() {
-  std::vector<virtual_box::LogLine> log;
-  for (const std::string& text : TellBox("log").lines) {
-    if (const auto line = virtual_box::ParseLogLine(text)) log.push_back(*line);
-  }
-  return log;
 }
 
 platform::ModemLines ParseLines(const std::string& entry) {
@@ -259,7 +246,7 @@ void DeviceAnswers(const std::vector<std::uint8_t>& bytes) {
 }
 
 void DeviceSends(const std::vector<std::uint8_t>& bytes) {
-  const auto frames = std::ranges::count_if(BoxLog(), &virtual_box::LogLine::IsFrame);
+  const auto frames = std::ranges::count_if(Box().Log(), &virtual_box::LogLine::IsFrame);
   TellBox("send " + Hex(bytes));
   TellBox("wait-frames " + std::to_string(frames + 1) + ' ' + std::to_string(kPatienceMs));
 }
@@ -268,7 +255,7 @@ std::vector<std::uint8_t> DeviceReceived(std::size_t count) {
   const DWORD begin = GetTickCount();
   while (true) {
     std::vector<std::uint8_t> received;
-    for (const virtual_box::LogLine& line : BoxLog()) {
+    for (const virtual_box::LogLine& line : Box().Log()) {
       if (line.mark != virtual_box::LogMark::kToBox) continue;
       received.insert(received.end(), line.bytes.begin(), line.bytes.end());
     }

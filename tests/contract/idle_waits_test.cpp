@@ -30,7 +30,7 @@ double ProcessorMs() {
 }
 
 // What `wait` uses while it lasts.
-template <typename Wait>
+template <class Wait>
 double CostMs(Wait wait) {
   const double begin = contract::MonotonicMs();
   const double before = ProcessorMs();

@@ -8,6 +8,7 @@
 #include "tests/shell/com_client.h"
 #include "tests/shell/event_sink.h"
 #include "tests/shell/message_pump.h"
+#include "tests/shell/other_apartment.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -52,13 +53,13 @@ void UseObject(_Zentrel& object) {
 }
 
 TEST_F(Apartments, AMultithreadedClientMakesAndUsesAnObject) {
-  OnAnotherThread(COINIT_MULTITHREADED, [] {
+  OtherApartment(COINIT_MULTITHREADED, [] {
     ComPointer<_Zentrel> object;
     ASSERT_EQ(CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER, IID__Zentrel,
                                object.ReceiveVoid()),
               S_OK);
     UseObject(*object.Get());
-  });
+  }).Join();
 }
 
 TEST_F(Apartments, AnObjectIsUsedFromAnotherApartment) {
@@ -66,11 +67,11 @@ TEST_F(Apartments, AnObjectIsUsedFromAnotherApartment) {
   for (const DWORD apartment : {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}) {
     IStream* stream = nullptr;
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID__Zentrel, object.Get(), &stream), S_OK);
-    OnAnotherThread(apartment, [stream] {
+    OtherApartment(apartment, [stream] {
       ComPointer<_Zentrel> proxy;
       ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, IID__Zentrel, proxy.ReceiveVoid()), S_OK);
       UseObject(*proxy.Get());
-    });
+    }).Join();
   }
 }
 
@@ -82,7 +83,7 @@ TEST_F(Apartments, ObjectsOfTwoApartmentsDoNotDisturbEachOther) {
   const ComPointer<IConnectionPoint> point = PointOf(here.Get());
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(sink.Get(), &cookie), S_OK);
-  OnAnotherThread(COINIT_APARTMENTTHREADED, [] {
+  OtherApartment(COINIT_APARTMENTTHREADED, [] {
     const auto there = NewZentrel();
     ComPointer<EventSink> own_sink;
     *own_sink.Receive() = new EventSink;
@@ -96,7 +97,7 @@ TEST_F(Apartments, ObjectsOfTwoApartmentsDoNotDisturbEachOther) {
     EXPECT_TRUE(PumpUntil([&] { return own_sink->states.size() >= 2; }, kLimitMs));
     EXPECT_EQ(own_sink->states, (std::vector<bool>{true, false}));
     EXPECT_EQ(own_point->Unadvise(own_cookie), S_OK);
-  });
+  }).Join();
   EXPECT_TRUE(sink->states.empty());
   EXPECT_EQ(here->put_Power(VARIANT_FALSE), S_OK);
   EXPECT_EQ(sink->states, std::vector<bool>{false});

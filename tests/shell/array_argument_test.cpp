@@ -36,6 +36,38 @@ TEST(ArrayArgument, AnArrayOfNumbersIsTheClientsOwn) {
   EXPECT_EQ(argument.WriteBack(), S_OK);
 }
 
+TEST(ArrayArgument, AnArrayFromABareDescriptorIsWhatTheCallerSaysItIs) {
+  SAFEARRAY* array = nullptr;
+  ASSERT_EQ(SafeArrayAllocDescriptor(1, &array), S_OK);
+  array->cbElements = sizeof(LONG);
+  array->rgsabound[0] = {2, 0};
+  ASSERT_EQ(SafeArrayAllocData(array), S_OK);
+  VARIANT given;
+  V_VT(&given) = VT_ARRAY | VT_I4;
+  V_ARRAY(&given) = array;
+  {
+    ArrayArgument argument;
+    EXPECT_EQ(argument.Bind(given, kEnglish), S_OK);
+    EXPECT_EQ(*argument.Get(), array);
+  }
+  SafeArrayDestroy(array);
+}
+
+TEST(ArrayArgument, AnArrayWithoutElementsIsNotLeftLocked) {
+  SAFEARRAY* array = nullptr;
+  ASSERT_EQ(SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &array), S_OK);
+  array->rgsabound[0] = {1, 0};
+  VARIANT given;
+  V_VT(&given) = VT_ARRAY | VT_VARIANT;
+  V_ARRAY(&given) = array;
+  {
+    ArrayArgument argument;
+    EXPECT_NE(argument.Bind(given, kEnglish), S_OK);
+  }
+  EXPECT_EQ(array->cLocks, 0u);
+  SafeArrayDestroyDescriptor(array);
+}
+
 TEST(ArrayArgument, AnArrayOfVariantsIsConvertedElementByElement) {
   Value array = Value::VariantArray({Value::Short(8), Value::Text(L"&H10"), Value::Double(10), {}});
   ArrayArgument argument;

@@ -177,7 +177,7 @@ TEST_F(BoxClients, TwoApartmentsWorkWithTwoBoxesAtTheSameTime) {
       if (client.Get(&_Zentrel::get_Xpdr) != id) throw std::runtime_error("of the other box");
     }
   };
-  OtherApartment apartment([&] { read(SecondPort(), 0x222222); });
+  OtherApartment apartment(COINIT_APARTMENTTHREADED, [&] { read(SecondPort(), 0x222222); });
   read(Port(), 0x111111);
   apartment.Join();
 
@@ -193,7 +193,7 @@ TEST_F(BoxClients, ASlowBoxDoesNotHoldUpAnother) {
   Second().Reset();
   Second().Tell("late 1000");
   ZentrelStatus slow = S_BAD_PORT;
-  OtherApartment apartment([&] {
+  OtherApartment apartment(COINIT_APARTMENTTHREADED, [&] {
     BoxClient client;
     client.Open(SecondPort(), true);
     slow = client.BoxStatus();
@@ -210,7 +210,7 @@ TEST_F(BoxClients, ASlowBoxDoesNotHoldUpAnother) {
 TEST_F(BoxClients, TheTimersOfTwoApartmentsAreTwo) {
   Second().Reset();
   bool other_went_off = false;
-  OtherApartment apartment([&] {
+  OtherApartment apartment(COINIT_APARTMENTTHREADED, [&] {
     BoxClient client;
     client.Open(SecondPort(), true);
     other_went_off = SupplyGoesOff(client);

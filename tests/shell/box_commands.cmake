@@ -8,8 +8,6 @@ add_executable(box_commands_tests
   box_port_test.cpp
   box_supply_test.cpp
   box_test.cpp
-  message_pump.cpp
-  other_apartment.cpp
   port_openings.cpp
 )
 target_link_libraries(box_commands_tests PRIVATE shell_client virtual_box_client GTest::gtest_main)

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <stdexcept>
+
+#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -20,18 +21,9 @@ std::string FrameText(const LogLine& line) {
 
 }  // namespace
 
-std::int32_t EnvironmentNumber(const char* variable) {
-  const char* const value = std::getenv(variable);
-  if (value == nullptr) throw std::runtime_error(std::string(variable) + " is missing");
-  std::string text(value);
-  text.erase(0, text.rfind(':') + 1);  // from 0 on when there is no colon
-  const auto number = virtual_box::ParseNumber(text, 0xFFFF);
-  if (!number) throw std::runtime_error(std::string(variable) + " holds no number");
-  return static_cast<std::int32_t>(*number);
-}
-
 BoxControl::BoxControl(const char* variable) {
-  if (!client_.Connect(static_cast<std::uint16_t>(EnvironmentNumber(variable)))) {
+  const auto port = virtual_box::NumberFromEnvironment(variable);
+  if (!port || !client_.Connect(*port)) {
     throw std::runtime_error(std::string("no virtual box answers at ") + variable);
   }
   beginning_ = "set";

@@ -48,7 +48,4 @@ class BoxControl {
   std::string beginning_;  // the command that sets all facts back
 };
 
-/// The number that an environment variable holds after its last colon; throws when it is none.
-std::int32_t EnvironmentNumber(const char* variable);
-
 }  // namespace qmzentrel::shell

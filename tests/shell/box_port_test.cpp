@@ -87,7 +87,8 @@ TEST_F(BoxPort, ThatDoesNotExistIsABadPort) {
 }
 
 TEST_F(BoxPort, ThatIsAFileIsABadPort) {
-  EXPECT_EQ(client.Open(EnvironmentNumber("QMZ_FILE_PORT"), true), S_BAD_PORT);
+  const std::int32_t port = virtual_box::NumberFromEnvironment("QMZ_FILE_PORT").value();
+  EXPECT_EQ(client.Open(port, true), S_BAD_PORT);
 }
 
 TEST_F(BoxPort, IsAskedForExclusivelyAndByItsDeviceName) {
@@ -147,7 +148,7 @@ TEST_F(BoxPort, ThatIsPulledOutWithinAReplyIsABadResponseAsAReplyIsThatStopsShor
   Second().Tell("truncate 1 6");
   ZentrelStatus stopped = S_OKAY;
   DWORD stopped_ms = 0;
-  OtherApartment apartment([&] {
+  OtherApartment apartment(COINIT_APARTMENTTHREADED, [&] {
     BoxClient other;
     other.Open(SecondPort(), true);
     const Stopwatch time;

@@ -8,6 +8,7 @@
 
 #include "tests/shell/box_client.h"
 #include "tests/shell/box_control.h"
+#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::shell {
 
@@ -19,11 +20,13 @@ class BoxTest : public testing::Test {
   void SetUp() override;
 
   static BoxControl& Box();
-  static std::int32_t Port() { return EnvironmentNumber("QMZ_PORT"); }
+  static std::int32_t Port() { return virtual_box::NumberFromEnvironment("QMZ_PORT").value(); }
 
   /// Another box on another port; whoever uses it resets it.
   static BoxControl& Second();
-  static std::int32_t SecondPort() { return EnvironmentNumber("QMZ_SECOND_PORT"); }
+  static std::int32_t SecondPort() {
+    return virtual_box::NumberFromEnvironment("QMZ_SECOND_PORT").value();
+  }
 
   /// Opens the box's port with the supply maintained.
   static void Open(BoxClient& client);

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "tests/shell/message_pump.h"
-
 namespace qmzentrel::shell {
 namespace {
 
@@ -226,24 +224,6 @@ Outcome Let(IDispatch* object, std::wstring_view member, Value value, LCID lcid)
   std::vector<Value> arguments{std::move(value)};
   return InvokeRaw(object, IdOf(object, member), DISPATCH_PROPERTYPUT, arguments,
                    {DISPID_PROPERTYPUT}, lcid);
-}
-
-void OnAnotherThread(DWORD apartment, const std::function<void()>& body) {
-  struct Work {
-    DWORD apartment;
-    const std::function<void()>& body;
-    static DWORD WINAPI Run(void* parameter) {
-      const Work& work = *static_cast<const Work*>(parameter);
-      if (FAILED(CoInitializeEx(nullptr, work.apartment))) Stop("No COM");
-      work.body();
-      CoUninitialize();
-      return 0;
-    }
-  } work{apartment, body};
-  const HANDLE thread = CreateThread(nullptr, 0, Work::Run, &work, 0, nullptr);
-  if (thread == nullptr) Stop("No thread");
-  PumpUntilSignalled(thread, INFINITE);
-  CloseHandle(thread);
 }
 
 std::wstring TakenErrorDescription() {

@@ -7,7 +7,6 @@
 // After it, which they need.
 #include <olectl.h>
 
-#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -115,10 +114,6 @@ Outcome CallNamed(IDispatch* object, std::wstring_view member, std::vector<Value
 Outcome Get(IDispatch* object, std::wstring_view member, std::vector<Value> arguments = {},
             LCID lcid = kEnglish);
 Outcome Let(IDispatch* object, std::wstring_view member, Value value, LCID lcid = kEnglish);
-
-/// Runs `body` on a thread of its own in an apartment of that kind (COINIT_…), and pumps messages
-/// here until it has ended.
-void OnAnotherThread(DWORD apartment, const std::function<void()>& body);
 
 /// The text of the thread's error info, taken away from the thread; empty when there is none.
 std::wstring TakenErrorDescription();

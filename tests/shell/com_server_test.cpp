@@ -29,8 +29,7 @@ std::wstring GuidText(REFGUID guid) {
   return text.data();
 }
 
-// --- The class object
-// ------------------------------------------------------------------------------
+// --- The class object ---
 
 TEST_F(ComServer, TheClassObjectIsAFactory) {
   const auto factory = NewFactory();
@@ -77,8 +76,7 @@ TEST_F(ComServer, EachObjectIsIndependent) {
   EXPECT_EQ(util, 1);
 }
 
-// --- What keeps the library loaded
-// -----------------------------------------------------------------
+// --- What keeps the library loaded ---
 
 TEST_F(ComServer, AFactoryKeepsTheLibraryLoaded) {
   auto factory = NewFactory();
@@ -144,8 +142,7 @@ TEST_F(ComServer, ThousandObjectsLeaveNothing) {
   EXPECT_EQ(library.CanUnloadNow(), S_OK);
 }
 
-// --- Identity
-// --------------------------------------------------------------------------------------
+// --- Identity ---
 
 TEST_F(ComServer, EveryInterfaceLeadsToEveryOther) {
   const auto object = NewZentrel();
@@ -203,8 +200,7 @@ TEST_F(ComServer, TheClassDescribesItself) {
   EXPECT_EQ(provider->GetGUID(GUIDKIND_DEFAULT_SOURCE_DISP_IID, nullptr), E_POINTER);
 }
 
-// --- Registration
-// ----------------------------------------------------------------------------------
+// --- Registration ---
 
 // Starts and ends without a registration, whatever the prefix had before.
 class Registration : public ComServer {
@@ -232,6 +228,41 @@ TEST_F(Registration, RegisteringTwiceIsRegisteringOnce) {
   const RegistrySnapshot once = TakeRegistrySnapshot();
   ASSERT_EQ(library.RegisterServer(), S_OK);
   EXPECT_EQ(Differences(once, TakeRegistrySnapshot()), "");
+}
+
+// A copy of the library that is registered from where it lies.
+std::wstring RegisteredCopy(HMODULE module) {
+  std::array<wchar_t, MAX_PATH> path{};
+  std::array<wchar_t, MAX_PATH> folder{};
+  GetModuleFileNameW(module, path.data(), MAX_PATH);
+  GetTempPathW(MAX_PATH, folder.data());
+  std::wstring copy = std::wstring(folder.data()) + L"QmZentrel_moved.dll";
+  EXPECT_TRUE(CopyFileW(path.data(), copy.c_str(), FALSE));
+  const HMODULE loaded = LoadLibraryW(copy.c_str());
+  EXPECT_NE(loaded, nullptr);
+  using Register = HRESULT(STDAPICALLTYPE*)();
+  const auto entry = reinterpret_cast<Register>(
+      reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
+  EXPECT_EQ(entry(), S_OK);
+  FreeLibrary(loaded);
+  return copy;
+}
+
+TEST_F(Registration, ALibraryThatWasMovedAfterRegisteringIsUnregisteredAllTheSame) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  const std::wstring copy = RegisteredCopy(library.module);
+  ASSERT_TRUE(DeleteFileW(copy.c_str()));
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, ARegistrationThatLostItsLibraryKeyIsUnregisteredAllTheSame) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  ASSERT_EQ(RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"TypeLib\\" + GuidText(LIBID_QmZentrel)).c_str()),
+            ERROR_SUCCESS);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
 }
 
 TEST_F(Registration, UnregisteringTwiceIsNoError) {
@@ -295,8 +326,7 @@ TEST_F(Registration, ARegistrationThatFailsHalfWayLeavesNothing) {
   }));
 }
 
-// --- The file
-// --------------------------------------------------------------------------------------
+// --- The file ---
 
 // The names in the import table of a loaded module.
 std::set<std::string> ImportedLibraries(HMODULE module) {

@@ -106,6 +106,14 @@ TEST_F(Dispatch, AnUnknownNameLeavesTheOthersKnown) {
   EXPECT_EQ(ids[2], 0);
 }
 
+TEST_F(Dispatch, ANameThatIsNoneIsRefused) {
+  wchar_t open[] = L"DeviceOpen";
+  LPOLESTR names[] = {open, nullptr};
+  DISPID ids[] = {0, 0};
+  EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names, 2, kEnglish, ids), E_POINTER);
+  EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names + 1, 1, kEnglish, ids), E_POINTER);
+}
+
 TEST_F(Dispatch, NamesThatAreNoMembersAreUnknown) {
   for (const wchar_t* name : {L"", L"Util ", L"Uti", L"get_Util", L"Port", L"Utıl", L"zzz"}) {
     EXPECT_EQ(IdOf(object, name), DISPID_UNKNOWN) << Narrow(name);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tests/shell/com_client.h"
+#include "tests/shell/other_apartment.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -78,11 +79,21 @@ TEST_F(ErrorInfo, AnErrorInfoDoesNotOutliveALateBoundCallOrACreation) {
   ASSERT_EQ(Fail(), kReportedFault);
   const auto other = NewZentrel();
   EXPECT_FALSE(TakenErrorInfo());
+  ASSERT_EQ(Fail(), kReportedFault);
+  wchar_t name[] = L"NoSuchMember";
+  LPOLESTR names[] = {name};
+  DISPID id = 0;
+  EXPECT_EQ(zentrel->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), DISP_E_UNKNOWNNAME);
+  EXPECT_FALSE(TakenErrorInfo());
+  ASSERT_EQ(Fail(), kReportedFault);
+  ComPointer<ITypeInfo> types;
+  EXPECT_EQ(zentrel->GetTypeInfo(1, kEnglish, types.Receive()), DISP_E_BADINDEX);
+  EXPECT_FALSE(TakenErrorInfo());
 }
 
 TEST_F(ErrorInfo, AnErrorInfoOfAnotherThreadIsLeftAlone) {
   ASSERT_EQ(Fail(), kReportedFault);
-  OnAnotherThread(COINIT_APARTMENTTHREADED, [] {
+  OtherApartment(COINIT_APARTMENTTHREADED, [] {
     const auto own = NewZentrel();
     LONG signature = 0;
     EXPECT_EQ(own->get_ZentrelSignature(kNoSuchSignature, &signature), kReportedFault);
@@ -90,7 +101,7 @@ TEST_F(ErrorInfo, AnErrorInfoOfAnotherThreadIsLeftAlone) {
     EXPECT_FALSE(TakenErrorInfo());
     // One is left behind when the thread ends.
     EXPECT_EQ(own->get_ZentrelSignature(kNoSuchSignature, &signature), kReportedFault);
-  });
+  }).Join();
   EXPECT_EQ(TakenErrorDescription(), kReportedFaultText);
 }
 

@@ -70,7 +70,8 @@ class EventSink final : public IDispatch {
     states.push_back(state == VARIANT_TRUE);
     // Whatever this sink does to the argument is nobody else's affair.
     V_BOOL(&parameters->rgvarg[0]) = state == VARIANT_TRUE ? VARIANT_FALSE : VARIANT_TRUE;
-    return on_event ? on_event(*this, failure) : S_OK;
+    const auto action = on_event;  // lasts through the call even if this sink does not
+    return action ? action(*this, failure) : S_OK;
   }
 
  private:

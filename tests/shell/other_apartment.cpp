@@ -9,7 +9,8 @@
 
 namespace qmzentrel::shell {
 
-OtherApartment::OtherApartment(std::function<void()> body) : body_(std::move(body)) {
+OtherApartment::OtherApartment(DWORD kind, std::function<void()> body)
+    : kind_(kind), body_(std::move(body)) {
   thread_ = platform::OwnedHandle(CreateThread(nullptr, 0, Main, this, 0, nullptr));
   if (!thread_.IsValid()) throw std::runtime_error("no thread for another apartment");
 }
@@ -31,7 +32,10 @@ void OtherApartment::Await() {
 // The operating system promises a stack aligned to 4 bytes only.
 __attribute__((force_align_arg_pointer)) DWORD WINAPI OtherApartment::Main(void* parameter) {
   auto& apartment = *static_cast<OtherApartment*>(parameter);
-  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  if (FAILED(CoInitializeEx(nullptr, apartment.kind_))) {
+    apartment.failure_ = "no COM";
+    return 0;
+  }
   try {
     apartment.body_();
   } catch (const std::exception& error) {

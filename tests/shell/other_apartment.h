@@ -10,22 +10,23 @@
 
 namespace qmzentrel::shell {
 
-/// A thread with a single-threaded apartment of its own in which `body` runs, at once.
+/// A thread with an apartment of that kind (COINIT_…) in which `body` runs, at once.
 class OtherApartment {
  public:
-  explicit OtherApartment(std::function<void()> body);
+  OtherApartment(DWORD kind, std::function<void()> body);
   /// Dispatches messages until the thread has ended.
   ~OtherApartment();
   OtherApartment(const OtherApartment&) = delete;
   OtherApartment& operator=(const OtherApartment&) = delete;
 
-  /// The same; throws std::runtime_error when `body` has thrown.
+  /// The same; throws std::runtime_error when `body` has thrown or never ran.
   void Join();
 
  private:
   static DWORD WINAPI Main(void* apartment);
   void Await();
 
+  DWORD kind_;
   std::function<void()> body_;
   std::string failure_;
   platform::OwnedHandle thread_;

@@ -41,7 +41,7 @@ class Text {
 };
 
 // A description that its type lends and takes back.
-template <typename Description, void (STDMETHODCALLTYPE ITypeInfo::*release)(Description*)>
+template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*release)(Description*)>
 class Lent {
  public:
   explicit Lent(ITypeInfo& type) : type_(type) {}

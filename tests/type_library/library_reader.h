@@ -16,13 +16,13 @@ struct Releaser {
   void operator()(IUnknown* object) const { object->Release(); }
 };
 
-template <typename Interface>
+template <class Interface>
 using ComPointer = std::unique_ptr<Interface, Releaser>;
 
 using TypeInfo = ComPointer<ITypeInfo>;
 using TypeLibrary = ComPointer<ITypeLib>;
 
-// What the library says for the user about itself, a type or a member.
+/// What the library says for the user about itself, a type or a member.
 struct Documentation {
   std::wstring name;
   std::wstring help;
@@ -32,30 +32,30 @@ struct Documentation {
   bool operator==(const Documentation&) const = default;
 };
 
-// The attributes of a type, as far as they do not depend on who reads.
+/// The attributes of a type, as far as they do not depend on who reads.
 struct TypeAttributes {
-  std::wstring guid;  // with braces, upper case
+  std::wstring guid;  ///< with braces, upper case
   TYPEKIND kind;
   unsigned flags;
   std::string version;
   unsigned function_count;
   unsigned variable_count;
   unsigned implemented_count;
-  unsigned table_size;  // bytes of the virtual table
+  unsigned table_size;  ///< bytes of the virtual table
 };
 
 struct EnumerationMember {
   std::wstring name;
   std::wstring help;
   unsigned long help_context;
-  std::string value;  // "Long 8"
+  std::string value;  ///< "Long 8"
 
   bool operator==(const EnumerationMember&) const = default;
 };
 
 // Every function throws std::runtime_error where the system refuses; what() names the call.
 
-// Loads the library of the file that the environment variable QMZ_DLL names, registering nothing.
+/// Loads the library of the file that the environment variable QMZ_DLL names, registering nothing.
 TypeLibrary LoadLibraryUnderTest();
 
 Documentation DocumentationOf(ITypeLib& library);
@@ -64,16 +64,16 @@ Documentation DocumentationOf(ITypeInfo& type, MEMBERID member = MEMBERID_NIL);
 
 TypeInfo TypeAt(ITypeLib& library, unsigned index);
 TypeInfo TypeNamed(ITypeLib& library, const std::wstring& name);
-// The type that `type` implements at `index`; index -1 of a dual interface is its other side.
+/// The type that `type` implements at `index`; index -1 of a dual interface is its other side.
 TypeInfo ImplementedType(ITypeInfo& type, int index);
 
 TypeAttributes AttributesOf(ITypeInfo& type);
-// "Zentrel" for an alias of that type.
+/// "Zentrel" for an alias of that type.
 std::string AliasTargetOf(ITypeInfo& alias);
 
-// One line for each function with its own slot, such as
-// "slot 36: method 0x60030028 Open(0x1 Port Long, 0x31 Keep Boolean = Boolean -1) Long";
-// the seven functions of IDispatch are left out. A number before a parameter is its flags.
+/// One line for each function with its own slot, such as
+/// "slot 36: method 0x60030028 Open(0x1 Port Long, 0x31 Keep Boolean = Boolean -1) Long";
+/// the seven functions of IDispatch are left out. A number before a parameter is its flags.
 std::vector<std::string> FunctionsOf(ITypeInfo& type);
 
 std::vector<EnumerationMember> MembersOf(ITypeInfo& enumeration);

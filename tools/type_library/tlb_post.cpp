@@ -54,7 +54,7 @@ void WriteFile(const std::string& path, const Bytes& bytes) {
 }
 
 // The whole of `text` as a number, or a UsageError about `instruction`.
-template <typename Number>
+template <class Number>
 Number ParseNumber(std::string_view text, int base, std::string_view instruction) {
   Number number = 0;
   const char* const end = text.data() + text.size();

@@ -25,8 +25,13 @@ std::string HexText(const Bytes& bytes) {
 }
 
 std::optional<Bytes> ParseHexBytes(std::string_view text) {
+  return ParseHexWords(SplitWords(text), 0);
+}
+
+std::optional<Bytes> ParseHexWords(const std::vector<std::string>& words, std::size_t first) {
   Bytes bytes;
-  for (const std::string& word : SplitWords(text)) {
+  for (std::size_t at = first; at < words.size(); ++at) {
+    const std::string& word = words[at];
     if (word.size() % 2 != 0) return std::nullopt;
     for (std::size_t i = 0; i < word.size(); i += 2) {
       const char* const end = word.data() + i + 2;

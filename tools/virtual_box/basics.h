@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@ std::string HexText(const Bytes& bytes);
 
 /// Bytes from "A6 00", "a600" or a mixture; nothing when the text holds anything else.
 std::optional<Bytes> ParseHexBytes(std::string_view text);
+
+/// The same from the words of a line, `first` and those behind it; no bytes when there are none.
+std::optional<Bytes> ParseHexWords(const std::vector<std::string>& words, std::size_t first);
 
 /// A number from "123" or "0x7B", 0 to `max`; nothing when it is none or outside.
 std::optional<std::uint32_t> ParseNumber(std::string_view text, std::uint32_t max);

@@ -24,12 +24,6 @@ ControlAnswer List(std::vector<std::string> lines) {
   return {true, {}, std::move(lines), true};
 }
 
-std::optional<Bytes> HexFrom(const std::vector<std::string>& words, std::size_t first) {
-  std::string text;
-  for (std::size_t i = first; i < words.size(); ++i) text += words[i] + ' ';
-  return ParseHexBytes(text);
-}
-
 }  // namespace
 
 struct Control::Command {
@@ -155,7 +149,7 @@ ControlAnswer Control::Get(const Words& words, Time) {
 
 ControlAnswer Control::Message(const Words& words, Time) {
   const auto identifier = ParseNumber(words[1], 255);
-  const auto data = HexFrom(words, 2);
+  const auto data = ParseHexWords(words, 2);
   if (!identifier || !data) return Error("not a message");
   Bytes& stored = model_.sub_device.Message(static_cast<std::uint8_t>(*identifier));
   if (words.size() > 2) stored = *data;
@@ -165,7 +159,7 @@ ControlAnswer Control::Message(const Words& words, Time) {
 ControlAnswer Control::Test(const Words& words, Time) {
   const auto identifier = ParseNumber(words[1], 255);
   const auto length = words.size() > 2 ? ParseNumber(words[2], kBoxBuffer) : 0;
-  const auto reply = HexFrom(words, 3);
+  const auto reply = ParseHexWords(words, 3);
   if (!identifier || !length || !reply) return Error("not a test message");
   TestMessage& test = model_.sub_device.Test(static_cast<std::uint8_t>(*identifier));
   if (words.size() > 2) test = {*length, *reply, {}};
@@ -183,7 +177,7 @@ ControlAnswer Control::Clear(const Words&, Time) {
 }
 
 ControlAnswer Control::Send(const Words& words, Time now) {
-  const auto bytes = HexFrom(words, 1);
+  const auto bytes = ParseHexWords(words, 1);
   if (!bytes) return Error("not bytes in hexadecimal");
   if (!host_.IsPlugged()) return Error("unplugged");
   return model_.SendUnasked(*bytes, now) ? Ok() : Error("the box is not ready");

@@ -1,6 +1,5 @@
 #include "tools/virtual_box/control_client.h"
 
-#include <fstream>
 #include <utility>
 
 namespace qmzentrel::virtual_box {
@@ -9,12 +8,6 @@ bool ControlClient::Connect(std::uint16_t port) {
   received_.clear();
   socket_ = Socket::Connect(port);
   return socket_.IsOpen();
-}
-
-bool ControlClient::ConnectByFile(const std::string& path) {
-  unsigned port = 0;
-  std::ifstream file(path);
-  return file >> port && port <= 0xFFFF && Connect(static_cast<std::uint16_t>(port));
 }
 
 ControlClient::Answer ControlClient::Command(const std::string& line,

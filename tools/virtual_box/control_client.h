@@ -22,9 +22,6 @@ class ControlClient {
   /// Connects to a box on this machine; false when none listens.
   bool Connect(std::uint16_t port);
 
-  /// The same with the port that the box wrote to its `--control-file`.
-  bool ConnectByFile(const std::string& path);
-
   /// Sends one command and waits for its answer; an answer that is not there within `limit`, or a
   /// connection that breaks, is "error" with the reason.
   Answer Command(const std::string& line,

@@ -79,12 +79,6 @@ constexpr std::string_view kStrayWord = "stray";
 constexpr std::string_view kStrayHelp =
     "stray HEX...           these bytes ahead of the next reply";
 
-std::string JoinFrom(const Words& words, std::size_t first) {
-  std::string text;
-  for (std::size_t i = first; i < words.size(); ++i) text += words[i] + ' ';
-  return text;
-}
-
 bool ParseNumbers(const FaultWord& fault_word, const Words& words, FaultCommand& command,
                   bool& counted, std::string& error) {
   if (words.size() - 1 < fault_word.needed || words.size() - 1 > fault_word.slots.size()) {
@@ -146,7 +140,7 @@ std::optional<FaultCommand> ParseFault(std::string_view text, std::string& error
       return std::nullopt;
     }
     if (words[0] == kStrayWord) {
-      const auto bytes = ParseHexBytes(JoinFrom(words, 1));
+      const auto bytes = ParseHexWords(words, 1);
       if (!bytes || bytes->empty()) {
         error = "usage: " + std::string(kStrayHelp);
         return std::nullopt;

@@ -35,7 +35,7 @@ inline const Type& TypeNamed(const MsftFile& file, const std::string& name) {
   return *found;
 }
 
-// How many bytes differ; libraries of unlike length differ in all of them.
+/// How many bytes differ; libraries of unlike length differ in all of them.
 inline std::size_t CountDifferences(const Bytes& one, const Bytes& other) {
   if (one.size() != other.size()) return std::max(one.size(), other.size());
   std::size_t count = 0;

@@ -98,11 +98,16 @@ class VirtualBoxProgram : public ::testing::Test {
     box = std::make_unique<BoxProcess>(arguments);
     ready = box->ReadLine();
     ASSERT_TRUE(ready.starts_with("ready port=/dev/pts/")) << ready;
-    ASSERT_TRUE(control.ConnectByFile(ControlFile()));
+    ASSERT_TRUE(control.Connect(ControlPort()));
   }
 
   std::string Link() const { return (folder / "box").string(); }
   std::string ControlFile() const { return (folder / "control").string(); }
+  std::uint16_t ControlPort() const {
+    std::uint16_t port = 0;
+    std::ifstream(ControlFile()) >> port;
+    return port;
+  }
   std::string LinesFolder() const { return (folder / "lines").string(); }
 
   FileDescriptor OpenPort() const {
@@ -270,16 +275,16 @@ TEST_F(VirtualBoxProgram, UnplugsInTheMiddleOfAReply) {
 TEST_F(VirtualBoxProgram, ServesSeveralControlClientsAtOnce) {
   Start({"--pace", "off"});
   ControlClient waiting_client;
-  ASSERT_TRUE(waiting_client.ConnectByFile(ControlFile()));
+  ASSERT_TRUE(waiting_client.Connect(ControlPort()));
   {
     ControlClient short_lived;
-    ASSERT_TRUE(short_lived.ConnectByFile(ControlFile()));
+    ASSERT_TRUE(short_lived.Connect(ControlPort()));
     EXPECT_TRUE(short_lived.Command("set util 42").ok);
   }
   EXPECT_EQ(waiting_client.Command("get util").text, "42");
   // A time limit of the client's: the box must not answer before the frames are there.
   EXPECT_FALSE(waiting_client.Command("wait-frames 2 20000", milliseconds(100)).ok);
-  ASSERT_TRUE(waiting_client.ConnectByFile(ControlFile()));
+  ASSERT_TRUE(waiting_client.Connect(ControlPort()));
   const FileDescriptor port = OpenPort();
   Write(port, {0x80});
   EXPECT_EQ(waiting_client.Command("wait-frames 2 20000").text, "2");

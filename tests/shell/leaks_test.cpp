@@ -1,0 +1,99 @@
+// What calls leave behind: nothing, however often they are made and however they end.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+// After it, which it needs.
+#include <psapi.h>
+
+#include "tests/shell/com_client.h"
+#include "tests/shell/event_sink.h"
+
+namespace qmzentrel::shell {
+namespace {
+
+constexpr int kRounds = 20000;
+// A leak of one small block a round is more than twice this.
+constexpr std::size_t kAllowedGrowth = 1024 * 1024;
+
+std::size_t MemoryInUse() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PagefileUsage;
+}
+
+// Runs `round` often, after some rounds for what is made once.
+template <class Round>
+void ExpectNoGrowth(Round round) {
+  for (int i = 0; i < kRounds / 10; ++i) round();
+  const std::size_t before = MemoryInUse();
+  for (int i = 0; i < kRounds; ++i) round();
+  const std::size_t after = MemoryInUse();
+  EXPECT_LT(after, before + kAllowedGrowth);
+}
+
+class Leaks : public testing::Test {
+ protected:
+  ComPointer<_Zentrel> zentrel = NewZentrel();
+  const DISPID status = IdOf(zentrel.Get(), L"Status");
+  const DISPID util = IdOf(zentrel.Get(), L"Util");
+  const DISPID signature = IdOf(zentrel.Get(), L"ZentrelSignature");
+};
+
+TEST_F(Leaks, AResultThatNobodyTakesIsFreed) {
+  VARIANTARG code;
+  V_VT(&code) = VT_I4;
+  V_I4(&code) = 3;
+  DISPPARAMS parameters{&code, nullptr, 1, 0};
+  ExpectNoGrowth([&] {
+    zentrel->Invoke(status, IID_NULL, kEnglish, DISPATCH_METHOD, &parameters, nullptr, nullptr,
+                    nullptr);
+  });
+}
+
+TEST_F(Leaks, AnArgumentThatHadToBeConvertedIsFreed) {
+  Value text = Value::Text(L"a text that no number comes of, and long enough to be seen");
+  Value number = Value::Text(L"12");
+  DISPID let = DISPID_PROPERTYPUT;
+  ExpectNoGrowth([&] {
+    for (Value* value : {&text, &number}) {
+      DISPPARAMS parameters{&value->Raw(), &let, 1, 1};
+      zentrel->Invoke(util, IID_NULL, kEnglish, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr,
+                      nullptr);
+    }
+  });
+}
+
+TEST_F(Leaks, AFailureThatNobodyHearsIsFreed) {
+  VARIANTARG index;
+  V_VT(&index) = VT_I2;
+  V_I2(&index) = 5;
+  DISPPARAMS parameters{&index, nullptr, 1, 0};
+  ExpectNoGrowth([&] {
+    zentrel->Invoke(signature, IID_NULL, kEnglish, DISPATCH_PROPERTYGET, &parameters, nullptr,
+                    nullptr, nullptr);
+  });
+}
+
+TEST_F(Leaks, WhatAFailingSinkSaysIsFreed) {
+  const auto container =
+      As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
+  ComPointer<IConnectionPoint> point;
+  ASSERT_EQ(container->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
+  ComPointer<EventSink> sink;
+  *sink.Receive() = new EventSink;
+  sink->on_event = [](EventSink& self, EXCEPINFO* failure) {
+    self.states.clear();
+    if (failure != nullptr) failure->bstrDescription = SysAllocString(L"no room for this event");
+    return DISP_E_EXCEPTION;
+  };
+  DWORD cookie = 0;
+  ASSERT_EQ(point->Advise(sink.Get(), &cookie), S_OK);
+  ExpectNoGrowth([&] { zentrel->put_Power(VARIANT_TRUE); });
+}
+
+TEST_F(Leaks, ObjectsAreFreed) {
+  ExpectNoGrowth([] { NewZentrel(); });
+}
+
+}  // namespace
+}  // namespace qmzentrel::shell
