@@ -85,7 +85,7 @@ struct SerialPort::State {
 
   // Runs one read or write, begun by `start` with the OVERLAPPED it is handed, and comes back only
   // when the driver has let go of it: its memory is on the stack.
-  template <typename Start>
+  template <class Start>
   Transfer Run(Start start, DWORD limit_ms) {
     OVERLAPPED operation{};
     operation.hEvent = completion.Get();

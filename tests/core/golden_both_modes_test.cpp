@@ -103,6 +103,21 @@ TEST_P(GoldenInBothModes, WriteXpdrOfAnOutOfRangeRecordDoesNothingAtAll) {
   Expect({});
 }
 
+TEST_P(GoldenInBothModes, WithTheSimulatorOnNoCommandTouchesPortOrSupply) {
+  TheWorld().SetNumber("SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator", "", 1);
+  EXPECT_EQ(zentrel->DeviceOpen(kPort, Maintained()), S_OKAY);
+  Expect({"log Zentrel_DeviceOpen"});
+  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
+  Expect({"log Zentrel_DeviceInit"});
+  EXPECT_THROW(zentrel->BoxStatus(), Refusal);
+  EXPECT_THROW(zentrel->ReadXpdr(), Refusal);
+  EXPECT_THROW(zentrel->ResetXpdr(), Refusal);
+  EXPECT_THROW(zentrel->WriteXpdr(), Refusal);
+  Expect({});
+  EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
+  Expect({"log Zentrel_DeviceClose"});
+}
+
 INSTANTIATE_TEST_SUITE_P(PowerModes, GoldenInBothModes, testing::Bool(),
                          [](const auto& mode) { return mode.param ? "Maintained" : "OnDemand"; });
 

@@ -105,22 +105,5 @@ TEST_F(GoldenMaintained, ReleaseClosesTheDevice) {
   Expect({"log Zentrel_DeviceClose", "supply off", "close COM7"});
 }
 
-// --- The simulator's switch ---
-
-TEST_F(GoldenMaintained, WithTheSimulatorOnNoCommandTouchesThePort) {
-  TheWorld().SetNumber("SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator", "", 1);
-  EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
-  Expect({"log Zentrel_DeviceOpen"});
-  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
-  Expect({"log Zentrel_DeviceInit"});
-  EXPECT_THROW(zentrel->BoxStatus(), Refusal);
-  EXPECT_THROW(zentrel->ReadXpdr(), Refusal);
-  EXPECT_THROW(zentrel->ResetXpdr(), Refusal);
-  EXPECT_THROW(zentrel->WriteXpdr(), Refusal);
-  Expect({});
-  EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
-  Expect({"log Zentrel_DeviceClose"});
-}
-
 }  // namespace
 }  // namespace qmzentrel::tests

@@ -147,18 +147,5 @@ TEST_F(GoldenOnDemand, ReleaseClosesTheDeviceAndEndsTheCountDown) {
   Expect({"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"});
 }
 
-TEST_F(GoldenOnDemand, WithTheSimulatorOnNoCommandTouchesPortOrSupply) {
-  TheWorld().SetNumber("SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator", "", 1);
-  EXPECT_EQ(zentrel->DeviceOpen(kPort, false), S_OKAY);
-  Expect({"log Zentrel_DeviceOpen"});
-  EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
-  Expect({"log Zentrel_DeviceInit"});
-  EXPECT_THROW(zentrel->BoxStatus(), Refusal);
-  EXPECT_THROW(zentrel->ReadXpdr(), Refusal);
-  EXPECT_THROW(zentrel->ResetXpdr(), Refusal);
-  EXPECT_THROW(zentrel->WriteXpdr(), Refusal);
-  Expect({});
-}
-
 }  // namespace
 }  // namespace qmzentrel::tests
