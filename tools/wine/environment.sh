@@ -7,3 +7,5 @@ export WINEDEBUG=${WINEDEBUG:--all}
 # Neither is used, and both would ask for a download.
 export WINEDLLOVERRIDES='mscoree,mshtml='
 unset DISPLAY
+# One locale on every machine; in one without UTF-8 the names of files would lose characters.
+export LC_ALL=C.UTF-8
