@@ -59,8 +59,9 @@ HRESULT ArrayArgument::Bind(VARIANTARG& given, LCID lcid) {
   switch (V_VT(&given) & VT_TYPEMASK) {
     case VT_I4:
       // An array without dimensions has no descriptor; the procedure judges it.
-      if (*array != nullptr && !HoldsElementsOf(VT_I4, sizeof(LONG), *array))
+      if (*array != nullptr && !HoldsElementsOf(VT_I4, sizeof(LONG), *array)) {
         return DISP_E_TYPEMISMATCH;
+      }
       numbers_ = array;
       return S_OK;
     case VT_VARIANT:

@@ -96,13 +96,17 @@ std::wstring NeutralLibraryKey() {
   return LibraryKey() + L"\\0";
 }
 
-void RegisterLibrary() {
+void RegisterUnderOwnLocale() {
   ComPointer<ITypeLib> library;
   std::wstring path = ModulePath();
   Require(LoadOwnTypeLibrary(library.Receive()), "The library has lost its type library");
   Require(RegisterTypeLib(library.Get(), path.data(), nullptr),
           "The type library cannot be registered");
-  WriteText(NeutralLibraryKey() + L"\\win32", nullptr, path);
+}
+
+void RegisterLibrary() {
+  RegisterUnderOwnLocale();
+  WriteText(NeutralLibraryKey() + L"\\win32", nullptr, ModulePath());
 }
 
 bool KeyExists(const std::wstring& key) {
@@ -125,7 +129,7 @@ void UnregisterLibrary() {
   if (!registered) return;
   // The system finds what to remove by reading the library where it is registered, and that file
   // may have been moved or deleted since: this one takes its place first.
-  RegisterLibrary();
+  RegisterUnderOwnLocale();
   RemoveKey(NeutralLibraryKey());
   Require(UnRegisterTypeLib(LIBID_QmZentrel, kLibraryMajorVersion, kLibraryMinorVersion,
                             kLibraryLocale, SYS_WIN32),
