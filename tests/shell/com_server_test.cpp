@@ -230,6 +230,23 @@ TEST_F(Registration, RegisteringTwiceIsRegisteringOnce) {
   EXPECT_EQ(Differences(once, TakeRegistrySnapshot()), "");
 }
 
+// The last key that registering writes, for those who ask for the library in no locale.
+TEST_F(Registration, ARegistrationThatFailsAtItsLastKeyLeavesNothing) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  const std::wstring version = L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3";
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, version.c_str(), 0, nullptr, 0, KEY_READ, nullptr,
+                            &key, nullptr),
+            ERROR_SUCCESS);
+  RegCloseKey(key);
+  ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, (version + L"\\0").c_str(), 0, nullptr,
+                            REG_OPTION_VOLATILE, KEY_READ, nullptr, &key, nullptr),
+            ERROR_SUCCESS);
+  RegCloseKey(key);
+  EXPECT_EQ(library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
 // A copy of the library that is registered from where it lies.
 std::wstring RegisteredCopy(HMODULE module) {
   std::array<wchar_t, MAX_PATH> path{};
