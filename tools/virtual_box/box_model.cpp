@@ -36,6 +36,15 @@ std::string WithRemark(std::string text, const std::string& remark) {
   return remark.empty() ? text : text + " (" + remark + ")";
 }
 
+// The four bytes of the box that a Box Status reply begins with and a transponder reply carries
+// too.
+void PutBoxFacts(Bytes& reply, std::size_t first, const Facts& facts) {
+  reply[first] = Low(facts.box_version);
+  reply[first + 1] = Low(facts.battery);
+  reply[first + 2] = Low(facts.signature0);
+  reply[first + 3] = Low(facts.signature1);
+}
+
 }  // namespace
 
 BoxModel::BoxModel(LogSink log) : log_(std::move(log)) {}
@@ -191,10 +200,7 @@ bool BoxModel::TransponderHasBlock2() const {
 
 Bytes BoxModel::BoxStatusReply() const {
   Bytes reply(kBoxStatusReplyLength, Low(facts.filler));
-  reply[0] = Low(facts.box_version);
-  reply[1] = Low(facts.battery);
-  reply[2] = Low(facts.signature0);
-  reply[3] = Low(facts.signature1);
+  PutBoxFacts(reply, 0, facts);
   reply.back() = SumOfOthers(reply);
   return reply;
 }
@@ -209,10 +215,7 @@ Bytes BoxModel::Block1Reply() const {
   reply[9] = Low((facts.pll << 4) | facts.txi);
   reply[10] = Low((facts.filler & 0xF0) | facts.msi);
   reply[11] = Low(facts.version);
-  reply[12] = Low(facts.box_version);
-  reply[13] = Low(facts.battery);
-  reply[14] = Low(facts.signature0);
-  reply[15] = Low(facts.signature1);
+  PutBoxFacts(reply, 12, facts);
   reply.back() = SumOfOthers(reply);
   return reply;
 }
