@@ -10,7 +10,7 @@
 namespace {
 
 using namespace qmzentrel::bench;
-using qmzentrel::com::ComPointer;
+using qmzentrel::platform::ComPointer;
 
 constexpr int kRounds = 101;
 // Calls per sample.

@@ -8,7 +8,7 @@
 namespace {
 
 using namespace qmzentrel::bench;
-using qmzentrel::com::ComPointer;
+using qmzentrel::platform::ComPointer;
 
 constexpr int kRounds = 201;
 // Objects per sample.

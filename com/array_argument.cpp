@@ -1,54 +1,11 @@
 #include "com/array_argument.h"
 
-#include <algorithm>
+#include "com/safe_array.h"
 
 namespace qmzentrel::com {
-namespace {
-
-// The elements of an array while it is held in place.
-template <class Element>
-class HeldElements {
- public:
-  explicit HeldElements(SAFEARRAY* array) : array_(array) {
-    void* data = nullptr;
-    held_ = SUCCEEDED(SafeArrayAccessData(array, &data));
-    elements_ = static_cast<Element*>(data);
-  }
-  ~HeldElements() {
-    if (held_) SafeArrayUnaccessData(array_);  // an array without elements is held as well
-  }
-  HeldElements(const HeldElements&) = delete;
-  HeldElements& operator=(const HeldElements&) = delete;
-
-  explicit operator bool() const { return elements_ != nullptr; }
-  Element& operator[](ULONG index) const { return elements_[index]; }
-
- private:
-  SAFEARRAY* array_;
-  bool held_ = false;
-  Element* elements_ = nullptr;
-};
-
-// An array made from a bare descriptor does not say what it holds; then its element size speaks for
-// the type that the caller states.
-bool HoldsElementsOf(VARTYPE type, ULONG element_size, SAFEARRAY* array) {
-  if (SafeArrayGetDim(array) != 1) return false;
-  VARTYPE held = VT_EMPTY;
-  if (SUCCEEDED(SafeArrayGetVartype(array, &held))) return held == type;
-  constexpr USHORT kOwnedElements =
-      FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
-  return array->cbElements == element_size && (array->fFeatures & kOwnedElements) == 0;
-}
-
-bool IsLocked(const SAFEARRAY* array) {
-  return array->cLocks != 0;
-}
-
-}  // namespace
-
 ArrayArgument::~ArrayArgument() {
   if (converted_ == nullptr) return;
-  if (IsLocked(converted_)) SafeArrayUnlock(converted_);
+  if (converted_->cLocks != 0) SafeArrayUnlock(converted_);
   SafeArrayDestroy(converted_);
 }
 
@@ -65,22 +22,22 @@ HRESULT ArrayArgument::Bind(VARIANTARG& given, LCID lcid) {
       numbers_ = array;
       return S_OK;
     case VT_VARIANT:
-      variants_ = *array;
       numbers_ = &converted_;
-      return variants_ == nullptr ? S_OK : ConvertElements(lcid);
+      return *array == nullptr ? S_OK : ConvertElements(*array, lcid);
     default:
       return DISP_E_TYPEMISMATCH;
   }
 }
 
-HRESULT ArrayArgument::ConvertElements(LCID lcid) {
-  if (!HoldsElementsOf(VT_VARIANT, sizeof(VARIANT), variants_)) return DISP_E_TYPEMISMATCH;
-  SAFEARRAYBOUND bound = variants_->rgsabound[0];
+HRESULT ArrayArgument::ConvertElements(SAFEARRAY* array, LCID lcid) {
+  if (!HoldsElementsOf(VT_VARIANT, sizeof(VARIANT), array)) return DISP_E_TYPEMISMATCH;
+  SAFEARRAYBOUND bound = array->rgsabound[0];
   converted_ = SafeArrayCreate(VT_I4, 1, &bound);
   if (converted_ == nullptr) return E_OUTOFMEMORY;
   // The procedure judges whether it may work on an array that its owner has locked.
-  if (IsLocked(variants_)) SafeArrayLock(converted_);
-  const HeldElements<VARIANT> from(variants_);
+  if (IsLockedByClient(array)) SafeArrayLock(converted_);
+  variants_.emplace(array);  // until the elements are written back
+  const HeldElements<VARIANT> from(array);
   const HeldElements<LONG> to(converted_);
   if (!from || !to) return E_OUTOFMEMORY;
   for (ULONG i = 0; i < bound.cElements; ++i) {
@@ -94,13 +51,12 @@ HRESULT ArrayArgument::ConvertElements(LCID lcid) {
 }
 
 HRESULT ArrayArgument::WriteBack() {
-  if (variants_ == nullptr || converted_ == nullptr) return S_OK;
+  // An array that the client has locked is not the component's to change.
+  if (!variants_ || converted_->cLocks != 0) return S_OK;
   const HeldElements<LONG> from(converted_);
-  const HeldElements<VARIANT> to(variants_);
+  const HeldElements<VARIANT> to(variants_->Array());
   if (!from || !to) return E_OUTOFMEMORY;
-  const ULONG count =
-      std::min(converted_->rgsabound[0].cElements, variants_->rgsabound[0].cElements);
-  for (ULONG i = 0; i < count; ++i) {
+  for (ULONG i = 0; i < converted_->rgsabound[0].cElements; ++i) {
     VARIANT number;
     VariantInit(&number);
     V_VT(&number) = VT_I4;

@@ -7,6 +7,10 @@
 // After it, which it needs.
 #include <oleauto.h>
 
+#include <optional>
+
+#include "com/array_hold.h"
+
 namespace qmzentrel::com {
 
 /// An array of 32-bit numbers goes to the procedure as it is. An array of variants, which is all
@@ -29,11 +33,11 @@ class ArrayArgument {
   HRESULT WriteBack();
 
  private:
-  HRESULT ConvertElements(LCID lcid);
+  HRESULT ConvertElements(SAFEARRAY* array, LCID lcid);
 
   SAFEARRAY** numbers_ = nullptr;
   SAFEARRAY* converted_ = nullptr;
-  SAFEARRAY* variants_ = nullptr;  // the client's array that was converted
+  std::optional<ArrayHold> variants_;  // the client's array that was converted
 };
 
 }  // namespace qmzentrel::com

@@ -11,7 +11,7 @@ STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** o
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
   DropStaleErrorInfo();
   try {
-    const ComPointer<_Zentrel> created = ZentrelObject::Create();
+    const platform::ComPointer<_Zentrel> created = ZentrelObject::Create();
     return created->QueryInterface(riid, object);
   } catch (...) {
     return ReportErrorInProgress();

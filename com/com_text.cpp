@@ -3,9 +3,14 @@
 #include <new>
 #include <string>
 
+#include "platform/win32/bstr.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::com {
+
+std::string TextOf(BSTR text) {
+  return platform::WideToUtf8(platform::ViewOf(text));
+}
 
 BSTR NewBstr(std::string_view utf8) {
   const std::wstring wide = platform::Utf8ToWide(utf8);

@@ -1,4 +1,4 @@
-// Text of the core (UTF-8) on its way to a client (BSTR).
+// Text between the core (UTF-8) and a client (BSTR).
 #pragma once
 
 #include <windows.h>
@@ -6,9 +6,13 @@
 // After it, which it needs.
 #include <oleauto.h>
 
+#include <string>
 #include <string_view>
 
 namespace qmzentrel::com {
+
+/// What a client handed over; null is the empty text.
+std::string TextOf(BSTR text);
 
 /// A new BSTR, for a client to free; never null, so that a client may measure it without a thought.
 /// Throws std::bad_alloc.

@@ -57,8 +57,8 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
   *cookie = 0;
   if (sink == nullptr) return E_POINTER;
   if (last_cookie_ == std::numeric_limits<DWORD>::max()) return CONNECT_E_ADVISELIMIT;
-  ComPointer<IDispatch> dispatch = Query<IDispatch>(sink, DIID___Zentrel);
-  if (!dispatch) dispatch = Query<IDispatch>(sink, IID_IDispatch);
+  platform::ComPointer<IDispatch> dispatch = platform::Query<IDispatch>(sink, DIID___Zentrel);
+  if (!dispatch) dispatch = platform::Query<IDispatch>(sink, IID_IDispatch);
   if (!dispatch) return CONNECT_E_CANNOTCONNECT;
   try {
     connections_.push_back({last_cookie_ + 1, std::move(dispatch)});
@@ -100,7 +100,7 @@ void ConnectionPoint::FirePowerStateChange(bool new_state) {
     const auto next = std::ranges::upper_bound(connections_, called, {}, &Connection::cookie);
     if (next == connections_.end() || next->cookie > last_at_start) return;
     called = next->cookie;
-    const ComPointer<IDispatch> sink = next->sink;
+    const platform::ComPointer<IDispatch> sink = next->sink;
     CallPowerStateChange(*sink.Get(), new_state);
   }
 }

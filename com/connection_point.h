@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "com/com_pointer.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 
@@ -40,7 +40,7 @@ class ConnectionPoint final : public IConnectionPoint {
  private:
   struct Connection {
     DWORD cookie;
-    ComPointer<IDispatch> sink;
+    platform::ComPointer<IDispatch> sink;
     void Share(CONNECTDATA& item) const;
   };
 

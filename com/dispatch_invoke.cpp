@@ -4,9 +4,9 @@
 #include <array>
 #include <span>
 
-#include "com/com_pointer.h"
 #include "com/dispatch_table.h"
 #include "com/error_info.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -129,7 +129,7 @@ HRESULT Get(_Zentrel& object, const Procedure& procedure, const BoundArgument* a
                                             const Procedure& procedure, DISPPARAMS& given,
                                             LCID lcid, VARIANT* result, EXCEPINFO* failure,
                                             UINT* wrong_argument) {
-  const ComPointer<_Zentrel> alive(&object);
+  const platform::ComPointer<_Zentrel> alive(&object);
   ArgumentList arguments(given, member.Parameters());
   const HRESULT bound = arguments.Bind(lcid, wrong_argument);
   if (FAILED(bound)) return bound;
@@ -144,7 +144,7 @@ HRESULT Get(_Zentrel& object, const Procedure& procedure, const BoundArgument* a
   if (given.cNamedArgs != 1 || given.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT) {
     return Wrong(DISP_E_PARAMNOTFOUND, 0, wrong_argument);
   }
-  const ComPointer<_Zentrel> alive(&object);
+  const platform::ComPointer<_Zentrel> alive(&object);
   BoundArgument value;
   const HRESULT bound = value.Bind(given.rgvarg[0], member.let_value, lcid);
   if (FAILED(bound)) return Wrong(bound, 0, wrong_argument);

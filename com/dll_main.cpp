@@ -8,11 +8,11 @@
 
 #include "QmZentrel_h.h"
 #include "com/class_factory.h"
-#include "com/com_pointer.h"
 #include "com/error_info.h"
 #include "com/module_count.h"
 #include "com/registration.h"
 #include "com/type_information.h"
+#include "platform/win32/com_pointer.h"
 #include "support/modCOM_XTimerSupport.h"
 
 namespace {
@@ -37,7 +37,7 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** object) {
   if (object == nullptr) return E_POINTER;
   *object = nullptr;
   if (clsid != CLSID_Zentrel) return CLASS_E_CLASSNOTAVAILABLE;
-  qmzentrel::com::ComPointer<IClassFactory> factory;
+  qmzentrel::platform::ComPointer<IClassFactory> factory;
   *factory.Receive() = new (std::nothrow) ClassFactory;
   return factory ? factory->QueryInterface(riid, object) : E_OUTOFMEMORY;
 }

@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "QmZentrel_h.h"
-#include "com/com_pointer.h"
 #include "platform/apartment.h"
 #include "platform/win32/bstr.h"
+#include "platform/win32/com_pointer.h"
 #include "platform/win32/wide.h"
 #include "support/run_time_error.h"
 
@@ -40,8 +40,8 @@ void MarkThread() {
 }
 
 void SetErrorInfoOfThread(std::string_view description) {
-  ComPointer<ICreateErrorInfo> creation;
-  ComPointer<IErrorInfo> info;
+  platform::ComPointer<ICreateErrorInfo> creation;
+  platform::ComPointer<IErrorInfo> info;
   platform::OwnedBstr source{kErrorSource};
   platform::OwnedBstr text{platform::Utf8ToWide(description)};
   if (FAILED(CreateErrorInfo(creation.Receive()))) throw std::bad_alloc();
@@ -85,7 +85,7 @@ HRESULT ReportErrorInProgress() noexcept {
 void TakeErrorInfo(HRESULT code, EXCEPINFO& info) noexcept {
   info = {};
   info.scode = code;
-  ComPointer<IErrorInfo> error;
+  platform::ComPointer<IErrorInfo> error;
   if (GetErrorInfo(0, error.Receive()) != S_OK) return;
   error->GetSource(&info.bstrSource);
   error->GetDescription(&info.bstrDescription);

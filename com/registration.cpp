@@ -4,10 +4,10 @@
 #include <string>
 
 #include "QmZentrel_h.h"
-#include "com/com_pointer.h"
 #include "com/error_info.h"
 #include "com/module_path.h"
 #include "com/type_information.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -97,7 +97,7 @@ std::wstring NeutralLibraryKey() {
 }
 
 void RegisterUnderOwnLocale() {
-  ComPointer<ITypeLib> library;
+  platform::ComPointer<ITypeLib> library;
   std::wstring path = ModulePath();
   Require(LoadOwnTypeLibrary(library.Receive()), "The library has lost its type library");
   Require(RegisterTypeLib(library.Get(), path.data(), nullptr),

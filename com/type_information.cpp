@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "com/com_pointer.h"
 #include "com/error_info.h"
 #include "com/module_path.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -13,9 +13,9 @@ SRWLOCK g_lock = SRWLOCK_INIT;
 // A plain pointer: it must not be released by a destructor when the process ends, after OLE.
 ITypeLib* g_library = nullptr;
 
-HRESULT KeptTypeLibrary(ComPointer<ITypeLib>& library) {
+HRESULT KeptTypeLibrary(platform::ComPointer<ITypeLib>& library) {
   AcquireSRWLockShared(&g_lock);
-  library = ComPointer<ITypeLib>(g_library);
+  library = platform::ComPointer<ITypeLib>(g_library);
   ReleaseSRWLockShared(&g_lock);
   if (library) return S_OK;
   // Loading may run foreign code, so it runs outside the lock; two threads may both load.
@@ -39,7 +39,7 @@ HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept {
 }
 
 HRESULT TypeInfoOf(REFGUID identifier, ITypeInfo** info) noexcept {
-  ComPointer<ITypeLib> library;
+  platform::ComPointer<ITypeLib> library;
   const HRESULT result = KeptTypeLibrary(library);
   return FAILED(result) ? result : library->GetTypeInfoOfGuid(identifier, info);
 }

@@ -1,6 +1,7 @@
 // The members of the dual interface, in its order: each converts types and calls the core.
 #include <string>
 
+#include "com/client_array.h"
 #include "com/com_text.h"
 #include "com/zentrel_object.h"
 
@@ -28,11 +29,6 @@ void Give(::ZentrelStatus* result, ZentrelStatus value) {
   *result = static_cast<::ZentrelStatus>(value);
 }
 
-// The catalogs and the sub-device messages are published, but this version does not have them.
-[[noreturn]] void RefuseMissingMember() {
-  throw ComError{E_NOTIMPL, "This version of the component does not offer this member"};
-}
-
 }  // namespace
 
 template <class Body>
@@ -53,11 +49,23 @@ HRESULT ZentrelObject::Answer(Out* result, Body body) {
   });
 }
 
-template <class Out>
-HRESULT ZentrelObject::NotOffered(Out* result) {
-  return Guarded([&]() -> HRESULT {
-    if (result != nullptr) *result = {};
-    RefuseMissingMember();
+HRESULT ZentrelObject::RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
+                                                                     const LongArray&),
+                                   LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
+                                   ::ZentrelStatus* result) {
+  return Answer(result, [&] {
+    const ClientArray held_identifiers(identifiers);
+    const ClientArray held_data(data);
+    return ((*core_).*command)(count, held_identifiers.View(), held_data.View());
+  });
+}
+
+template <class Body>
+HRESULT ZentrelObject::FillBox(IDispatch** box, VARIANT_BOOL* result, Body body) {
+  return Answer(result, [&] {
+    if (box == nullptr) throw ComError{E_POINTER, "The combo box is missing"};
+    const platform::ComPointer<IDispatch> held(*box);
+    return body(LateBound({held.Get()}));
   });
 }
 
@@ -102,7 +110,7 @@ STDMETHODIMP ZentrelObject::put_DeviceMIF(LONG NewValue) {
 }
 
 STDMETHODIMP ZentrelObject::get_MIFName(BSTR* Result) {
-  return NotOffered(Result);
+  return Answer(Result, [&] { return core_->MIFName(); });
 }
 
 STDMETHODIMP ZentrelObject::get_Util(LONG* Result) {
@@ -158,7 +166,7 @@ STDMETHODIMP ZentrelObject::put_TXI(LONG NewValue) {
 }
 
 STDMETHODIMP ZentrelObject::get_TXIName(BSTR* Result) {
-  return NotOffered(Result);
+  return Answer(Result, [&] { return core_->TXIName(); });
 }
 
 STDMETHODIMP ZentrelObject::get_MSI(LONG* Result) {
@@ -226,57 +234,59 @@ STDMETHODIMP ZentrelObject::put_Power(VARIANT_BOOL NewValue) {
   return Do([&] { core_->Power(IsTrue(NewValue)); });
 }
 
-STDMETHODIMP ZentrelObject::get_Name(BSTR /*RegRootKey*/, LONG /*Index*/, BSTR* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::get_Name(BSTR RegRootKey, LONG Index, BSTR* Result) {
+  return Answer(Result, [&] { return core_->Name(TextOf(RegRootKey), Index); });
 }
 
-STDMETHODIMP ZentrelObject::TELIC2Read(LONG /*NumMessages*/, SAFEARRAY** /*MessageIDs*/,
-                                       SAFEARRAY** /*MessageData*/, ::ZentrelStatus* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::TELIC2Read(LONG NumMessages, SAFEARRAY** MessageIDs,
+                                       SAFEARRAY** MessageData, ::ZentrelStatus* Result) {
+  return RunMessages(&Zentrel::TELIC2Read, NumMessages, MessageIDs, MessageData, Result);
 }
 
-STDMETHODIMP ZentrelObject::TELIC2Write(LONG /*NumMessages*/, SAFEARRAY** /*MessageIDs*/,
-                                        SAFEARRAY** /*MessageData*/, ::ZentrelStatus* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::TELIC2Write(LONG NumMessages, SAFEARRAY** MessageIDs,
+                                        SAFEARRAY** MessageData, ::ZentrelStatus* Result) {
+  return RunMessages(&Zentrel::TELIC2Write, NumMessages, MessageIDs, MessageData, Result);
 }
 
-STDMETHODIMP ZentrelObject::TELIC2Test(LONG /*NumMessages*/, SAFEARRAY** /*MessageIDs*/,
-                                       SAFEARRAY** /*MessageData*/, ::ZentrelStatus* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::TELIC2Test(LONG NumMessages, SAFEARRAY** MessageIDs,
+                                       SAFEARRAY** MessageData, ::ZentrelStatus* Result) {
+  return RunMessages(&Zentrel::TELIC2Test, NumMessages, MessageIDs, MessageData, Result);
 }
 
 STDMETHODIMP ZentrelObject::get_TELIC2Device(BSTR* Result) {
-  return NotOffered(Result);
+  return Answer(Result, [&] { return core_->TELIC2Device(); });
 }
 
-STDMETHODIMP ZentrelObject::put_TELIC2Device(BSTR /*NewValue*/) {
-  return Do(RefuseMissingMember);
+STDMETHODIMP ZentrelObject::put_TELIC2Device(BSTR NewValue) {
+  return Do([&] { core_->TELIC2Device(TextOf(NewValue)); });
 }
 
-STDMETHODIMP ZentrelObject::TELIC2EnumDevices(IDispatch** /*cbo*/, VARIANT_BOOL* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::TELIC2EnumDevices(IDispatch** cbo, VARIANT_BOOL* Result) {
+  return FillBox(cbo, Result, [&](const LateBound& box) { return core_->TELIC2EnumDevices(box); });
 }
 
-STDMETHODIMP ZentrelObject::TELIC2EnumMessages(IDispatch** /*cbo*/, LONG /*Default*/,
+STDMETHODIMP ZentrelObject::TELIC2EnumMessages(IDispatch** cbo, LONG Default,
                                                VARIANT_BOOL* Result) {
-  return NotOffered(Result);
+  return FillBox(cbo, Result,
+                 [&](const LateBound& box) { return core_->TELIC2EnumMessages(box, Default); });
 }
 
-STDMETHODIMP ZentrelObject::get_TELIC2_Length(LONG /*Index*/, LONG* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::get_TELIC2_Length(LONG Index, LONG* Result) {
+  return Answer(Result, [&] { return core_->TELIC2_Length(Index); });
 }
 
-STDMETHODIMP ZentrelObject::TELIC2EnumTestMessages(IDispatch** /*cbo*/, LONG /*Default*/,
+STDMETHODIMP ZentrelObject::TELIC2EnumTestMessages(IDispatch** cbo, LONG Default,
                                                    VARIANT_BOOL* Result) {
-  return NotOffered(Result);
+  return FillBox(cbo, Result,
+                 [&](const LateBound& box) { return core_->TELIC2EnumTestMessages(box, Default); });
 }
 
-STDMETHODIMP ZentrelObject::get_TELIC2Test_RdLength(LONG /*Index*/, LONG* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::get_TELIC2Test_RdLength(LONG Index, LONG* Result) {
+  return Answer(Result, [&] { return core_->TELIC2Test_RdLength(Index); });
 }
 
-STDMETHODIMP ZentrelObject::get_TELIC2Test_WrLength(LONG /*Index*/, LONG* Result) {
-  return NotOffered(Result);
+STDMETHODIMP ZentrelObject::get_TELIC2Test_WrLength(LONG Index, LONG* Result) {
+  return Answer(Result, [&] { return core_->TELIC2Test_WrLength(Index); });
 }
 
 STDMETHODIMP ZentrelObject::get_Freq_A2(LONG* Result) {

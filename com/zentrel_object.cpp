@@ -14,14 +14,14 @@ bool IsZentrelInterface(REFIID riid) {
 }
 
 struct ListedConnectionPoint {
-  ComPointer<IConnectionPoint> point;
+  platform::ComPointer<IConnectionPoint> point;
   void Share(IConnectionPoint*& item) const { item = point.Share(); }
 };
 
 }  // namespace
 
-ComPointer<_Zentrel> ZentrelObject::Create() {
-  ComPointer<_Zentrel> created;
+platform::ComPointer<_Zentrel> ZentrelObject::Create() {
+  platform::ComPointer<_Zentrel> created;
   *created.Receive() = new ZentrelObject;
   return created;
 }
@@ -114,7 +114,7 @@ STDMETHODIMP ZentrelObject::EnumConnectionPoints(IEnumConnectionPoints** enumera
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
   return Guarded([&] {
-    *enumerator = new PointEnumerator({{ComPointer<IConnectionPoint>(&events_)}});
+    *enumerator = new PointEnumerator({{platform::ComPointer<IConnectionPoint>(&events_)}});
     return S_OK;
   });
 }

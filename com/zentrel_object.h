@@ -11,11 +11,11 @@
 #include <memory>
 
 #include "QmZentrel_h.h"
-#include "com/com_pointer.h"
 #include "com/connection_point.h"
 #include "com/error_info.h"
 #include "com/module_count.h"
 #include "device/Zentrel.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 
@@ -29,7 +29,7 @@ class ZentrelObject final : public _Zentrel,
                             private ZentrelEvents {
  public:
   /// A new object. Raises what the core raises.
-  static ComPointer<_Zentrel> Create();
+  static platform::ComPointer<_Zentrel> Create();
 
   ZentrelObject(const ZentrelObject&) = delete;
   ZentrelObject& operator=(const ZentrelObject&) = delete;
@@ -180,14 +180,19 @@ class ZentrelObject final : public _Zentrel,
     }
   }
 
-  // Members of the dual interface: one without a result, one whose `body` returns it, and one that
-  // this version does not offer.
+  // Members of the dual interface: one without a result, and one whose `body` returns it.
   template <class Body>
   HRESULT Do(Body body);
   template <class Out, class Body>
   HRESULT Answer(Out* result, Body body);
-  template <class Out>
-  HRESULT NotOffered(Out* result);
+  // One that runs a command over the two arrays of sub-device messages.
+  HRESULT RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
+                                                        const LongArray&),
+                      LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
+                      ::ZentrelStatus* result);
+  // One that fills a client's combo box.
+  template <class Body>
+  HRESULT FillBox(IDispatch** box, VARIANT_BOOL* result, Body body);
 
   // ZentrelEvents
   void PowerStateChange(bool NewState) override;

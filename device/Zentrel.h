@@ -6,14 +6,16 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "device/frame_buffer.h"
 #include "device/port_control.h"
 #include "interface/enumerations.h"
+#include "interface/long_array.h"
 #include "support/CDebugLog.h"
 #include "support/XTimer.h"
 #include "support/error_frame.h"
+#include "support/late_bound.h"
+#include "support/string_array.h"
 
 namespace qmzentrel {
 
@@ -160,6 +162,55 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t PA_Power() const { return BR_LSB(); }
   void PA_Power(std::int32_t New_PA_Power) { BR_LSB(New_PA_Power); }
 
+  // --- Names from the catalogs ---
+
+  /// The name of the record's meter interface, of the whole stored value; error 9 through the frame
+  /// when the catalog of the creation did not reach so far, or was not there.
+  std::string MIFName() const;
+  /// The name of the record's transmit interval; errors as those of MIFName.
+  std::string TXIName() const;
+  /// The unnamed value of the key that `Index` names below `RegRootKey`, a path under
+  /// HKEY_LOCAL_MACHINE; "Invalid" when there is none.
+  std::string Name(const std::string& RegRootKey, std::int32_t Index) const;
+
+  // --- Sub-device messages ---
+
+  /// The selected type of sub-device, empty at first: then no message is left out of lists, and
+  /// test messages are looked for beside the types.
+  const std::string& TELIC2Device() const { return m_strTELIC2Device; }
+  void TELIC2Device(const std::string& New_Value);
+
+  /// Puts the types of sub-devices into a client's combo box; true when there is at least one.
+  /// These three leave any other object as it is and answer false. What the box refuses is an error
+  /// of its own number through the frame.
+  bool TELIC2EnumDevices(const LateBound& cbo) const;
+  /// Puts "NOP" (-1) and the messages that the device offers into the box, their numbers as item
+  /// data, and selects the one with the number `Default`; true for a combo box.
+  bool TELIC2EnumMessages(const LateBound& cbo, std::int32_t Default) const;
+  /// The same with the test messages of the device, "Invalid" (99) being the last.
+  bool TELIC2EnumTestMessages(const LateBound& cbo, std::int32_t Default) const;
+
+  /// Data length of a message in bytes, 0 when it is unknown. A sign is no part of the length.
+  std::int32_t TELIC2_Length(std::int32_t Index) const;
+  /// Bytes that a test message of the device reads: 0 when it is unknown, -1 when it has no reply.
+  std::int32_t TELIC2Test_RdLength(std::int32_t Index) const;
+  /// Bytes that a test message of the device writes, 0 when it is unknown.
+  std::int32_t TELIC2Test_WrLength(std::int32_t Index) const;
+
+  /// These three run over the entries 0 to `NumMessages` - 1 of both arrays. S_BAD_PARAMETER for an
+  /// unknown message, S_MSG_TOO_LONG for more than a frame carries; then nothing is sent. Entries
+  /// that an array lacks are error 9 through the frame, an array that its owner has locked
+  /// error 10.
+  ///
+  /// Reads messages; -1 asks for none.
+  ZentrelStatus TELIC2Read(std::int32_t NumMessages, const LongArray& MessageIDs,
+                           const LongArray& MessageData);
+  ZentrelStatus TELIC2Write(std::int32_t NumMessages, const LongArray& MessageIDs,
+                            const LongArray& MessageData);
+  /// Runs test messages of the device and puts what they reply into `MessageData`.
+  ZentrelStatus TELIC2Test(std::int32_t NumMessages, const LongArray& MessageIDs,
+                           const LongArray& MessageData);
+
   /// The fields in declared order, for the error report.
   std::string DumpFields() const;
 
@@ -169,12 +220,15 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   Zentrel() = default;
   void Class_Initialize();
   void Class_Terminate();
+  void LoadNames();
   ModuleFields Fields() const;
   void LogStep(const char* text);
 
   // Exchange
   std::int32_t ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                            std::int32_t RxExpected, std::int32_t Timeout);
+  ZentrelStatus SuppliedExchange(const FrameBuffer& bytTx, std::int32_t TxLength,
+                                 FrameBuffer& bytRx, std::int32_t RxExpected, std::int32_t Timeout);
   ZentrelStatus ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                                std::int32_t RxExpected, std::int32_t Timeout);
   static std::string TraceBytes(const char* direction, const FrameBuffer& bytes,
@@ -197,6 +251,9 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   bool HasBlock2() const;
   void StartVerifyDelay();
 
+  // Sub-device messages
+  static bool IsValidTestMessage(std::int32_t Index);
+
   // Power
   void WaitForClock(const float& mark);
   void RaisePowerStateChange(bool NewState);
@@ -207,8 +264,8 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   bool m_blnPowerEnabled = false;
   std::int32_t m_lngPowerTimeout = 0;
   std::int32_t m_lngPowerTimer = 0;
-  std::vector<std::string> m_strMIFs;
-  std::vector<std::string> m_strTXIs;
+  StringArray m_strMIFs;
+  StringArray m_strTXIs;
   std::int32_t m_lngUtil = 0;
   std::int32_t m_lngXpdrID = 0;
   std::int32_t m_lngReading = 0;

@@ -45,13 +45,13 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
   });
 }
 
-ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength,
-                                      FrameBuffer& bytRx, std::int32_t RxExpected,
-                                      std::int32_t Timeout) {
+ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t TxLength,
+                                        FrameBuffer& bytRx, std::int32_t RxExpected,
+                                        std::int32_t Timeout) {
   ZentrelStatus lngStatus = S_OKAY;
   std::int32_t lngRxCount = 0;
   ErrorFrame frame(
-      Fields(), "ZentrelCommand",
+      Fields(), "SuppliedExchange",
       Parameters(NAMED(bytTx), NAMED(TxLength), NAMED(bytRx), NAMED(RxExpected), NAMED(Timeout)),
       Locals(NAMED(lngStatus), NAMED(lngRxCount)));
   return frame.Run([&] {
@@ -63,9 +63,7 @@ ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxL
         STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
         if (lngRxCount == -1) {
           STEP lngStatus = S_TIMEOUT;
-        } else if (lngRxCount == RxExpected) {
-          STEP lngStatus = CheckReplySum(bytRx, RxExpected);
-        } else {
+        } else if (lngRxCount != RxExpected) {
           STEP lngStatus = S_BAD_RESPONSE;
         }
       }
@@ -74,6 +72,21 @@ ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxL
       throw;
     }
     STEP Power(false);
+    STEP return lngStatus;
+  });
+}
+
+ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength,
+                                      FrameBuffer& bytRx, std::int32_t RxExpected,
+                                      std::int32_t Timeout) {
+  ZentrelStatus lngStatus = S_OKAY;
+  ErrorFrame frame(
+      Fields(), "ZentrelCommand",
+      Parameters(NAMED(bytTx), NAMED(TxLength), NAMED(bytRx), NAMED(RxExpected), NAMED(Timeout)),
+      Locals(NAMED(lngStatus)));
+  return frame.Run([&] {
+    STEP lngStatus = SuppliedExchange(bytTx, TxLength, bytRx, RxExpected, Timeout);
+    STEP if (lngStatus == S_OKAY) lngStatus = CheckReplySum(bytRx, RxExpected);
     STEP return lngStatus;
   });
 }

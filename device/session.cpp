@@ -69,14 +69,16 @@ void Zentrel::Class_Initialize() {
     STEP VDelay(kDefaultVerifyDelayMs);
     STEP m_XTimer->Interval(kTickMs);
     STEP m_lngPowerTimeout = PowerTimeoutOf(kPowerTimeout);
+    STEP TELIC2Device("");
+    STEP LoadNames();
   });
 }
 
 void Zentrel::Class_Terminate() {
   ErrorFrame frame(Fields(), "Class_Terminate");
   frame.Run([&] {
-    STEP m_strTXIs.clear();
-    STEP m_strMIFs.clear();
+    STEP m_strTXIs.Erase();
+    STEP m_strMIFs.Erase();
     STEP DeviceClose();
     if (m_XTimer) {
       STEP m_XTimer->Tick(nullptr);

@@ -19,6 +19,10 @@ inline constexpr RegistryKey kLocalMachine = 0x80000002u;
 inline constexpr std::int32_t kRegistrySuccess = 0;
 inline constexpr std::int32_t kRegistryFileNotFound = 2;
 inline constexpr std::int32_t kRegistryMoreData = 234;
+inline constexpr std::int32_t kRegistryNoMoreItems = 259;
+
+/// Room for a name in an enumeration, in bytes; a longer one is kRegistryMoreData.
+inline constexpr std::size_t kRegistryNameRoom = 1024;
 
 /// Type and size in bytes of a stored value.
 struct RegistryValueInfo {
@@ -26,16 +30,37 @@ struct RegistryValueInfo {
   std::uint32_t size = 0;
 };
 
-/// RegOpenKeyExA with options 0. `path` is in the ANSI code page. On success `key` is open and must
-/// be closed by the caller; on failure it is left as it was.
+/// RegOpenKeyExA with options 0. `root` is a root or an open key, `path` in the ANSI code page. On
+/// success `key` is open and must be closed by the caller; on failure it is left as it was.
 std::int32_t RegistryOpenKey(RegistryKey root, const std::string& path, std::uint32_t access,
                              RegistryKey& key);
+
+/// RegCreateKeyExA with option 0 (not volatile): the key with everything above it is made when it
+/// is missing. Otherwise as RegistryOpenKey.
+std::int32_t RegistryCreateKey(RegistryKey root, const std::string& path, std::uint32_t access,
+                               RegistryKey& key);
+
+/// RegEnumKeyExA: the name of sub-key number `index`, counted from 0, or kRegistryNoMoreItems.
+std::int32_t RegistryEnumKey(RegistryKey key, std::uint32_t index, std::string& name);
+
+/// RegEnumValueA: name, type and size of value number `index`, counted from 0, or
+/// kRegistryNoMoreItems. Fills `data`, unless it is empty, and is kRegistryMoreData when the value
+/// is longer.
+std::int32_t RegistryEnumValue(RegistryKey key, std::uint32_t index, std::string& name,
+                               std::span<std::byte> data, RegistryValueInfo& info);
 
 /// RegQueryValueExA. `name` is in the ANSI code page. Fills `data` as far as the value goes and
 /// `info` with the stored type and size; a value longer than `data` is kRegistryMoreData, with
 /// `info` still filled.
 std::int32_t RegistryQueryValue(RegistryKey key, const std::string& name, std::span<std::byte> data,
                                 RegistryValueInfo& info);
+
+/// RegSetValueExA.
+std::int32_t RegistrySetValue(RegistryKey key, const std::string& name, std::uint32_t type,
+                              std::span<const std::byte> data);
+
+/// RegDeleteValueA.
+std::int32_t RegistryDeleteValue(RegistryKey key, const std::string& name);
 
 /// RegCloseKey.
 std::int32_t RegistryCloseKey(RegistryKey key);

@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 #include "platform/number.h"
@@ -27,6 +29,18 @@ std::optional<double> PrefixedNumber(std::string_view digits, int base) {
   return static_cast<std::int32_t>(bits);
 }
 
+// Three digits more than always fit always read back.
+template <class Number>
+std::string ShortestDigits(Number value, int precision, Number (*parse)(const char*, char**)) {
+  char digits[32];
+  const int most = precision + 3;
+  for (; precision <= most; ++precision) {
+    std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
+    if (parse(digits, nullptr) == value) break;
+  }
+  return digits;
+}
+
 }  // namespace
 
 std::optional<std::int32_t> RoundToLong(double value) {
@@ -45,6 +59,14 @@ std::int32_t ToLong(double value) {
 std::uint8_t ToByte(std::int64_t value) {
   if (value < 0 || value > 255) RaiseError(kErrorOverflow);
   return static_cast<std::uint8_t>(value);
+}
+
+std::string NumberText(float value) {
+  return ShortestDigits<float>(value, 6, std::strtof);
+}
+
+std::string NumberText(double value) {
+  return ShortestDigits<double>(value, 15, std::strtod);
 }
 
 std::optional<double> NumericValue(std::string_view text) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace qmzentrel {
@@ -15,6 +16,10 @@ std::int32_t ToLong(double value);
 
 /// `value` as a byte of a frame; error 6 when it is outside 0 to 255: a number is never cut to fit.
 std::uint8_t ToByte(std::int64_t value);
+
+/// `value` in the fewest digits that read back as the same number, with a dot.
+std::string NumberText(float value);
+std::string NumberText(double value);
 
 /// The number that `text` stands for, whatever the user's locale, with "&H" and "&O" as prefixes of
 /// 32-bit hexadecimal and octal numbers; nothing when it is no number.

@@ -1,14 +1,14 @@
 #include "support/dump_variable.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <type_traits>
 #include <variant>
+
+#include "support/conversion.h"
 
 namespace qmzentrel {
 namespace {
 
-std::string ElementTag(std::string_view name, std::size_t index) {
+std::string ElementTag(std::string_view name, std::int64_t index) {
   return std::string(name) + " Index=\"" + std::to_string(index) + "\"";
 }
 
@@ -23,25 +23,13 @@ std::string PrintableText(const std::string& text) {
   return zero == std::string::npos ? text : text.substr(0, zero) + "{Null}";
 }
 
-// The fewest digits that read back as the same number; three more than always fit always do.
-template <class Number>
-std::string ShortestDigits(Number value, int precision, Number (*parse)(const char*, char**)) {
-  char digits[32];
-  const int most = precision + 3;
-  for (; precision <= most; ++precision) {
-    std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
-    if (parse(digits, nullptr) == value) break;
-  }
-  return digits;
-}
-
 template <class Array, class Format>
-std::string DumpArray(std::string_view name, const Array& values, Format format) {
+std::string DumpArray(std::string_view name, const Array& values, Format format,
+                      std::int64_t lower_bound = 0) {
   if (values.empty()) return DumpFixedText(name, "{UnInitialised Array}");
   std::string entries;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    entries += Entry(ElementTag(name, i), format(values[i]), name);
-  }
+  std::int64_t index = lower_bound;
+  for (const auto& value : values) entries += Entry(ElementTag(name, index++), format(value), name);
   return entries;
 }
 
@@ -59,12 +47,16 @@ std::string DumpVariable(std::string_view name, std::int32_t value) {
   return Entry(name, std::to_string(value), name);
 }
 
+std::string DumpVariable(std::string_view name, std::int64_t value) {
+  return Entry(name, std::to_string(value), name);
+}
+
 std::string DumpVariable(std::string_view name, float value) {
-  return Entry(name, ShortestDigits<float>(value, 6, std::strtof), name);
+  return Entry(name, NumberText(value), name);
 }
 
 std::string DumpVariable(std::string_view name, double value) {
-  return Entry(name, ShortestDigits<double>(value, 15, std::strtod), name);
+  return Entry(name, NumberText(value), name);
 }
 
 std::string DumpVariable(std::string_view name, const std::string& value) {
@@ -73,6 +65,16 @@ std::string DumpVariable(std::string_view name, const std::string& value) {
 
 std::string DumpVariable(std::string_view name, std::span<const std::uint8_t> value) {
   return DumpArray(name, value, [](std::uint8_t byte) { return std::to_string(byte); });
+}
+
+std::string DumpVariable(std::string_view name, std::span<const std::int32_t> value,
+                         std::int32_t lower_bound) {
+  return DumpArray(
+      name, value, [](std::int32_t number) { return std::to_string(number); }, lower_bound);
+}
+
+std::string DumpVariable(std::string_view name, const StringArray& value) {
+  return DumpArray(name, value.Elements(), PrintableText, value.LowerBound());
 }
 
 std::string DumpVariable(std::string_view name, const std::vector<std::string>& value) {

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/string_array.h"
 #include "support/variant.h"
 
 namespace qmzentrel {
@@ -17,6 +18,7 @@ namespace qmzentrel {
 /// Entries of one value. Text is cut at its first zero character, as every display of it would be.
 std::string DumpVariable(std::string_view name, bool value);
 std::string DumpVariable(std::string_view name, std::int32_t value);
+std::string DumpVariable(std::string_view name, std::int64_t value);
 std::string DumpVariable(std::string_view name, float value);
 std::string DumpVariable(std::string_view name, double value);
 std::string DumpVariable(std::string_view name, const std::string& value);
@@ -26,9 +28,13 @@ inline std::string DumpVariable(std::string_view name, std::int16_t value) {
   return DumpVariable(name, std::int32_t{value});
 }
 
-/// Entries of an array with lower bound 0, one per element, the index as an attribute.
+/// Entries of an array, one per element, the index as an attribute; the lower bound is 0 unless the
+/// array has its own.
 std::string DumpVariable(std::string_view name, std::span<const std::uint8_t> value);
 std::string DumpVariable(std::string_view name, const std::vector<std::string>& value);
+std::string DumpVariable(std::string_view name, std::span<const std::int32_t> value,
+                         std::int32_t lower_bound);
+std::string DumpVariable(std::string_view name, const StringArray& value);
 
 /// The entry or entries of whatever the value holds; "{Empty}" when it holds nothing.
 std::string DumpVariable(std::string_view name, const Variant& value);

@@ -5,6 +5,9 @@
 
 namespace qmzentrel::modCOM_Common {
 
+/// `path` with a backslash at its end, if it has none.
+std::string AddBackslash(std::string path);
+
 /// `path` without one trailing backslash, if it has one.
 std::string StripBackslash(std::string path);
 

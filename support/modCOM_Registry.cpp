@@ -8,7 +8,9 @@
 
 #include "platform/text.h"
 #include "support/conversion.h"
+#include "support/error_frame.h"
 #include "support/modCOM_Common.h"
+#include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_Registry {
 namespace {
@@ -23,31 +25,17 @@ constexpr std::uint32_t kRegSz = 1;
 constexpr std::uint32_t kRegDword = 4;
 constexpr std::uint32_t kRegMultiSz = 7;
 
+// Result codes of the operating system.
+constexpr std::int32_t kAccessDenied = 5;
+constexpr std::int32_t kInvalidHandle = 6;
 constexpr std::int32_t kInvalidParameter = 87;
+constexpr std::int32_t kKeyDeleted = 1018;
+
+constexpr std::uint32_t kWriteAccess = 2;  // KEY_SET_VALUE
 
 struct StoredValue {
   std::uint32_t type = 0;
   std::string bytes;
-};
-
-// Closes the key it holds.
-class OpenKey {
- public:
-  OpenKey(RegistryKey root, const std::string& path)
-      : result_(platform::RegistryOpenKey(root, platform::ToAnsi(NormaliseKeyPath(path)),
-                                          kReadAccess, key_)) {}
-  ~OpenKey() {
-    if (IsOpen()) platform::RegistryCloseKey(key_);
-  }
-  OpenKey(const OpenKey&) = delete;
-  OpenKey& operator=(const OpenKey&) = delete;
-
-  bool IsOpen() const { return result_ == platform::kRegistrySuccess; }
-  RegistryKey Handle() const { return key_; }
-
- private:
-  RegistryKey key_ = 0;
-  std::int32_t result_;
 };
 
 // Nearly every value fits the first buffer, which saves a second request.
@@ -135,14 +123,196 @@ std::int32_t Convert(const StoredValue& stored, Variant& slot) {
   }
 }
 
-bool ReadValue(RegistryKey root, const std::string& path, const std::string& name, Variant& slot) {
-  const OpenKey key(root, path);
+bool ReadValue(const OpenKey& key, const std::string& name, Variant& slot) {
   if (!key.IsOpen()) return false;
   const auto stored = QueryValue(key.Handle(), name);
   return stored && Convert(*stored, slot) == platform::kRegistrySuccess;
 }
 
+// Decides whether an enumeration that got `result` goes on: an error may be another program's work
+// on the key, which passes, but not one that cannot clear, nor one that stays.
+class EnumerationEnd {
+ public:
+  bool Reached(std::int32_t result) {
+    if (result == platform::kRegistrySuccess) {
+      errors_in_a_row_ = 0;
+      return false;
+    }
+    constexpr int kMostErrors = 1000;
+    return result == platform::kRegistryNoMoreItems || result == kKeyDeleted ||
+           result == kInvalidHandle || result == kAccessDenied || ++errors_in_a_row_ == kMostErrors;
+  }
+
+ private:
+  int errors_in_a_row_ = 0;
+};
+
+// The data of a value in a list; unlike a single read, a text keeps a last byte that is not zero.
+Variant ListedData(const StoredValue& stored) {
+  const std::string_view bytes = stored.bytes;
+  const bool terminated = bytes.ends_with('\0');
+  switch (stored.type) {
+    case kRegSz:
+      if (bytes.size() < 2) return {};
+      return platform::FromAnsi(bytes.substr(0, bytes.size() - (terminated ? 1 : 0)));
+    case kRegDword: {
+      std::int32_t number = 0;
+      if (bytes.size() < sizeof number) return {};
+      std::memcpy(&number, bytes.data(), sizeof number);
+      return number;
+    }
+    case kRegMultiSz:
+      if (bytes.size() < 3) return {};
+      return platform::FromAnsi(bytes.substr(0, bytes.size() - (terminated ? 2 : 0)));
+    default:
+      return {};
+  }
+}
+
+Variant ReadListed(RegistryKey key, std::uint32_t index, const platform::RegistryValueInfo& info) {
+  StoredValue stored{info.type, std::string(info.size, '\0')};
+  std::string name;
+  platform::RegistryValueInfo read;
+  const std::int32_t result = platform::RegistryEnumValue(
+      key, index, name, std::as_writable_bytes(std::span(stored.bytes)), read);
+  if (result != platform::kRegistrySuccess || read.size > stored.bytes.size()) return {};
+  stored.bytes.resize(read.size);
+  return ListedData(stored);
+}
+
+std::string Join(const std::vector<std::string>& texts) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    if (&text != &texts.front()) joined += '\0';
+    joined += text;
+  }
+  return joined;
+}
+
+// The data of a value to be written, as a text.
+struct TextForm {
+  std::string operator()(std::monostate) const { return ""; }
+  std::string operator()(float number) const { return NumberText(number); }
+  std::string operator()(double number) const { return NumberText(number); }
+  std::string operator()(const std::string& text) const { return text; }
+  std::string operator()(const std::vector<std::string>& texts) const { return Join(texts); }
+  template <class WholeNumber>
+  std::string operator()(WholeNumber number) const {
+    return std::to_string(WholeNumberOf(number));
+  }
+
+  static std::int32_t WholeNumberOf(bool value) { return value ? -1 : 0; }  // automation's True
+  static std::int32_t WholeNumberOf(std::int32_t value) { return value; }
+};
+
+std::int32_t SetBytes(RegistryKey key, const std::string& name, std::uint32_t type,
+                      std::string_view bytes) {
+  return platform::RegistrySetValue(key, name, type, std::as_bytes(std::span(bytes)));
+}
+
+std::int32_t SetText(RegistryKey key, const std::string& name, const Variant& data) {
+  return SetBytes(key, name, kRegSz, platform::ToAnsi(std::visit(TextForm(), data)) + '\0');
+}
+
+std::int32_t SetWholeNumber(RegistryKey key, const std::string& name, std::int32_t number) {
+  const std::int32_t result =
+      SetBytes(key, name, kRegDword, {reinterpret_cast<const char*>(&number), sizeof number});
+  // Early systems knew no numbers in the registry.
+  return result == kInvalidParameter ? SetText(key, name, number) : result;
+}
+
+std::int32_t Store(RegistryKey key, const std::string& name, const Variant& data) {
+  if (IsEmpty(data)) return platform::RegistryDeleteValue(key, name);
+  if (const auto* number = std::get_if<std::int32_t>(&data)) {
+    return SetWholeNumber(key, name, *number);
+  }
+  if (const auto* number = std::get_if<std::int16_t>(&data)) {
+    return SetWholeNumber(key, name, *number);
+  }
+  if (const auto* value = std::get_if<bool>(&data)) {
+    return SetWholeNumber(key, name, TextForm::WholeNumberOf(*value));
+  }
+  if (const auto* texts = std::get_if<std::vector<std::string>>(&data)) {
+    return SetBytes(key, name, kRegMultiSz, platform::ToAnsi(Join(*texts)) + std::string(2, '\0'));
+  }
+  return SetText(key, name, data);
+}
+
+const std::string& NameOf(const std::string& key) {
+  return key;
+}
+const std::string& NameOf(const Reg_KeyValues& value) {
+  return value.name;
+}
+
+// How `name` sorts against the pivot: below 0, 0 or above 0.
+int CompareWithPivot(const std::string& name, const Variant& pivot) {
+  const auto* const number = std::get_if<double>(&pivot);
+  if (number == nullptr) {
+    return platform::CompareTextNoCase(name, std::get<std::string>(pivot));
+  }
+  const auto value = NumericValue(name);
+  if (!value) RaiseError(kErrorTypeMismatch);
+  return *value < *number ? -1 : *value > *number ? 1 : 0;
+}
+
+// Quicksort after Hoare, on `list`, which the report of `procedure` names `list_name`.
+template <class Entry>
+void QSort(const char* procedure, const char* list_name, std::vector<Entry>& list,
+           std::int32_t lngFirst, std::int32_t lngLast) {
+  std::int32_t lngLow = 0;
+  std::int32_t lngHigh = 0;
+  std::int32_t lngMiddle = 0;
+  Variant vntTempVal;
+  Variant vntTestVal;
+  ErrorFrame frame(NoFields("modCOM_Registry"), procedure,
+                   Parameters(NamedVariable<std::vector<Entry>>{list_name, list}, NAMED(lngFirst),
+                              NAMED(lngLast)),
+                   Locals(NAMED(lngLow), NAMED(lngHigh), NAMED(lngMiddle), NAMED(vntTempVal),
+                          NAMED(vntTestVal)));
+  frame.Run([&] {
+    const auto at = [&list](std::int32_t index) -> Entry& {
+      if (index < 0 || static_cast<std::size_t>(index) >= list.size()) {
+        RaiseError(kErrorSubscriptOutOfRange);
+      }
+      return list[static_cast<std::size_t>(index)];
+    };
+    STEP if (lngFirst == -1) lngFirst = 0;
+    STEP if (lngLast == -1) lngLast = static_cast<std::int32_t>(list.size()) - 1;
+    STEP lngLow = lngFirst;
+    STEP lngHigh = lngLast;
+    STEP if (lngLow >= lngHigh) return;
+    STEP lngMiddle = lngLow + (lngHigh - lngLow) / 2;
+    STEP vntTestVal = NameOf(at(lngMiddle));
+    STEP if (const auto number = NumericValue(NameOf(at(lngMiddle)))) vntTestVal = *number;
+    while (lngLow <= lngHigh) {
+      STEP while (CompareWithPivot(NameOf(at(lngLow)), vntTestVal) < 0) lngLow += 1;
+      STEP while (CompareWithPivot(NameOf(at(lngHigh)), vntTestVal) > 0) lngHigh -= 1;
+      if (lngLow <= lngHigh) {
+        STEP vntTempVal = NameOf(at(lngLow));
+        STEP std::swap(at(lngLow), at(lngHigh));
+        STEP lngLow += 1;
+        STEP lngHigh -= 1;
+      }
+    }
+    STEP if (lngFirst < lngHigh) QSort(procedure, list_name, list, lngFirst, lngHigh);
+    STEP if (lngLow < lngLast) QSort(procedure, list_name, list, lngLow, lngLast);
+  });
+}
+
 }  // namespace
+
+std::string DumpVariable(std::string_view name, const std::vector<Reg_KeyValues>&) {
+  return DumpFixedText(name, "{Can't dump UDT parameters}");
+}
+
+OpenKey::OpenKey(RegistryKey root, const std::string& path)
+    : result_(platform::RegistryOpenKey(root, platform::ToAnsi(NormaliseKeyPath(path)), kReadAccess,
+                                        key_)) {}
+
+OpenKey::~OpenKey() {
+  if (IsOpen()) platform::RegistryCloseKey(key_);
+}
 
 std::string NormaliseKeyPath(const std::string& path) {
   std::string normalised;
@@ -153,11 +323,73 @@ std::string NormaliseKeyPath(const std::string& path) {
   return modCOM_Common::StripBackslash(std::move(normalised));
 }
 
+std::int32_t RegEnumKeys(RegistryKey root, const std::string& path, std::vector<std::string>& keys,
+                         bool sort) {
+  keys.clear();
+  const OpenKey key(root, path);
+  if (!key.IsOpen()) return 0;
+  EnumerationEnd end;
+  std::string name;
+  for (std::uint32_t index = 0;;) {
+    const std::int32_t result = platform::RegistryEnumKey(key.Handle(), index, name);
+    if (end.Reached(result)) break;
+    if (result != platform::kRegistrySuccess) continue;  // the same index once more
+    keys.push_back(platform::FromAnsi(name));
+    ++index;
+  }
+  if (sort && !keys.empty()) RegKeys_QSort(keys, -1, -1);
+  return static_cast<std::int32_t>(keys.size());
+}
+
+std::int32_t RegEnumValues(RegistryKey root, const std::string& path,
+                           std::vector<Reg_KeyValues>& values, bool sort) {
+  values.clear();
+  const OpenKey key(root, path);
+  if (!key.IsOpen()) return 0;
+  EnumerationEnd end;
+  for (std::uint32_t index = 0;; ++index) {
+    std::string name;
+    platform::RegistryValueInfo info;
+    const std::int32_t result = platform::RegistryEnumValue(key.Handle(), index, name, {}, info);
+    if (end.Reached(result)) break;
+    if (result != platform::kRegistrySuccess || name.empty()) continue;
+    values.push_back({platform::FromAnsi(name), ReadListed(key.Handle(), index, info)});
+  }
+  if (sort && !values.empty()) RegValues_QSort(values, -1, -1);
+  return static_cast<std::int32_t>(values.size());
+}
+
 bool RegGetValue(RegistryKey root, const std::string& path, const std::string& name, Variant& slot,
                  const std::optional<Variant>& default_value) {
-  const bool read = ReadValue(root, path, name, slot);
+  return RegGetValue(OpenKey(root, path), name, slot, default_value);
+}
+
+bool RegGetValue(const OpenKey& key, const std::string& name, Variant& slot,
+                 const std::optional<Variant>& default_value) {
+  const bool read = ReadValue(key, name, slot);
   if (!read && default_value) slot = *default_value;
   return read;
+}
+
+bool RegSetValue(RegistryKey root, const std::string& path, const std::string& name,
+                 const Variant& data) {
+  RegistryKey key = 0;
+  if (platform::RegistryCreateKey(root, platform::ToAnsi(NormaliseKeyPath(path)), kWriteAccess,
+                                  key) != platform::kRegistrySuccess) {
+    return false;
+  }
+  const std::int32_t stored = Store(key, platform::ToAnsi(name), data);
+  const std::int32_t closed = platform::RegistryCloseKey(key);
+  return stored == platform::kRegistrySuccess && closed == platform::kRegistrySuccess;
+}
+
+void RegKeys_QSort(std::vector<std::string>& Keys, std::int32_t lngFirst, std::int32_t lngLast) {
+  QSort("RegKeys_QSort", "Keys", Keys, lngFirst, lngLast);
+}
+
+void RegValues_QSort(std::vector<Reg_KeyValues>& KeyValues, std::int32_t lngFirst,
+                     std::int32_t lngLast) {
+  QSort("RegValues_QSort", "KeyValues", KeyValues, lngFirst, lngLast);
 }
 
 }  // namespace qmzentrel::modCOM_Registry

@@ -10,8 +10,14 @@ std::string ErrorDescription(std::int32_t number) {
       return "Out of memory";
     case kErrorSubscriptOutOfRange:
       return "Subscript out of range";
+    case kErrorArrayLocked:
+      return "This array is fixed or temporarily locked";
     case kErrorTypeMismatch:
       return "Type mismatch";
+    case kErrorObjectNotSet:
+      return "Object variable or With block variable not set";
+    case kErrorMemberNotSupported:
+      return "Object doesn't support this property or method";
     case kErrorInternal:
       return "Internal error";
     default:

@@ -9,7 +9,10 @@ namespace qmzentrel {
 inline constexpr std::int32_t kErrorOverflow = 6;
 inline constexpr std::int32_t kErrorOutOfMemory = 7;
 inline constexpr std::int32_t kErrorSubscriptOutOfRange = 9;
+inline constexpr std::int32_t kErrorArrayLocked = 10;
 inline constexpr std::int32_t kErrorTypeMismatch = 13;
+inline constexpr std::int32_t kErrorObjectNotSet = 91;
+inline constexpr std::int32_t kErrorMemberNotSupported = 438;
 inline constexpr std::int32_t kErrorInternal = 51;
 /// The one number under which a fault leaves a procedure once it has been reported.
 inline constexpr std::int32_t kErrorReported = 65535;

@@ -8,8 +8,14 @@
 
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace qmzentrel::platform {
+
+/// The characters of a BSTR, which may be null.
+inline std::wstring_view ViewOf(BSTR text) {
+  return text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
+}
 
 /// A BSTR that is freed with its owner. Null stands for the empty text, as everywhere in
 /// automation.
@@ -26,9 +32,10 @@ class OwnedBstr {
   OwnedBstr& operator=(const OwnedBstr&) = delete;
 
   BSTR Get() const { return text_; }
-  std::wstring_view View() const {
-    return text_ == nullptr ? std::wstring_view() : std::wstring_view(text_, SysStringLen(text_));
-  }
+  std::wstring_view View() const { return ViewOf(text_); }
+
+  /// Gives the text away.
+  BSTR Detach() { return std::exchange(text_, nullptr); }
 
   /// For a call that hands a BSTR out. Only while this one is null.
   BSTR* Receive() { return &text_; }

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "platform/win32/exclusive_lock.h"
+
 namespace qmzentrel::platform {
 namespace {
 
@@ -21,14 +23,6 @@ struct RunningTimer {
 SRWLOCK g_lock = SRWLOCK_INIT;
 RunningTimer* g_timers = nullptr;
 
-class Guard {
- public:
-  Guard() { AcquireSRWLockExclusive(&g_lock); }
-  ~Guard() { ReleaseSRWLockExclusive(&g_lock); }
-  Guard(const Guard&) = delete;
-  Guard& operator=(const Guard&) = delete;
-};
-
 // The link that leads to the calling thread's timer `id`, or the null link at the end of the list.
 // Only under the lock.
 RunningTimer** FindLink(UINT_PTR id) {
@@ -40,7 +34,7 @@ RunningTimer** FindLink(UINT_PTR id) {
 }
 
 TimerCallback FindCallback(UINT_PTR id) {
-  const Guard guard;
+  const ExclusiveLock lock(g_lock);
   const RunningTimer* const timer = *FindLink(id);
   return timer == nullptr ? nullptr : timer->callback;
 }
@@ -64,7 +58,7 @@ std::int32_t StartTimer(std::int32_t interval_ms, TimerCallback callback) {
   timer->thread = GetCurrentThreadId();
   timer->callback = callback;
   const auto id = static_cast<std::int32_t>(timer->id);
-  const Guard guard;
+  const ExclusiveLock lock(g_lock);
   RunningTimer** const link = FindLink(timer->id);
   if (*link != nullptr) {
     // Left behind by a thread that ended with its timer running; its number has come up again.
@@ -80,7 +74,7 @@ void KillTimer(std::int32_t timer_id) {
   const auto id = static_cast<UINT_PTR>(timer_id);
   ::KillTimer(nullptr, id);
   std::unique_ptr<RunningTimer> ended;
-  const Guard guard;
+  const ExclusiveLock lock(g_lock);
   RunningTimer** const link = FindLink(id);
   if (*link == nullptr) return;
   ended.reset(*link);

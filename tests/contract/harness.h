@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/late_bound.h"
 #include "platform/serial_port.h"
 
 namespace qmzentrel::contract {
@@ -56,6 +57,18 @@ void PutRegistryValue(const std::string& path, const std::string& name, std::uin
 
 /// Removes kTestKey with everything in it.
 void RemoveTestKey();
+
+// ---- objects of a client ----
+
+/// Calls `body` with an object of the type "TestList", or of no type, that has
+/// - a method "Note" that notes its arguments, "8, text" say;
+/// - a property "Last" with what has been noted last as text, which can be let;
+/// - a property "Item" with one index, which gives the index times ten and notes what it is let;
+/// - a method "Refuse" that fails with automation error 380 of "TestList", "Not here".
+/// `noted` grows as the object is used.
+void WithTestObject(bool has_type,
+                    const std::function<void(platform::ClientObject object,
+                                             std::vector<std::string>& noted)>& body);
 
 // ---- files ----
 

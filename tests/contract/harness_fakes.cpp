@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "tests/contract/harness.h"
+#include "tests/fakes/fake_object.h"
 #include "tests/fakes/fake_world.h"
 
 namespace qmzentrel::contract {
@@ -56,6 +57,36 @@ void PutRegistryValue(const std::string& path, const std::string& name, std::uin
 void RemoveTestKey() {
   std::erase_if(fakes::TheWorld().registry,
                 [](const auto& key) { return key.first.starts_with(kTestKey); });
+}
+
+void WithTestObject(bool has_type,
+                    const std::function<void(platform::ClientObject object,
+                                             std::vector<std::string>& noted)>& body) {
+  using Arguments = fakes::FakeObject::Arguments;
+  std::vector<std::string> noted;
+  const auto note = [&noted](const Arguments& arguments) -> platform::LateArgument {
+    std::string line;
+    for (const platform::LateArgument& argument : arguments) {
+      if (!line.empty()) line += ", ";
+      const auto* const number = std::get_if<std::int32_t>(&argument);
+      line += number != nullptr ? std::to_string(*number) : std::get<std::string>(argument);
+    }
+    noted.push_back(line);
+    return 0;
+  };
+  fakes::FakeObject object;
+  if (has_type) object.type_name = "TestList";
+  object.methods["Note"] = note;
+  object.methods["Refuse"] = [](const Arguments&) -> platform::LateArgument {
+    throw platform::LateFailure{380, "TestList", "Not here"};
+  };
+  object.gets["Last"] = [&noted](const Arguments&) { return noted.back(); };
+  object.lets["Last"] = note;
+  object.gets["Item"] = [](const Arguments& arguments) {
+    return std::get<std::int32_t>(arguments.at(0)) * 10;
+  };
+  object.lets["Item"] = note;
+  body(object.Handle(), noted);
 }
 
 std::string FreshFilePath(const std::string& name) {

@@ -1,13 +1,19 @@
 // The harness over the operating system, with a virtual box behind the serial port.
 #include <windows.h>
 
+// After it, which it needs.
+#include <olectl.h>
+
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 
+#include "platform/win32/bstr.h"
+#include "platform/win32/com_pointer.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/wide.h"
+#include "tests/automation/scripted_object.h"
 #include "tests/contract/harness.h"
 #include "tools/virtual_box/control_client.h"
 #include "tools/virtual_box/environment.h"
@@ -160,6 +166,65 @@ void PutRegistryValue(const std::string& path, const std::string& name, std::uin
 
 void RemoveTestKey() {
   RegDeleteTreeA(HKEY_LOCAL_MACHINE, std::string(kTestKey).c_str());
+}
+
+namespace {
+
+// A type library in memory that knows one interface, "TestList".
+platform::ComPointer<ITypeInfo> TestListType() {
+  const std::wstring path = platform::Utf8ToWide(FreshFilePath("test_list.tlb"));
+  platform::ComPointer<ICreateTypeLib2> library;
+  platform::ComPointer<ICreateTypeInfo> creation;
+  platform::ComPointer<ITypeInfo> info;
+  wchar_t name[] = L"TestList";
+  if (FAILED(CreateTypeLib2(SYS_WIN32, path.c_str(), library.Receive())) ||
+      FAILED(library->CreateTypeInfo(name, TKIND_INTERFACE, creation.Receive())) ||
+      FAILED(creation->QueryInterface(IID_ITypeInfo, info.ReceiveVoid()))) {
+    throw std::runtime_error("the test cannot make a type");
+  }
+  return info;
+}
+
+}  // namespace
+
+void WithTestObject(bool has_type,
+                    const std::function<void(platform::ClientObject object,
+                                             std::vector<std::string>& noted)>& body) {
+  using Use = automation::ScriptedObject::Use;
+  std::vector<std::string> noted;
+  const auto note = [&noted](const Use& use) {
+    std::string line;
+    for (VARIANT* const argument : use.arguments) {
+      if (!line.empty()) line += ", ";
+      VARIANT text;
+      VariantInit(&text);
+      if (FAILED(VariantChangeType(&text, argument, 0, VT_BSTR))) return DISP_E_TYPEMISMATCH;
+      line += platform::WideToUtf8(platform::ViewOf(V_BSTR(&text)));
+      VariantClear(&text);
+    }
+    noted.push_back(line);
+    return S_OK;
+  };
+  automation::ScriptedObject object;
+  platform::ComPointer<ITypeInfo> type;
+  if (has_type) type = TestListType();
+  object.type_info = type.Get();
+  object.members = {{L"Note", note},
+                    {L"Refuse",
+                     [](const Use& use) {
+                       return use.Fail(CTL_E_INVALIDPROPERTYVALUE, L"TestList", L"Not here");
+                     }},
+                    {L"Last",
+                     [&noted, note](const Use& use) {
+                       if (use.IsLet()) return note(use);
+                       return use.GiveText(platform::Utf8ToWide(noted.back()));
+                     }},
+                    {L"Item", [note](const Use& use) {
+                       if (use.IsLet()) return note(use);
+                       return use.GiveShort(use.Number(0) * 10);
+                     }}};
+  body({static_cast<IDispatch*>(&object)}, noted);
+  if (object.references != 1) throw std::runtime_error("a reference to the object is kept");
 }
 
 std::string FreshFilePath(const std::string& name) {

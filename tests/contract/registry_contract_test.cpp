@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,17 +18,19 @@ using namespace std::string_view_literals;
 using platform::kLocalMachine;
 using platform::kRegistryFileNotFound;
 using platform::kRegistryMoreData;
+using platform::kRegistryNoMoreItems;
 using platform::kRegistrySuccess;
 using platform::RegistryKey;
 using platform::RegistryValueInfo;
 
 // READ_CONTROL, KEY_QUERY_VALUE and KEY_ENUMERATE_SUB_KEYS.
 constexpr std::uint32_t kReadAccess = 0x20009;
-constexpr std::uint32_t kString = 1;     // REG_SZ
-constexpr std::uint32_t kBinary = 3;     // REG_BINARY
-constexpr std::uint32_t kNumber = 4;     // REG_DWORD
-constexpr std::uint32_t kStrings = 7;    // REG_MULTI_SZ
-constexpr std::uint32_t kUnusual = 100;  // No type of the operating system's own.
+constexpr std::uint32_t kWriteAccess = 2;  // KEY_SET_VALUE.
+constexpr std::uint32_t kString = 1;       // REG_SZ
+constexpr std::uint32_t kBinary = 3;       // REG_BINARY
+constexpr std::uint32_t kNumber = 4;       // REG_DWORD
+constexpr std::uint32_t kStrings = 7;      // REG_MULTI_SZ
+constexpr std::uint32_t kUnusual = 100;    // No type of the operating system's own.
 
 class RegistryContract : public testing::Test {
  protected:
@@ -165,9 +168,120 @@ TEST_F(RegistryContract, AKeyThatHoldsOnlyAnotherKeyIsThere) {
   EXPECT_EQ(Query("Ver", data_.size()), kRegistryFileNotFound);
 }
 
+// --- Enumerations ---
+
+TEST_F(RegistryContract, SubKeysAreCountedFromZeroAndEndWithNoMoreItems) {
+  for (const char* name : {"beta", "Alpha", "10"}) {
+    contract::PutRegistryValue(path_ + "\\" + name, "Ver", kString, "4.0\0"sv);
+  }
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  std::set<std::string> names;
+  for (std::uint32_t index = 0; index < 3; ++index) {
+    std::string name;
+    EXPECT_EQ(platform::RegistryEnumKey(key_, index, name), kRegistrySuccess);
+    names.insert(name);
+  }
+  EXPECT_EQ(names, (std::set<std::string>{"beta", "Alpha", "10"}));
+  std::string untouched = "untouched";
+  EXPECT_EQ(platform::RegistryEnumKey(key_, 3, untouched), kRegistryNoMoreItems);
+  EXPECT_EQ(untouched, "untouched");
+}
+
+TEST_F(RegistryContract, ValuesAreCountedWithNameTypeAndSize) {
+  Put("Text", kString, "4.0\0"sv);
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  std::string name;
+  RegistryValueInfo info;
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, {}, info), kRegistrySuccess);
+  EXPECT_EQ(name, "Text");
+  EXPECT_EQ(info.type, kString);
+  EXPECT_EQ(info.size, 4u);
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 1, name, {}, info), kRegistryNoMoreItems);
+}
+
+TEST_F(RegistryContract, AnEnumeratedValueComesWithItsBytesWhenThereIsRoom) {
+  Put("Number", kNumber, "\x78\x56\x34\x12"sv);
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  std::string name;
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, std::span(data_).first(4), info_),
+            kRegistrySuccess);
+  EXPECT_EQ(name, "Number");
+  EXPECT_EQ(Bytes(), "\x78\x56\x34\x12"sv);
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, std::span(data_).first(3), info_),
+            kRegistryMoreData);
+}
+
+TEST_F(RegistryContract, TheUnnamedValueIsEnumeratedWithAnEmptyName) {
+  Put("", kString, "default\0"sv);
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  std::string name = "before";
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, {}, info_), kRegistrySuccess);
+  EXPECT_EQ(name, "");
+}
+
+// --- Keys below keys ---
+
+TEST_F(RegistryContract, AnOpenKeyIsARootForThoseBelowIt) {
+  contract::PutRegistryValue(path_ + "\\MIF\\1", "Ver", kString, "4.0\0"sv);
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  RegistryKey below = 0;
+  ASSERT_EQ(platform::RegistryOpenKey(key_, "MIF\\1", kReadAccess, below), kRegistrySuccess);
+  RegistryValueInfo info;
+  EXPECT_EQ(platform::RegistryQueryValue(below, "Ver", data_, info), kRegistrySuccess);
+  EXPECT_EQ(platform::RegistryCloseKey(below), kRegistrySuccess);
+}
+
+// --- Writing ---
+
+TEST_F(RegistryContract, AMissingKeyIsMadeWithAllAboveItAndKeepsWhatIsWritten) {
+  const std::string path = path_ + "\\Made\\Here";
+  RegistryKey key = 0;
+  ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path, kWriteAccess, key), kRegistrySuccess);
+  EXPECT_EQ(
+      platform::RegistrySetValue(key, "Width", kNumber, std::as_bytes(std::span("\1\2\3", 4))),
+      kRegistrySuccess);
+  EXPECT_EQ(platform::RegistrySetValue(key, "", kString, std::as_bytes(std::span("x", 2))),
+            kRegistrySuccess);
+  EXPECT_EQ(platform::RegistryCloseKey(key), kRegistrySuccess);
+  ASSERT_EQ(platform::RegistryOpenKey(kLocalMachine, path, kReadAccess, key_), kRegistrySuccess);
+  EXPECT_EQ(Query("Width", data_.size()), kRegistrySuccess);
+  EXPECT_EQ(info_.type, kNumber);
+  EXPECT_EQ(Bytes(), "\1\2\3\0"sv);
+  EXPECT_EQ(Query("", data_.size()), kRegistrySuccess);
+  EXPECT_EQ(Bytes(), "x\0"sv);
+}
+
+TEST_F(RegistryContract, AKeyThatIsThereKeepsItsOtherValuesWhenOneIsWritten) {
+  Put("Kept", kString, "k\0"sv);
+  Put("Replaced", kString, "old\0"sv);
+  ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess | kReadAccess, key_),
+            kRegistrySuccess);
+  EXPECT_EQ(platform::RegistrySetValue(key_, "Replaced", kString, std::as_bytes(std::span("n", 2))),
+            kRegistrySuccess);
+  EXPECT_EQ(Query("Kept", data_.size()), kRegistrySuccess);
+  EXPECT_EQ(Query("Replaced", data_.size()), kRegistrySuccess);
+  EXPECT_EQ(Bytes(), "n\0"sv);
+}
+
+TEST_F(RegistryContract, AValueIsDeletedOnce) {
+  Put("Gone", kString, "x\0"sv);
+  ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess | kReadAccess, key_),
+            kRegistrySuccess);
+  EXPECT_EQ(platform::RegistryDeleteValue(key_, "Gone"), kRegistrySuccess);
+  EXPECT_EQ(Query("Gone", data_.size()), kRegistryFileNotFound);
+  EXPECT_EQ(platform::RegistryDeleteValue(key_, "Gone"), kRegistryFileNotFound);
+}
+
 TEST_F(RegistryContract, AHandleThatIsNoneFails) {
+  std::string name;
+  RegistryKey key = 0;
   EXPECT_NE(platform::RegistryCloseKey(0), kRegistrySuccess);
   EXPECT_NE(platform::RegistryQueryValue(0, "Ver", data_, info_), kRegistrySuccess);
+  EXPECT_NE(platform::RegistryEnumKey(0, 0, name), kRegistrySuccess);
+  EXPECT_NE(platform::RegistryEnumValue(0, 0, name, {}, info_), kRegistrySuccess);
+  EXPECT_NE(platform::RegistrySetValue(0, "Ver", kString, {}), kRegistrySuccess);
+  EXPECT_NE(platform::RegistryDeleteValue(0, "Ver"), kRegistrySuccess);
+  EXPECT_NE(platform::RegistryCreateKey(0, "x", kWriteAccess, key), kRegistrySuccess);
 }
 
 }  // namespace

@@ -249,7 +249,9 @@ TEST_F(BoxExchange, AFaultIsReportedEvenWhenSwitchingThePowerFailsAfterIt) {
   Open(false);
   zentrel->Power(true);
   TheWorld().out_of_timers = true;
-  EXPECT_EQ(ErrorNumberOf([&] { Command(0); }), 65535);
+  Port().Answer({1, 2});
+  constexpr std::int32_t kMoreThanTheBuffer = 50;
+  EXPECT_EQ(ErrorNumberOf([&] { Command(kMoreThanTheBuffer); }), 65535);
   const auto reports = TakeReports();
   ASSERT_EQ(reports.size(), 2U);
   EXPECT_EQ(reports[0].ErrorNumber, 9);

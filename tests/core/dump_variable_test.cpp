@@ -136,7 +136,7 @@ TEST_F(FieldDump, AFreshObjectShowsEveryFieldInDeclaredOrder) {
             "<m_sngVDelay>4</m_sngVDelay>\r\n"
             "<m_sngVDelayTimeout>0</m_sngVDelayTimeout>\r\n"
             "<m_strTELIC2Device></m_strTELIC2Device>\r\n"
-            "<m_strTELIC2RegRoot></m_strTELIC2RegRoot>\r\n"
+            "<m_strTELIC2RegRoot>SOFTWARE\\QuenmoorComms\\TELIC2\\Types\\</m_strTELIC2RegRoot>\r\n"
             "<m_DebugLog>{CDebugLog}</m_DebugLog>\r\n"
             "<m_PortCtrl>{Cannot dump external UDTs}</m_PortCtrl>\r\n"
             "<m_XTimer>{XTimer}</m_XTimer>\r\n");
@@ -191,7 +191,7 @@ TEST_F(FieldDump, EveryFieldShowsWhatAReadAndItsPropertiesPutIntoIt) {
             "<m_sngVDelay>1.5</m_sngVDelay>\r\n"
             "<m_sngVDelayTimeout>0</m_sngVDelayTimeout>\r\n"
             "<m_strTELIC2Device></m_strTELIC2Device>\r\n"
-            "<m_strTELIC2RegRoot></m_strTELIC2RegRoot>\r\n"
+            "<m_strTELIC2RegRoot>SOFTWARE\\QuenmoorComms\\TELIC2\\Types\\</m_strTELIC2RegRoot>\r\n"
             "<m_DebugLog>{CDebugLog}</m_DebugLog>\r\n"
             "<m_PortCtrl>{Cannot dump external UDTs}</m_PortCtrl>\r\n"
             "<m_XTimer>{XTimer}</m_XTimer>\r\n");

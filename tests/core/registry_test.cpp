@@ -3,6 +3,7 @@
 
 #include "support/modCOM_Registry.h"
 #include "tests/core/core_test.h"
+#include "tests/core/registry_types.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -13,15 +14,6 @@ using namespace std::string_literals;
 
 const std::string kPath = "SOFTWARE\\QuenmoorComms\\Kernel";
 const std::string kName = "Value";
-
-constexpr std::uint32_t kRegNone = 0;
-constexpr std::uint32_t kRegSz = 1;
-constexpr std::uint32_t kRegExpandSz = 2;
-constexpr std::uint32_t kRegBinary = 3;
-constexpr std::uint32_t kRegDword = 4;
-constexpr std::uint32_t kRegDwordBigEndian = 5;
-constexpr std::uint32_t kRegMultiSz = 7;
-constexpr std::uint32_t kRegQword = 11;
 
 using Texts = std::vector<std::string>;
 const Variant kEmpty;
@@ -353,7 +345,8 @@ TEST_F(Registry, AKeyThatCannotBeOpenedIsLikeAMissingOne) {
   constexpr std::int32_t kAccessDenied = 5;
   TheWorld().open_result = kAccessDenied;
   EXPECT_EQ(Read(std::int32_t{3}, 7), Failed(7));
-  EXPECT_EQ(TheWorld().registry_calls, 1) << "a key that is not open is neither asked nor closed";
+  EXPECT_EQ(TheWorld().registry_calls.size(), 1U)
+      << "a key that is not open is neither asked nor closed";
 }
 
 TEST_F(Registry, AValueThatCannotBeReadIsLikeAMissingOneAndTheKeyIsClosed) {
@@ -376,13 +369,13 @@ TEST_F(Registry, AFailureIsNeitherRaisedNorReported) {
 TEST_F(Registry, AShortValueTakesOneRequestBetweenOpeningAndClosing) {
   StoreText(std::string(255, 'x'));  // 256 bytes with its terminator
   EXPECT_EQ(Read(kEmpty), Good(std::string(255, 'x')));
-  EXPECT_EQ(TheWorld().registry_calls, 3);
+  EXPECT_EQ(TheWorld().registry_calls.size(), 3U);
 }
 
 TEST_F(Registry, ALongValueIsAskedForOnceMoreWithRoomForIt) {
   StoreText(std::string(256, 'x'));
   EXPECT_EQ(Read(kEmpty), Good(std::string(256, 'x')));
-  EXPECT_EQ(TheWorld().registry_calls, 4);
+  EXPECT_EQ(TheWorld().registry_calls.size(), 4U);
   StoreText(std::string(100'000, 'y'));
   EXPECT_EQ(Read(kEmpty), Good(std::string(100'000, 'y')));
 }

@@ -138,7 +138,15 @@ class World {
   std::optional<std::int32_t> open_result;   ///< every open fails with this
   std::optional<std::int32_t> query_result;  ///< every query fails with this
   std::function<void()> before_query;        ///< another program at work ahead of each query
-  int registry_calls = 0;
+  /// Asked ahead of each call, by the name of the advapi32 call it stands for ("RegOpenKeyEx") and
+  /// the key, value or index that it is about: a code makes the call fail with it.
+  std::function<std::optional<std::int32_t>(const std::string& call, const std::string& subject)>
+      registry_fault;
+  /// Each call with its subject, in order: "RegOpenKeyEx SOFTWARE\\...".
+  std::vector<std::string> registry_calls;
+  /// Order in which a key's sub-keys or values are enumerated; by name unless told.
+  std::map<std::string, std::vector<std::string>, NoCaseLess> key_order;
+  std::map<std::string, std::vector<std::string>, NoCaseLess> value_order;
 
   // --- Files, debugger ---
 

@@ -50,6 +50,9 @@ class BoxClient {
   /// What happens within each event, with its new state.
   void OnEvent(std::function<void(bool new_state)> action);
 
+  /// For what is not offered here.
+  _Zentrel* Object() const { return object_.Get(); }
+
   /// Drops the client's only reference to the object.
   void Release() { object_.Reset(); }
 

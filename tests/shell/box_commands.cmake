@@ -6,6 +6,7 @@ add_executable(box_commands_tests
   box_control.cpp
   box_faults_test.cpp
   box_port_test.cpp
+  box_sub_device_test.cpp
   box_supply_test.cpp
   box_test.cpp
   port_openings.cpp

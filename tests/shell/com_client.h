@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "QmZentrel_h.h"
-#include "com/com_pointer.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::shell {
 
-using com::ComPointer;
+using platform::ComPointer;
 
 /// The entries of the library that the environment variable QMZ_DLL names.
 struct Library {
@@ -32,13 +32,13 @@ struct Library {
 /// program with a word about the reason when there is no such library.
 const Library& LoadedLibrary();
 
-ComPointer<IClassFactory> NewFactory();
-ComPointer<_Zentrel> NewZentrel();
+platform::ComPointer<IClassFactory> NewFactory();
+platform::ComPointer<_Zentrel> NewZentrel();
 
 /// `object` asked for another interface; null when it does not answer it.
 template <class Interface>
-ComPointer<Interface> As(IUnknown* object, REFIID riid) {
-  return com::Query<Interface>(object, riid);
+platform::ComPointer<Interface> As(IUnknown* object, REFIID riid) {
+  return platform::Query<Interface>(object, riid);
 }
 
 /// An owned VARIANT.

@@ -10,6 +10,7 @@
 #include "tests/shell/com_client.h"
 #include "tests/shell/event_sink.h"
 #include "tests/shell/published_members.h"
+#include "tests/shell/test_catalog.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -74,7 +75,13 @@ std::size_t SlotOf(std::wstring_view name, bool let) {
 
 class EarlyBound : public testing::Test {
  protected:
-  ComPointer<_Zentrel> zentrel = NewZentrel();
+  EarlyBound() {
+    catalog.Fill();
+    zentrel = NewZentrel();
+  }
+
+  TestCatalog catalog;
+  ComPointer<_Zentrel> zentrel;
 };
 
 // --- Slots ---
@@ -94,7 +101,7 @@ TEST_F(EarlyBound, HasLeakIsTheFortySixthMember) {
 TEST_F(EarlyBound, EveryStoredPropertySitsInItsTwoSlots) {
   LONG number = 30;
   for (const PublishedMember& member : kPublishedMembers) {
-    if (member.kind != Kind::kGetLet || !member.offered) continue;
+    if (member.kind != Kind::kGetLet || member.type == VT_BSTR) continue;
     const std::string name(member.name, member.name + std::wcslen(member.name));
     const bool is_boolean = member.type == VT_BOOL;
     const LONG stored = is_boolean ? VARIANT_TRUE : ++number & 0x3F;
@@ -176,31 +183,52 @@ TEST_F(EarlyBound, ThePropertiesThatAreOnlyReadOrOnlyLetSitInTheirSlots) {
   EXPECT_EQ(sink->states, (std::vector<bool>{false, true}));
 }
 
-TEST_F(EarlyBound, MembersThatThisVersionDoesNotOfferSayNothingElse) {
-  std::size_t refused = 0;
-  for (const PublishedMember& member : kPublishedMembers) {
-    if (member.offered) continue;
-    // Room for whatever the member has, all of it pointing here.
-    std::array<LONG, 4> room{};
-    LONG* const somewhere = room.data();
-    const std::size_t slot = SlotOf(member.name, false);
-    switch (member.parameters.size()) {
-      case 0:
-        EXPECT_EQ(CallSlot(zentrel.Get(), slot, 0, somewhere), E_NOTIMPL);
-        break;
-      case 1:
-        EXPECT_EQ(CallSlot(zentrel.Get(), slot, 0, somewhere, somewhere), E_NOTIMPL);
-        break;
-      case 2:
-        EXPECT_EQ(CallSlot(zentrel.Get(), slot, 0, somewhere, 0, somewhere), E_NOTIMPL);
-        break;
-      default:
-        EXPECT_EQ(CallSlot(zentrel.Get(), slot, 0, 1, somewhere, somewhere, somewhere), E_NOTIMPL);
-        break;
-    }
-    ++refused;
+TEST_F(EarlyBound, TheMembersOfTheCatalogsSitInTheirSlots) {
+  BSTR text = nullptr;
+  for (const wchar_t* name : {L"MIFName", L"TXIName"}) {
+    EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(name, false), 0, &text), S_OK);
+    EXPECT_EQ(Taken(text), Get(zentrel.Get(), name).value.AsText());
   }
-  EXPECT_EQ(refused, 13u);
+  const std::wstring root = L"SOFTWARE\\QuenmoorComms\\TELIC2\\Messages";
+  BSTR root_key = SysAllocString(root.c_str());
+  EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(L"Name", false), 0, root_key, 9, &text), S_OK);
+  EXPECT_EQ(Taken(text), L"Message 9");
+  SysFreeString(root_key);
+}
+
+TEST_F(EarlyBound, TheMembersOfSubDevicesSitInTheirSlots) {
+  BSTR device = SysAllocString(L"1");
+  EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(L"TELIC2Device", true), 0, device), S_OK);
+  SysFreeString(device);
+  EXPECT_EQ(Get(zentrel.Get(), L"TELIC2Device").value.AsText(), L"1");
+  BSTR text = nullptr;
+  EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(L"TELIC2Device", false), 0, &text), S_OK);
+  EXPECT_EQ(Taken(text), L"1");
+  const auto length = [&](const wchar_t* name, LONG message) {
+    LONG number = -7;
+    EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(name, false), 0, message, &number), S_OK);
+    return number;
+  };
+  EXPECT_EQ(length(L"TELIC2_Length", 17), 4);
+  EXPECT_EQ(length(L"TELIC2Test_RdLength", 0), 2);
+  EXPECT_EQ(length(L"TELIC2Test_WrLength", 1), 1);
+  IDispatch* nothing = nullptr;
+  SHORT filled = 7;
+  EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(L"TELIC2EnumDevices", false), 0, &nothing, &filled),
+            S_OK);
+  EXPECT_EQ(filled, VARIANT_FALSE);
+  for (const wchar_t* name : {L"TELIC2EnumMessages", L"TELIC2EnumTestMessages"}) {
+    filled = 7;
+    EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(name, false), 0, &nothing, -1, &filled), S_OK);
+    EXPECT_EQ(filled, VARIANT_FALSE);
+  }
+  SAFEARRAY* ids = nullptr;
+  SAFEARRAY* data = nullptr;
+  for (const wchar_t* name : {L"TELIC2Read", L"TELIC2Write", L"TELIC2Test"}) {
+    LONG status = -1;
+    EXPECT_EQ(CallSlot(zentrel.Get(), SlotOf(name, false), 0, 0, &ids, &data, &status), S_OK);
+    EXPECT_EQ(status, S_BAD_PORT);
+  }
 }
 
 // --- The stack ---

@@ -131,19 +131,6 @@ TEST_F(ErrorInfo, AResultWithoutAPlaceIsRefusedWithAWord) {
   EXPECT_EQ(zentrel->Status(S_OKAY, nullptr), E_POINTER);
 }
 
-TEST_F(ErrorInfo, AMemberThatThisVersionDoesNotOfferSaysSo) {
-  BSTR text = reinterpret_cast<BSTR>(this);
-  EXPECT_EQ(zentrel->get_MIFName(&text), E_NOTIMPL);
-  EXPECT_EQ(text, nullptr);
-  EXPECT_FALSE(TakenErrorDescription().empty());
-  EXPECT_EQ(zentrel->put_TELIC2Device(nullptr), E_NOTIMPL);
-  EXPECT_FALSE(TakenErrorDescription().empty());
-  const Outcome outcome = Get(zentrel.Get(), L"TXIName");
-  EXPECT_EQ(outcome.result, DISP_E_EXCEPTION);
-  EXPECT_EQ(outcome.scode, E_NOTIMPL);
-  EXPECT_FALSE(outcome.description.empty());
-}
-
 TEST_F(ErrorInfo, AFaultLeavesTheObjectUsable) {
   for (int i = 0; i < 1000; ++i) ASSERT_EQ(Fail(), kReportedFault);
   LONG signature = 1;

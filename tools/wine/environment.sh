@@ -8,4 +8,4 @@ export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree,mshtml='
 unset DISPLAY
 # One locale on every machine; in one without UTF-8 the names of files would lose characters.
-export LC_ALL=C.UTF-8
+export LC_ALL=${QMZ_LOCALE:-C.UTF-8}

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace qmzentrel::com {
+namespace qmzentrel::platform {
 
 template <class Interface>
 class ComPointer {
@@ -59,4 +59,4 @@ ComPointer<Interface> Query(IUnknown* object, REFIID riid) {
   return answer;
 }
 
-}  // namespace qmzentrel::com
+}  // namespace qmzentrel::platform

@@ -1,0 +1,47 @@
+// What the class offers of the catalogs: the names of the record's values, and of any numbered key.
+#include "device/Zentrel.h"
+#include "interface/catalogs.h"
+
+namespace qmzentrel {
+
+void Zentrel::LoadNames() {
+  std::int32_t n = 0;
+  std::int32_t lngMax = 0;
+  ErrorFrame frame(Fields(), "LoadNames", Parameters(), Locals(NAMED(n), NAMED(lngMax)));
+  frame.Run([&] {
+    using modCOM_Registry::OpenKey;
+    STEP const OpenKey interfaces(platform::kLocalMachine, catalogs::kInterfacesKey);
+    Variant max = std::int32_t{0};
+    // Without a catalog of interfaces there are no names of intervals either: installers leave out
+    // both, and clients rely on both properties failing then.
+    STEP if (!modCOM_Registry::RegGetValue(interfaces, "Max", max)) return;
+    STEP lngMax = std::get<std::int32_t>(max);
+    // Interface -1 stands for a transponder that is not set up.
+    STEP m_strMIFs.ReDim(-1, lngMax);
+    for (n = -1; n <= m_strMIFs.UpperBound(); ++n) {
+      STEP m_strMIFs[n] = catalogs::ReadName(interfaces, n, "");
+    }
+    STEP const OpenKey intervals(platform::kLocalMachine, catalogs::kIntervalsKey);
+    STEP m_strTXIs.ReDim(0, catalogs::kLastInterval);
+    for (n = 0; n <= catalogs::kLastInterval; ++n) {
+      STEP m_strTXIs[n] = catalogs::ReadText(intervals, std::to_string(n), "");
+    }
+  });
+}
+
+std::string Zentrel::MIFName() const {
+  ErrorFrame frame(Fields(), "MIFName");
+  return frame.Run([&] { STEP return m_strMIFs[m_lngMIF]; });
+}
+
+std::string Zentrel::TXIName() const {
+  ErrorFrame frame(Fields(), "TXIName");
+  return frame.Run([&] { STEP return m_strTXIs[m_lngTXI]; });
+}
+
+std::string Zentrel::Name(const std::string& RegRootKey, std::int32_t Index) const {
+  ErrorFrame frame(Fields(), "Name", Parameters(NAMED(RegRootKey), NAMED(Index)));
+  return frame.Run([&] { STEP return catalogs::ReadName(RegRootKey, Index, "Invalid"); });
+}
+
+}  // namespace qmzentrel

@@ -1,0 +1,43 @@
+// What the installer's catalog in the registry says of sub-devices (TELIC2) and their messages.
+// Read afresh with each call.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "interface/catalogs.h"
+
+namespace qmzentrel::catalogs {
+
+/// Keys below HKEY_LOCAL_MACHINE.
+inline constexpr const char* kDeviceTypesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Types";
+inline constexpr const char* kMessagesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Messages";
+
+/// The test message that marks an invalid choice in lists. It is never sent.
+inline constexpr std::int32_t kInvalidTestMessage = 99;
+
+/// The key of one device type, with a backslash at its end. An empty name gives the key of all
+/// types.
+std::string DeviceKey(const std::string& device);
+
+/// The names of the device types, sorted.
+std::vector<std::string> DeviceTypes();
+
+/// The messages whose bit in "Commands" of the device's key is set, all of them when `device_key`
+/// is empty. Error 6 at message 31; the entries before it have been added then.
+void OfferMessages(const std::string& device_key, const AddEntry& add);
+
+/// The test messages of the device.
+void OfferTestMessages(const std::string& device_key, const AddEntry& add);
+
+/// "Bytes" of a message, 0 when it is unknown. Its sign says nothing of the length.
+std::int32_t MessageLength(std::int32_t message);
+
+/// "RBytes" of a test message, 0 when it is unknown, -1 when it has no reply.
+std::int32_t TestReadLength(const std::string& device_key, std::int32_t message);
+
+/// "PBytes" of a test message, 0 when it is unknown.
+std::int32_t TestWriteLength(const std::string& device_key, std::int32_t message);
+
+}  // namespace qmzentrel::catalogs

@@ -1,0 +1,43 @@
+#include "support/modCOM_CboLstHelpers.h"
+
+#include "platform/text.h"
+#include "support/error_frame.h"
+
+namespace qmzentrel::modCOM_CboLstHelpers {
+namespace {
+
+constexpr ModuleFields kFields = NoFields("modCOM_CboLstHelpers");
+
+}  // namespace
+
+bool SelectByItemData(ItemList& list, std::int32_t lngData) {
+  std::int32_t lngIndex = 0;
+  ErrorFrame frame(kFields, "SelectByItemData", Parameters(NAMED(lngData)),
+                   Locals(NAMED(lngIndex)));
+  return frame.Run([&] {
+    STEP const std::int32_t count = list.ListCount();
+    for (; lngIndex < count; ++lngIndex) {
+      STEP if (list.ItemData(lngIndex) != lngData) continue;
+      STEP list.ListIndex(lngIndex);
+      return true;
+    }
+    return false;
+  });
+}
+
+bool SelectByText(ItemList& list, const std::string& strText) {
+  std::int32_t lngIndex = 0;
+  ErrorFrame frame(kFields, "SelectByText", Parameters(NAMED(strText)), Locals(NAMED(lngIndex)));
+  return frame.Run([&] {
+    STEP const std::int32_t count = list.ListCount();
+    for (; lngIndex < count; ++lngIndex) {
+      STEP if (platform::CompareTextNoCase(list.List(lngIndex), strText) != 0) continue;
+      STEP list.ListIndex(lngIndex);
+      return true;
+    }
+    STEP list.ListIndex(-1);
+    return false;
+  });
+}
+
+}  // namespace qmzentrel::modCOM_CboLstHelpers

@@ -1,0 +1,29 @@
+// Objects of a client in memory.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/late_bound.h"
+#include "tests/fakes/fake_world.h"
+
+namespace qmzentrel::fakes {
+
+/// An object whose members are functions of the test.
+struct FakeObject {
+  using Arguments = std::vector<platform::LateArgument>;
+  /// Gets the arguments and for a let the value as the last; gives the value of a property. Throws
+  /// a platform::LateFailure to fail.
+  using Member = std::function<platform::LateArgument(const Arguments& arguments)>;
+
+  std::string type_name;
+  std::map<std::string, Member, NoCaseLess> methods;
+  std::map<std::string, Member, NoCaseLess> gets;
+  std::map<std::string, Member, NoCaseLess> lets;
+
+  platform::ClientObject Handle() { return {this}; }
+};
+
+}  // namespace qmzentrel::fakes

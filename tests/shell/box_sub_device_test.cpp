@@ -1,0 +1,156 @@
+// Sub-device messages over the wire, byte for byte.
+#include <vector>
+
+#include "tests/shell/box_test.h"
+#include "tests/shell/test_catalog.h"
+
+namespace qmzentrel::shell {
+namespace {
+
+// The client's two arrays.
+class Messages {
+ public:
+  explicit Messages(const std::vector<LONG>& identifiers, const std::vector<LONG>& data = {})
+      : identifiers_(Value::LongArray(identifiers)),
+        data_(Value::LongArray(data.empty() ? std::vector<LONG>(identifiers.size()) : data)),
+        count_(static_cast<LONG>(identifiers.size())) {}
+
+  SAFEARRAY** Identifiers() { return &V_ARRAY(&identifiers_.Raw()); }
+  SAFEARRAY** Data() { return &V_ARRAY(&data_.Raw()); }
+  LONG Count() const { return count_; }
+  std::vector<LONG> Received() {
+    const auto* const first = static_cast<const LONG*>((*Data())->pvData);
+    return {first, first + (*Data())->rgsabound[0].cElements};
+  }
+
+ private:
+  Value identifiers_;
+  Value data_;
+  LONG count_;
+};
+
+class BoxSubDevice : public BoxTest {
+ protected:
+  void SetUp() override {
+    BoxTest::SetUp();
+    catalog.Fill();
+    Box().Tell("message 8 1234");
+    Box().Tell("message 9 5678");
+    Box().Tell("message 17 89ABCDEF");
+    Open(client);
+    ASSERT_EQ(Let(client.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
+  }
+
+  using Command = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(LONG, SAFEARRAY**, SAFEARRAY**,
+                                                          ZentrelStatus*);
+  ZentrelStatus Run(Command command, Messages& messages) {
+    ZentrelStatus status = S_BAD_SUM;  // which no command here answers
+    EXPECT_EQ((client.Object()->*command)(messages.Count(), messages.Identifiers(), messages.Data(),
+                                          &status),
+              S_OK);
+    return status;
+  }
+
+  TestCatalog catalog;
+  BoxClient client;
+};
+
+using Numbers = std::vector<LONG>;
+
+TEST_F(BoxSubDevice, SeveralMessagesAreReadInOneExchange) {
+  Messages messages({8, 17, 9});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_OKAY);
+  EXPECT_EQ(Box().Frames(),
+            (Journal{"> 7E 20 C7 03 08 11 09", "< 7E 20 C7 0B 08 12 34 11 89 AB CD EF 09 56 78"}));
+  EXPECT_EQ(messages.Received(), (Numbers{0x1234, static_cast<LONG>(0x89ABCDEF), 0x5678}));
+}
+
+TEST_F(BoxSubDevice, NoMessageAtAllIsReadAsTheBareHeader) {
+  Messages none({});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, none), S_OKAY);
+  EXPECT_EQ(Box().Frames(), (Journal{"> 7E 20 C7 00", "< 7E 20 C7 00"}));
+}
+
+TEST_F(BoxSubDevice, WhatIsWrittenIsEchoedAndStored) {
+  Messages messages({8, 17}, {0x7FEE, -2});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Write, messages), S_OKAY);
+  EXPECT_EQ(Box().Frames(), (Journal{"> 7E 20 C6 08 08 7F EE 11 FF FF FF FE",
+                                     "< 7E 20 C6 08 08 7F EE 11 FF FF FF FE"}));
+  Messages read_back({8, 17});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, read_back), S_OKAY);
+  EXPECT_EQ(read_back.Received(), (Numbers{0x7FEE, -2}));
+}
+
+TEST_F(BoxSubDevice, ATestThatRepliesIsAskedToAnswer) {
+  Box().Tell("test 0 0 BEEF");
+  Box().Tell("test 2 4 01020304");
+  Messages messages({0, 2}, {0, 0x0A0B0C0D});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_OKAY);
+  EXPECT_EQ(Box().Frames(),
+            (Journal{"> 7E 20 C9 06 00 02 0A 0B 0C 0D", "< 7E 20 C9 08 00 BE EF 02 01 02 03 04"}));
+  EXPECT_EQ(messages.Received(), (Numbers{0xBEEF, 0x01020304}));
+}
+
+TEST_F(BoxSubDevice, ATestWithoutAReplyIsSentOnceAndNothingIsAwaited) {
+  Messages messages({3, 1}, {0, 0x5A});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_OKAY);
+  Box().AwaitFrames(1);
+  EXPECT_EQ(Box().Frames(), Journal{"> 7E 00 C9 03 03 01 5A"});
+}
+
+TEST_F(BoxSubDevice, ASilentBoxIsATimeOutAndAShortReplyABadOne) {
+  Messages messages({8});
+  Box().Tell("silence");
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_TIMEOUT);
+  Box().Tell("silence");
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Write, messages), S_TIMEOUT);
+  EXPECT_EQ(messages.Received(), Numbers{0});
+}
+
+TEST_F(BoxSubDevice, TheSupplyIsSwitchedOffAfterACommandOnDemand) {
+  client.Close();
+  Box().Reset();
+  ASSERT_EQ(client.Open(Port(), false), S_OKAY);
+  client.Let(&_Zentrel::put_PowerTimeout, 0);
+  Messages messages({8});
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_OKAY);
+  EXPECT_EQ(Box().Supply(), Journal{"on"});
+}
+
+// Arrays of variants are all that scripts have.
+TEST_F(BoxSubDevice, AnArrayOfVariantsGetsWhatWasRead) {
+  Value ids = Value::VariantArray({Value::Short(8), Value::Text(L"9")});
+  Value data = Value::VariantArray({{}, {}, Value::Text(L"kept")});
+  const Outcome outcome =
+      Call(client.Object(), L"TELIC2Read", {Value::Long(2), ids, Value::TypedReferenceTo(data)});
+  EXPECT_EQ(outcome.result, DISP_E_TYPEMISMATCH) << "an element that is no number";
+  data = Value::VariantArray({{}, {}, Value::Short(7)});
+  EXPECT_EQ(
+      Call(client.Object(), L"TELIC2Read", {Value::Long(2), ids, Value::TypedReferenceTo(data)})
+          .value.AsLong(),
+      S_OKAY);
+  const auto* const elements = static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData);
+  const Numbers read{V_I4(&elements[0]), V_I4(&elements[1]), V_I4(&elements[2])};
+  EXPECT_EQ(read, (Numbers{0x1234, 0x5678, 7}));
+  EXPECT_EQ(V_VT(&elements[0]), VT_I4);
+}
+
+// The array belongs to the command until it is over, even for the client's own event.
+TEST_F(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
+  Messages messages({8, 9});
+  std::vector<HRESULT> destroyed;
+  std::vector<ZentrelStatus> nested;
+  client.OnEvent([&](bool new_state) {
+    if (!new_state || !nested.empty()) return;
+    nested.push_back(S_TIMEOUT);
+    nested.back() = Run(&_Zentrel::TELIC2Read, messages);
+    destroyed.push_back(SafeArrayDestroyData(*messages.Data()));
+  });
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_OKAY);
+  EXPECT_EQ(nested, std::vector<ZentrelStatus>{S_OKAY});
+  EXPECT_EQ(destroyed, std::vector<HRESULT>{DISP_E_ARRAYISLOCKED});
+  EXPECT_EQ(messages.Received(), (Numbers{0x1234, 0x5678}));
+}
+
+}  // namespace
+}  // namespace qmzentrel::shell
