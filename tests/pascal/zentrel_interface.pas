@@ -1,0 +1,113 @@
+{ The class as an early-bound client knows it: identifiers and the members in the order of their
+  slots, written down by hand rather than taken from the type library, so that neither can be wrong
+  without the other. }
+unit zentrel_interface;
+
+{$mode objfpc}{$H+}
+
+interface
+
+uses
+  ActiveX;
+
+const
+  CLASS_Zentrel: TGUID = '{FC8682E2-9814-4065-86F6-49F1E6A8704B}';
+  DIID___Zentrel: TGUID = '{69D54976-4B55-493E-B5FF-E27DC45E2CA6}';
+
+  S_OKAY = 0;
+  S_BAD_PORT = 3;
+  S_MSG_TOO_LONG = 6;
+  S_BAD_PARAMETER = 7;
+
+type
+  _Zentrel = interface(IDispatch)
+    ['{D8137FF8-FBFF-429D-BAB7-798BB06D6779}']
+    function BoxStatus: LongInt; safecall;
+    function ReadXpdr: LongInt; safecall;
+    function ResetXpdr: LongInt; safecall;
+    function WriteXpdr: LongInt; safecall;
+    function Get_IDToggle: WordBool; safecall;
+    procedure Set_IDToggle(NewValue: WordBool); safecall;
+    function Get_MIFSelect: WordBool; safecall;
+    procedure Set_MIFSelect(NewValue: WordBool); safecall;
+    function Get_DeviceMIF: LongInt; safecall;
+    procedure Set_DeviceMIF(NewValue: LongInt); safecall;
+    function Get_MIFName: WideString; safecall;
+    function Get_Util: LongInt; safecall;
+    procedure Set_Util(NewValue: LongInt); safecall;
+    function Get_Xpdr: LongInt; safecall;
+    procedure Set_Xpdr(NewValue: LongInt); safecall;
+    function Get_Tamper: LongInt; safecall;
+    procedure Set_Tamper(NewValue: LongInt); safecall;
+    function Get_Reading: LongInt; safecall;
+    procedure Set_Reading(NewValue: LongInt); safecall;
+    function Get_PLLWarmup: LongInt; safecall;
+    procedure Set_PLLWarmup(NewValue: LongInt); safecall;
+    function Get_PLLWarmUpName: WideString; safecall;
+    function Get_TXI: LongInt; safecall;
+    procedure Set_TXI(NewValue: LongInt); safecall;
+    function Get_TXIName: WideString; safecall;
+    function Get_MSI: LongInt; safecall;
+    procedure Set_MSI(NewValue: LongInt); safecall;
+    function Get_TravonelVersion: WideString; safecall;
+    function Get_ZentrelVersion: WideString; safecall;
+    function Get_ZentrelSignature(Index: SmallInt): LongInt; safecall;
+    function Get_BatteryVoltage: Single; safecall;
+    function Get_PowerTimeout: LongInt; safecall;
+    procedure Set_PowerTimeout(NewValue: LongInt); safecall;
+    function Get_VDelay: LongInt; safecall;
+    procedure Set_VDelay(NewValue: LongInt); safecall;
+    function Status(Code: LongInt): WideString; safecall;
+    procedure Set_PowerManagement(NewValue: WordBool); safecall;
+    function DeviceOpen(Port: LongInt; MaintainSupply: WordBool): LongInt; safecall;
+    function DeviceInit: LongInt; safecall;
+    function DeviceClose: LongInt; safecall;
+    procedure Set_Power(NewValue: WordBool); safecall;
+    function Get_Name(const RegRootKey: WideString; Index: LongInt): WideString; safecall;
+    function TELIC2Read(NumMessages: LongInt;
+      var MessageIDs, MessageData: PSafeArray): LongInt; safecall;
+    function TELIC2Write(NumMessages: LongInt;
+      var MessageIDs, MessageData: PSafeArray): LongInt; safecall;
+    function TELIC2Test(NumMessages: LongInt;
+      var MessageIDs, MessageData: PSafeArray): LongInt; safecall;
+    function Get_TELIC2Device: WideString; safecall;
+    procedure Set_TELIC2Device(const NewValue: WideString); safecall;
+    function TELIC2EnumDevices(var Cbo: IDispatch): WordBool; safecall;
+    function TELIC2EnumMessages(var Cbo: IDispatch; Default: LongInt): WordBool; safecall;
+    function Get_TELIC2_Length(Index: LongInt): LongInt; safecall;
+    function TELIC2EnumTestMessages(var Cbo: IDispatch; Default: LongInt): WordBool; safecall;
+    function Get_TELIC2Test_RdLength(Index: LongInt): LongInt; safecall;
+    function Get_TELIC2Test_WrLength(Index: LongInt): LongInt; safecall;
+    function Get_Freq_A2: LongInt; safecall;
+    procedure Set_Freq_A2(NewValue: LongInt); safecall;
+    function Get_Freq_A1: LongInt; safecall;
+    procedure Set_Freq_A1(NewValue: LongInt); safecall;
+    function Get_Freq_A0: LongInt; safecall;
+    procedure Set_Freq_A0(NewValue: LongInt); safecall;
+    function Get_Clock_A: LongInt; safecall;
+    procedure Set_Clock_A(NewValue: LongInt); safecall;
+    function Get_PA_Power: LongInt; safecall;
+    procedure Set_PA_Power(NewValue: LongInt); safecall;
+    function Get_HasLeak: WordBool; safecall;
+    procedure Set_HasLeak(NewValue: WordBool); safecall;
+    function Get_LeakThreshold: LongInt; safecall;
+    procedure Set_LeakThreshold(NewValue: LongInt); safecall;
+    function Get_Freq_MSB: LongInt; safecall;
+    procedure Set_Freq_MSB(NewValue: LongInt); safecall;
+    function Get_Freq_MID: LongInt; safecall;
+    procedure Set_Freq_MID(NewValue: LongInt); safecall;
+    function Get_Freq_LSB: LongInt; safecall;
+    procedure Set_Freq_LSB(NewValue: LongInt); safecall;
+    function Get_BR_MSB: LongInt; safecall;
+    procedure Set_BR_MSB(NewValue: LongInt); safecall;
+    function Get_BR_LSB: LongInt; safecall;
+    procedure Set_BR_LSB(NewValue: LongInt); safecall;
+    function Get_EOL_CTRL: LongInt; safecall;
+    procedure Set_EOL_CTRL(NewValue: LongInt); safecall;
+    function Get_PA_CTRL: LongInt; safecall;
+    procedure Set_PA_CTRL(NewValue: LongInt); safecall;
+  end;
+
+implementation
+
+end.
