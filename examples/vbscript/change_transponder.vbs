@@ -29,14 +29,23 @@ Sub CheckError(what)
   WScript.Quit 1
 End Sub
 
+' The name that the catalog has for a number, the number without one.
+Function NameOr(number, property)
+  NameOr = number
+  On Error Resume Next
+  If property = "MIF" Then NameOr = zentrel.MIFName & " (" & number & ")"
+  If property = "TXI" Then NameOr = zentrel.TXIName & " (" & number & ")"
+  Err.Clear
+End Function
+
 Sub ShowRecord(title)
   Say title
   Say "  Transponder " & Right("00000" & Hex(zentrel.Xpdr), 6) & ", software " & _
       zentrel.TravonelVersion
   Say "  Utility code " & zentrel.Util & ", reading " & zentrel.Reading & _
       ", tamper count " & zentrel.Tamper
-  Say "  Meter interface " & zentrel.DeviceMIF & ", transmit interval " & zentrel.TXI & _
-      ", PLL warm-up " & zentrel.PLLWarmUpName
+  Say "  Meter interface: " & NameOr(zentrel.DeviceMIF, "MIF")
+  Say "  Transmit interval: " & NameOr(zentrel.TXI, "TXI") & ", PLL warm-up " & zentrel.PLLWarmUpName
 End Sub
 
 If WScript.Arguments.Count <> 3 Then
