@@ -11,6 +11,7 @@ using modCOM_Registry::OpenKey;
 
 constexpr const char* kTestMessages = "TestMessages";
 constexpr const char* kNoName = "Invalid";
+constexpr std::int32_t kAllMessages = -1;
 
 std::int32_t NumberOf(const std::string& messages_key, std::int32_t message,
                       const std::string& value) {
@@ -30,27 +31,28 @@ std::vector<std::string> DeviceTypes() {
   return names;
 }
 
-void OfferMessages(const std::string& device_key, const AddEntry& add) {
-  constexpr std::int32_t kAllMessages = -1;
-  std::int32_t commands = kAllMessages;
-  if (!device_key.empty()) {
-    commands = ReadNumber(OpenKey(platform::kLocalMachine, device_key), "Commands", kAllMessages);
-  }
-  const OpenKey key(platform::kLocalMachine, kMessagesKey);
-  const Range range = ReadRange(key);
+MessageList::MessageList(const std::string& device_key)
+    : key_(platform::kLocalMachine, kMessagesKey),
+      range_(ReadRange(key_)),
+      commands_(device_key.empty() ? kAllMessages
+                                   : ReadNumber(OpenKey(platform::kLocalMachine, device_key),
+                                                "Commands", kAllMessages)) {}
+
+void MessageList::Offer(const AddEntry& add) const {
   // There is no bit below 0, hence nothing to offer there.
-  for (std::int64_t n = std::max(range.first, 0); n <= range.last; ++n) {
+  for (std::int64_t n = std::max(range_.first, 0); n <= range_.last; ++n) {
     const auto message = static_cast<std::int32_t>(n);
-    if (HasBit(commands, message)) add(message, ReadName(key, message, kNoName));
+    if (HasBit(commands_, message)) add(message, ReadName(key_, message, kNoName));
   }
 }
 
-void OfferTestMessages(const std::string& device_key, const AddEntry& add) {
-  const OpenKey key(platform::kLocalMachine, device_key + kTestMessages);
-  const Range range = ReadRange(key);
-  for (std::int64_t n = range.first; n <= range.last; ++n) {
+TestMessageList::TestMessageList(const std::string& device_key)
+    : key_(platform::kLocalMachine, device_key + kTestMessages), range_(ReadRange(key_)) {}
+
+void TestMessageList::Offer(const AddEntry& add) const {
+  for (std::int64_t n = range_.first; n <= range_.last; ++n) {
     const auto message = static_cast<std::int32_t>(n);
-    add(message, ReadName(key, message, kNoName));
+    add(message, ReadName(key_, message, kNoName));
   }
 }
 

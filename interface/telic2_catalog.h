@@ -24,12 +24,30 @@ std::string DeviceKey(const std::string& device);
 /// The names of the device types, sorted.
 std::vector<std::string> DeviceTypes();
 
-/// The messages whose bit in "Commands" of the device's key is set, all of them when `device_key`
-/// is empty. Error 6 at message 31; the entries before it have been added then.
-void OfferMessages(const std::string& device_key, const AddEntry& add);
+/// The messages whose bit in "Commands" of a device's key is set, all of them when `device_key` is
+/// empty. Range and mask are read at once.
+class MessageList {
+ public:
+  explicit MessageList(const std::string& device_key);
+  /// Error 6 at message 31; the entries before it have been added then.
+  void Offer(const AddEntry& add) const;
 
-/// The test messages of the device.
-void OfferTestMessages(const std::string& device_key, const AddEntry& add);
+ private:
+  modCOM_Registry::OpenKey key_;
+  Range range_;
+  std::int32_t commands_;
+};
+
+/// The test messages of a device. The range is read at once.
+class TestMessageList {
+ public:
+  explicit TestMessageList(const std::string& device_key);
+  void Offer(const AddEntry& add) const;
+
+ private:
+  modCOM_Registry::OpenKey key_;
+  Range range_;
+};
 
 /// "Bytes" of a message, 0 when it is unknown. Its sign says nothing of the length.
 std::int32_t MessageLength(std::int32_t message);

@@ -47,11 +47,11 @@ bool Zentrel::TELIC2EnumMessages(const LateBound& cbo, std::int32_t Default) con
   ErrorFrame frame(Fields(), "TELIC2EnumMessages", Parameters(NAMED(cbo), NAMED(Default)));
   return frame.Run([&] {
     STEP if (!ComboBox::IsComboBox(cbo)) return false;
+    STEP const catalogs::MessageList messages(m_strTELIC2Device.empty() ? "" : m_strTELIC2RegRoot);
     STEP ComboBox box(cbo);
     STEP box.Clear();
     STEP box.AddItem(kNoMessageText, kNoMessage);
-    STEP catalogs::OfferMessages(m_strTELIC2Device.empty() ? "" : m_strTELIC2RegRoot,
-                                 AddMessageTo(box));
+    STEP messages.Offer(AddMessageTo(box));
     STEP modCOM_CboLstHelpers::SelectByItemData(box, Default);
     return true;
   });
@@ -61,10 +61,11 @@ bool Zentrel::TELIC2EnumTestMessages(const LateBound& cbo, std::int32_t Default)
   ErrorFrame frame(Fields(), "TELIC2EnumTestMessages", Parameters(NAMED(cbo), NAMED(Default)));
   return frame.Run([&] {
     STEP if (!ComboBox::IsComboBox(cbo)) return false;
+    STEP const catalogs::TestMessageList messages(m_strTELIC2RegRoot);
     STEP ComboBox box(cbo);
     STEP box.Clear();
     STEP box.AddItem(kNoMessageText, kNoMessage);
-    STEP catalogs::OfferTestMessages(m_strTELIC2RegRoot, AddMessageTo(box));
+    STEP messages.Offer(AddMessageTo(box));
     STEP box.AddItem("Invalid", catalogs::kInvalidTestMessage);
     STEP modCOM_CboLstHelpers::SelectByItemData(box, Default);
     return true;

@@ -9,11 +9,12 @@
 namespace qmzentrel {
 namespace {
 
-constexpr const char* kErrorSource = "QmZentrel";
-
-// The exception in progress as an error with a number; a Refusal goes straight through.
+// The exception in progress as an error with a number. A Refusal and what has been reported go
+// straight through.
 RunTimeError ErrorInProgress() {
   try {
+    throw;
+  } catch (const ReportedError&) {
     throw;
   } catch (const RunTimeError& error) {
     return error;
@@ -32,15 +33,14 @@ RunTimeError ErrorInProgress() {
 
 void ErrorFrameBase::Fail(DumpList parameters, DumpList locals) const {
   const RunTimeError error = ErrorInProgress();
-  if (error.number == kErrorReported) throw error;
   try {
-    modErrorReportSupport::ReportError({error.number, error.description, line, kErrorSource,
+    modErrorReportSupport::ReportError({error.number, error.description, line, error.source,
                                         fields_.module, procedure_, locals(*this),
                                         fields_.dump(fields_.object), parameters(*this)});
   } catch (...) {
     // Out of memory while describing the fault: the caller still hears of it.
   }
-  RaiseError(kErrorReported);
+  throw ReportedError();
 }
 
 }  // namespace qmzentrel

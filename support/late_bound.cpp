@@ -8,9 +8,10 @@ namespace {
 
 void RaiseFailure(const std::optional<platform::LateFailure>& failure) {
   if (!failure) return;
-  throw RunTimeError{failure->number, failure->description.empty()
-                                          ? ErrorDescription(failure->number)
-                                          : failure->description};
+  RunTimeError error{failure->number, failure->description};
+  if (error.description.empty()) error.description = ErrorDescription(error.number);
+  if (!failure->source.empty()) error.source = failure->source;
+  throw error;
 }
 
 platform::LateArguments ToSpan(LateBound::Arguments arguments) {

@@ -10,9 +10,13 @@ constexpr ModuleFields kFields = NoFields("modCOM_CboLstHelpers");
 
 }  // namespace
 
+std::string DumpVariable(std::string_view name, const ItemList&) {
+  return DumpFixedText(name, "{ItemList}");
+}
+
 bool SelectByItemData(ItemList& list, std::int32_t lngData) {
   std::int32_t lngIndex = 0;
-  ErrorFrame frame(kFields, "SelectByItemData", Parameters(NAMED(lngData)),
+  ErrorFrame frame(kFields, "SelectByItemData", Parameters(NAMED(list), NAMED(lngData)),
                    Locals(NAMED(lngIndex)));
   return frame.Run([&] {
     STEP const std::int32_t count = list.ListCount();
@@ -27,7 +31,8 @@ bool SelectByItemData(ItemList& list, std::int32_t lngData) {
 
 bool SelectByText(ItemList& list, const std::string& strText) {
   std::int32_t lngIndex = 0;
-  ErrorFrame frame(kFields, "SelectByText", Parameters(NAMED(strText)), Locals(NAMED(lngIndex)));
+  ErrorFrame frame(kFields, "SelectByText", Parameters(NAMED(list), NAMED(strText)),
+                   Locals(NAMED(lngIndex)));
   return frame.Run([&] {
     STEP const std::int32_t count = list.ListCount();
     for (; lngIndex < count; ++lngIndex) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace qmzentrel::modCOM_CboLstHelpers {
 
@@ -16,6 +17,9 @@ class ItemList {
   /// Selects an item; -1 selects none.
   virtual void ListIndex(std::int32_t index) = 0;
 };
+
+/// For the error report.
+std::string DumpVariable(std::string_view name, const ItemList& list);
 
 /// Selects the first item with that number. False when there is none; then the selection stays.
 bool SelectByItemData(ItemList& list, std::int32_t lngData);

@@ -4,6 +4,8 @@ namespace qmzentrel {
 
 std::string ErrorDescription(std::int32_t number) {
   switch (number) {
+    case kErrorInvalidCall:
+      return "Invalid procedure call or argument";
     case kErrorOverflow:
       return "Overflow";
     case kErrorOutOfMemory:
@@ -12,6 +14,8 @@ std::string ErrorDescription(std::int32_t number) {
       return "Subscript out of range";
     case kErrorArrayLocked:
       return "This array is fixed or temporarily locked";
+    case kErrorDivisionByZero:
+      return "Division by zero";
     case kErrorTypeMismatch:
       return "Type mismatch";
     case kErrorObjectNotSet:
@@ -24,6 +28,8 @@ std::string ErrorDescription(std::int32_t number) {
       return "Application-defined or object-defined error";
   }
 }
+
+ReportedError::ReportedError() : RunTimeError{kErrorReported, ErrorDescription(kErrorReported)} {}
 
 void RaiseError(std::int32_t number) {
   throw RunTimeError{number, ErrorDescription(number)};

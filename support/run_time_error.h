@@ -6,10 +6,12 @@
 
 namespace qmzentrel {
 
+inline constexpr std::int32_t kErrorInvalidCall = 5;
 inline constexpr std::int32_t kErrorOverflow = 6;
 inline constexpr std::int32_t kErrorOutOfMemory = 7;
 inline constexpr std::int32_t kErrorSubscriptOutOfRange = 9;
 inline constexpr std::int32_t kErrorArrayLocked = 10;
+inline constexpr std::int32_t kErrorDivisionByZero = 11;
 inline constexpr std::int32_t kErrorTypeMismatch = 13;
 inline constexpr std::int32_t kErrorObjectNotSet = 91;
 inline constexpr std::int32_t kErrorMemberNotSupported = 438;
@@ -22,6 +24,13 @@ inline constexpr std::int32_t kErrorReported = 65535;
 struct RunTimeError {
   std::int32_t number;
   std::string description;
+  std::string source = "QmZentrel";  ///< another one when a client's object has raised it
+};
+
+/// What leaves a procedure whose fault has been reported: kErrorReported. Error frames pass it on
+/// without a second report.
+struct ReportedError : RunTimeError {
+  ReportedError();
 };
 
 /// A refusal that is the caller's to hear and no fault of the component: error frames pass it on

@@ -1,11 +1,12 @@
 // The order of events of the commands whose two power modes differ only in what stands around each
 // exchange.
 #include "tests/core/golden_test.h"
+#include "tests/core/telic2_test.h"
 
 namespace qmzentrel::tests {
 namespace {
 
-class GoldenInBothModes : public GoldenTest, public testing::WithParamInterface<bool> {
+class GoldenInBothModes : public Telic2Test<GoldenTest>, public testing::WithParamInterface<bool> {
  protected:
   static bool Maintained() { return GetParam(); }
 
@@ -103,8 +104,72 @@ TEST_P(GoldenInBothModes, WriteXpdrOfAnOutOfRangeRecordDoesNothingAtAll) {
   Expect({});
 }
 
+TEST_P(GoldenInBothModes, Telic2ReadIsOneExchangeWhoseReplyBecomesData) {
+  Open(Maintained());
+  const Bytes reply{0x7E, 0x20, 0xC7, 0x08, 8, 0x12, 0x34, 12, 1, 2, 3, 4};
+  Port().Answer(reply);
+  EXPECT_EQ(Run(kReadCommand, {8, 12}), S_OKAY);
+  Expect(Lines("log TELIC2Read", Around(Exchange("7E 20 C7 02 08 0C", reply))));
+  EXPECT_EQ(data, (Numbers{0x1234, 0x01020304}));
+}
+
+TEST_P(GoldenInBothModes, Telic2WriteIsOneExchangeWhoseReplyIsItsEcho) {
+  Open(Maintained());
+  const Bytes echo{0x7E, 0x20, 0xC6, 0x08, 8, 0x12, 0x34, 12, 1, 2, 3, 4};
+  Port().Answer(echo);
+  EXPECT_EQ(Run(kWriteCommand, {8, 12}, {0x1234, 0x01020304}), S_OKAY);
+  Expect(Lines("log TELIC2Write", Around(Exchange("7E 20 C6 08 08 12 34 0C 01 02 03 04", echo))));
+}
+
+TEST_P(GoldenInBothModes, Telic2TestIsOneExchangeWhoseReplyBecomesData) {
+  Open(Maintained());
+  const Bytes reply{0x7E, 0x20, 0xC9, 0x02, 10, 0x77};
+  Port().Answer(reply);
+  EXPECT_EQ(Run(kTestCommand, {20, 10}, {0x11, 0x22}), S_OKAY);
+  Expect(Lines("log TELIC2Test", Around(Exchange("7E 20 C9 04 14 11 0A 22", reply))));
+  EXPECT_EQ(data, (Numbers{0x77, 0x22}));
+}
+
+TEST_P(GoldenInBothModes, Telic2TestOfMessagesThatHaveNoReplyWaitsForNone) {
+  Open(Maintained());
+  EXPECT_EQ(Run(kTestCommand, {20}, {0x11}), S_OKAY);
+  Expect(Lines("log TELIC2Test", Around(Journal{"write 7E 00 C9 02 14 11"})));
+}
+
+TEST_P(GoldenInBothModes, Telic2CommandsAreNotTriedAgainAfterATimeout) {
+  Open(Maintained());
+  EXPECT_EQ(Run(kReadCommand, {10}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Read", Around(Unanswered("7E 20 C7 01 0A"))));
+  EXPECT_EQ(Run(kWriteCommand, {10}, {1}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Write", Around(Unanswered("7E 20 C6 02 0A 01"))));
+  EXPECT_EQ(Run(kTestCommand, {10}, {1}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Test", Around(Unanswered("7E 20 C9 02 0A 01"))));
+}
+
+TEST_P(GoldenInBothModes, Telic2CommandsResendToAnElectricBoxForAsLongAsEachMay) {
+  OpenBox(Maintained(), 0xA6);
+  EXPECT_EQ(Run(kReadCommand, {10}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Read", Around(Times(26, Unanswered("7E 20 C7 01 0A", 500)))));
+  EXPECT_EQ(Run(kWriteCommand, {10}, {1}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Write", Around(Times(6, Unanswered("7E 20 C6 02 0A 01", 500)))));
+  EXPECT_EQ(Run(kTestCommand, {10}, {1}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Test", Around(Times(26, Unanswered("7E 20 C9 02 0A 01", 500)))));
+}
+
+TEST_P(GoldenInBothModes, Telic2CommandsWithABadListDoNothingButLog) {
+  Open(Maintained());
+  EXPECT_EQ(Run(kReadCommand, {7}), S_BAD_PARAMETER);
+  EXPECT_EQ(Run(kReadCommand, {12, 12, 12, 12}), S_MSG_TOO_LONG);
+  EXPECT_EQ(Run(kWriteCommand, {-1}), S_BAD_PARAMETER);
+  EXPECT_EQ(Run(kWriteCommand, {12, 12, 12, 12}), S_MSG_TOO_LONG);
+  EXPECT_EQ(Run(kTestCommand, {99}), S_BAD_PARAMETER);
+  EXPECT_EQ(Run(kTestCommand, {12, 12, 12, 12}), S_MSG_TOO_LONG);
+  Expect({"log TELIC2Read", "log TELIC2Read", "log TELIC2Write", "log TELIC2Write",
+          "log TELIC2Test", "log TELIC2Test"});
+}
+
 TEST_P(GoldenInBothModes, WithTheSimulatorOnNoCommandTouchesPortOrSupply) {
-  TheWorld().SetNumber("SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator", "", 1);
+  SetNumber(kSimulatorKey, "", 1);
   EXPECT_EQ(zentrel->DeviceOpen(kPort, Maintained()), S_OKAY);
   Expect({"log Zentrel_DeviceOpen"});
   EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
@@ -114,6 +179,10 @@ TEST_P(GoldenInBothModes, WithTheSimulatorOnNoCommandTouchesPortOrSupply) {
   EXPECT_THROW(zentrel->ResetXpdr(), Refusal);
   EXPECT_THROW(zentrel->WriteXpdr(), Refusal);
   Expect({});
+  EXPECT_THROW(Run(kReadCommand, {8}), Refusal);
+  EXPECT_THROW(Run(kWriteCommand, {8}), Refusal);
+  EXPECT_THROW(Run(kTestCommand, {8}), Refusal);
+  Expect({"log TELIC2Read", "log TELIC2Write", "log TELIC2Test"});
   EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
   Expect({"log Zentrel_DeviceClose"});
 }

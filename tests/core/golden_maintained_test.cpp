@@ -1,11 +1,12 @@
 // The order of events of each command while the supply is maintained: the line is set again and the
 // pair of events raised around every exchange.
 #include "tests/core/golden_test.h"
+#include "tests/core/telic2_test.h"
 
 namespace qmzentrel::tests {
 namespace {
 
-class GoldenMaintained : public GoldenTest {
+class GoldenMaintained : public Telic2Test<GoldenTest> {
  protected:
   void OpenMaintained() { Open(true); }
 };
@@ -89,6 +90,12 @@ TEST_F(GoldenMaintained, EveryCommandOnAClosedPortStillSetsPowerToFalse) {
   Expect({"log ReadXpdr", "event False", "log ReadXpdr Block 2", "event False"});
   EXPECT_EQ(zentrel->WriteXpdr(), S_BAD_PORT);
   Expect({"log WriteXpdr", "event False"});
+  EXPECT_EQ(Run(kReadCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Read", "log TELIC2Read - PortOpen is bad", "event False"});
+  EXPECT_EQ(Run(kWriteCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Write", "event False"});
+  EXPECT_EQ(Run(kTestCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Test", "event False"});
   EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
   Expect({"log Zentrel_DeviceInit"});
 }

@@ -1,11 +1,12 @@
 // The order of events of each command while the supply is switched on demand: on with the start-up
 // pause and the event where it was off, then nothing but the count-down.
 #include "tests/core/golden_test.h"
+#include "tests/core/telic2_test.h"
 
 namespace qmzentrel::tests {
 namespace {
 
-class GoldenOnDemand : public GoldenTest {
+class GoldenOnDemand : public Telic2Test<GoldenTest> {
  protected:
   /// Open with the supply still on and counting down.
   void OpenWarm() { Open(false); }
@@ -104,6 +105,41 @@ TEST_F(GoldenOnDemand, ReadXpdrWithTheSupplyOffSwitchesItOn) {
   Expect(Lines("log ReadXpdr", Cold(Exchange("40", block_1))));
 }
 
+TEST_F(GoldenOnDemand, Telic2CommandsWithTheSupplyOffSwitchItOnAndCountDown) {
+  const std::pair<const Telic2Command*, Bytes> commands[] = {
+      {&kReadCommand, {0x7E, 0x20, 0xC7, 0x02, 10, 1}},
+      {&kWriteCommand, {0x7E, 0x20, 0xC6, 0x02, 10, 1}},
+      {&kTestCommand, {0x7E, 0x20, 0xC9, 0x02, 10, 1}}};
+  for (const auto& [command, reply] : commands) {
+    OpenCold();
+    Port().Answer(reply);
+    EXPECT_EQ(Run(*command, {10}, {1}), S_OKAY);
+    const std::string frame = command == &kReadCommand ? "7E 20 C7 01 0A" : fakes::Hex(reply);
+    Expect(Lines("log " + std::string(command->name), Cold(Exchange(frame, reply))));
+    TheWorld().Pump(Milliseconds(60'000));
+    Expect({"supply off", "timer off", "event False"});
+  }
+}
+
+TEST_F(GoldenOnDemand, Telic2CommandsDoNotWaitForTheVerifyDelay) {
+  OpenWarm();
+  Port().Answer(block_1);
+  zentrel->WriteXpdr();
+  TheWorld().TakeJournal();
+  EXPECT_EQ(Run(kReadCommand, {10}), S_TIMEOUT);
+  Expect(Lines("log TELIC2Read", Warm(Unanswered("7E 20 C7 01 0A"))));
+}
+
+TEST_F(GoldenOnDemand, Telic2CommandsWaitForTheHoldOff) {
+  OpenWarm();
+  Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+  zentrel->BoxStatus();
+  TheWorld().TakeJournal();
+  EXPECT_EQ(Run(kReadCommand, {10}), S_TIMEOUT);
+  Expect(
+      Lines("log TELIC2Read", "timer off", "wait 3750", Unanswered("7E 20 C7 01 0A"), "timer on"));
+}
+
 TEST_F(GoldenOnDemand, ReadDuringAVerifyDelayInWhichTheSupplyGoesOffAndComesBack) {
   OpenWarm();
   zentrel->VDelay(70'000);
@@ -124,6 +160,12 @@ TEST_F(GoldenOnDemand, EveryCommandOnAClosedPortStillSetsPowerToFalse) {
   Expect({});  // the count-down runs already and starts anew
   EXPECT_EQ(zentrel->ReadXpdr(), S_BAD_PORT);
   Expect({"log ReadXpdr", "log ReadXpdr Block 2"});
+  EXPECT_EQ(Run(kReadCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Read", "log TELIC2Read - PortOpen is bad"});
+  EXPECT_EQ(Run(kWriteCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Write"});
+  EXPECT_EQ(Run(kTestCommand, {8}), S_BAD_PORT);
+  Expect({"log TELIC2Test"});
   TheWorld().Pump(Milliseconds(30'000));
   EXPECT_EQ(zentrel->WriteXpdr(), S_BAD_PORT);
   Expect({"log WriteXpdr"});

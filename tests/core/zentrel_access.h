@@ -31,6 +31,7 @@ struct ZentrelAccess {
   static bool IsElectric(const Zentrel& zentrel) { return zentrel.m_blnIsElectric; }
   static std::int32_t PowerTimer(const Zentrel& zentrel) { return zentrel.m_lngPowerTimer; }
   static bool PowerEnabled(const Zentrel& zentrel) { return zentrel.m_blnPowerEnabled; }
+  static bool IsValidTestMessage(std::int32_t Index) { return Zentrel::IsValidTestMessage(Index); }
   static void SetMif(Zentrel& zentrel, std::int32_t mif) { zentrel.m_lngMIF = mif; }
 };
 

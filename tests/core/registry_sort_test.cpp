@@ -1,0 +1,179 @@
+// Sorting lists of keys and values: by number or by text, as each pass has it from its pivot.
+#include <algorithm>
+#include <limits>
+#include <random>
+
+#include "support/modCOM_Registry.h"
+#include "tests/core/core_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using modCOM_Registry::Reg_KeyValues;
+using modCOM_Registry::RegKeys_QSort;
+using modCOM_Registry::RegValues_QSort;
+using namespace std::string_literals;
+
+using Texts = std::vector<std::string>;
+
+class RegistrySort : public CoreTest {
+ protected:
+  /// Sorts names as keys and as the names of values, which must agree.
+  static Texts Sorted(Texts names, std::int32_t first = -1, std::int32_t last = -1) {
+    std::vector<Reg_KeyValues> values;
+    for (const std::string& name : names) values.push_back({name, "data of " + name});
+    RegKeys_QSort(names, first, last);
+    RegValues_QSort(values, first, last);
+    Texts value_names;
+    for (const Reg_KeyValues& value : values) {
+      EXPECT_EQ(value.data, Variant("data of " + value.name)) << "an entry was torn";
+      value_names.push_back(value.name);
+    }
+    EXPECT_EQ(value_names, names);
+    return names;
+  }
+};
+
+TEST_F(RegistrySort, NumbersComeInNumericOrder) {
+  EXPECT_EQ(Sorted({"10", "9", "1"}), (Texts{"1", "9", "10"}));
+  EXPECT_EQ(Sorted({"2", "10", "1"}), (Texts{"1", "2", "10"}));
+  EXPECT_EQ(Sorted({"0", "-1", "-10", "5"}), (Texts{"-10", "-1", "0", "5"}));
+  EXPECT_EQ(Sorted({"10.0", "4.0", "4.5"}), (Texts{"4.0", "4.5", "10.0"}));
+  EXPECT_EQ(Sorted({"&H10", "15", "17"}), (Texts{"15", "&H10", "17"}));
+}
+
+TEST_F(RegistrySort, WordsComeInAlphabeticalOrderWithoutCase) {
+  EXPECT_EQ(Sorted({"beta", "Alpha"}), (Texts{"Alpha", "beta"}));
+  EXPECT_EQ(Sorted({"b", "C", "A", "d"}), (Texts{"A", "b", "C", "d"}));
+  EXPECT_EQ(Sorted({"ab", "a", ""}), (Texts{"", "a", "ab"}));
+}
+
+TEST_F(RegistrySort, NothingAndOneAreSortedAlready) {
+  EXPECT_EQ(Sorted({}), Texts{});
+  EXPECT_EQ(Sorted({"x"}), Texts{"x"});
+}
+
+TEST_F(RegistrySort, TheBoundsLimitWhatIsSorted) {
+  const Texts names{"5", "4", "3", "2", "1"};
+  EXPECT_EQ(Sorted(names, 1, 3), (Texts{"5", "2", "3", "4", "1"}));
+  EXPECT_EQ(Sorted(names, -1, 2), (Texts{"3", "4", "5", "2", "1"}));
+  EXPECT_EQ(Sorted(names, 2, -1), (Texts{"5", "4", "1", "2", "3"}));
+  EXPECT_EQ(Sorted(names, 0, 4), (Texts{"1", "2", "3", "4", "5"}));
+  EXPECT_EQ(Sorted(names, 0, 0), names);
+  EXPECT_EQ(Sorted(names, 3, 1), names);
+}
+
+TEST_F(RegistrySort, ABoundOutsideIsASubscriptErrorOnceThereIsSomethingToSort) {
+  EXPECT_EQ(ReportOf([] { Sorted({"1", "2"}, 0, 5); }).ErrorNumber, 9);
+  EXPECT_EQ(ReportOf([] { Sorted({"1", "2"}, -3, 1); }).ErrorNumber, 9);
+  EXPECT_EQ(ReportOf([] { Sorted({}, 0, 1); }).ErrorNumber, 9);
+  EXPECT_EQ(Sorted({"1", "2"}, 7, 7), (Texts{"1", "2"}));
+}
+
+TEST_F(RegistrySort, ThePivotDecidesWhetherAPassIsNumeric) {
+  // The middle one is a word: the numbers are texts in this pass, and numbers in the next.
+  EXPECT_EQ(Sorted({"9", "x", "10"}), (Texts{"9", "10", "x"}));
+  // As texts "10" is below "9", as numbers it is not.
+  EXPECT_EQ(Sorted({"b", "a", "10", "9"}), (Texts{"9", "10", "a", "b"}));
+}
+
+TEST_F(RegistrySort, AWordInANumericPassIsATypeMismatch) {
+  for (const Texts& names : {Texts{"9", "10", "x"}, Texts{"x", "10", "9"}, Texts{"1", ""}}) {
+    Texts keys = names;
+    const ErrorReport report = ReportOf([&] { RegKeys_QSort(keys, -1, -1); });
+    EXPECT_EQ(report.ErrorNumber, 13);
+    EXPECT_EQ(report.ErrorDescription, "Type mismatch");
+    EXPECT_EQ(report.module, "modCOM_Registry");
+    EXPECT_EQ(report.procedure, "RegKeys_QSort");
+  }
+}
+
+TEST_F(RegistrySort, TheReportOfKeysShowsTheListAndWhereTheSortStood) {
+  Texts keys{"8", "9", "x"};
+  const ErrorReport report = ReportOf([&] { RegKeys_QSort(keys, -1, -1); });
+  EXPECT_EQ(report.parameters,
+            "<Keys Index=\"0\">8</Keys>\r\n<Keys Index=\"1\">9</Keys>\r\n"
+            "<Keys Index=\"2\">x</Keys>\r\n"
+            "<lngFirst>0</lngFirst>\r\n<lngLast>2</lngLast>\r\n");
+  EXPECT_EQ(report.local_variables,
+            "<lngLow>1</lngLow>\r\n<lngHigh>2</lngHigh>\r\n<lngMiddle>1</lngMiddle>\r\n"
+            "<vntTempVal>{Empty}</vntTempVal>\r\n<vntTestVal>9</vntTestVal>\r\n");
+}
+
+TEST_F(RegistrySort, TheReportShowsWhatWasSwappedLast) {
+  // "3" and "0" have changed places when the word is met.
+  Texts keys{"3", "x", "2", "1", "0"};
+  const ErrorReport report = ReportOf([&] { RegKeys_QSort(keys, -1, -1); });
+  EXPECT_EQ(report.local_variables,
+            "<lngLow>1</lngLow>\r\n<lngHigh>3</lngHigh>\r\n<lngMiddle>2</lngMiddle>\r\n"
+            "<vntTempVal>3</vntTempVal>\r\n<vntTestVal>2</vntTestVal>\r\n");
+  EXPECT_EQ(keys, (Texts{"0", "x", "2", "1", "3"}));
+}
+
+TEST_F(RegistrySort, TheReportOfValuesCannotShowThem) {
+  std::vector<Reg_KeyValues> values{{"1", 1}, {"2", 2}, {"x", 3}};
+  const ErrorReport report = ReportOf([&] { RegValues_QSort(values, -1, 2); });
+  EXPECT_EQ(report.ErrorNumber, 13);
+  EXPECT_EQ(report.module, "modCOM_Registry");
+  EXPECT_EQ(report.procedure, "RegValues_QSort");
+  EXPECT_EQ(report.parameters,
+            "<KeyValues>{Can't dump UDT parameters}</KeyValues>\r\n"
+            "<lngFirst>0</lngFirst>\r\n<lngLast>2</lngLast>\r\n");
+}
+
+TEST_F(RegistrySort, AFaultDeepInTheSortIsReportedOnce) {
+  // Which pass meets a word among its numbers depends on the order; many orders meet none.
+  const Texts keys{"b", "a", "c", "m", "5", "6", "z", "y"};
+  std::int32_t faults = 0;
+  std::mt19937 random(1);
+  for (int turn = 0; turn < 100; ++turn) {
+    Texts shuffled = keys;
+    std::ranges::shuffle(shuffled, random);
+    const std::int32_t number = ErrorNumberOf([&] { RegKeys_QSort(shuffled, -1, -1); });
+    const auto reports = TakeReports();
+    EXPECT_EQ(reports.size(), number == 0 ? 0U : 1U);
+    if (number != 0) {
+      EXPECT_EQ(number, 65535);
+      ++faults;
+    }
+  }
+  EXPECT_GT(faults, 0);
+}
+
+TEST_F(RegistrySort, EqualNamesChangePlacesAsInHoaresPartition) {
+  EXPECT_EQ(Sorted({"1", "01", "1.0"}), (Texts{"1.0", "01", "1"}));
+  EXPECT_EQ(Sorted({"a", "A"}), (Texts{"A", "a"}));
+  EXPECT_EQ(Sorted({"B", "a", "A", "b"}), (Texts{"A", "a", "b", "B"}));
+}
+
+TEST_F(RegistrySort, EveryOrderOfNumbersIsSorted) {
+  Texts names{"-1", "0", "2", "9", "10", "11", "100"};
+  const Texts sorted = names;
+  std::ranges::sort(names);
+  do {
+    ASSERT_EQ(Sorted(names), sorted);
+  } while (std::ranges::next_permutation(names).found);
+}
+
+TEST_F(RegistrySort, EveryOrderOfWordsIsSorted) {
+  Texts names{"Alpha", "beta", "Delta", "gamma", "Zeta"};
+  const Texts sorted = names;
+  std::ranges::sort(names);
+  do {
+    ASSERT_EQ(Sorted(names), sorted);
+  } while (std::ranges::next_permutation(names).found);
+}
+
+TEST_F(RegistrySort, LongListsInEveryShapeAreSorted) {
+  Texts ascending;
+  for (int i = 0; i < 2000; ++i) ascending.push_back(std::to_string(i));
+  EXPECT_EQ(Sorted(ascending), ascending);
+  EXPECT_EQ(Sorted(Texts(ascending.rbegin(), ascending.rend())), ascending);
+  Texts shuffled = ascending;
+  std::ranges::shuffle(shuffled, std::mt19937(7));
+  EXPECT_EQ(Sorted(shuffled), ascending);
+  EXPECT_EQ(Sorted(Texts(2000, "7")), Texts(2000, "7"));
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

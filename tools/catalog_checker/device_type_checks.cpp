@@ -1,0 +1,143 @@
+#include <algorithm>
+
+#include "interface/telic2_catalog.h"
+#include "tools/catalog_checker/catalog_parts.h"
+#include "tools/catalog_checker/shared_checks.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+using catalogs::Range;
+
+// One byte of a frame identifies a test message.
+constexpr Range kIdentifiers{0, 255};
+// What of the 20 bytes of a request the header and one identifier leave, and what of the 33 bytes
+// of the buffer for a reply.
+constexpr std::int32_t kMostWritten = 15;
+constexpr std::int32_t kMostRead = 28;
+constexpr std::int32_t kMostDataBytes = 4;
+constexpr std::int32_t kNoReply = -1;
+
+constexpr const char* kNoneListed = "only NOP and Invalid are listed";
+constexpr const char* kRefused = "a command with it is refused: S_MSG_TOO_LONG";
+constexpr const char* kTakenAs0 = "it is taken as 0";
+
+void CheckReadLength(const CatalogKey& key) {
+  const NumberReading bytes = key.Number("RBytes", Defaulted(kTakenAs0));
+  if (!bytes.sound) return;
+  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
+  if (*bytes.taken < kNoReply) {
+    key.Fault("RBytes", is + "below -1", "it counts as no reply");
+  } else if (*bytes.taken > kMostRead) {
+    key.Fault("RBytes", is + "more than a reply holds", kRefused);
+  } else if (*bytes.taken > kMostDataBytes) {
+    key.Fault("RBytes", is + "more than four bytes",
+              "four are taken, the others for messages of their own");
+  }
+}
+
+void CheckWriteLength(const CatalogKey& key) {
+  const NumberReading bytes = key.Number("PBytes", Defaulted(kTakenAs0));
+  if (!bytes.sound) return;
+  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
+  if (*bytes.taken < 0) {
+    key.Fault("PBytes", is + "below 0", "the frame is cut short by so many bytes");
+  } else if (*bytes.taken > kMostWritten) {
+    key.Fault("PBytes", is + "more than a frame carries", kRefused);
+  } else if (*bytes.taken > kMostDataBytes) {
+    key.Fault("PBytes", is + "more than four bytes",
+              "only four travel; what follows them stands in the wrong place");
+  }
+}
+
+void CheckTestMessage(const CatalogKey& key) {
+  key.Name("", Required("it is listed as \"Invalid\""));
+  CheckReadLength(key);
+  CheckWriteLength(key);
+  CheckValueNames(key, {"RBytes", "PBytes"});
+}
+
+void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) {
+  for (const std::string& name : tests.SubKeyNames()) {
+    const CatalogKey key = tests.SubKey(name);
+    const auto number = PlainNumber(name);
+    if (!number) {
+      key.Fault("", "is not named by a number in plain decimal", "nothing reads it");
+    } else if (*number == catalogs::kInvalidTestMessage) {
+      key.Fault("", "is the number of \"Invalid\"",
+                "it is never sent: a command with it is refused: S_BAD_PARAMETER");
+    } else if (!IsWithin(kIdentifiers, *number)) {
+      key.Fault("", "is no byte", "only the lowest byte of the number is sent");
+    } else {
+      if (range && !IsWithin(*range, *number)) {
+        key.Remark("", "lies outside Min to Max", "it is not listed, but can be sent");
+      }
+      CheckTestMessage(key);
+    }
+  }
+}
+
+void CheckTestRange(const CatalogKey& tests, const Range& range) {
+  constexpr const char* kOfAnother = "only the lowest byte of the number is sent";
+  if (range.first < kIdentifiers.first) {
+    tests.Fault("Min", "is " + std::to_string(range.first) + ", below 0", kOfAnother);
+  }
+  if (range.last > kIdentifiers.last) {
+    tests.Fault("Max", "is " + std::to_string(range.last) + ", above 255", kOfAnother);
+  }
+  if (IsWithin(range, catalogs::kInvalidTestMessage)) {
+    tests.Fault("Max", "lets 99, the number of \"Invalid\", into the range",
+                "it is listed twice and never sent");
+  }
+  const std::int32_t last = std::min(range.last, kIdentifiers.last);
+  for (std::int32_t n = std::max(range.first, kIdentifiers.first); n <= last; ++n) {
+    const CatalogKey test = tests.SubKey(std::to_string(n));
+    if (n != catalogs::kInvalidTestMessage && !test.IsThere()) {
+      test.Fault("", "is missing", "it is listed as \"Invalid\", and has no data and no reply");
+    }
+  }
+}
+
+void CheckTestMessages(const CatalogKey& tests) {
+  if (!tests.IsThere()) {
+    tests.Remark("", "is missing", kNoneListed);
+    return;
+  }
+  CheckValueNames(tests, {"Min", "Max"});
+  const auto range = CheckRange(tests, kNoneListed);
+  CheckTestNames(tests, range);
+  if (range) CheckTestRange(tests, *range);
+}
+
+void CheckCommands(const CatalogKey& device, const std::optional<Range>& messages) {
+  const NumberReading commands = device.Number("Commands", Defaulted("every message is offered"));
+  if (!commands.sound) return;
+  if (*commands.taken == 0) device.Remark("Commands", "is 0", "no message is offered");
+  if (messages) CheckBits(device, "Commands", *commands.taken, *messages);
+}
+
+}  // namespace
+
+void CheckDeviceTypes(const std::optional<Range>& messages, Findings& findings) {
+  const CatalogKey types(catalogs::kDeviceTypesKey, findings);
+  const std::vector<std::string> names = types.SubKeyNames();
+  if (names.empty()) {
+    types.Fault("", "has no sub-keys", "TELIC2EnumDevices has no type to list");
+    return;
+  }
+  CheckSorting(types, names);
+  CheckValueNames(types, {});
+  for (const std::string& name : names) {
+    const CatalogKey device(catalogs::DeviceKey(name), findings);
+    CheckCommands(device, messages);
+    CheckValueNames(device, {"Commands"});
+    for (const std::string& other : device.SubKeyNames()) {
+      if (!IsOneOf(other, {"TestMessages"})) {
+        device.SubKey(other).Remark("", "is no key of the catalog", "nothing reads it");
+      }
+    }
+    CheckTestMessages(device.SubKey("TestMessages"));
+  }
+}
+
+}  // namespace qmzentrel::catalog_checker

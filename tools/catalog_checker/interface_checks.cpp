@@ -1,0 +1,171 @@
+#include <algorithm>
+#include <set>
+
+#include "tools/catalog_checker/catalog_parts.h"
+#include "tools/catalog_checker/shared_checks.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+using catalogs::Range;
+
+// Names are loaded from here on.
+constexpr std::int32_t kLowest = -1;
+// A transponder holds the number of its interface in four bits, and one byte around them.
+constexpr std::int32_t kLastOfTransponder = 15;
+constexpr std::int32_t kLastByte = 255;
+// Where the simulator looks for what belongs to a primary interface.
+constexpr std::int32_t kPrimary = 0;
+
+constexpr const char* kNoNames =
+    "no names are loaded: MIFName and TXIName fail with error 65535; no interface is offered";
+constexpr const char* kNoneOffered = "no interface is offered";
+constexpr const char* kNothingReadsIt = "nothing reads it";
+
+class Interfaces {
+ public:
+  explicit Interfaces(Findings& findings)
+      : findings_(findings), key_(catalogs::kInterfacesKey, findings) {}
+
+  void Check();
+
+ private:
+  void CheckLast(std::int32_t last) const;
+  void CheckMask(std::int32_t mask, const Range& range);
+  void CheckNames(std::int32_t last) const;
+  void CheckInterface(std::int32_t number);
+  void CheckDetails(const CatalogKey& key, std::int32_t number);
+  void CheckMsiName(const CatalogKey& key, const Absence& absence);
+
+  bool IsOffered(std::int32_t number) const { return offered_.contains(number); }
+  bool IsPrimaryOfOthers(std::int32_t number) const {
+    return number == kPrimary && !offered_.empty();
+  }
+
+  Findings& findings_;
+  CatalogKey key_;
+  std::set<std::int32_t> offered_;
+  std::vector<std::string> msi_names_;
+};
+
+void Interfaces::Check() {
+  if (!key_.IsThere()) {
+    key_.Fault("", "is missing", kNoNames);
+    return;
+  }
+  CheckValueNames(key_, {"Min", "Max", "Mask"});
+  const NumberReading first = key_.Number("Min", Required(kNoneOffered));
+  const NumberReading last = key_.Number("Max", Required(kNoNames));
+  const NumberReading mask = key_.Number("Mask", Required(kNoneOffered));
+  if (mask.sound && *mask.taken == 0) key_.Fault("Mask", "is 0", kNoneOffered);
+  if (!last.sound) return;
+  CheckLast(*last.taken);
+  if (*last.taken < kLowest) return;
+  const auto range = CheckRange(key_, first, last, kNoneOffered);
+  if (range && mask.sound) CheckMask(*mask.taken, *range);
+  CheckNames(*last.taken);
+  for (std::int32_t n = kLowest; n <= std::min(*last.taken, HighestBit()); ++n) CheckInterface(n);
+  CheckMsi(msi_names_, findings_);
+}
+
+void Interfaces::CheckLast(std::int32_t last) const {
+  const std::string is = "is " + std::to_string(last) + ", ";
+  if (last < kLowest) {
+    key_.Fault("Max", is + "below -1", "no object can be created (0x800AFFFF)");
+  } else if (last > kLastByte) {
+    key_.Fault("Max", is + "more than a transponder's byte holds",
+               "each new object reads a key for every number, and fails if memory runs out; the "
+               "list of interfaces ends with error 6");
+  } else if (last > HighestBit()) {
+    key_.Fault("Max", is + "above " + std::to_string(HighestBit()),
+               "the list of interfaces ends with error 6 at " + std::to_string(HighestBit() + 1));
+  }
+}
+
+void Interfaces::CheckMask(std::int32_t mask, const Range& range) {
+  CheckBitRange(key_, range);
+  CheckBits(key_, "Mask", mask, range);
+  std::vector<std::int32_t> beyond;
+  for (std::int32_t n = std::max(range.first, 0); n <= std::min(range.last, HighestBit()); ++n) {
+    if (!catalogs::HasBit(mask, n)) continue;
+    offered_.insert(n);
+    if (n > kLastOfTransponder) beyond.push_back(n);
+  }
+  if (!beyond.empty()) {
+    key_.Remark("Mask", "offers interfaces that no transponder reports: " + Listed(beyond),
+                "the simulator keeps the lowest four bits of the number");
+  }
+}
+
+void Interfaces::CheckNames(std::int32_t last) const {
+  for (const std::string& name : key_.SubKeyNames()) {
+    const auto number = PlainNumber(name);
+    if (!number) {
+      key_.SubKey(name).Fault("", "is not named by a number in plain decimal", kNothingReadsIt);
+    } else if (!IsWithin({kLowest, last}, *number)) {
+      key_.SubKey(name).Fault("", "lies outside -1 to Max", kNothingReadsIt);
+    }
+  }
+}
+
+void Interfaces::CheckInterface(std::int32_t number) {
+  const CatalogKey key = key_.SubKey(std::to_string(number));
+  const bool offered = IsOffered(number);
+  const Absence no_name =
+      offered ? Required("it is listed as \"Unknown\"") : Defaulted("MIFName is empty");
+  if (key.IsThere()) {
+    key.Name("", no_name);
+    CheckDetails(key, number);
+  } else if (IsPrimaryOfOthers(number)) {
+    key.Fault("", "is missing",
+              "primary interfaces take versions and MSI from here: none are left");
+  } else {
+    key.Missing("", "is missing", no_name);
+  }
+}
+
+void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
+  if (number < 0) {
+    CheckValueNames(key, {});
+    return;
+  }
+  constexpr std::int32_t kAllSources = 3;
+  const bool needed = IsOffered(number) || IsPrimaryOfOthers(number);
+  const auto absent = [needed](const std::string& effect) {
+    return needed ? Defaulted(effect) : Optional(effect);
+  };
+  CheckValueNames(key, {"Encoder", "MSI", "IDSources", "MIF"});
+  key.Number("Encoder", absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
+  key.Number("MIF", absent("it is taken as 0 where no version gives it"));
+  const auto sources =
+      key.Number("IDSources", absent("it is taken as 0 where no version gives it"));
+  if (sources.sound && (*sources.taken & ~kAllSources) != 0) {
+    key.Remark("IDSources", "has bits above bit 1", "they mean nothing");
+  }
+  CheckMsiName(key, absent("caption and values of the MSI are the defaults"));
+  CheckVersions(key, number,
+                IsPrimaryOfOthers(number)
+                    ? Required("the simulator offers no version for primary interfaces")
+                    : absent("as a secondary interface it leaves the version list as it was"));
+}
+
+void Interfaces::CheckMsiName(const CatalogKey& key, const Absence& absence) {
+  const auto name = key.Text("MSI", absence);
+  if (!name || name->empty()) return;
+  if (IsOneOf(*name, {"MIF", "TXI"})) {
+    key.Fault("MSI", "names a key that is no MSI description: " + *name,
+              "the values of that key are taken");
+  } else if (!CatalogKey(catalogs::kKernelKey + *name, findings_).IsThere()) {
+    key.Fault("MSI", "names a key that does not exist: " + *name, absence.effect);
+  } else if (!IsOneOf(*name, msi_names_)) {
+    msi_names_.push_back(*name);
+  }
+}
+
+}  // namespace
+
+void CheckInterfaces(Findings& findings) {
+  Interfaces(findings).Check();
+}
+
+}  // namespace qmzentrel::catalog_checker

@@ -1,0 +1,88 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "interface/telic2_catalog.h"
+#include "tools/catalog_checker/catalog_parts.h"
+#include "tools/catalog_checker/shared_checks.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+using catalogs::Range;
+
+// One byte of a frame identifies a message.
+constexpr Range kIdentifiers{0, 255};
+// What of the 20 bytes of a frame the header and one identifier leave.
+constexpr std::int64_t kMostBytes = 15;
+constexpr std::int64_t kMostDataBytes = 4;
+
+constexpr const char* kNoneListed = "only NOP is listed";
+constexpr const char* kRefused = "a command with it is refused: S_BAD_PARAMETER";
+
+void CheckLength(const CatalogKey& key) {
+  const NumberReading bytes = key.Number("Bytes", Required(kRefused));
+  if (!bytes.sound) return;
+  const std::int64_t length = std::abs(std::int64_t{*bytes.taken});
+  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
+  if (length == 0) {
+    key.Fault("Bytes", "is 0", kRefused);
+  } else if (length > kMostBytes) {
+    key.Fault("Bytes", is + "more than a frame carries",
+              "a command with it is refused: S_MSG_TOO_LONG");
+  } else if (length > kMostDataBytes) {
+    key.Fault("Bytes", is + "more than four bytes",
+              "only four travel; what follows them stands in the wrong place");
+  }
+}
+
+void CheckMessage(const CatalogKey& key) {
+  key.Name("", Required("it is listed as \"Invalid\""));
+  CheckLength(key);
+  CheckValueNames(key, {"Bytes"});
+}
+
+void CheckNames(const CatalogKey& messages, const std::optional<Range>& range) {
+  for (const std::string& name : messages.SubKeyNames()) {
+    const CatalogKey key = messages.SubKey(name);
+    const auto number = PlainNumber(name);
+    if (!number) {
+      key.Fault("", "is not named by a number in plain decimal", "nothing reads it");
+    } else if (!IsWithin(kIdentifiers, *number)) {
+      key.Fault("", "is no byte", "only the lowest byte of the number is sent");
+    } else {
+      if (range && !IsWithin(*range, *number)) {
+        key.Remark("", "lies outside Min to Max", "it is not listed, but can be sent");
+      }
+      CheckMessage(key);
+    }
+  }
+}
+
+}  // namespace
+
+std::optional<Range> CheckMessages(Findings& findings) {
+  const CatalogKey key(catalogs::kMessagesKey, findings);
+  if (!key.IsThere()) {
+    key.Fault("", "is missing", "commands with sub-device messages are refused: S_BAD_PARAMETER");
+    return std::nullopt;
+  }
+  CheckValueNames(key, {"Min", "Max"});
+  const auto range = CheckRange(key, kNoneListed);
+  CheckNames(key, range);
+  if (!range) return std::nullopt;
+  CheckBitRange(key, *range);
+  if (range->last > HighestBit()) {
+    key.Fault("Max",
+              "is " + std::to_string(range->last) + ", above " + std::to_string(HighestBit()),
+              "TELIC2EnumMessages fails with error 65535");
+  }
+  for (std::int32_t n = std::max(range->first, 0); n <= std::min(range->last, HighestBit()); ++n) {
+    const CatalogKey message = key.SubKey(std::to_string(n));
+    if (!message.IsThere()) {
+      message.Fault("", "is missing", std::string("it is listed as \"Invalid\", and ") + kRefused);
+    }
+  }
+  return range;
+}
+
+}  // namespace qmzentrel::catalog_checker

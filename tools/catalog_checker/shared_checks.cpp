@@ -1,0 +1,145 @@
+#include "tools/catalog_checker/shared_checks.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "platform/text.h"
+#include "support/conversion.h"
+#include "support/modErrorReportSupport.h"
+#include "support/run_time_error.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+using catalogs::Range;
+
+bool HasTestableBit(std::int32_t number) {
+  try {
+    catalogs::HasBit(0, number);
+    return true;
+  } catch (const RunTimeError&) {
+    return false;
+  }
+}
+
+// Takes the report of a sort that is only tried.
+class NoReport : public modErrorReportSupport::ReportSink {
+ public:
+  NoReport() : previous_(modErrorReportSupport::ExchangeReportSink(this)) {}
+  ~NoReport() override { modErrorReportSupport::ExchangeReportSink(previous_); }
+  NoReport(const NoReport&) = delete;
+  NoReport& operator=(const NoReport&) = delete;
+
+ private:
+  void Report(const modErrorReportSupport::ErrorReport&) override {}
+
+  modErrorReportSupport::ReportSink* const previous_;
+};
+
+}  // namespace
+
+std::int32_t HighestBit() {
+  static const std::int32_t highest = [] {
+    std::int32_t number = 0;
+    while (HasTestableBit(number + 1)) ++number;
+    return number;
+  }();
+  return highest;
+}
+
+std::optional<std::int32_t> PlainNumber(const std::string& name) {
+  std::int32_t number = 0;
+  std::from_chars(name.data(), name.data() + name.size(), number);
+  return std::to_string(number) == name ? std::optional(number) : std::nullopt;
+}
+
+std::string Listed(const std::vector<std::int32_t>& numbers) {
+  std::string list;
+  for (const std::int32_t number : numbers) {
+    if (!list.empty()) list += ", ";
+    list += std::to_string(number);
+  }
+  return list;
+}
+
+bool IsWithin(const Range& range, std::int32_t number) {
+  return number >= range.first && number <= range.last;
+}
+
+bool IsOneOf(const std::string& name, const std::vector<std::string>& names) {
+  return std::ranges::any_of(names, [&name](const std::string& other) {
+    return platform::CompareTextNoCase(name, other) == 0;
+  });
+}
+
+std::optional<Range> CheckRange(const CatalogKey& key, const std::string& effect) {
+  const NumberReading first = key.Number("Min", Required(effect));
+  const NumberReading last = key.Number("Max", Required(effect));
+  return CheckRange(key, first, last, effect);
+}
+
+std::optional<Range> CheckRange(const CatalogKey& key, const NumberReading& first,
+                                const NumberReading& last, const std::string& effect) {
+  if (!first.sound || !last.sound) return std::nullopt;
+  const Range range{*first.taken, *last.taken};
+  if (range.last >= range.first) return range;
+  key.Fault("Max", "is " + std::to_string(range.last) + ", below Min", effect);
+  return std::nullopt;
+}
+
+void CheckBitRange(const CatalogKey& key, const Range& range) {
+  if (range.first < 0) {
+    key.Remark("Min", "is " + std::to_string(range.first), "no list offers a number below 0");
+  }
+}
+
+void CheckBits(const CatalogKey& key, const std::string& name, std::int32_t bits,
+               const Range& range) {
+  constexpr std::int32_t kAll = -1;
+  constexpr std::int32_t kSignBit = 31;
+  if (bits == kAll) return;
+  std::vector<std::int32_t> outside;
+  for (std::int32_t bit = 0; bit <= HighestBit(); ++bit) {
+    if (catalogs::HasBit(bits, bit) && !IsWithin(range, bit)) outside.push_back(bit);
+  }
+  if (bits < 0) outside.push_back(kSignBit);
+  if (!outside.empty()) {
+    key.Fault(name, "has bits outside Min to Max: " + Listed(outside), "nothing is offered there");
+  }
+}
+
+void CheckValueNames(const CatalogKey& key, const std::vector<std::string>& known,
+                     const Range& numbered) {
+  for (const std::string& name : key.ValueNames()) {
+    if (IsOneOf(name, known)) continue;
+    const auto number = PlainNumber(name);
+    if (number && IsWithin(numbered, *number)) continue;
+    if (number) {
+      key.Fault(name, "lies outside the range", "nothing reads it");
+    } else if (NumericValue(name)) {
+      key.Fault(name, "is not named in plain decimal", "nothing reads it");
+    } else {
+      key.Remark(name, "is no value of the catalog", "nothing reads it");
+    }
+  }
+}
+
+bool SortFails(std::vector<std::string> names) {
+  const NoReport no_report;
+  try {
+    modCOM_Registry::RegKeys_QSort(names, -1, -1);
+    return false;
+  } catch (const RunTimeError&) {
+    return true;
+  }
+}
+
+void CheckSorting(const CatalogKey& key, const std::vector<std::string>& names) {
+  const auto is_number = [](const std::string& name) { return NumericValue(name).has_value(); };
+  if (std::ranges::all_of(names, is_number) || std::ranges::none_of(names, is_number)) return;
+  key.Fault("", "has sub-keys named by numbers and others named by words",
+            SortFails(names) ? "sorting them fails with error 13, and there is no list"
+                             : "they are not sorted by number, and one more can make it fail");
+}
+
+}  // namespace qmzentrel::catalog_checker

@@ -1,0 +1,54 @@
+// Checks that several parts of the catalog have in common.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "interface/catalogs.h"
+#include "tools/catalog_checker/catalog_key.h"
+
+namespace qmzentrel::catalog_checker {
+
+/// The highest number whose bit the component can test.
+std::int32_t HighestBit();
+
+/// The number that a key or value name stands for. The component looks names up in plain decimal,
+/// so that "01" and "0x1" stand for none.
+std::optional<std::int32_t> PlainNumber(const std::string& name);
+
+/// "8, 9, 12".
+std::string Listed(const std::vector<std::int32_t>& numbers);
+
+bool IsWithin(const catalogs::Range& range, std::int32_t number);
+
+/// Whether `name` is one of `names`, as the registry compares them.
+bool IsOneOf(const std::string& name, const std::vector<std::string>& names);
+
+/// The range from "Min" to "Max"; nothing, after a fault, when it is empty or one of them is not
+/// sound. `effect` is what an empty range leads to.
+std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const std::string& effect);
+
+/// The same for values that have been read and judged already.
+std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const NumberReading& first,
+                                          const NumberReading& last, const std::string& effect);
+
+/// Remarks a "Min" below 0 in a list whose entries are chosen by bits.
+void CheckBitRange(const CatalogKey& key, const catalogs::Range& range);
+
+/// Bits in the value `name` for which there is no number in the range. -1 stands for all.
+void CheckBits(const CatalogKey& key, const std::string& name, std::int32_t bits,
+               const catalogs::Range& range);
+
+/// Names of values that nothing reads: all but `known` and the plain decimals in `numbered`.
+void CheckValueNames(const CatalogKey& key, const std::vector<std::string>& known,
+                     const catalogs::Range& numbered = {});
+
+/// Whether the component's sort fails on sub-keys of these names, in this order.
+bool SortFails(std::vector<std::string> names);
+
+/// Names of sub-keys that are sorted: words and numbers do not go together.
+void CheckSorting(const CatalogKey& key, const std::vector<std::string>& names);
+
+}  // namespace qmzentrel::catalog_checker

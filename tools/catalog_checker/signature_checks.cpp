@@ -1,0 +1,62 @@
+#include <set>
+
+#include "support/conversion.h"
+#include "tools/catalog_checker/catalog_parts.h"
+#include "tools/catalog_checker/shared_checks.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+// What the simulator selects before anything was stored.
+constexpr std::int32_t kNothingStored = 0;
+constexpr std::int32_t kLastByte = 255;
+
+// A value name as the simulator reads it.
+std::optional<std::int32_t> HexNumber(const std::string& name) {
+  const auto value = NumericValue("&H" + name);
+  return value ? RoundToLong(*value) : std::nullopt;
+}
+
+void CheckEntry(const CatalogKey& key, const std::string& name, std::set<std::int32_t>& bytes) {
+  const auto byte = HexNumber(name);
+  if (!byte) {
+    key.Fault(name, "is not named by a hexadecimal number", "the list cannot give it a byte");
+  } else if (*byte < 0 || *byte > kLastByte) {
+    key.Fault(name, "is named by a number that is no byte", "no box signature holds it");
+  } else if (!bytes.insert(*byte).second) {
+    key.Fault(name, "names a byte that another value names, too",
+              "only the first of them is ever selected again");
+  }
+  key.Name(name, Required("the list shows no proper text for it"));
+}
+
+void CheckList(const std::string& path, Findings& findings) {
+  const CatalogKey key(path, findings);
+  const std::vector<std::string> names = key.ValueNames();
+  if (names.empty()) {
+    key.Fault("", key.IsThere() ? "has no named values" : "is missing",
+              "the simulator's list is empty, and its byte is 0");
+    return;
+  }
+  std::set<std::int32_t> bytes;
+  for (const std::string& name : names) CheckEntry(key, name, bytes);
+  if (!bytes.contains(kNothingStored)) {
+    key.Remark("00", "is missing", "nothing is selected until an answer has been stored");
+  }
+}
+
+}  // namespace
+
+void CheckSignatures(Findings& findings) {
+  const std::string path = std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel\\";
+  CheckList(path + "Types", findings);
+  CheckList(path + "Modes", findings);
+  const CatalogKey key(path, findings);
+  const auto line = key.Text("SupplyLine", Optional("the supply is on DTR"));
+  if (line && !IsOneOf(*line, {"DTR", "RTS", "BOTH"})) {
+    key.Fault("SupplyLine", "is none of DTR, RTS and BOTH: \"" + *line + "\"",
+              "the supply is on DTR");
+  }
+}
+
+}  // namespace qmzentrel::catalog_checker

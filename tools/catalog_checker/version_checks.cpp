@@ -1,0 +1,93 @@
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "support/conversion.h"
+#include "tools/catalog_checker/catalog_parts.h"
+#include "tools/catalog_checker/shared_checks.h"
+
+namespace qmzentrel::catalog_checker {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr std::int32_t kPrimary = 0;
+constexpr const char* kNotOffered = "the version is not offered";
+
+// What the simulator offers for the interface; nothing where the sort fails.
+Texts OfferedFor(std::int32_t number) {
+  Texts names;
+  const std::string path = catalogs::kInterfacesKey + std::to_string(number);
+  modCOM_Registry::RegEnumKeys(platform::kLocalMachine, path, names, false);
+  return SortFails(std::move(names)) ? Texts{} : catalogs::VersionsOf(number);
+}
+
+// The texts of all versions that can be chosen with the interface, as a primary or secondary one.
+Texts OfferedWith(std::int32_t number) {
+  Texts offered = OfferedFor(kPrimary);
+  if (number != kPrimary) std::ranges::copy(OfferedFor(number), std::back_inserter(offered));
+  return offered;
+}
+
+void CheckText(const CatalogKey& version) {
+  if (!version.HasValue("Ver")) {
+    version.Fault("Ver", "is missing", kNotOffered);
+    return;
+  }
+  const Variant stored = version.Value("Ver");
+  const auto* text = std::get_if<std::string>(&stored);
+  if (const auto* number = std::get_if<std::int32_t>(&stored)) {
+    version.Remark("Ver", "is stored as a number",
+                   "it is shown as \"" + std::to_string(*number) + "\"");
+  } else if (text == nullptr || !NumericValue(*text)) {
+    version.FaultOfData("Ver", "number", kNotOffered, kNotOffered);
+  }
+}
+
+// A version overrides the values of its interface for the versions whose text is not below its
+// name, compared character by character.
+void CheckOverride(const CatalogKey& version, const std::string& name, const std::string& value,
+                   const Texts& offered) {
+  version.Number(value, Optional("the simulator cannot use it"));
+  if (!version.HasValue(value) || offered.empty()) return;
+  const auto overrides = [&name](const std::string& text) { return name <= text; };
+  if (std::ranges::none_of(offered, overrides)) {
+    version.Fault(value, "belongs to a version that sorts as text behind all that are offered",
+                  "it overrides nothing");
+    return;
+  }
+  const auto own = NumericValue(name);
+  for (const std::string& text : offered) {
+    const auto other = NumericValue(text);
+    if (own && other && *other < *own && overrides(text)) {
+      version.Remark(value, "belongs to a version that sorts as text before \"" + text + "\"",
+                     "it holds for that version, too");
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+void CheckVersions(const CatalogKey& interface_key, std::int32_t number, const Absence& without) {
+  const Texts names = interface_key.SubKeyNames();
+  if (names.empty()) {
+    interface_key.Missing("", "has no versions", without);
+    return;
+  }
+  CheckSorting(interface_key, names);
+  const auto overrides = [&interface_key](const std::string& name) {
+    const CatalogKey version = interface_key.SubKey(name);
+    return version.HasValue("IDSources") || version.HasValue("MIF");
+  };
+  const Texts offered = std::ranges::any_of(names, overrides) ? OfferedWith(number) : Texts();
+  for (const std::string& name : names) {
+    const CatalogKey version = interface_key.SubKey(name);
+    CheckValueNames(version, {"Ver", "IDSources", "MIF"});
+    CheckText(version);
+    CheckOverride(version, name, "IDSources", offered);
+    CheckOverride(version, name, "MIF", offered);
+  }
+}
+
+}  // namespace qmzentrel::catalog_checker
