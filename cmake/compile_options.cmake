@@ -13,9 +13,12 @@ target_compile_options(qmzentrel_options INTERFACE
 if(WIN32)
   # SSE2 arithmetic: in x87 registers a freshly computed Single differs from the stored one.
   # Non-call exceptions: a processor exception leaves a statement as an ordinary error does.
+  # No cold parts: the cold part of a function that never returns can be empty, and an empty entry of
+  # the unwind table hides the one of the next function. A fault there would end the program.
   # Realigned stack: Windows promises 4-byte alignment at every entry, the compiler assumes 16.
   target_compile_options(qmzentrel_options INTERFACE
-    -msse2 -mfpmath=sse -fnon-call-exceptions -fasynchronous-unwind-tables -mstackrealign
+    -msse2 -mfpmath=sse -fnon-call-exceptions -fasynchronous-unwind-tables
+    -fno-reorder-blocks-and-partition -mstackrealign
     -ffunction-sections -fdata-sections)
   target_compile_definitions(qmzentrel_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE _WIN32_WINNT=0x0601)

@@ -69,8 +69,6 @@ HRESULT ReportErrorInProgress() noexcept {
     throw;
   } catch (const RunTimeError& error) {
     return Report(AutomationError(error.number), error.description);
-  } catch (const Refusal& refusal) {
-    return Report(AutomationError(refusal.number), refusal.description);
   } catch (const ComError& error) {
     return Report(error.code, error.description);
   } catch (const std::bad_alloc&) {

@@ -17,9 +17,9 @@ struct ComError {
   const char* description;
 };
 
-/// Called while an exception is handled: what it means to a client. A fault of the component and a
-/// refusal become 0x800A0000 plus their number, lack of memory E_OUTOFMEMORY, a ComError its code.
-/// The thread's error info says the same in words.
+/// Called while an exception is handled: what it means to a client. A fault of the component
+/// becomes 0x800A0000 plus its number, lack of memory E_OUTOFMEMORY, a ComError its code. The
+/// thread's error info says the same in words.
 HRESULT ReportErrorInProgress() noexcept;
 
 /// Moves the thread's error info into `info`, which describes the failure `code` then.

@@ -5,12 +5,14 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "device/frame_buffer.h"
 #include "device/port_control.h"
 #include "interface/enumerations.h"
 #include "interface/long_array.h"
+#include "simulator/frmZentrelSim.h"
 #include "support/CDebugLog.h"
 #include "support/XTimer.h"
 #include "support/error_frame.h"
@@ -251,6 +253,16 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   bool HasBlock2() const;
   void StartVerifyDelay();
 
+  // The simulator's answers
+  static ZentrelStatus SimulatedBoxStatus();
+  ZentrelStatus SimulatedRead();
+  ZentrelStatus SimulatedReset();
+  ZentrelStatus SimulatedWrite();
+  static void SimulatedMessageRead(std::int32_t NumMessages, const LongArray& MessageIDs,
+                                   const LongArray& MessageData);
+  static void SimulatedMessageWrite(std::int32_t NumMessages, const LongArray& MessageIDs,
+                                    const LongArray& MessageData);
+
   // Sub-device messages
   static bool IsValidTestMessage(std::int32_t Index);
 
@@ -301,6 +313,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::shared_ptr<XTimer> m_XTimer;
 
   ZentrelEvents* events_ = nullptr;
+  std::optional<simulator::LoadedForm> form_;
 };
 
 }  // namespace qmzentrel

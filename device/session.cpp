@@ -3,7 +3,6 @@
 
 #include "device/Zentrel.h"
 #include "platform/clock.h"
-#include "simulator/missing_dialog.h"
 #include "simulator/simulator_switch.h"
 #include "support/modCOM_Hex.h"
 #include "support/modCOM_InDesignMode.h"
@@ -71,6 +70,7 @@ void Zentrel::Class_Initialize() {
     STEP m_lngPowerTimeout = PowerTimeoutOf(kPowerTimeout);
     STEP TELIC2Device("");
     STEP LoadNames();
+    STEP form_.emplace();
   });
 }
 
@@ -85,6 +85,7 @@ void Zentrel::Class_Terminate() {
       STEP m_XTimer->Enabled(false);  // a running timer would be kept alive by its table
       STEP m_XTimer.reset();
     }
+    STEP form_.reset();
     STEP m_DebugLog.reset();
   });
 }
@@ -143,7 +144,7 @@ ZentrelStatus Zentrel::BoxStatus() {
   ErrorFrame frame(Fields(), "BoxStatus", Parameters(),
                    Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
   return frame.Run([&] {
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP if (simulator::SimulatorEnabled()) return SimulatedBoxStatus();
     STEP bytTx[0] = kBoxStatusCommand;
     STEP lngStatus = ZentrelCommand(bytTx, 1, bytRx, kBoxStatusLength, kBoxStatusTimeoutMs);
     STEP if (lngStatus == S_OKAY) ParseBoxStatus(bytRx, 0);

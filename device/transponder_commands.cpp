@@ -1,8 +1,8 @@
 // Reading, resetting and writing the transponder.
 #include "device/Zentrel.h"
+#include "device/record_facts.h"
 #include "platform/clock.h"
 #include "platform/number.h"
-#include "simulator/missing_dialog.h"
 #include "simulator/simulator_switch.h"
 #include "support/conversion.h"
 #include "support/modCOM_IsWithinMinMax.h"
@@ -30,8 +30,6 @@ constexpr std::int32_t kBoxFactsOffset = 12;
 // Byte 10 of a block-2 write frame: what tells the transponder that this is block 2.
 constexpr std::uint8_t kBlock2Mark = 0x20;
 
-// On the transponder the leak flag is bit 7 of the tamper count.
-constexpr std::int32_t kLeakFlag = 128;
 constexpr double kFirstLeakVersion = 8.0;
 
 // Transponders from version 4.0 to below 8.0 have no block 2.
@@ -44,7 +42,6 @@ constexpr std::int32_t kUnreadLeakThreshold = 255;
 
 constexpr std::int32_t kMaxNibble = 15;
 constexpr std::int32_t kMaxMif = 63;
-constexpr std::int32_t kMaxByte = 0xFF;
 constexpr std::int32_t kMax24Bit = 0xFFFFFF;
 
 std::int32_t Get24Bit(const FrameBuffer& bytes, std::int32_t first) {
@@ -86,7 +83,7 @@ ZentrelStatus Zentrel::ReadXpdr() {
   ErrorFrame frame(Fields(), "ReadXpdr", Parameters(),
                    Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
   return frame.Run([&] {
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP if (simulator::SimulatorEnabled()) return SimulatedRead();
     STEP WaitForClock(m_sngVDelayTimeout);
     STEP bytTx[0] = kReadBlock1;
     STEP lngStatus = CommandWithRetry("ReadXpdr", bytTx, 1, bytRx, ReadTimeout());
@@ -107,7 +104,7 @@ ZentrelStatus Zentrel::ResetXpdr() {
   FrameBuffer bytRx;
   ErrorFrame frame(Fields(), "ResetXpdr", Parameters(), Locals(NAMED(bytTx), NAMED(bytRx)));
   return frame.Run([&] {
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP if (simulator::SimulatorEnabled()) return SimulatedReset();
     STEP bytTx[0] = kReset;
     STEP return ZentrelCommand(bytTx, 1, bytRx, kReplyLength, kResetMs);
   });
@@ -120,7 +117,7 @@ ZentrelStatus Zentrel::WriteXpdr() {
   ErrorFrame frame(Fields(), "WriteXpdr", Parameters(),
                    Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
   return frame.Run([&] {
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP if (simulator::SimulatorEnabled()) return SimulatedWrite();
     STEP if (!RecordIsInRange()) return S_BAD_DATA;
     STEP if (m_blnHasLeak && m_lngTamperCount < kLeakFlag) m_lngTamperCount += kLeakFlag;
     STEP if (!m_blnHasLeak && m_lngTamperCount >= kLeakFlag) m_lngTamperCount -= kLeakFlag;

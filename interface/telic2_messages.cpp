@@ -7,7 +7,6 @@
 
 #include "device/Zentrel.h"
 #include "interface/telic2_catalog.h"
-#include "simulator/missing_dialog.h"
 #include "simulator/simulator_switch.h"
 #include "support/conversion.h"
 
@@ -159,7 +158,10 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
     STEP CheckEntries(MessageData, NumMessages);
     STEP const std::int32_t tx_length = kHeaderLength + NumMessages;
     STEP PutHeader(bytTx, kAnswerFlag, kReadCommand, tx_length);
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    if (simulator::SimulatorEnabled()) {
+      STEP SimulatedMessageRead(NumMessages, MessageIDs, MessageData);
+      STEP return S_OKAY;
+    }
     STEP if (m_PortCtrl.PortOpen() <= 0) LogStep("TELIC2Read - PortOpen is bad");
     STEP const auto expected = static_cast<std::int32_t>(lngRxLength);
     STEP lngStatus = SuppliedExchange(bytTx, tx_length, bytRx, expected, kReadMs);
@@ -192,7 +194,10 @@ ZentrelStatus Zentrel::TELIC2Write(std::int32_t NumMessages, const LongArray& Me
     STEP CheckEntries(MessageData, NumMessages);
     STEP PutHeader(bytTx, kAnswerFlag, kWriteCommand, lngTxLength);
     STEP Pack(bytTx, NumMessages, MessageIDs, MessageData, lengths);
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    if (simulator::SimulatorEnabled()) {
+      STEP SimulatedMessageWrite(NumMessages, MessageIDs, MessageData);
+      STEP return S_OKAY;
+    }
     STEP const auto length = static_cast<std::int32_t>(lngTxLength);
     STEP return SuppliedExchange(bytTx, length, bytRx, length, kWriteMs);  // the box echoes it
   });
@@ -232,7 +237,7 @@ ZentrelStatus Zentrel::TELIC2Test(std::int32_t NumMessages, const LongArray& Mes
     STEP CheckEntries(MessageData, NumMessages);
     STEP PutHeader(bytTx, lngRxLength > 0 ? kAnswerFlag : 0, kTestCommand, lngTxLength);
     STEP Pack(bytTx, NumMessages, MessageIDs, MessageData, write_lengths);
-    STEP if (simulator::SimulatorEnabled()) simulator::RefuseWithoutDialog();
+    STEP if (simulator::SimulatorEnabled()) return S_OKAY;
     STEP const auto expected = static_cast<std::int32_t>(lngRxLength);
     STEP lngStatus =
         SuppliedExchange(bytTx, static_cast<std::int32_t>(lngTxLength), bytRx, expected, kReadMs);

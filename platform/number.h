@@ -20,4 +20,7 @@ std::string FormatNumber(double value, std::string_view format);
 /// digits. Empty when automation refuses the date or the format.
 std::string FormatDate(double date, std::string_view format);
 
+/// What stands between a number's whole part and its fraction where the user writes one.
+std::string UserDecimalSeparator();
+
 }  // namespace qmzentrel::platform

@@ -9,8 +9,8 @@
 namespace qmzentrel {
 namespace {
 
-// The exception in progress as an error with a number. A Refusal and what has been reported go
-// straight through.
+// The exception in progress as an error with a number. What has been reported goes straight
+// through.
 RunTimeError ErrorInProgress() {
   try {
     throw;
@@ -18,8 +18,6 @@ RunTimeError ErrorInProgress() {
     throw;
   } catch (const RunTimeError& error) {
     return error;
-  } catch (const Refusal&) {
-    throw;
   } catch (const std::bad_alloc&) {
     return {kErrorOutOfMemory, ErrorDescription(kErrorOutOfMemory)};
   } catch (const std::exception& error) {

@@ -78,7 +78,7 @@ class ErrorFrameBase {
   using DumpList = std::string (*)(const ErrorFrameBase& frame);
 
   /// Called while an exception is handled: reports it unless that has been done, and raises
-  /// kErrorReported. A Refusal passes as it is.
+  /// kErrorReported.
   [[noreturn]] void Fail(DumpList parameters, DumpList locals) const;
 
  private:

@@ -378,7 +378,13 @@ bool RegSetValue(RegistryKey root, const std::string& path, const std::string& n
                                   key) != platform::kRegistrySuccess) {
     return false;
   }
-  const std::int32_t stored = Store(key, platform::ToAnsi(name), data);
+  std::int32_t stored = 0;
+  try {
+    stored = Store(key, platform::ToAnsi(name), data);
+  } catch (...) {
+    platform::RegistryCloseKey(key);
+    throw;
+  }
   const std::int32_t closed = platform::RegistryCloseKey(key);
   return stored == platform::kRegistrySuccess && closed == platform::kRegistrySuccess;
 }

@@ -20,6 +20,8 @@ std::string ErrorDescription(std::int32_t number) {
       return "Type mismatch";
     case kErrorObjectNotSet:
       return "Object variable or With block variable not set";
+    case kErrorFormAlreadyDisplayed:
+      return "Form already displayed; can't show modally";
     case kErrorMemberNotSupported:
       return "Object doesn't support this property or method";
     case kErrorInternal:

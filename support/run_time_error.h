@@ -14,6 +14,7 @@ inline constexpr std::int32_t kErrorArrayLocked = 10;
 inline constexpr std::int32_t kErrorDivisionByZero = 11;
 inline constexpr std::int32_t kErrorTypeMismatch = 13;
 inline constexpr std::int32_t kErrorObjectNotSet = 91;
+inline constexpr std::int32_t kErrorFormAlreadyDisplayed = 400;
 inline constexpr std::int32_t kErrorMemberNotSupported = 438;
 inline constexpr std::int32_t kErrorInternal = 51;
 /// The one number under which a fault leaves a procedure once it has been reported.
@@ -31,13 +32,6 @@ struct RunTimeError {
 /// without a second report.
 struct ReportedError : RunTimeError {
   ReportedError();
-};
-
-/// A refusal that is the caller's to hear and no fault of the component: error frames pass it on
-/// as it is, without a report. `number` is an automation error number.
-struct Refusal {
-  std::int32_t number;
-  std::string description;
 };
 
 /// The standard English description of a classic automation error number.

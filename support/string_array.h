@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -20,11 +19,8 @@ class StringArray {
   void ReDim(std::int32_t lower, std::int32_t upper) {
     if (upper < lower) RaiseError(kErrorSubscriptOutOfRange);
     const std::int64_t count = std::int64_t{upper} - lower + 1;
-    try {
-      elements_ = std::vector<std::string>(static_cast<std::size_t>(count));
-    } catch (const std::length_error&) {
-      throw std::bad_alloc();
-    }
+    if (static_cast<std::uint64_t>(count) > elements_.max_size()) throw std::bad_alloc();
+    elements_ = std::vector<std::string>(static_cast<std::size_t>(count));
     lower_ = lower;
   }
   void Erase() { *this = {}; }

@@ -87,4 +87,11 @@ std::string FormatDate(double date, std::string_view format) {
   return WideToUtf8(Format(moment, WithLiteralSeparators(Utf8ToWide(format)), LOCALE_USER_DEFAULT));
 }
 
+std::string UserDecimalSeparator() {
+  std::array<wchar_t, 16> separator{};
+  GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, separator.data(),
+                 static_cast<int>(separator.size()));
+  return WideToUtf8(separator.data());
+}
+
 }  // namespace qmzentrel::platform

@@ -12,6 +12,7 @@
 
 #include "platform/late_bound.h"
 #include "platform/serial_port.h"
+#include "platform/simulator_dialog.h"
 
 namespace qmzentrel::contract {
 
@@ -85,6 +86,41 @@ std::optional<std::string> FileBytes(const std::string& path);
 
 /// Every line that `body` sends to the debugger channel, as the bytes that arrive.
 std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body);
+
+// ---- the simulator's dialog ----
+
+/// The user at a dialog that is up. Acting on what is disabled, or when the dialog has gone, does
+/// nothing.
+class DialogUser {
+ public:
+  virtual ~DialogUser() = default;
+  /// What the dialog shows.
+  virtual platform::DialogContent Shown() = 0;
+  virtual platform::WindowPlace Place() = 0;
+  virtual bool SeesDialog() = 0;
+  virtual void Choose(platform::DialogList list, std::int32_t index) = 0;
+  virtual void Click(platform::DialogCheck check) = 0;
+  virtual void Turn(platform::DialogSpin spin, std::int32_t value) = 0;
+  /// Replaces what is in the box.
+  virtual void Type(platform::DialogSpin spin, const std::string& typed) = 0;
+  virtual void Type(platform::DialogText text, const std::string& typed) = 0;
+  virtual void Press(platform::DialogButton button) = 0;
+  virtual void CloseBox() = 0;
+  virtual void Move(std::int32_t left, std::int32_t top) = 0;
+  /// Waits until `come` is true, but not for ever; the dialog's thread is free meanwhile.
+  virtual bool WaitFor(const std::function<bool()>& come) = 0;
+};
+
+/// Shows the dialog, while `user` is at it; uses its close box if it is still up in the end. What
+/// ShowSimulatorDialog gives. `user` may run on another thread.
+bool ShowToUser(const platform::DialogContent& content, platform::DialogPresenter& presenter,
+                const std::function<void(DialogUser& user)>& user);
+
+/// Runs `body` where no desktop is to be seen.
+void WithoutDesktop(const std::function<void()>& body);
+
+/// The shape that the mouse pointer has.
+platform::PointerShape PointerNow();
 
 // ---- a serial port with a device behind it ----
 

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "tests/contract/harness.h"
+#include "tests/fakes/fake_dialog.h"
 #include "tests/fakes/fake_object.h"
 #include "tests/fakes/fake_world.h"
 
@@ -111,6 +112,61 @@ std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body) {
   fakes::TheWorld().debugger_lines.clear();
   body();
   return fakes::TheWorld().debugger_lines;
+}
+
+namespace {
+
+class FakeUser final : public DialogUser {
+ public:
+  explicit FakeUser(fakes::FakeDialog& dialog) : dialog_(dialog) {}
+
+  platform::DialogContent Shown() override { return dialog_.Shown(); }
+  platform::WindowPlace Place() override { return dialog_.Place(); }
+  bool SeesDialog() override { return dialog_.IsUp(); }
+  void Choose(platform::DialogList list, std::int32_t index) override {
+    dialog_.Choose(list, index);
+  }
+  void Click(platform::DialogCheck check) override { dialog_.Click(check); }
+  void Turn(platform::DialogSpin spin, std::int32_t value) override { dialog_.Turn(spin, value); }
+  void Type(platform::DialogSpin spin, const std::string& typed) override {
+    dialog_.Type(spin, typed);
+  }
+  void Type(platform::DialogText text, const std::string& typed) override {
+    dialog_.Type(text, typed);
+  }
+  void Press(platform::DialogButton button) override { dialog_.Press(button); }
+  void CloseBox() override { dialog_.CloseBox(); }
+  void Move(std::int32_t left, std::int32_t top) override { dialog_.Move(left, top); }
+  bool WaitFor(const std::function<bool()>& come) override {
+    dialog_.Wait(kPatience);
+    return come();
+  }
+
+ private:
+  static constexpr fakes::Milliseconds kPatience{5000};
+
+  fakes::FakeDialog& dialog_;
+};
+
+}  // namespace
+
+bool ShowToUser(const platform::DialogContent& content, platform::DialogPresenter& presenter,
+                const std::function<void(DialogUser& user)>& user) {
+  fakes::TheWorld().dialog_user = [user](fakes::FakeDialog& dialog) {
+    FakeUser fake_user(dialog);
+    user(fake_user);
+  };
+  return platform::ShowSimulatorDialog(content, presenter);
+}
+
+void WithoutDesktop(const std::function<void()>& body) {
+  fakes::TheWorld().has_desktop = false;
+  body();
+  fakes::TheWorld().has_desktop = true;
+}
+
+platform::PointerShape PointerNow() {
+  return fakes::TheWorld().pointers.back();
 }
 
 bool HasSerialDevice() {

@@ -7,6 +7,7 @@
 #include "platform/message_loop.h"
 #include "platform/pause.h"
 #include "platform/serial_port.h"
+#include "tests/contract/dialog_recorder.h"
 #include "tests/contract/harness.h"
 
 namespace qmzentrel {
@@ -66,6 +67,16 @@ TEST(IdleWaits, AQuietTurnAfterTheEndOfTheProgramCostsNothing) {
     EXPECT_LT(CostMs([&] { wait.Turn(kWaitMs); }), kMostMs);
   }
   EXPECT_EQ(contract::TakeQuit(), 7);
+}
+
+TEST(IdleWaits, ADialogThatIsUpCostsNothing) {
+  const platform::DialogContent content = contract::FullContent("An idle dialog");
+  contract::DialogRecorder recorder;
+  double cost = kWaitMs;
+  contract::ShowToUser(content, recorder, [&cost](contract::DialogUser&) {
+    cost = CostMs([] { platform::Pause(kWaitMs); });
+  });
+  EXPECT_LT(cost, kMostMs);
 }
 
 class IdleReads : public testing::Test {

@@ -56,11 +56,19 @@ class CatalogNames : public CoreTest {
     EXPECT_EQ(report.procedure, "TXIName");
   }
 
+  void SetUp() override {
+    CoreTest::SetUp();
+    first_ = Zentrel::Create();  // which loads what all objects share
+    TheWorld().registry_calls.clear();
+  }
+
   void TearDown() override {
+    first_.reset();
     zentrel_.reset();
     CoreTest::TearDown();
   }
 
+  std::shared_ptr<Zentrel> first_;
   std::shared_ptr<Zentrel> zentrel_;
 };
 

@@ -135,17 +135,6 @@ TEST_F(ErrorFrameTest, AProcedureWithAResultFailsLikeOneWithout) {
   EXPECT_EQ(report.procedure, "Value");
 }
 
-TEST_F(ErrorFrameTest, ARefusalPassesEveryFrameAsItIsAndUnreported) {
-  try {
-    Procedure([&] { Procedure([] { throw Refusal{445, "not here"}; }); });
-    ADD_FAILURE() << "nothing was raised";
-  } catch (const Refusal& refusal) {
-    EXPECT_EQ(refusal.number, 445);
-    EXPECT_EQ(refusal.description, "not here");
-  }
-  EXPECT_EQ(module_dumps, 0);
-}
-
 TEST_F(ErrorFrameTest, AnErrorThatWasReportedBeforePassesUnreported) {
   try {
     Procedure([] { throw ReportedError(); });

@@ -1,7 +1,9 @@
 // The order of events of the commands whose two power modes differ only in what stands around each
 // exchange.
+#include "simulator/simulator_values.h"
 #include "tests/core/golden_test.h"
 #include "tests/core/telic2_test.h"
+#include "tests/fakes/fake_dialog.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -168,23 +170,62 @@ TEST_P(GoldenInBothModes, Telic2CommandsWithABadListDoNothingButLog) {
           "log TELIC2Test", "log TELIC2Test"});
 }
 
+/// The lines of a command that the simulator's dialog answers.
+Journal Dialog(const std::string& mode) {
+  return {"pointer arrow", "dialog Zentrel Simulator - " + mode, "pointer hourglass"};
+}
+
 TEST_P(GoldenInBothModes, WithTheSimulatorOnNoCommandTouchesPortOrSupply) {
+  simulator::ForgetUnsavedSimulatorValues();
   SetNumber(kSimulatorKey, "", 1);
   EXPECT_EQ(zentrel->DeviceOpen(kPort, Maintained()), S_OKAY);
   Expect({"log Zentrel_DeviceOpen"});
   EXPECT_EQ(zentrel->DeviceInit(), S_BAD_PORT);
   Expect({"log Zentrel_DeviceInit"});
-  EXPECT_THROW(zentrel->BoxStatus(), Refusal);
-  EXPECT_THROW(zentrel->ReadXpdr(), Refusal);
-  EXPECT_THROW(zentrel->ResetXpdr(), Refusal);
-  EXPECT_THROW(zentrel->WriteXpdr(), Refusal);
+  TheWorld().dialog_user = [](fakes::FakeDialog& dialog) {
+    dialog.Press(platform::DialogButton::cmdNoXpdr);
+  };
+  EXPECT_EQ(zentrel->BoxStatus(), S_OKAY);
   Expect({});
-  EXPECT_THROW(Run(kReadCommand, {8}), Refusal);
-  EXPECT_THROW(Run(kWriteCommand, {8}), Refusal);
-  EXPECT_THROW(Run(kTestCommand, {8}), Refusal);
-  Expect({"log TELIC2Read", "log TELIC2Write", "log TELIC2Test"});
+  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
+  Expect(Dialog("Read"));
+  EXPECT_EQ(zentrel->ResetXpdr(), S_OKAY);
+  Expect(Dialog("Factory Test"));
+  EXPECT_EQ(zentrel->WriteXpdr(), S_TIMEOUT);
+  Expect(Dialog("Write"));
+  EXPECT_EQ(Run(kWriteCommand, {8}, {7}), S_OKAY);
+  EXPECT_EQ(Run(kReadCommand, {8}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{7}));
+  EXPECT_EQ(Run(kTestCommand, {8}), S_OKAY);
+  Expect({"log TELIC2Write", "log TELIC2Read", "log TELIC2Test"});
   EXPECT_EQ(zentrel->DeviceClose(), S_OKAY);
   Expect({"log Zentrel_DeviceClose"});
+  TheWorld().Pump(Milliseconds(120'000));
+  Expect({});
+}
+
+TEST_P(GoldenInBothModes, WithTheSimulatorSwitchedOnLaterThePortAndTheSupplyStayAsTheyAre) {
+  simulator::ForgetUnsavedSimulatorValues();
+  Open(Maintained());
+  SetNumber(kSimulatorKey, "", 1);
+  EXPECT_EQ(zentrel->DeviceInit(), S_OKAY);
+  Expect({"log Zentrel_DeviceInit"});
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  Expect(Dialog("Read"));
+  EXPECT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  Expect(Dialog("Write"));
+  // A count-down that was running goes on.
+  TheWorld().Pump(Milliseconds(60'000));
+  if (Maintained()) {
+    Expect({});
+  } else {
+    Expect({"supply off", "timer off", "event False"});
+  }
+  SetNumber(kSimulatorKey, "", 0);
+  EXPECT_EQ(zentrel->ResetXpdr(), S_TIMEOUT);
+  Expect(Maintained()
+             ? Powered(Unanswered("C0"))
+             : Lines("supply DTR", "pause 2500", "event True", Unanswered("C0"), "timer on"));
 }
 
 INSTANTIATE_TEST_SUITE_P(PowerModes, GoldenInBothModes, testing::Bool(),

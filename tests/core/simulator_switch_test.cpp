@@ -2,9 +2,11 @@
 #include "simulator/simulator_switch.h"
 
 #include <algorithm>
-#include <functional>
 
+#include "simulator/simulator_values.h"
 #include "tests/core/core_test.h"
+#include "tests/core/zentrel_access.h"
+#include "tests/fakes/fake_dialog.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -85,7 +87,8 @@ TEST_F(SimulatorSwitch, ItIsReadAfreshEachTime) {
 
 struct Command {
   const char* name;
-  std::function<ZentrelStatus(Zentrel&)> run;
+  ZentrelStatus (Zentrel::*run)();
+  const char* dialog;  ///< that it shows, if it does
 };
 
 void PrintTo(const Command& command, std::ostream* stream) {
@@ -94,74 +97,122 @@ void PrintTo(const Command& command, std::ostream* stream) {
 
 class SimulatedCommand : public SimulatorSwitch, public testing::WithParamInterface<Command> {
  protected:
-  ZentrelStatus Run() { return GetParam().run(*zentrel); }
+  void SetUp() override {
+    SimulatorSwitch::SetUp();
+    simulator::ForgetUnsavedSimulatorValues();
+    TheWorld().dialog_user = [](fakes::FakeDialog& dialog) {
+      dialog.Press(platform::DialogButton::cmdNoXpdr);
+    };
+  }
 
-  void ExpectRefusal() {
-    try {
-      Run();
-      ADD_FAILURE() << "nothing was raised";
-    } catch (const Refusal& refusal) {
-      EXPECT_EQ(refusal.number, 445);
-      EXPECT_EQ(refusal.description,
-                "The simulator is switched on, but this build has no simulator.");
-    }
+  ZentrelStatus Run() { return (zentrel.get()->*GetParam().run)(); }
+
+  bool ShowsNothing() const { return GetParam().dialog == nullptr; }
+
+  /// What the simulator answers to a user who presses No Xpdr.
+  ZentrelStatus Answer() const {
+    const bool has_no_reply = ShowsNothing() || GetParam().run == &Zentrel::ResetXpdr;
+    return has_no_reply ? S_OKAY : S_TIMEOUT;
+  }
+
+  /// All that comes of a simulated command.
+  Journal Simulated() const {
+    if (ShowsNothing()) return {};
+    return {"pointer arrow", std::string("dialog Zentrel Simulator - ") + GetParam().dialog,
+            "pointer hourglass"};
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, SimulatedCommand,
-    testing::Values(Command{"BoxStatus", [](Zentrel& z) { return z.BoxStatus(); }},
-                    Command{"ReadXpdr", [](Zentrel& z) { return z.ReadXpdr(); }},
-                    Command{"ResetXpdr", [](Zentrel& z) { return z.ResetXpdr(); }},
-                    Command{"WriteXpdr", [](Zentrel& z) { return z.WriteXpdr(); }}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Each, SimulatedCommand,
+                         testing::Values(Command{"BoxStatus", &Zentrel::BoxStatus, nullptr},
+                                         Command{"ReadXpdr", &Zentrel::ReadXpdr, "Read"},
+                                         Command{"ResetXpdr", &Zentrel::ResetXpdr, "Factory Test"},
+                                         Command{"WriteXpdr", &Zentrel::WriteXpdr, "Write"}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
-TEST_P(SimulatedCommand, IsRefusedUnreportedAndTouchesNothing) {
+TEST_P(SimulatedCommand, IsAnsweredByTheDialogAndTouchesNeitherPortNorSupplyNorLog) {
   Open(true);
   Switch(true);
-  zentrel->HasLeak(true);  // a write to a box would mark the tamper count
-  const std::string before = zentrel->DumpFields();
-  ExpectRefusal();
-  EXPECT_TRUE(TakeReports().empty());
-  EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
-  EXPECT_EQ(zentrel->DumpFields(), before);
+  EXPECT_EQ(Run(), Answer());
+  EXPECT_EQ(TheWorld().TakeJournal(), Simulated());
+  EXPECT_TRUE(Port().written.empty());
+  EXPECT_TRUE(Port().open);
 }
 
-TEST_P(SimulatedCommand, IsRefusedWithAClosedPortToo) {
+TEST_P(SimulatedCommand, IsAnsweredByTheDialogWithAClosedPortToo) {
   Switch(true);
-  ExpectRefusal();
-  EXPECT_EQ(TheWorld().TakeJournal(), Journal{});
+  EXPECT_EQ(Run(), Answer());
+  EXPECT_EQ(TheWorld().TakeJournal(), Simulated());
 }
 
-TEST_P(SimulatedCommand, IsRefusedBeforeAnyOtherCheck) {
+TEST_P(SimulatedCommand, IsAnsweredByTheDialogBeforeAnyOtherCheck) {
   Switch(true);
   zentrel->Util(256);
   zentrel->DeviceMIF(0);
-  ExpectRefusal();
+  EXPECT_EQ(Run(), Answer());
+}
+
+TEST_P(SimulatedCommand, LeavesTheFieldsThatNoReplyCarries) {
+  Switch(true);
+  zentrel->PowerTimeout(33);
+  zentrel->Freq_MSB(1);
+  zentrel->PA_CTRL(2);
+  Run();
+  EXPECT_EQ(zentrel->PowerTimeout(), 33);
+  EXPECT_EQ(zentrel->Freq_MSB(), 1);
+  EXPECT_EQ(zentrel->PA_CTRL(), 2);
+}
+
+TEST_P(SimulatedCommand, NeitherWaitsForTheVerifyDelayNorStartsOne) {
+  Open(true);
+  Port().Answer(Block1Reply({}));
+  ASSERT_EQ(zentrel->WriteXpdr(), S_OKAY);
+  const float mark = ZentrelAccess::VDelayTimeout(*zentrel);
+  TheWorld().TakeJournal();
+  Switch(true);
+  EXPECT_EQ(Run(), Answer());
+  EXPECT_EQ(TheWorld().TakeJournal(), Simulated());
+  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), mark);
 }
 
 TEST_P(SimulatedCommand, TakesTheRealPathWhileTheSwitchIsOff) {
   Open(true);
   EXPECT_EQ(Run(), S_TIMEOUT);
   EXPECT_FALSE(Port().written.empty());
+  EXPECT_EQ(TheWorld().dialogs_shown, 0);
 }
 
-TEST_P(SimulatedCommand, ReadsTheSwitchOnceEachTime) {
+TEST_P(SimulatedCommand, TakesTheRealPathWithTheDialogsOwnValuesButNoSwitch) {
   Open(true);
-  TheWorld().opened_paths.clear();
-  Run();
-  EXPECT_EQ(SwitchReads(), 1);
-  Switch(true);
-  ExpectRefusal();
-  EXPECT_EQ(SwitchReads(), 2);
-}
-
-TEST_P(SimulatedCommand, WorksAgainOnceTheSwitchIsOff) {
-  Open(true);
-  Switch(true);
-  ExpectRefusal();
-  Switch(false);
+  TheWorld().SetNumber(kKey, "MIF", 5);
   EXPECT_EQ(Run(), S_TIMEOUT);
+  EXPECT_FALSE(Port().written.empty());
+}
+
+TEST_P(SimulatedCommand, AsksForTheSwitchOnceEachTime) {
+  Open(true);
+  const auto asked = [&] {
+    TheWorld().registry_calls.clear();
+    Run();
+    return std::ranges::count(TheWorld().registry_calls, std::string("RegQueryValueEx "));
+  };
+  for (const bool on : {false, true}) {
+    Switch(on);
+    EXPECT_EQ(asked(), 1) << on;
+  }
+}
+
+TEST_P(SimulatedCommand, FollowsTheSwitchBetweenTwoCalls) {
+  Open(true);
+  for (int turn = 0; turn < 2; ++turn) {
+    Switch(true);
+    EXPECT_EQ(Run(), Answer());
+    EXPECT_TRUE(Port().written.empty());
+    Switch(false);
+    EXPECT_EQ(Run(), S_TIMEOUT);
+    EXPECT_FALSE(Port().written.empty());
+    Port().written.clear();
+  }
 }
 
 // --- The session ---
@@ -207,11 +258,16 @@ TEST_F(SimulatedSession, DeviceInitWithoutAnOpenPortIsABadPortAndDoesNotAskForTh
   EXPECT_EQ(SwitchReads(), 0);
 }
 
-TEST_F(SimulatedSession, DeviceInitWithAnOpenPortPassesTheRefusalOfItsBoxStatus) {
+TEST_F(SimulatedSession, DeviceInitWithAPortThatIsStillOpenIsTheSimulatedBoxStatus) {
   Open(true);
   Switch(true);
-  EXPECT_THROW(zentrel->DeviceInit(), Refusal);
-  EXPECT_TRUE(TakeReports().empty());
+  EXPECT_EQ(zentrel->DeviceInit(), S_OKAY);
+  EXPECT_EQ(TheWorld().TakeJournal(), (Journal{"log Zentrel_DeviceInit"}));
+  TheWorld().dialog_user = [](fakes::FakeDialog& dialog) {
+    dialog.Press(platform::DialogButton::cmdNoZentrel);
+  };
+  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
+  EXPECT_EQ(zentrel->DeviceInit(), S_TIMEOUT);
   EXPECT_TRUE(Port().written.empty());
 }
 

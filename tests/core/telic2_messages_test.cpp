@@ -3,6 +3,7 @@
 #include <limits>
 #include <new>
 
+#include "simulator/simulator_values.h"
 #include "tests/core/telic2_test.h"
 #include "tests/core/zentrel_access.h"
 
@@ -393,24 +394,107 @@ TEST_P(AnyTelic2Command, AnArrayMayBeginBelow0) {
 
 // --- The simulator ---
 
-TEST_P(AnyTelic2Command, IsRefusedWithTheSimulatorOnUnreportedAndTouchesNothing) {
+TEST_P(AnyTelic2Command, IsAnsweredFromTheRegistryWithTheSimulatorOnAndTouchesNothingElse) {
   Open(true);
   TheWorld().SetNumber(kSimulatorKey, "", 1);
-  try {
-    Run({8, 9});
-    ADD_FAILURE() << "nothing was raised";
-  } catch (const Refusal& refusal) {
-    EXPECT_EQ(refusal.number, 445);
-  }
-  EXPECT_TRUE(TakeReports().empty());
+  SetNumber(kSimulatorKey, "TELIC2\\8", 0x12345678);
+  SetNumber(kSimulatorKey, "TELIC2\\9", -2);
+  EXPECT_EQ(Run({8, 9}, {5, 6}), S_OKAY);
   ExpectNothingDone();
-  EXPECT_EQ(data, Numbers(2, kUntouched));
+  EXPECT_EQ(ids, (Numbers{8, 9}));
+  EXPECT_EQ(data, IsRead() ? (Numbers{0x12345678, -2}) : (Numbers{5, 6}));
+  EXPECT_EQ(TheWorld().dialogs_shown, 0);
 }
 
-TEST_P(AnyTelic2Command, IsRefusedWithTheSimulatorOnBeforeAClosedPort) {
+TEST_P(AnyTelic2Command, IsAnsweredFromTheRegistryWithTheSimulatorOnBeforeAClosedPort) {
   TheWorld().SetNumber(kSimulatorKey, "", 1);
-  EXPECT_THROW(Run({8, 9}), Refusal);
+  EXPECT_EQ(Run({8, 9}), S_OKAY);
   ExpectNothingDone();
+}
+
+TEST_P(AnyTelic2Command, OnlyASimulatedWriteChangesTheRegistry) {
+  simulator::ForgetUnsavedSimulatorValues();
+  TheWorld().SetNumber(kSimulatorKey, "", 1);
+  EXPECT_EQ(Run({8, 9}, {5, -1}), S_OKAY);
+  const auto& stored = TheWorld().registry[kSimulatorKey];
+  EXPECT_EQ(stored.size(), IsWrite() ? 3U : 1U);
+  EXPECT_EQ(TheWorld().registry.count(kSimulatorKey + "\\TELIC2"), 0U);
+  if (!IsWrite()) return;
+  const fakes::StoredValue& eight = stored.at("TELIC2\\8");
+  EXPECT_EQ(eight.type, 4U);
+  EXPECT_EQ(eight.bytes, std::string("\5\0\0\0", 4));
+  EXPECT_EQ(stored.at("TELIC2\\9").bytes, "\xFF\xFF\xFF\xFF");
+}
+
+TEST_P(AnyTelic2Command, WithoutMessagesTheSimulatorNeedsNoArray) {
+  TheWorld().SetNumber(kSimulatorKey, "", 1);
+  EXPECT_EQ(RunWith(0, LongArray(), LongArray()), S_OKAY);
+}
+
+TEST_P(AnyTelic2Command, TheSimulatorLeavesEntriesBeyondTheMessagesAlone) {
+  TheWorld().SetNumber(kSimulatorKey, "", 1);
+  ids = {8, 9};
+  data = {1, 2};
+  EXPECT_EQ(RunOver(GetParam(), 1), S_OKAY);
+  EXPECT_EQ(data[1], 2);
+  EXPECT_FALSE(TheWorld().registry[kSimulatorKey].contains("TELIC2\\9"));
+}
+
+class SimulatedMessages : public Telic2Test<ZentrelTest> {
+ protected:
+  void SetUp() override {
+    Telic2Test<ZentrelTest>::SetUp();
+    simulator::ForgetUnsavedSimulatorValues();
+    TheWorld().SetNumber(kSimulatorKey, "", 1);
+  }
+};
+
+TEST_F(SimulatedMessages, ThatWereNeverWrittenReadAs0) {
+  EXPECT_EQ(Run(kReadCommand, {8, 12}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{0, 0}));
+}
+
+TEST_F(SimulatedMessages, ReadAsTheyWereWrittenWhateverTheirLength) {
+  const Numbers written{kMost, kLeast, -1, 0x123456};
+  EXPECT_EQ(Run(kWriteCommand, {8, 9, 10, 11}, written), S_OKAY);
+  EXPECT_EQ(Run(kReadCommand, {8, 9, 10, 11}), S_OKAY);
+  EXPECT_EQ(data, written);
+}
+
+TEST_F(SimulatedMessages, OfAnObjectAreReadByAnother) {
+  EXPECT_EQ(Run(kWriteCommand, {12}, {77}), S_OKAY);
+  zentrel = Zentrel::Create();
+  EXPECT_EQ(Run(kReadCommand, {12}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{77}));
+}
+
+TEST_F(SimulatedMessages, NoMessageReadsAsAnyOtherIdentifier) {
+  SetNumber(kSimulatorKey, "TELIC2\\-1", 9);
+  EXPECT_EQ(Run(kReadCommand, {-1, 8}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{9, 0}));
+}
+
+TEST_F(SimulatedMessages, TheLastOfTwoWritesOfOneMessageStands) {
+  EXPECT_EQ(Run(kWriteCommand, {8, 8}, {1, 2}), S_OKAY);
+  EXPECT_EQ(Run(kReadCommand, {8, 8}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{2, 2}));
+}
+
+TEST_F(SimulatedMessages, StoredAsTextAreItsNumberAndAnythingElseIs0) {
+  SetText(kSimulatorKey, "TELIC2\\8", "17");
+  SetText(kSimulatorKey, "TELIC2\\9", "many");
+  TheWorld().registry[kSimulatorKey]["TELIC2\\10"] = {3, "\1\1\1\1"};
+  EXPECT_EQ(Run(kReadCommand, {8, 9, 10}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{17, 0, 0}));
+}
+
+TEST_F(SimulatedMessages, ThatCannotBeReadAre0) {
+  SetNumber(kSimulatorKey, "TELIC2\\8", 5);
+  TheWorld().registry_fault = [](const std::string&, const std::string& subject) {
+    return subject == "TELIC2\\8" ? std::optional<std::int32_t>(5) : std::nullopt;
+  };
+  EXPECT_EQ(Run(kReadCommand, {8}), S_OKAY);
+  EXPECT_EQ(data, (Numbers{0}));
 }
 
 TEST_P(AnyTelic2Command, EveryStatusComesBeforeTheSimulator) {

@@ -555,9 +555,9 @@ TEST_F(TimerTest, ATickThatFailsIsReportedOnceAndKillsItsTimer) {
   EXPECT_FALSE(RunsInTheSystem(timer->TimerID()));
 }
 
-TEST_F(TimerTest, ATickThatIsRefusedKillsItsTimerUnreported) {
+TEST_F(TimerTest, ATickWhoseFaultHasBeenReportedKillsItsTimerWithoutASecondReport) {
   Start();
-  timer->Tick([] { throw Refusal{445, "not here"}; });
+  timer->Tick([] { throw ReportedError(); });
   TheWorld().Pump(Milliseconds(1000));
   EXPECT_TRUE(TakeReports().empty());
   EXPECT_FALSE(RunsInTheSystem(timer->TimerID()));

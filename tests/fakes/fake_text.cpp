@@ -164,4 +164,8 @@ std::string FormatDate(double date, std::string_view format) {
   return text;
 }
 
+std::string UserDecimalSeparator() {
+  return fakes::TheWorld().decimal_separator;
+}
+
 }  // namespace qmzentrel::platform

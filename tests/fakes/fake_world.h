@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/serial_port.h"
+#include "platform/simulator_dialog.h"
 
 namespace qmzentrel::fakes {
 
@@ -71,6 +72,8 @@ struct StoredValue {
 struct NoCaseLess {
   bool operator()(const std::string& left, const std::string& right) const;
 };
+
+class FakeDialog;
 
 class World {
  public:
@@ -154,6 +157,21 @@ class World {
   std::set<std::string> open_files;
   std::set<std::string> unwritable;
   std::vector<std::string> debugger_lines;
+
+  // --- The simulator's dialog, pointer, screen ---
+
+  bool has_desktop = true;
+  platform::ScreenSize screen{1024, 768};
+  /// Size and position that the dialog is designed with.
+  platform::WindowPlace designed_place{212, 184, 600, 400};
+  /// What the user does at each dialog; one that is still up afterwards is closed by its close box.
+  std::function<void(FakeDialog& dialog)> dialog_user;
+  int dialogs_shown = 0;
+  std::vector<platform::PointerShape> pointers;  ///< in the order in which they were set
+
+  // --- The user's regional settings ---
+
+  std::string decimal_separator = ".";
 
   // --- Faults ---
 

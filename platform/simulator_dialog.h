@@ -1,0 +1,101 @@
+// The dialog that stands for the box: a passive window over the content that its presenter owns.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qmzentrel::platform {
+
+enum class DialogList { cboMIF, cboVersion, cboTXI, cboMSI, cboSignature0, cboSignature1 };
+inline constexpr std::size_t kDialogLists = 6;
+
+enum class DialogCheck { chkUserID, chkSecondary, chkEOL };
+inline constexpr std::size_t kDialogChecks = 3;
+
+enum class DialogSpin { udXpdr, udReading, udTamper, udUtil, udThreshold };
+inline constexpr std::size_t kDialogSpins = 5;
+
+enum class DialogText { txtZentrelVersion, txtBattery };
+inline constexpr std::size_t kDialogTexts = 2;
+
+enum class DialogButton { cmdOK, cmdNoXpdr, cmdNoZentrel };
+
+/// Everything that the dialog shows. Text is UTF-8.
+struct DialogContent {
+  struct List {
+    std::vector<std::string> items;
+    std::int32_t selected = -1;  ///< -1: none
+  };
+  struct Check {
+    bool ticked = false;
+    bool enabled = true;
+  };
+  struct Spin {
+    std::int32_t value = 0;    ///< 0 to `maximum`
+    std::int32_t maximum = 0;  ///< of the transponder's field
+  };
+
+  std::string caption;
+  std::array<List, kDialogLists> lists;
+  std::array<Check, kDialogChecks> checks;
+  std::array<Spin, kDialogSpins> spins;
+  std::array<std::string, kDialogTexts> texts;
+  std::string msi_caption;     ///< of lblMSI
+  std::string tamper_caption;  ///< of udTamper
+  bool ok_enabled = false;
+  std::string notice;  ///< a line of its own, empty for none
+};
+
+/// Where a window stands, in pixels of the screen.
+struct WindowPlace {
+  std::int32_t left = 0;
+  std::int32_t top = 0;
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+};
+
+/// Told of what the user does while the dialog is up, on the thread that shows it. The content has
+/// not been changed then: it is the presenter's to change.
+class DialogPresenter {
+ public:
+  virtual ~DialogPresenter() = default;
+  /// The window has been made and is not visible yet. `place` is where it would stand, in its
+  /// designed size; what it is changed to is where it stands then.
+  virtual void Placing(WindowPlace& place) = 0;
+  virtual void ListChosen(DialogList list, std::int32_t index) = 0;
+  virtual void CheckClicked(DialogCheck check, bool ticked) = 0;
+  /// A value within the spin's range: typed ones are brought into it first.
+  virtual void SpinTurned(DialogSpin spin, std::int32_t value) = 0;
+  virtual void TextTyped(DialogText text, const std::string& typed) = 0;
+  virtual void ButtonPressed(DialogButton button) = 0;
+  /// The dialog goes, in whatever way; `place` is where it stood.
+  virtual void Hiding(const WindowPlace& place) = 0;
+};
+
+/// Shows the dialog until HideSimulatorDialog or its close box, in front of the client's active
+/// window, which takes no input meanwhile and gets it back in any case. OK has the focus at first
+/// if it is enabled. Messages of the thread are dispatched; the end of the program (WM_QUIT) ends
+/// the dialog and is passed on. False when no window can be made, as without a desktop.
+bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presenter);
+
+// While the dialog is up, on its thread; without effect otherwise. These show what the content
+// holds now and tell the presenter of nothing.
+
+void RefreshSimulatorDialog();
+void HideSimulatorDialog();
+
+/// Size of the screen in pixels.
+struct ScreenSize {
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+};
+ScreenSize PrimaryScreen();
+
+/// The shape of the mouse pointer, until a window under it asks for another.
+enum class PointerShape { kArrow, kHourglass };
+void SetPointer(PointerShape shape);
+
+}  // namespace qmzentrel::platform

@@ -1,0 +1,458 @@
+#include "platform/simulator_dialog.h"
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <commctrl.h>
+
+#include <algorithm>
+#include <exception>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "platform/apartment.h"
+#include "platform/win32/simulator_dialog_controls.h"
+#include "platform/win32/wide.h"
+
+// The linker's name for the start of this module, which is its handle: the client's program has no
+// such resource.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace qmzentrel::platform {
+namespace {
+
+struct SpinControls {
+  int arrows;
+  int box;
+};
+
+// By the enumerations of the seam.
+constexpr std::array<int, kDialogLists> kLists = {IDC_cboMIF, IDC_cboVersion,    IDC_cboTXI,
+                                                  IDC_cboMSI, IDC_cboSignature0, IDC_cboSignature1};
+constexpr std::array<int, kDialogChecks> kChecks = {IDC_chkUserID, IDC_chkSecondary, IDC_chkEOL};
+constexpr std::array<SpinControls, kDialogSpins> kSpins = {{
+    {IDC_udXpdr, IDC_udXpdrBox},
+    {IDC_udReading, IDC_udReadingBox},
+    {IDC_udTamper, IDC_udTamperBox},
+    {IDC_udUtil, IDC_udUtilBox},
+    {IDC_udThreshold, IDC_udThresholdBox},
+}};
+constexpr std::array<int, kDialogTexts> kTexts = {IDC_txtZentrelVersion, IDC_txtBattery};
+constexpr std::array<int, 3> kButtons = {IDC_cmdOK, IDC_cmdNoXpdr, IDC_cmdNoZentrel};
+
+// More digits than any spin has: what is typed beyond its range shall be seen and brought into it.
+constexpr WPARAM kMostDigits = 10;
+
+template <class Ids>
+std::optional<std::size_t> IndexOf(const Ids& ids, int id) {
+  const auto found = std::ranges::find(ids, id);
+  if (found == ids.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - ids.begin());
+}
+
+std::wstring TextOf(HWND window) {
+  const auto length = static_cast<std::size_t>(GetWindowTextLengthW(window));
+  std::wstring text(length + 1, L'\0');
+  text.resize(
+      static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
+  return text;
+}
+
+// Leaves a box alone that shows the text already: the user may have the cursor in it.
+void ShowText(HWND window, const std::wstring& text) {
+  if (TextOf(window) != text) SetWindowTextW(window, text.c_str());
+}
+
+// The number that digits stand for. Nothing when there is none, or anything else.
+std::optional<std::int64_t> NumberOf(std::wstring_view digits) {
+  if (digits.empty()) return std::nullopt;
+  // Beyond every spin's range; a text could be pasted that fits no number.
+  constexpr std::int64_t kLarge = 1LL << 32;
+  std::int64_t number = 0;
+  for (const wchar_t digit : digits) {
+    if (digit < L'0' || digit > L'9') return std::nullopt;
+    number = std::min(number * 10 + (digit - L'0'), kLarge);
+  }
+  return number;
+}
+
+WindowPlace PlaceOf(HWND window) {
+  RECT rect{};
+  GetWindowRect(window, &rect);
+  return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+}
+
+// The width that a drop-down list needs to show its widest entry.
+int WidthOfEntries(HWND list, const std::vector<std::wstring>& entries) {
+  const HDC device = GetDC(list);
+  const HGDIOBJ before =
+      SelectObject(device, reinterpret_cast<HGDIOBJ>(SendMessageW(list, WM_GETFONT, 0, 0)));
+  int widest = 0;
+  for (const std::wstring& entry : entries) {
+    SIZE size{};
+    GetTextExtentPoint32W(device, entry.data(), static_cast<int>(entry.size()), &size);
+    widest = std::max(widest, static_cast<int>(size.cx));
+  }
+  SelectObject(device, before);
+  ReleaseDC(list, device);
+  return widest + GetSystemMetrics(SM_CXVSCROLL) + 4 * GetSystemMetrics(SM_CXEDGE);
+}
+
+// Raises a flag as long as it lives.
+class Raised {
+ public:
+  explicit Raised(bool& flag) : flag_(flag), before_(std::exchange(flag, true)) {}
+  ~Raised() { flag_ = before_; }
+  Raised(const Raised&) = delete;
+  Raised& operator=(const Raised&) = delete;
+
+ private:
+  bool& flag_;
+  bool before_;
+};
+
+// One showing of the dialog, on the thread that shows it.
+class Dialog {
+ public:
+  Dialog(const DialogContent& content, DialogPresenter& presenter)
+      : content_(content), presenter_(presenter) {}
+
+  /// Whether a window was made. Throws what the presenter has thrown.
+  bool Show(HWND owner);
+  void Refresh();
+  void Hide();
+  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide, LPARAM parameter) noexcept;
+
+ private:
+  HWND Control(int id) const { return GetDlgItem(window_, id); }
+  bool Begin();
+  WindowPlace DefaultPlace() const;
+  void OnCommand(int id, int code);
+  void OnListChosen(std::size_t list);
+  void OnCheckClicked(std::size_t check);
+  void OnSpinTyped(std::size_t spin);
+  void OnButtonPressed(std::size_t button);
+
+  void ShowContent();
+  void ShowList(std::size_t list);
+  void ShowCheck(std::size_t check);
+  void ShowSpin(std::size_t spin, const DialogContent::Spin& wanted);
+  void SettleSpin(std::size_t spin);
+  void ShowNotice();
+  void Enable(HWND control, bool enabled);
+
+  const DialogContent& content_;
+  DialogPresenter& presenter_;
+  HWND window_ = nullptr;
+  bool made_ = false;
+  bool placed_ = false;
+  bool ending_ = false;
+  // While the content is being shown; the controls' notifications are not the user's then.
+  bool showing_ = false;
+  std::array<std::vector<std::string>, kDialogLists> shown_items_;
+  std::array<DialogContent::Spin, kDialogSpins> shown_spins_;
+  std::exception_ptr failure_;
+};
+
+// Called by the operating system, which keeps the stack aligned to 4 bytes only.
+__attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND window, UINT message,
+                                                                          WPARAM wide,
+                                                                          LPARAM parameter) {
+  if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, parameter);
+  auto* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
+  // Some messages come before the first one.
+  return dialog == nullptr ? FALSE : dialog->OnMessage(window, message, wide, parameter);
+}
+
+bool Dialog::Show(HWND owner) {
+  const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
+  DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_frmZentrelSim),
+                  owner, OnDialogMessage, reinterpret_cast<LPARAM>(this));
+  // The client's window is left as it was, whatever way the dialog has gone: neither locked for
+  // ever, nor unlocked when the client itself had locked it.
+  if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
+    EnableWindow(owner, owner_was_enabled ? TRUE : FALSE);
+  }
+  if (failure_) std::rethrow_exception(failure_);
+  return made_;
+}
+
+void Dialog::Refresh() {
+  if (window_ == nullptr || ending_) return;
+  const Raised showing(showing_);
+  ShowContent();
+}
+
+void Dialog::Hide() {
+  if (window_ == nullptr || ending_) return;
+  ending_ = true;
+  EndDialog(window_, 0);
+}
+
+INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide, LPARAM) noexcept {
+  // The window system cannot be unwound through: what is thrown waits until the dialog has gone.
+  try {
+    switch (message) {
+      case WM_INITDIALOG:
+        window_ = window;
+        made_ = true;
+        return Begin() ? TRUE : FALSE;
+      case WM_COMMAND:
+        if (!ending_ && !showing_) OnCommand(LOWORD(wide), HIWORD(wide));
+        return TRUE;
+      case WM_CLOSE:
+        Hide();
+        return TRUE;
+      case WM_DESTROY:
+        ending_ = true;
+        window_ = nullptr;
+        if (placed_) presenter_.Hiding(PlaceOf(window));
+        return TRUE;
+      default:
+        return FALSE;
+    }
+  } catch (...) {
+    if (!failure_) failure_ = std::current_exception();
+    Hide();
+    return FALSE;
+  }
+}
+
+// Whether the window system shall choose the control that has the focus.
+bool Dialog::Begin() {
+  for (const SpinControls& spin : kSpins) {
+    SendMessageW(Control(spin.box), EM_LIMITTEXT, kMostDigits, 0);
+  }
+  Refresh();
+  WindowPlace place = DefaultPlace();
+  presenter_.Placing(place);
+  placed_ = true;
+  MoveWindow(window_, place.left, place.top, place.width, place.height, FALSE);
+  if (!content_.ok_enabled) return true;
+  SetFocus(Control(IDC_cmdOK));
+  return false;
+}
+
+// In its designed size in the middle of the owner, or of the screen, and within the screen.
+WindowPlace Dialog::DefaultPlace() const {
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  const HWND owner = GetWindow(window_, GW_OWNER);
+  GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTOPRIMARY), &monitor);
+  const RECT& work = monitor.rcWork;
+  RECT around = work;
+  if (owner != nullptr && IsWindowVisible(owner) != FALSE && IsIconic(owner) == FALSE) {
+    GetWindowRect(owner, &around);
+  }
+  WindowPlace place = PlaceOf(window_);
+  const LONG left = around.left + (around.right - around.left - place.width) / 2;
+  const LONG top = around.top + (around.bottom - around.top - place.height) / 2;
+  // The title bar stays in reach on a screen that is too small.
+  place.left = std::max(work.left, std::min(left, work.right - place.width));
+  place.top = std::max(work.top, std::min(top, work.bottom - place.height));
+  return place;
+}
+
+void Dialog::OnCommand(int id, int code) {
+  if (code == CBN_SELCHANGE) {
+    if (const auto list = IndexOf(kLists, id)) return OnListChosen(*list);
+  }
+  if (code == EN_CHANGE) {
+    if (const auto text = IndexOf(kTexts, id)) {
+      return presenter_.TextTyped(static_cast<DialogText>(*text), WideToUtf8(TextOf(Control(id))));
+    }
+  }
+  for (std::size_t spin = 0; spin < kSpins.size(); ++spin) {
+    if (kSpins[spin].box != id) continue;
+    if (code == EN_CHANGE) return OnSpinTyped(spin);
+    // A box that was left empty goes back to its value.
+    if (code == EN_KILLFOCUS) return SettleSpin(spin);
+  }
+  if (code == BN_CLICKED) {
+    if (const auto check = IndexOf(kChecks, id)) return OnCheckClicked(*check);
+    if (const auto button = IndexOf(kButtons, id)) return OnButtonPressed(*button);
+    // Nothing for Escape, which comes as a click on the button that would cancel.
+  }
+}
+
+void Dialog::OnListChosen(std::size_t list) {
+  const auto index =
+      static_cast<std::int32_t>(SendMessageW(Control(kLists[list]), CB_GETCURSEL, 0, 0));
+  if (index != CB_ERR) presenter_.ListChosen(static_cast<DialogList>(list), index);
+}
+
+void Dialog::OnCheckClicked(std::size_t check) {
+  const bool ticked = IsDlgButtonChecked(window_, kChecks[check]) == BST_CHECKED;
+  if (IsWindowEnabled(Control(kChecks[check])) == FALSE) {
+    // The click was on its way when the box was disabled.
+    CheckDlgButton(window_, kChecks[check], ticked ? BST_UNCHECKED : BST_CHECKED);
+    return;
+  }
+  presenter_.CheckClicked(static_cast<DialogCheck>(check), ticked);
+}
+
+// The arrows change the box as well, so that every change comes this way.
+void Dialog::OnSpinTyped(std::size_t spin) {
+  const std::wstring text = TextOf(Control(kSpins[spin].box));
+  if (text.empty()) return;
+  const DialogContent::Spin before = shown_spins_[spin];
+  // Anything but digits can only have been pasted.
+  const std::int64_t typed = NumberOf(text).value_or(before.value);
+  const auto value = static_cast<std::int32_t>(std::min<std::int64_t>(typed, before.maximum));
+  ShowSpin(spin, {value, before.maximum});
+  if (value != before.value) presenter_.SpinTurned(static_cast<DialogSpin>(spin), value);
+}
+
+void Dialog::OnButtonPressed(std::size_t button) {
+  // A click can be on its way when the button is disabled.
+  if (IsWindowEnabled(Control(kButtons[button])) == FALSE) return;
+  for (std::size_t spin = 0; spin < kDialogSpins; ++spin) SettleSpin(spin);
+  presenter_.ButtonPressed(static_cast<DialogButton>(button));
+}
+
+void Dialog::ShowContent() {
+  ShowText(window_, Utf8ToWide(content_.caption));
+  ShowText(Control(IDC_lblMSI), Utf8ToWide(content_.msi_caption));
+  ShowText(Control(IDC_lblTamper), Utf8ToWide(content_.tamper_caption));
+  for (std::size_t list = 0; list < kDialogLists; ++list) ShowList(list);
+  for (std::size_t check = 0; check < kDialogChecks; ++check) ShowCheck(check);
+  for (std::size_t spin = 0; spin < kDialogSpins; ++spin) ShowSpin(spin, content_.spins[spin]);
+  for (std::size_t text = 0; text < kDialogTexts; ++text) {
+    ShowText(Control(kTexts[text]), Utf8ToWide(content_.texts[text]));
+  }
+  Enable(Control(IDC_cmdOK), content_.ok_enabled);
+  ShowNotice();
+}
+
+void Dialog::ShowList(std::size_t list) {
+  const DialogContent::List& wanted = content_.lists[list];
+  const HWND control = Control(kLists[list]);
+  if (shown_items_[list] != wanted.items) {
+    std::vector<std::wstring> entries;
+    for (const std::string& item : wanted.items) entries.push_back(Utf8ToWide(item));
+    shown_items_[list] = wanted.items;
+    SendMessageW(control, CB_RESETCONTENT, 0, 0);
+    for (const std::wstring& entry : entries) {
+      SendMessageW(control, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
+    }
+    SendMessageW(control, CB_SETDROPPEDWIDTH, static_cast<WPARAM>(WidthOfEntries(control, entries)),
+                 0);
+  }
+  if (SendMessageW(control, CB_GETCURSEL, 0, 0) != wanted.selected) {
+    SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(wanted.selected), 0);
+  }
+}
+
+void Dialog::ShowCheck(std::size_t check) {
+  const DialogContent::Check& wanted = content_.checks[check];
+  CheckDlgButton(window_, kChecks[check], wanted.ticked ? BST_CHECKED : BST_UNCHECKED);
+  Enable(Control(kChecks[check]), wanted.enabled);
+}
+
+void Dialog::ShowSpin(std::size_t spin, const DialogContent::Spin& wanted) {
+  shown_spins_[spin] = wanted;
+  SendMessageW(Control(kSpins[spin].arrows), UDM_SETRANGE32, 0, wanted.maximum);
+  // Leading zeros stay while the user is typing.
+  if (NumberOf(TextOf(Control(kSpins[spin].box))) != wanted.value) SettleSpin(spin);
+}
+
+void Dialog::SettleSpin(std::size_t spin) {
+  const std::int32_t value = shown_spins_[spin].value;
+  const std::wstring text = std::to_wstring(value);
+  const HWND box = Control(kSpins[spin].box);
+  if (TextOf(box) == text) return;
+  const Raised showing(showing_);
+  SendMessageW(Control(kSpins[spin].arrows), UDM_SETPOS32, 0, value);
+  ShowText(box, text);
+  const auto end = static_cast<WPARAM>(text.size());
+  SendMessageW(box, EM_SETSEL, end, static_cast<LPARAM>(end));
+}
+
+void Dialog::ShowNotice() {
+  const HWND notice = Control(IDC_lblNotice);
+  ShowText(notice, Utf8ToWide(content_.notice));
+  ShowWindow(notice, content_.notice.empty() ? SW_HIDE : SW_SHOWNA);
+}
+
+void Dialog::Enable(HWND control, bool enabled) {
+  if ((IsWindowEnabled(control) != FALSE) == enabled) return;
+  // Keys go nowhere when the control that has the focus is disabled.
+  if (!enabled && GetFocus() == control) SendMessageW(window_, WM_NEXTDLGCTL, 0, FALSE);
+  EnableWindow(control, enabled ? TRUE : FALSE);
+}
+
+// The dialog of the calling thread, the innermost one; null when there is none.
+ApartmentSlot g_dialog;
+
+Dialog* DialogOfThread() {
+  return static_cast<Dialog*>(g_dialog.Get());
+}
+
+// Names a dialog as the calling thread's as long as it lives.
+class DialogInSlot {
+ public:
+  explicit DialogInSlot(Dialog& dialog) : outer_(g_dialog.Get()) { g_dialog.Set(&dialog); }
+  ~DialogInSlot() { g_dialog.Set(outer_); }
+  DialogInSlot(const DialogInSlot&) = delete;
+  DialogInSlot& operator=(const DialogInSlot&) = delete;
+
+ private:
+  void* outer_;
+};
+
+// A service may make windows, but on a desktop that nobody sees; it would wait for ever.
+bool HasVisibleDesktop() {
+  USEROBJECTFLAGS flags{};
+  return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
+                                   nullptr) != FALSE &&
+         (flags.dwFlags & WSF_VISIBLE) != 0;
+}
+
+bool IsOfThisProcess(HWND window) {
+  DWORD process = 0;
+  return GetWindowThreadProcessId(window, &process) != 0 && process == GetCurrentProcessId();
+}
+
+// The client's window that the dialog stands in front of. Null when it has none.
+HWND Owner() {
+  const HWND active = GetActiveWindow();
+  if (active != nullptr && IsOfThisProcess(active)) return active;
+  const HWND foreground = GetForegroundWindow();
+  if (foreground == nullptr || !IsOfThisProcess(foreground)) return nullptr;
+  // Of another thread, which may be waiting for this one: locking its window would wait for it.
+  constexpr UINT kPatienceMs = 500;
+  DWORD_PTR unused = 0;
+  return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused) != 0
+             ? foreground
+             : nullptr;
+}
+
+}  // namespace
+
+bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presenter) {
+  if (!HasVisibleDesktop()) return false;
+  const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_UPDOWN_CLASS};
+  InitCommonControlsEx(&controls);
+  Dialog dialog(content, presenter);
+  const DialogInSlot in_slot(dialog);
+  return dialog.Show(Owner());
+}
+
+void RefreshSimulatorDialog() {
+  if (Dialog* const dialog = DialogOfThread()) dialog->Refresh();
+}
+
+void HideSimulatorDialog() {
+  if (Dialog* const dialog = DialogOfThread()) dialog->Hide();
+}
+
+ScreenSize PrimaryScreen() {
+  return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+}
+
+void SetPointer(PointerShape shape) {
+  SetCursor(LoadCursorW(nullptr, shape == PointerShape::kArrow ? IDC_ARROW : IDC_WAIT));
+}
+
+}  // namespace qmzentrel::platform

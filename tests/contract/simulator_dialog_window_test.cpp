@@ -1,0 +1,557 @@
+// The simulator's dialog as a window among windows: what the keyboard does, who owns it, what can
+// be read on it.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+// After it, which it needs.
+#include <commctrl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/win32/simulator_dialog_controls.h"
+#include "platform/win32/wide.h"
+#include "tests/contract/dialog_recorder.h"
+#include "tests/contract/harness.h"
+#include "tools/dialog_driver/dialog_window.h"
+
+namespace qmzentrel {
+namespace {
+
+using contract::DialogRecorder;
+using contract::DialogUser;
+using contract::FullContent;
+using dialog_driver::DialogWindow;
+using platform::DialogContent;
+using platform::HideSimulatorDialog;
+using platform::RefreshSimulatorDialog;
+
+using Lines = std::vector<std::string>;
+
+// A window of the client.
+class ClientWindow {
+ public:
+  explicit ClientWindow(DWORD style = WS_OVERLAPPEDWINDOW | WS_VISIBLE)
+      : window_(CreateWindowExW(0, L"STATIC", L"A client", style, 100, 60, 700, 500, nullptr,
+                                nullptr, nullptr, nullptr)) {
+    SetActiveWindow(window_);
+  }
+  ~ClientWindow() { DestroyWindow(window_); }
+  ClientWindow(const ClientWindow&) = delete;
+  ClientWindow& operator=(const ClientWindow&) = delete;
+
+  HWND Get() const { return window_; }
+  bool IsEnabled() const { return IsWindowEnabled(window_) != FALSE; }
+
+ private:
+  HWND window_;
+};
+
+class SimulatorDialogWindow : public testing::Test {
+ protected:
+  bool Show(const std::function<void(DialogUser&, const DialogWindow&)>& act) {
+    return contract::ShowToUser(content_, recorder_, [&](DialogUser& user) {
+      const auto dialog = DialogWindow::WaitFor(platform::Utf8ToWide(content_.caption), 0);
+      act(user, dialog.value());
+    });
+  }
+
+  // Which control has the keyboard; 0 when none of the dialog's has.
+  int FocusedControl() const {
+    GUITHREADINFO info{};
+    info.cbSize = sizeof info;
+    GetGUIThreadInfo(thread_, &info);
+    return GetDlgCtrlID(info.hwndFocus);
+  }
+
+  bool Focus(const DialogWindow& dialog, int id) const {
+    SendMessageW(dialog.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(dialog.Control(id)),
+                 TRUE);
+    return FocusedControl() == id;
+  }
+
+  // Posted, as keys come: each is waited for by what follows it.
+  static void PressKey(HWND window, WPARAM key) {
+    PostMessageW(window, WM_KEYDOWN, key, 1);
+    PostMessageW(window, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001U));
+  }
+
+  // Everything posted before has been dealt with when this returns.
+  static bool Settle(DialogUser& user) {
+    std::atomic<bool> come = false;
+    contract::PostCall([&come] { come = true; });
+    return user.WaitFor([&come] { return come.load(); });
+  }
+
+  DialogContent content_ = FullContent(
+      std::string("Window ") + testing::UnitTest::GetInstance()->current_test_info()->name());
+  DialogRecorder recorder_;
+  const DWORD thread_ = GetCurrentThreadId();
+};
+
+// ---- the client's window ----
+
+TEST_F(SimulatorDialogWindow, TheClientsActiveWindowOwnsItAndTakesNoInputMeanwhile) {
+  const ClientWindow client;
+  ASSERT_EQ(GetActiveWindow(), client.Get());
+  HWND owner = nullptr;
+  bool enabled_meanwhile = true;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    owner = GetWindow(dialog.Window(), GW_OWNER);
+    enabled_meanwhile = client.IsEnabled();
+  });
+  EXPECT_EQ(owner, client.Get());
+  EXPECT_FALSE(enabled_meanwhile);
+  EXPECT_TRUE(client.IsEnabled());
+  EXPECT_EQ(GetActiveWindow(), client.Get());
+}
+
+TEST_F(SimulatorDialogWindow, StandsInTheMiddleOfTheClientsWindow) {
+  const ClientWindow client;
+  RECT place{};
+  Show([&](DialogUser&, const DialogWindow& dialog) { GetWindowRect(dialog.Window(), &place); });
+  RECT around{};
+  GetWindowRect(client.Get(), &around);
+  EXPECT_NEAR(place.left + place.right, around.left + around.right, 2);
+  EXPECT_NEAR(place.top + place.bottom, around.top + around.bottom, 2);
+}
+
+TEST_F(SimulatorDialogWindow, TheClientGetsItsInputBackWhenThePresenterFails) {
+  const ClientWindow client;
+  recorder_.on_told = [](const std::string& line) { throw std::runtime_error(line); };
+  EXPECT_THROW(Show([](DialogUser& user, const DialogWindow&) {
+                 user.Click(platform::DialogCheck::chkEOL);
+               }),
+               std::runtime_error);
+  EXPECT_TRUE(client.IsEnabled());
+}
+
+TEST_F(SimulatorDialogWindow, TheClientGetsItsInputBackWhenPlacingFails) {
+  const ClientWindow client;
+  recorder_.on_placing = [](platform::WindowPlace&) { throw std::runtime_error("no place"); };
+  EXPECT_THROW(Show([](DialogUser&, const DialogWindow&) {}), std::runtime_error);
+  EXPECT_TRUE(client.IsEnabled());
+}
+
+TEST_F(SimulatorDialogWindow, TheClientGetsItsInputBackWhenTheProgramEnds) {
+  const ClientWindow client;
+  Show([](DialogUser& user, const DialogWindow&) {
+    contract::PostCall([] { contract::PostQuit(3); });
+    user.WaitFor([&user] { return !user.SeesDialog(); });
+  });
+  EXPECT_TRUE(client.IsEnabled());
+  EXPECT_EQ(contract::TakeQuit(), 3);
+}
+
+TEST_F(SimulatorDialogWindow, AWindowThatTheClientHasLockedStaysLocked) {
+  const ClientWindow client;
+  EnableWindow(client.Get(), FALSE);
+  SetActiveWindow(client.Get());
+  Show([](DialogUser&, const DialogWindow&) {});
+  EXPECT_FALSE(client.IsEnabled());
+}
+
+TEST_F(SimulatorDialogWindow, AClientThatDestroysItsWindowTakesTheDialogWithIt) {
+  const ClientWindow client;
+  bool gone = false;
+  EXPECT_TRUE(Show([&](DialogUser& user, const DialogWindow&) {
+    contract::PostCall([&client] { DestroyWindow(client.Get()); });
+    gone = user.WaitFor([&user] { return !user.SeesDialog(); });
+  }));
+  EXPECT_TRUE(gone);
+  EXPECT_EQ(recorder_.told, (Lines{"placing", "hiding"}));
+}
+
+TEST_F(SimulatorDialogWindow, AThreadWithoutWindowsStandsInFrontOfTheProgramsOne) {
+  HWND front = nullptr;
+  HWND owner = nullptr;
+  bool enabled_meanwhile = true;
+  bool enabled_afterwards = false;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    front = GetForegroundWindow();
+    EXPECT_EQ(front, dialog.Window());
+    // On the thread of this user, which has no window.
+    const DialogContent content = FullContent("Window of another thread");
+    DialogRecorder recorder;
+    contract::ShowToUser(content, recorder, [&](DialogUser&) {
+      const HWND other = FindWindowW(nullptr, L"Window of another thread");
+      owner = GetWindow(other, GW_OWNER);
+      enabled_meanwhile = IsWindowEnabled(front) != FALSE;
+    });
+    enabled_afterwards = IsWindowEnabled(front) != FALSE;
+  });
+  EXPECT_EQ(owner, front);
+  EXPECT_FALSE(enabled_meanwhile);
+  EXPECT_TRUE(enabled_afterwards);
+}
+
+TEST_F(SimulatorDialogWindow, AThreadThatWaitsForTheDialogIsNotWaitedFor) {
+  const ClientWindow client;
+  SetForegroundWindow(client.Get());
+  HWND owner = client.Get();
+  contract::RunOnAnotherThread([&] {
+    Show([&](DialogUser&, const DialogWindow& dialog) {
+      owner = GetWindow(dialog.Window(), GW_OWNER);
+    });
+  });
+  EXPECT_EQ(owner, nullptr);
+  EXPECT_EQ(recorder_.told, (Lines{"placing", "hiding"}));
+}
+
+// ---- the keyboard ----
+
+TEST_F(SimulatorDialogWindow, OkHasTheKeyboardAtFirst) {
+  int focused = 0;
+  Show([&](DialogUser&, const DialogWindow&) { focused = FocusedControl(); });
+  EXPECT_EQ(focused, IDC_cmdOK);
+}
+
+TEST_F(SimulatorDialogWindow, WithOkDisabledTheFirstControlHasTheKeyboard) {
+  content_.ok_enabled = false;
+  int focused = 0;
+  Show([&](DialogUser&, const DialogWindow&) { focused = FocusedControl(); });
+  EXPECT_EQ(focused, IDC_cboMIF);
+}
+
+TEST_F(SimulatorDialogWindow, AControlThatIsDisabledHandsTheKeyboardOn) {
+  recorder_.on_told = [this](const std::string&) {
+    content_.checks[2].enabled = false;
+    RefreshSimulatorDialog();
+  };
+  int focused = 0;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_chkEOL));
+    user.Click(platform::DialogCheck::chkEOL);
+    focused = FocusedControl();
+  });
+  EXPECT_EQ(focused, IDC_udReadingBox);
+}
+
+TEST_F(SimulatorDialogWindow, TheTabKeyFollowsTheColumns) {
+  std::vector<int> order;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    HWND control = GetNextDlgTabItem(dialog.Window(), nullptr, FALSE);
+    for (const HWND first = control; order.empty() || control != first;) {
+      order.push_back(GetDlgCtrlID(control));
+      control = GetNextDlgTabItem(dialog.Window(), control, FALSE);
+    }
+  });
+  // The secondary box is disabled here.
+  EXPECT_EQ(order, (std::vector<int>{IDC_cboMIF, IDC_cboVersion, IDC_udXpdrBox, IDC_chkUserID,
+                                     IDC_chkEOL, IDC_udReadingBox, IDC_udTamperBox, IDC_udUtilBox,
+                                     IDC_cboTXI, IDC_cboMSI, IDC_udThresholdBox, IDC_cboSignature0,
+                                     IDC_cboSignature1, IDC_txtZentrelVersion, IDC_txtBattery,
+                                     IDC_cmdOK, IDC_cmdNoXpdr, IDC_cmdNoZentrel}));
+}
+
+TEST_F(SimulatorDialogWindow, EnterPressesOkFromAnyBox) {
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_txtBattery));
+    PressKey(dialog.Control(IDC_txtBattery), VK_RETURN);
+    EXPECT_TRUE(Settle(user));
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{"button 0 OK"});
+}
+
+TEST_F(SimulatorDialogWindow, EnterPressesNothingWhenOkIsDisabled) {
+  content_.ok_enabled = false;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_txtBattery));
+    PressKey(dialog.Control(IDC_txtBattery), VK_RETURN);
+    EXPECT_TRUE(Settle(user));
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{});
+}
+
+TEST_F(SimulatorDialogWindow, EnterSettlesTheSpinThatIsBeingTypedInto) {
+  content_.spins[2].value = 17;
+  std::wstring shown;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
+    dialog.Type(IDC_udTamperBox, L"");
+    PressKey(dialog.Control(IDC_udTamperBox), VK_RETURN);
+    EXPECT_TRUE(Settle(user));
+    shown = dialog.Text(IDC_udTamperBox);
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{"button 0 OK"});
+  EXPECT_EQ(shown, L"17");
+}
+
+TEST_F(SimulatorDialogWindow, EscapeDoesNothing) {
+  bool still_up = false;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    PressKey(dialog.Control(IDC_cmdOK), VK_ESCAPE);
+    EXPECT_TRUE(Settle(user));
+    still_up = user.SeesDialog();
+  });
+  EXPECT_TRUE(still_up);
+  EXPECT_EQ(recorder_.OfUser(), Lines{});
+}
+
+constexpr LPARAM kWithAlt = 1 << 29;
+
+TEST_F(SimulatorDialogWindow, AltF4ClosesItWithoutAButton) {
+  bool gone = false;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    PostMessageW(dialog.Control(IDC_cmdOK), WM_SYSKEYDOWN, VK_F4, kWithAlt);
+    gone = user.WaitFor([&user] { return !user.SeesDialog(); });
+  });
+  EXPECT_TRUE(gone);
+  EXPECT_EQ(recorder_.told, (Lines{"placing", "hiding"}));
+}
+
+TEST_F(SimulatorDialogWindow, AltXAndAltZPressTheirButtons) {
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_cboTXI));
+    PostMessageW(dialog.Control(IDC_cboTXI), WM_SYSCHAR, 'x', kWithAlt);
+    EXPECT_TRUE(Settle(user));
+    PostMessageW(dialog.Control(IDC_cboTXI), WM_SYSCHAR, 'z', kWithAlt);
+    EXPECT_TRUE(Settle(user));
+  });
+  EXPECT_EQ(recorder_.OfUser(), (Lines{"button 1 not OK", "button 2 not OK"}));
+}
+
+TEST_F(SimulatorDialogWindow, TheArrowKeysTurnASpinWithinItsRange) {
+  content_.spins[2].value = 254;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
+    const HWND box = dialog.Control(IDC_udTamperBox);
+    for (const WPARAM key : {VK_UP, VK_UP, VK_DOWN}) {
+      PressKey(box, key);
+      EXPECT_TRUE(Settle(user));
+    }
+  });
+  EXPECT_EQ(recorder_.OfUser(), (Lines{"spin 2 255", "spin 2 254"}));
+}
+
+TEST_F(SimulatorDialogWindow, AClickOnTheArrowsTurnsASpin) {
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    const HWND arrows = dialog.Control(IDC_udReading);
+    RECT area{};
+    GetClientRect(arrows, &area);
+    const LPARAM lower_half = MAKELPARAM(area.right / 2, area.bottom * 3 / 4);
+    PostMessageW(arrows, WM_LBUTTONDOWN, MK_LBUTTON, lower_half);
+    PostMessageW(arrows, WM_LBUTTONUP, 0, lower_half);
+    EXPECT_TRUE(Settle(user));
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{"spin 1 16777214"});
+}
+
+TEST_F(SimulatorDialogWindow, TypedDigitsArriveOneByOneAndLettersNotAtAll) {
+  content_.spins[2].value = 0;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
+    const HWND box = dialog.Control(IDC_udTamperBox);
+    SendMessageW(box, EM_SETSEL, 0, -1);
+    for (const WPARAM letter : {'2', 'x', '5', '-', '9'}) {
+      PostMessageW(box, WM_CHAR, letter, 1);
+      EXPECT_TRUE(Settle(user));
+    }
+  });
+  EXPECT_EQ(recorder_.OfUser(), (Lines{"spin 2 2", "spin 2 25", "spin 2 255"}));
+}
+
+TEST_F(SimulatorDialogWindow, LeadingZerosStayWhileTypingAndGoWithTheKeyboard) {
+  recorder_.on_told = [](const std::string&) { RefreshSimulatorDialog(); };
+  content_.spins[2].value = 17;
+  std::wstring typing;
+  std::wstring left;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
+    dialog.Type(IDC_udTamperBox, L"0017");
+    typing = dialog.Text(IDC_udTamperBox);
+    EXPECT_TRUE(Focus(dialog, IDC_cmdOK));
+    left = dialog.Text(IDC_udTamperBox);
+  });
+  EXPECT_EQ(typing, L"0017");
+  EXPECT_EQ(left, L"17");
+  EXPECT_EQ(recorder_.OfUser(), Lines{});
+}
+
+TEST_F(SimulatorDialogWindow, ARefreshLeavesTheCursorWhereTheUserTypes) {
+  recorder_.on_told = [this](const std::string& line) {
+    content_.texts[1] = line.substr(std::string("text 1 ").size());
+    RefreshSimulatorDialog();
+  };
+  content_.texts[1] = "5.20";
+  std::wstring typed;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_txtBattery));
+    const HWND box = dialog.Control(IDC_txtBattery);
+    SendMessageW(box, EM_SETSEL, 0, 1);
+    for (const WPARAM letter : {'1', '2'}) {
+      PostMessageW(box, WM_CHAR, letter, 1);
+      EXPECT_TRUE(Settle(user));
+    }
+    typed = dialog.Text(IDC_txtBattery);
+  });
+  EXPECT_EQ(typed, L"12.20");
+}
+
+// ---- what can be read ----
+
+TEST_F(SimulatorDialogWindow, HasTheAgreedCaptions) {
+  const std::vector<std::pair<int, std::wstring>> captions = {
+      {IDC_lblVersion, L"Travonel (NOT MIF) Version"},
+      {IDC_chkUserID, L"ID source toggle"},
+      {IDC_chkSecondary, L"Secondary"},
+      {IDC_lblTXI, L"Transmit Interval"},
+      {IDC_Frame1, L"Leak Detection"},
+      {IDC_chkEOL, L"EOL OK"},
+      {IDC_lblZentrelVersion, L"Version (X.X)"},
+      {IDC_lblBattery, L"Battery (0.00)"},
+      {IDC_cmdNoXpdr, L"No &Xpdr"},
+      {IDC_cmdNoZentrel, L"No &Zentrel"},
+  };
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    for (const auto& [id, caption] : captions) EXPECT_EQ(dialog.Text(id), caption);
+  });
+}
+
+TEST_F(SimulatorDialogWindow, HasAFixedBorderAndACloseBox) {
+  LONG style = 0;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    style = GetWindowLongW(dialog.Window(), GWL_STYLE);
+  });
+  EXPECT_EQ(style & (WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX), 0);
+  EXPECT_NE(style & WS_SYSMENU, 0);
+}
+
+struct Control {
+  HWND window;
+  int id;
+  std::wstring kind;
+  LONG style;
+  RECT place;  // within the dialog
+};
+
+std::vector<Control> ControlsOf(const DialogWindow& dialog) {
+  std::vector<Control> controls;
+  for (HWND window = GetWindow(dialog.Window(), GW_CHILD); window != nullptr;
+       window = GetWindow(window, GW_HWNDNEXT)) {
+    wchar_t kind[32] = {};
+    GetClassNameW(window, kind, 32);
+    CharLowerW(kind);
+    Control control{window, GetDlgCtrlID(window), kind, GetWindowLongW(window, GWL_STYLE), {}};
+    GetWindowRect(window, &control.place);
+    MapWindowPoints(nullptr, dialog.Window(), reinterpret_cast<POINT*>(&control.place), 2);
+    controls.push_back(control);
+  }
+  return controls;
+}
+
+bool IsGroupBox(const Control& control) {
+  return control.kind == L"button" && (control.style & BS_TYPEMASK) == BS_GROUPBOX;
+}
+
+// Size of a text in the control's font, on lines of at most `width` when one is given.
+SIZE Measure(const Control& control, std::wstring text, UINT flags, LONG width) {
+  const HDC device = GetDC(control.window);
+  const HGDIOBJ before = SelectObject(
+      device, reinterpret_cast<HGDIOBJ>(SendMessageW(control.window, WM_GETFONT, 0, 0)));
+  RECT area{0, 0, width, 0};
+  DrawTextW(device, text.data(), static_cast<int>(text.size()), &area, flags | DT_CALCRECT);
+  SelectObject(device, before);
+  ReleaseDC(control.window, device);
+  return {area.right, area.bottom};
+}
+
+// What the control needs beside its text, in pixels: the mark of a check box, the edge of a button,
+// the corners of a frame.
+LONG Margin(const Control& control) {
+  if (control.kind != L"button") return 0;
+  const LONG type = control.style & BS_TYPEMASK;
+  if (type == BS_AUTOCHECKBOX) return GetSystemMetrics(SM_CXMENUCHECK) + 4;
+  return type == BS_GROUPBOX ? 18 : 12;
+}
+
+void ExpectTextFits(const Control& control) {
+  const std::wstring text = DialogWindow(control.window).Title();
+  const LONG room = control.place.right - control.place.left - Margin(control);
+  const bool is_notice = control.id == IDC_lblNotice;
+  UINT flags = is_notice ? DT_WORDBREAK : DT_SINGLELINE;
+  if ((control.style & SS_NOPREFIX) != 0 && control.kind == L"static") flags |= DT_NOPREFIX;
+  const SIZE size = Measure(control, text, flags, room);
+  EXPECT_LE(size.cx, room) << platform::WideToUtf8(text);
+  if (!IsGroupBox(control)) {
+    EXPECT_LE(size.cy, control.place.bottom - control.place.top) << platform::WideToUtf8(text);
+  }
+}
+
+TEST_F(SimulatorDialogWindow, NoCaptionIsCut) {
+  content_.msi_caption = "Pulses per revolution";
+  content_.tamper_caption = "Tamper";
+  content_.notice =
+      "The values could not be stored: access to the registry is denied. They hold until the "
+      "program ends, and the next one starts from what was stored before.";
+  int measured = 0;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    for (const Control& control : ControlsOf(dialog)) {
+      if (control.kind != L"static" && control.kind != L"button") continue;
+      ExpectTextFits(control);
+      ++measured;
+    }
+  });
+  EXPECT_EQ(measured, 25);
+}
+
+TEST_F(SimulatorDialogWindow, TheLargestNumbersCanBeRead) {
+  for (DialogContent::Spin& spin : content_.spins) spin.value = spin.maximum;
+  int measured = 0;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    for (const Control& control : ControlsOf(dialog)) {
+      if (control.kind != L"edit") continue;
+      RECT area{};
+      SendMessageW(control.window, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&area));
+      const SIZE size =
+          Measure(control, DialogWindow(control.window).Title(), DT_SINGLELINE | DT_NOPREFIX, 0);
+      EXPECT_LE(size.cx, area.right - area.left);
+      EXPECT_LE(size.cy, area.bottom - area.top);
+      ++measured;
+    }
+  });
+  EXPECT_EQ(measured, 7);
+}
+
+TEST_F(SimulatorDialogWindow, AnOpenListIsWideEnoughForItsEntries) {
+  content_.lists[1].items[0] = "4.0 with a remark that is a good deal wider than the box is";
+  LRESULT width = 0;
+  LONG needed = 0;
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    const HWND list = dialog.Control(IDC_cboVersion);
+    width = SendMessageW(list, CB_GETDROPPEDWIDTH, 0, 0);
+    const Control control{list, IDC_cboVersion, L"combobox", 0, {}};
+    needed = Measure(control, platform::Utf8ToWide(content_.lists[1].items[0]), DT_NOPREFIX, 0).cx;
+  });
+  EXPECT_GE(width, needed);
+}
+
+TEST_F(SimulatorDialogWindow, NoControlCoversAnotherOrLeavesTheDialog) {
+  content_.notice = "A line";
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    RECT area{};
+    GetClientRect(dialog.Window(), &area);
+    const std::vector<Control> controls = ControlsOf(dialog);
+    for (std::size_t i = 0; i < controls.size(); ++i) {
+      const Control& one = controls[i];
+      RECT both{};
+      UnionRect(&both, &area, &one.place);
+      EXPECT_TRUE(EqualRect(&both, &area)) << one.id;
+      for (std::size_t j = i + 1; j < controls.size(); ++j) {
+        // A frame is around others, but never across another frame.
+        if (IsGroupBox(one) != IsGroupBox(controls[j])) continue;
+        // A spin's arrows share an edge with their box.
+        if (j == i + 1 && controls[j].kind == UPDOWN_CLASSW) continue;
+        EXPECT_FALSE(IntersectRect(&both, &one.place, &controls[j].place))
+            << one.id << " and " << controls[j].id;
+      }
+    }
+  });
+}
+
+}  // namespace
+}  // namespace qmzentrel
