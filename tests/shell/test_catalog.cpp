@@ -61,8 +61,13 @@ void TestCatalog::Fill() {
   Text(tests + L"\\3", L"RBytes", L"-1");
 }
 
+void TestCatalog::Simulator(bool on) {
+  Number(L"QMC Software Library\\Zentrel\\Simulator", L"", on ? 1 : 0);
+}
+
 void TestCatalog::Remove() {
-  for (const wchar_t* tree : {L"\\Kernel", L"\\TELIC2"}) {
+  for (const wchar_t* tree :
+       {L"\\Kernel", L"\\TELIC2", L"\\QMC Software Library", L"\\Simulator"}) {
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, (std::wstring(kRoot) + tree).c_str());
   }
 }

@@ -7,7 +7,7 @@
 
 namespace qmzentrel::shell {
 
-/// Removes the component's catalogs, and again when it goes.
+/// Removes the component's catalogs and what its simulator keeps, and again when it goes.
 class TestCatalog {
  public:
   TestCatalog() { Remove(); }
@@ -24,6 +24,9 @@ class TestCatalog {
   /// two bytes, from 17 on four), types "9", "10" and "1" of sub-devices. Type "1" has test
   /// messages 0 (reads 2 bytes), 1 (writes 1), 2 (writes 4, reads 4) and 3 (no reply).
   void Fill();
+
+  /// Switches the simulator.
+  void Simulator(bool on);
 
  private:
   static void Remove();
