@@ -17,9 +17,11 @@ using modCOM_Registry::RegGetValue;
 constexpr const char* kUnknown = "Unknown";
 
 std::optional<std::int32_t> ReadNumber(const OpenKey& key, const std::string& name) {
-  Variant slot = std::int32_t{0};
-  if (!RegGetValue(key, name, slot)) return std::nullopt;
-  return std::get<std::int32_t>(slot);
+  // A value of a type that is no number counts as read and leaves the slot as it was.
+  Variant slot = std::int16_t{0};
+  RegGetValue(key, name, slot);
+  const auto* const number = std::get_if<std::int32_t>(&slot);
+  return number != nullptr ? std::optional(*number) : std::nullopt;
 }
 
 std::string Key(const std::string& parent, std::int32_t number) {

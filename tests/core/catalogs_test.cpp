@@ -221,6 +221,15 @@ TEST_F(Catalogs, WithoutAnEndOfTheRangeNoInterfaceIsOffered) {
   EXPECT_EQ(Interfaces(), Offered{});
 }
 
+TEST_F(Catalogs, AnEndOfTheRangeThatIsStoredAsBytesIsNoNumber) {
+  constexpr std::uint32_t kBinary = 3;
+  for (const char* end : {"Min", "Max"}) {
+    SetInterfaces(0, 3, -1);
+    TheWorld().registry[kInterfaces][end] = {kBinary, std::string(4, '\0')};
+    EXPECT_EQ(Interfaces(), Offered{}) << end;
+  }
+}
+
 TEST_F(Catalogs, OnlyTheOfferedInterfacesAreLookedUp) {
   SetInterfaces(0, 12, 0b100);
   SetName(kInterfaces, 2, "Encoder");
