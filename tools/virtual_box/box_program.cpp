@@ -97,9 +97,10 @@ void BoxProgram::Run() {
 
     server_.Collect();
     const Time now = MonotonicNow();
-    // The lines before the bytes: a client may switch the supply on and send in one go.
-    TakeLines(now);
+    // A client may switch the supply on and send in one go: whatever it has switched before it sent
+    // these bytes is seen now, and counts first.
     const Bytes received = port_.Read();
+    TakeLines(now);
     if (!received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
     port_.Write(output.bytes);
