@@ -7,6 +7,7 @@
 #include "QmZentrel_h.h"
 #include "com/enumerator.h"
 #include "com/error_info.h"
+#include "platform/hardware_faults.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -20,7 +21,8 @@ void CallPowerStateChange(IDispatch& sink, bool new_state) {
   V_BOOL(&argument) = new_state ? VARIANT_TRUE : VARIANT_FALSE;
   DISPPARAMS parameters{&argument, nullptr, 1, 0};
   EXCEPINFO failure{};
-  // A sink that fails or is gone is its owner's affair.
+  // A sink that fails or is gone is its owner's affair, and so is an exception in it.
+  const platform::ClientCode sink_of_the_client;
   sink.Invoke(kPowerStateChange, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
               nullptr, &failure, nullptr);
   SysFreeString(failure.bstrSource);

@@ -14,12 +14,14 @@
 #include "com/type_information.h"
 #include "platform/win32/com_pointer.h"
 #include "support/modCOM_XTimerSupport.h"
+#include "support/modErrorReportSupport.h"
 
 namespace {
 
 // What the ending thread, or the thread that unloads the library, has left in its own storage.
 void ReleaseThread() {
   qmzentrel::modCOM_XTimerSupport::ReleaseThread();
+  qmzentrel::modErrorReportSupport::ReleaseThread();
   qmzentrel::com::ForgetErrorInfoOfThread();
 }
 

@@ -17,6 +17,7 @@
 #include "support/XTimer.h"
 #include "support/error_frame.h"
 #include "support/late_bound.h"
+#include "support/object_lifetime.h"
 #include "support/string_array.h"
 
 namespace qmzentrel {
@@ -270,6 +271,8 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void WaitForClock(const float& mark);
   void RaisePowerStateChange(bool NewState);
   void PowerTick();
+
+  ObjectLifetime lifetime_{"Zentrel"};
 
   // In the order in which the error report shows them.
   bool m_blnPowerOnDemand = false;

@@ -28,7 +28,7 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
   return frame.Run([&] {
     STEP TraceBytes(">", bytTx, TxLength);
     STEP const std::int32_t last_attempt = m_blnIsElectric ? Timeout / kElectricResendMs : 0;
-    for (; lngAttempt <= last_attempt; ++lngAttempt) {
+    STEP for (; lngAttempt <= last_attempt; ++lngAttempt) {
       STEP m_PortCtrl.ClearReceiveBuffer();
       STEP m_PortCtrl.Write(bytTx, TxLength);
       STEP if (RxExpected == 0) break;
@@ -36,7 +36,7 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
           m_PortCtrl.Read(bytRx, 0, 1, m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
       STEP if (lngRxCount > 0) break;
     }
-    if (lngRxCount > 0) {
+    STEP if (lngRxCount > 0) {
       STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
     }
     STEP if (RxExpected != 0 && lngRxCount == 0) lngRxCount = -1;
@@ -56,14 +56,16 @@ ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t T
       Locals(NAMED(lngStatus), NAMED(lngRxCount)));
   return frame.Run([&] {
     try {
-      if (m_PortCtrl.PortOpen() < 1) {
+      STEP if (m_PortCtrl.PortOpen() < 1) {
         STEP lngStatus = S_BAD_PORT;
-      } else {
+      }
+      else {
         STEP Power(true);
         STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
-        if (lngRxCount == -1) {
+        STEP if (lngRxCount == -1) {
           STEP lngStatus = S_TIMEOUT;
-        } else if (lngRxCount != RxExpected) {
+        }
+        else if (lngRxCount != RxExpected) {
           STEP lngStatus = S_BAD_RESPONSE;
         }
       }
@@ -102,10 +104,11 @@ std::string Zentrel::TraceBytes(const char* direction, const FrameBuffer& bytes,
 
 ZentrelStatus Zentrel::CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) const {
   std::int32_t lngSum = 0;
+  std::int32_t i = 0;
   ErrorFrame frame(Fields(), "CheckReplySum", Parameters(NAMED(bytRx), NAMED(RxLength)),
-                   Locals(NAMED(lngSum)));
+                   Locals(NAMED(lngSum), NAMED(i)));
   return frame.Run([&] {
-    for (std::int32_t i = 0; i < RxLength - 1; ++i) {
+    STEP for (; i < RxLength - 1; ++i) {
       STEP lngSum += bytRx[i];
     }
     STEP return ((lngSum - bytRx[RxLength - 1]) & 0xFF) == 0 ? S_OKAY : S_BAD_SUM;

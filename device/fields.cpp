@@ -16,9 +16,9 @@ std::string Zentrel::DumpFields() const {
          FIELD(m_lngLeakTHold) + FIELD(m_strZentrelVersion) + FIELD(m_bytZentrelSignature) +
          FIELD(m_sngBatteryVolts) + FIELD(m_sngBoxStatusTimeout) + FIELD(m_sngVDelay) +
          FIELD(m_sngVDelayTimeout) + FIELD(m_strTELIC2Device) + FIELD(m_strTELIC2RegRoot) +
-         DumpFixedText("m_DebugLog", m_DebugLog ? "{CDebugLog}" : "{Nothing}") +
+         DumpObject("m_DebugLog", m_DebugLog.get()) +
          DumpFixedText("m_PortCtrl", "{Cannot dump external UDTs}") +
-         DumpFixedText("m_XTimer", m_XTimer ? "{XTimer}" : "{Nothing}");
+         DumpObject("m_XTimer", m_XTimer.get());
 }
 
 ModuleFields Zentrel::Fields() const {

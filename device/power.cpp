@@ -30,23 +30,25 @@ void Zentrel::PowerManagement(bool New_PowerManagement) {
 void Zentrel::Power(bool NewState) {
   ErrorFrame frame(Fields(), "Power", Parameters(NAMED(NewState)));
   frame.Run([&] {
-    if (!m_blnPowerOnDemand) {
+    STEP if (!m_blnPowerOnDemand) {
       STEP m_XTimer->Enabled(false);
       STEP m_blnPowerEnabled = true;
       STEP m_PortCtrl.Supply(1);
       // Deliberate: clients count on the pair of events around each command in this mode, though
       // the line stays on.
       STEP RaisePowerStateChange(NewState);
-    } else if (NewState) {
+    }
+    else if (NewState) {
       STEP m_XTimer->Enabled(false);
-      if (!m_blnPowerEnabled) {
+      STEP if (!m_blnPowerEnabled) {
         STEP m_PortCtrl.Supply(1);
         STEP m_blnPowerEnabled = true;
         STEP platform::Pause(kStartUpMs);
         STEP RaisePowerStateChange(true);
       }
       STEP WaitForClock(m_sngBoxStatusTimeout);
-    } else {
+    }
+    else {
       STEP m_lngPowerTimer = m_lngPowerTimeout;
       STEP m_XTimer->Enabled(true);
     }

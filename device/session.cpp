@@ -80,7 +80,7 @@ void Zentrel::Class_Terminate() {
     STEP m_strTXIs.Erase();
     STEP m_strMIFs.Erase();
     STEP DeviceClose();
-    if (m_XTimer) {
+    STEP if (m_XTimer) {
       STEP m_XTimer->Tick(nullptr);
       STEP m_XTimer->Enabled(false);  // a running timer would be kept alive by its table
       STEP m_XTimer.reset();
@@ -118,7 +118,7 @@ ZentrelStatus Zentrel::DeviceInit() {
   ErrorFrame frame(Fields(), "Zentrel_DeviceInit", Parameters(), Locals(NAMED(lngStatus)));
   return frame.Run([&] {
     STEP LogStep("Zentrel_DeviceInit");
-    if (m_PortCtrl.PortOpen() > 0) {
+    STEP if (m_PortCtrl.PortOpen() > 0) {
       STEP lngStatus = BoxStatus();
       STEP if (lngStatus == S_TIMEOUT) lngStatus = BoxStatus();
     }
@@ -149,7 +149,7 @@ ZentrelStatus Zentrel::BoxStatus() {
     STEP lngStatus = ZentrelCommand(bytTx, 1, bytRx, kBoxStatusLength, kBoxStatusTimeoutMs);
     STEP if (lngStatus == S_OKAY) ParseBoxStatus(bytRx, 0);
     // Whatever the status: after a time-out the signature of the Box Status before decides.
-    if (ZentrelSignature(0) == 0) {
+    STEP if (ZentrelSignature(0) == 0) {
       STEP m_sngBoxStatusTimeout = platform::SecondsSinceMidnight() + kHoldOffSeconds;
     }
     STEP return lngStatus;

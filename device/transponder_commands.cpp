@@ -90,7 +90,7 @@ ZentrelStatus Zentrel::ReadXpdr() {
     STEP ParseXpdrData(lngStatus, bytRx);
     // A failed block 1 leaves version 0.0, so block 2 is then tried as well; its status is what the
     // caller sees.
-    if (HasBlock2()) {
+    STEP if (HasBlock2()) {
       STEP bytTx[0] = kReadBlock2;
       STEP lngStatus = CommandWithRetry("ReadXpdr Block 2", bytTx, 1, bytRx, ReadTimeout());
       STEP ParseXpdrBlock2(lngStatus, bytRx);
@@ -127,7 +127,7 @@ ZentrelStatus Zentrel::WriteXpdr() {
     STEP lngStatus = CommandWithRetry("WriteXpdr", bytTx, kWriteLength, bytRx, kWriteMs);
     STEP if (lngStatus == S_OKAY) ParseXpdrData(S_OKAY, bytRx);
     STEP StartVerifyDelay();
-    if (lngStatus == S_OKAY && HasBlock2()) {
+    STEP if (lngStatus == S_OKAY && HasBlock2()) {
       STEP bytTx = Block2Frame();
       STEP WaitForClock(m_sngVDelayTimeout);
       STEP lngStatus = CommandWithRetry("WriteXpdrRF", bytTx, kWriteLength, bytRx, kWriteMs);
@@ -152,7 +152,7 @@ ZentrelStatus Zentrel::CommandWithRetry(const char* step, const FrameBuffer& byt
 void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {
   ErrorFrame frame(Fields(), "ParseXpdrData", Parameters(NAMED(status), NAMED(bytes)));
   frame.Run([&] {
-    if (status != S_OKAY) {
+    STEP if (status != S_OKAY) {
       STEP DeviceMIF(0);
       STEP m_lngUtil = 0;
       STEP m_lngXpdrID = 0;

@@ -6,24 +6,25 @@ namespace qmzentrel {
 
 void Zentrel::LoadNames() {
   std::int32_t n = 0;
+  Variant vntMax = std::int32_t{0};
   std::int32_t lngMax = 0;
-  ErrorFrame frame(Fields(), "LoadNames", Parameters(), Locals(NAMED(n), NAMED(lngMax)));
+  ErrorFrame frame(Fields(), "LoadNames", Parameters(),
+                   Locals(NAMED(n), NAMED(vntMax), NAMED(lngMax)));
   frame.Run([&] {
     using modCOM_Registry::OpenKey;
     STEP const OpenKey interfaces(platform::kLocalMachine, catalogs::kInterfacesKey);
-    Variant max = std::int32_t{0};
     // Without a catalog of interfaces there are no names of intervals either: installers leave out
     // both, and clients rely on both properties failing then.
-    STEP if (!modCOM_Registry::RegGetValue(interfaces, "Max", max)) return;
-    STEP lngMax = std::get<std::int32_t>(max);
+    STEP if (!modCOM_Registry::RegGetValue(interfaces, "Max", vntMax)) return;
+    STEP lngMax = std::get<std::int32_t>(vntMax);
     // Interface -1 stands for a transponder that is not set up.
     STEP m_strMIFs.ReDim(-1, lngMax);
-    for (n = -1; n <= m_strMIFs.UpperBound(); ++n) {
+    STEP for (n = -1; n <= m_strMIFs.UpperBound(); ++n) {
       STEP m_strMIFs[n] = catalogs::ReadName(interfaces, n, "");
     }
     STEP const OpenKey intervals(platform::kLocalMachine, catalogs::kIntervalsKey);
     STEP m_strTXIs.ReDim(0, catalogs::kLastInterval);
-    for (n = 0; n <= catalogs::kLastInterval; ++n) {
+    STEP for (n = 0; n <= catalogs::kLastInterval; ++n) {
       STEP m_strTXIs[n] = catalogs::ReadText(intervals, std::to_string(n), "");
     }
   });

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "support/late_bound.h"
 #include "support/modCOM_CboLstHelpers.h"
@@ -28,6 +29,7 @@ class ComboBox : public modCOM_CboLstHelpers::ItemList {
     return object_.Number("ItemData", {index});
   }
   void ListIndex(std::int32_t index) override { object_.Let("ListIndex", {}, index); }
+  std::string Dump(std::string_view name) const override { return DumpVariable(name, object_); }
 
  private:
   LateBound object_;

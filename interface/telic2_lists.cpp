@@ -36,7 +36,7 @@ bool Zentrel::TELIC2EnumDevices(const LateBound& cbo) const {
     STEP strDevices = catalogs::DeviceTypes();
     STEP ComboBox box(cbo);
     STEP box.Clear();
-    for (const std::string& device : strDevices) {
+    STEP for (const std::string& device : strDevices) {
       STEP box.AddItem(device);
     }
     return !strDevices.empty();

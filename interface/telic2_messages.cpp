@@ -147,7 +147,7 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;
     STEP Lengths lengths = MessageLengths();
     STEP lngRxLength = std::int64_t{kHeaderLength} + NumMessages;
-    for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
+    STEP for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
       STEP if (!MessageIDs.Holds(i) || MessageIDs[i] == kNoMessage) continue;
       STEP if (lengths(MessageIDs[i]) == 0) return S_BAD_PARAMETER;
       STEP bytTx[kHeaderLength + i] = LowByte(MessageIDs[i]);
@@ -158,7 +158,7 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
     STEP CheckEntries(MessageData, NumMessages);
     STEP const std::int32_t tx_length = kHeaderLength + NumMessages;
     STEP PutHeader(bytTx, kAnswerFlag, kReadCommand, tx_length);
-    if (simulator::SimulatorEnabled()) {
+    STEP if (simulator::SimulatorEnabled()) {
       STEP SimulatedMessageRead(NumMessages, MessageIDs, MessageData);
       STEP return S_OKAY;
     }
@@ -184,7 +184,7 @@ ZentrelStatus Zentrel::TELIC2Write(std::int32_t NumMessages, const LongArray& Me
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;
     STEP Lengths lengths = MessageLengths();
     STEP lngTxLength = std::int64_t{kHeaderLength} + NumMessages;
-    for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
+    STEP for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
       STEP if (!MessageIDs.Holds(i)) continue;
       STEP if (lengths(MessageIDs[i]) == 0) return S_BAD_PARAMETER;
       STEP lngTxLength += lengths(MessageIDs[i]);
@@ -194,7 +194,7 @@ ZentrelStatus Zentrel::TELIC2Write(std::int32_t NumMessages, const LongArray& Me
     STEP CheckEntries(MessageData, NumMessages);
     STEP PutHeader(bytTx, kAnswerFlag, kWriteCommand, lngTxLength);
     STEP Pack(bytTx, NumMessages, MessageIDs, MessageData, lengths);
-    if (simulator::SimulatorEnabled()) {
+    STEP if (simulator::SimulatorEnabled()) {
       STEP SimulatedMessageWrite(NumMessages, MessageIDs, MessageData);
       STEP return S_OKAY;
     }
@@ -209,28 +209,29 @@ ZentrelStatus Zentrel::TELIC2Test(std::int32_t NumMessages, const LongArray& Mes
   FrameBuffer bytRx;
   std::int64_t lngTxLength = 0;
   std::int64_t lngRxLength = 0;
+  std::int64_t lngReply = 0;
   ZentrelStatus lngStatus = S_OKAY;
   std::int32_t i = 0;
   ErrorFrame frame(Fields(), "TELIC2Test",
                    Parameters(NAMED(NumMessages), NAMED(MessageIDs), NAMED(MessageData)),
                    Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngTxLength), NAMED(lngRxLength),
-                          NAMED(lngStatus), NAMED(i)));
+                          NAMED(lngReply), NAMED(lngStatus), NAMED(i)));
   return frame.Run([&] {
     STEP LogStep("TELIC2Test");
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;
     STEP Lengths write_lengths([this](std::int32_t test) { return TELIC2Test_WrLength(test); });
     STEP Lengths read_lengths([this](std::int32_t test) { return TELIC2Test_RdLength(test); });
     STEP lngTxLength = std::int64_t{kHeaderLength} + NumMessages;
-    for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
+    STEP for (i = 0; i < std::min(NumMessages, kMostMessages); ++i) {
       STEP if (!MessageIDs.Holds(i)) continue;
       STEP if (!IsValidTestMessage(MessageIDs[i])) return S_BAD_PARAMETER;
       STEP lngTxLength += write_lengths(MessageIDs[i]);
-      STEP const std::int64_t reply = read_lengths(MessageIDs[i]);
-      STEP if (reply > 0) lngRxLength += reply + 1;
+      STEP lngReply = read_lengths(MessageIDs[i]);
+      STEP if (lngReply > 0) lngRxLength += lngReply + 1;
     }
     STEP if (lngRxLength > 0) lngRxLength += kHeaderLength;
-    if (NumMessages > kMostMessages || lngTxLength > kLongestFrame ||
-        lngRxLength > FrameBuffer::kSize) {
+    STEP if (NumMessages > kMostMessages || lngTxLength > kLongestFrame ||
+             lngRxLength > FrameBuffer::kSize) {
       STEP return S_MSG_TOO_LONG;
     }
     STEP CheckEntries(MessageIDs, NumMessages);

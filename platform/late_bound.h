@@ -1,4 +1,4 @@
-// Objects of the client whose members are known by name only.
+// Automation objects whose members are known by name only.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,9 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
+
+#include "platform/late_value.h"
 
 namespace qmzentrel::platform {
 
@@ -49,5 +52,20 @@ std::optional<LateFailure> LateGet(ClientObject object, std::string_view name,
 /// Sets a property, `arguments` being its indices.
 std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,
                                    LateArguments arguments, const LateArgument& value);
+
+/// A new object of the class that is registered under `programmatic_identifier`; null when there is
+/// none or it cannot be made.
+HeldObject CreateLateObject(std::string_view programmatic_identifier);
+
+/// Whether the object carries data to be pasted or dropped.
+bool IsDataObject(ClientObject object);
+
+/// The members of an object that can be enumerated, nothing when it cannot. A member list that does
+/// not end is error 7.
+std::optional<LateFailure> LateMembers(ClientObject object,
+                                       std::optional<std::vector<LateValue>>& members);
+
+/// The value of an object's default member; error 438 when it has none.
+std::optional<LateFailure> LateDefault(ClientObject object, LateValue& value);
 
 }  // namespace qmzentrel::platform

@@ -59,6 +59,14 @@ std::int32_t frmZentrelSim::FormList::ItemData(std::int32_t index) const {
   return form_.item_data_[Place(list_)].at(static_cast<std::size_t>(index));
 }
 
+// The text of such a box is its default member.
+std::string frmZentrelSim::FormList::Dump(std::string_view name) const {
+  return DumpDefault(name, [this] {
+    const std::int32_t selected = form_.content_.lists[Place(list_)].selected;
+    return selected < 0 ? std::string() : List(selected);
+  });
+}
+
 // Selecting by program is followed by the same procedures as the user's own choice.
 void frmZentrelSim::Select(DialogList list, std::int32_t index) {
   content_.lists[Place(list)].selected = index;

@@ -66,16 +66,17 @@ void frmZentrelSim::Form_Load() {
   });
 }
 
-void frmZentrelSim::LoadSignatures(std::int32_t index, const char* key) {
+void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
   std::vector<modCOM_Registry::Reg_KeyValues> values;
+  const StructureArray shown_values;
   std::int32_t lngValue = 0;
-  ErrorFrame frame(Fields(), "LoadSignatures", Parameters(NAMED(index)),
-                   Locals(NAMED(values), NAMED(lngValue)));
+  ErrorFrame frame(Fields(), "LoadSignatures", Parameters(NAMED(index), NAMED(key)),
+                   Locals(NamedVariable<StructureArray>{"values", shown_values}, NAMED(lngValue)));
   frame.Run([&] {
     STEP FormList list(*this, index == 0 ? DialogList::cboSignature0 : DialogList::cboSignature1);
     STEP modCOM_Registry::RegEnumValues(kLocalMachine, key, values, false);
-    for (const auto& value : values) {
-      if (value.name.empty()) break;
+    STEP for (const auto& value : values) {
+      STEP if (value.name.empty()) break;
       STEP lngValue = NumberOf("&H" + value.name);
       STEP list.AddItem(TextOf(value.data), lngValue);
     }
@@ -124,14 +125,18 @@ std::int32_t frmZentrelSim::ChosenInterface() const {
 }
 
 void frmZentrelSim::LoadMIFVersions() {
+  std::int32_t lngMIF = 0;
   std::vector<std::string> strKeys;
-  ErrorFrame frame(Fields(), "LoadMIFVersions", Parameters(), Locals(NAMED(strKeys)));
+  std::vector<std::string> strVersions;
+  ErrorFrame frame(Fields(), "LoadMIFVersions", Parameters(),
+                   Locals(NAMED(lngMIF), NAMED(strKeys), NAMED(strVersions)));
   frame.Run([&] {
-    STEP const std::int32_t chosen = ChosenInterface();
-    STEP if (RegEnumKeys(kLocalMachine, InterfaceKey(chosen), strKeys, false) == 0) return;
+    STEP lngMIF = ChosenInterface();
+    STEP if (RegEnumKeys(kLocalMachine, InterfaceKey(lngMIF), strKeys, false) == 0) return;
+    STEP strVersions = catalogs::VersionsOf(lngMIF);
     STEP FormList versions(*this, DialogList::cboVersion);
     STEP versions.Clear();
-    for (const std::string& version : catalogs::VersionsOf(chosen)) {
+    STEP for (const std::string& version : strVersions) {
       STEP versions.AddItem(version, 0);
     }
     STEP versions.ListIndex(versions.ListCount() - 1);
@@ -165,16 +170,17 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
   std::vector<std::string> strKeys;
   std::int32_t lngIndex = 0;
   Variant vntValue;
-  ErrorFrame frame(Fields(), "VersionedProp",
-                   Parameters(NAMED(RegRootKey), NAMED(PropName), NAMED(TargetVersion)),
-                   Locals(NAMED(strKeys), NAMED(lngIndex), NAMED(vntValue)));
+  ErrorFrame frame(
+      Fields(), "VersionedProp",
+      Parameters(NAMED(RegRootKey), NAMED(PropName), NAMED(TargetVersion), NAMED(Default)),
+      Locals(NAMED(strKeys), NAMED(lngIndex), NAMED(vntValue)));
   return frame.Run([&] {
-    if (!TargetVersion.empty()) {
+    STEP if (!TargetVersion.empty()) {
       STEP lngIndex = RegEnumKeys(kLocalMachine, RegRootKey, strKeys, true);
       // Letter by letter, as catalogs are made for it: "10.0" is below "4.0".
-      while (--lngIndex >= 0) {
+      STEP while (--lngIndex >= 0) {
         const std::string& version = strKeys[static_cast<std::size_t>(lngIndex)];
-        if (version > TargetVersion) continue;
+        STEP if (version > TargetVersion) continue;
         STEP if (RegGetValue(kLocalMachine, RegRootKey + "\\" + version, PropName, vntValue)) {
           return vntValue;
         }
@@ -186,19 +192,21 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
 }
 
 void frmZentrelSim::LoadMSI() {
-  ErrorFrame frame(Fields(), "LoadMSI");
+  Variant vntEncoder = false;
+  std::int32_t lngCode = 0;
+  ErrorFrame frame(Fields(), "LoadMSI", Parameters(), Locals(NAMED(vntEncoder), NAMED(lngCode)));
   frame.Run([&] {
-    Variant encoder = false;
-    STEP RegGetValue(kLocalMachine, InterfaceKey(m_lngSelectedMIF), "Encoder", encoder, Variant());
-    STEP content_.tamper_caption = NumberOf(encoder) != 0 ? "Status" : "Tamper";
+    STEP RegGetValue(kLocalMachine, InterfaceKey(m_lngSelectedMIF), "Encoder", vntEncoder,
+                     Variant());
+    STEP content_.tamper_caption = NumberOf(vntEncoder) != 0 ? "Status" : "Tamper";
     STEP const catalogs::MsiDescription msi = catalogs::MsiOf(ChosenInterface());
     STEP content_.msi_caption = msi.caption;
     STEP FormList list(*this, DialogList::cboMSI);
     STEP list.Clear();
     std::int64_t next = msi.range.first;
-    for (const std::string& name : msi.names) {
-      const auto code = static_cast<std::int32_t>(next++);
-      STEP list.AddItem(ItemText(code, name), code);
+    STEP for (const std::string& name : msi.names) {
+      lngCode = static_cast<std::int32_t>(next++);
+      STEP list.AddItem(ItemText(lngCode, name), lngCode);
     }
     STEP platform::RefreshSimulatorDialog();
     STEP modCOM_CboLstHelpers::SelectByItemData(list, msi.preselected);

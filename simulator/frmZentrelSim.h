@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -97,6 +98,7 @@ class frmZentrelSim : private platform::DialogPresenter {
     std::string List(std::int32_t index) const override;
     std::int32_t ItemData(std::int32_t index) const override;
     void ListIndex(std::int32_t index) override { form_.Select(list_, index); }
+    std::string Dump(std::string_view name) const override;
 
    private:
     frmZentrelSim& form_;
@@ -106,7 +108,7 @@ class frmZentrelSim : private platform::DialogPresenter {
   ModuleFields Fields() const;
 
   // Lists and interlocks
-  void LoadSignatures(std::int32_t index, const char* key);
+  void LoadSignatures(std::int32_t index, const std::string& key);
   void cboMIF_Click();
   void chkSecondary_Click();
   void cboVersion_Click();

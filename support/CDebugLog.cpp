@@ -6,6 +6,7 @@
 #include "platform/debugger.h"
 #include "platform/number.h"
 #include "support/dump_variable.h"
+#include "support/ignoring_errors.h"
 
 namespace qmzentrel {
 namespace {
@@ -39,15 +40,6 @@ std::string OnOneLine(const std::string& text) {
     flat += text[i] == '\r' || text[i] == '\n' ? ' ' : text[i];
   }
   return flat;
-}
-
-// Each statement that fails is skipped, and the next one runs.
-template <class Statement>
-void IgnoringErrors(Statement statement) noexcept {
-  try {
-    statement();
-  } catch (...) {
-  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/text_file.h"
+#include "support/object_lifetime.h"
 
 namespace qmzentrel {
 
@@ -65,12 +66,16 @@ class CDebugLog {
  private:
   void WriteLine(const std::string& line, std::int32_t event_type, bool force);
 
+  ObjectLifetime lifetime_{"CDebugLog"};
+
+  // In the order in which the error report shows them.
   std::int32_t m_lngFileNum = 0;
   std::string m_strFilePath;
   std::int32_t m_lngEventTypes = -1;
   std::int32_t m_lngDebuggerEventTypes = -1;
   std::int32_t m_lngAssertEventTypes = -1;
   std::string m_strTimeStampMask = "dd mmm yyyy, Hh:Nn:Ss";
+
   platform::TextFile file_;
 };
 

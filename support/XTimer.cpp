@@ -1,6 +1,7 @@
 #include "support/XTimer.h"
 
 #include "platform/timer.h"
+#include "support/ignoring_errors.h"
 #include "support/modCOM_XTimerSupport.h"
 
 namespace qmzentrel {
@@ -10,7 +11,8 @@ std::shared_ptr<XTimer> XTimer::Create() {
 }
 
 XTimer::~XTimer() {
-  if (mlngTimerID != 0) platform::KillTimer(mlngTimerID);
+  if (mlngTimerID == 0) return;
+  IgnoringErrors([this] { platform::KillTimer(mlngTimerID); });
 }
 
 void XTimer::Enabled(bool NewValue) {
@@ -19,9 +21,10 @@ void XTimer::Enabled(bool NewValue) {
     STEP if (NewValue == mblnEnabled) return;
     STEP mblnEnabled = NewValue;
     STEP if (mlngInterval == 0) return;
-    if (NewValue) {
+    STEP if (NewValue) {
       STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), mlngInterval);
-    } else if (mlngTimerID != 0) {
+    }
+    else if (mlngTimerID != 0) {
       STEP modCOM_XTimerSupport::EndTimer(*this);
     }
   });
@@ -32,10 +35,10 @@ void XTimer::Interval(std::int32_t NewInterval) {
   frame.Run([&] {
     STEP if (NewInterval == mlngInterval) return;
     STEP mlngInterval = NewInterval;
-    if (mlngTimerID != 0) {
+    STEP if (mlngTimerID != 0) {
       STEP modCOM_XTimerSupport::EndTimer(*this);
     }
-    if (NewInterval != 0 && mblnEnabled) {
+    STEP if (NewInterval != 0 && mblnEnabled) {
       STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), NewInterval);
     }
   });

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/error_frame.h"
+#include "support/object_lifetime.h"
 
 namespace qmzentrel {
 
@@ -46,11 +47,15 @@ class XTimer : public std::enable_shared_from_this<XTimer> {
 
  private:
   XTimer() = default;
+
+  ObjectLifetime lifetime_{"XTimer"};
   ModuleFields Fields() const;
 
+  // In the order in which the error report shows them.
   std::int32_t mlngTimerID = 0;
   std::int32_t mlngInterval = 0;
   bool mblnEnabled = false;
+
   std::function<void()> tick_;
 };
 

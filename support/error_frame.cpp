@@ -27,16 +27,31 @@ RunTimeError ErrorInProgress() {
   }
 }
 
+// A report without the variables, for lack of memory say, is better than none.
+template <class Dump>
+std::string TextOrNothing(Dump dump) {
+  try {
+    return dump();
+  } catch (...) {
+    return "";
+  }
+}
+
 }  // namespace
 
 void ErrorFrameBase::Fail(DumpList parameters, DumpList locals) const {
   const RunTimeError error = ErrorInProgress();
   try {
-    modErrorReportSupport::ReportError({error.number, error.description, line, error.source,
-                                        fields_.module, procedure_, locals(*this),
-                                        fields_.dump(fields_.object), parameters(*this)});
+    // What fails in here, of the report itself or of the component that takes it, ends here.
+    platform::RaisingFaults([&] {
+      modErrorReportSupport::StoreError(error, line);
+      modErrorReportSupport::ReportError(
+          fields_.module, procedure_, TextOrNothing([&] { return locals(*this); }),
+          TextOrNothing([&] { return fields_.dump(fields_.object); }),
+          TextOrNothing([&] { return parameters(*this); }));
+    });
   } catch (...) {
-    // Out of memory while describing the fault: the caller still hears of it.
+    // The caller still hears of the error.
   }
   throw ReportedError();
 }

@@ -18,6 +18,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/hardware_faults.h"
 #include "support/dump_variable.h"
 
 /// Stands before each statement of a procedure: a fault is reported with this line.
@@ -97,7 +98,7 @@ class ErrorFrame : public ErrorFrameBase {
   template <class Body>
   std::invoke_result_t<Body> Run(Body&& body) {
     try {
-      return std::forward<Body>(body)();
+      return platform::RaisingFaults(std::forward<Body>(body));
     } catch (...) {
       Fail(
           [](const ErrorFrameBase& frame) {

@@ -1,5 +1,6 @@
 #include "support/late_bound.h"
 
+#include "platform/hardware_faults.h"
 #include "support/dump_variable.h"
 #include "support/run_time_error.h"
 
@@ -14,6 +15,13 @@ void RaiseFailure(const std::optional<platform::LateFailure>& failure) {
   throw error;
 }
 
+// An exception in the client's object is the client's.
+template <class Call>
+auto InClientCode(Call call) {
+  const platform::ClientCode object_of_the_client;
+  return call();
+}
+
 platform::LateArguments ToSpan(LateBound::Arguments arguments) {
   return {arguments.begin(), arguments.size()};
 }
@@ -21,32 +29,39 @@ platform::LateArguments ToSpan(LateBound::Arguments arguments) {
 }  // namespace
 
 std::string LateBound::TypeName() const {
-  return platform::LateTypeName(Object());
+  return InClientCode([&] { return platform::LateTypeName(Object()); });
 }
 
 bool LateBound::HasMember(std::string_view name) const {
-  return platform::LateHasMember(Object(), name);
+  return InClientCode([&] { return platform::LateHasMember(Object(), name); });
 }
 
 void LateBound::Call(std::string_view name, Arguments arguments) const {
-  RaiseFailure(platform::LateCall(Object(), name, ToSpan(arguments)));
+  RaiseFailure(InClientCode([&] { return platform::LateCall(Object(), name, ToSpan(arguments)); }));
 }
 
 std::int32_t LateBound::Number(std::string_view name, Arguments arguments) const {
   std::int32_t number = 0;
-  RaiseFailure(platform::LateGet(Object(), name, ToSpan(arguments), number));
+  RaiseFailure(
+      InClientCode([&] { return platform::LateGet(Object(), name, ToSpan(arguments), number); }));
   return number;
 }
 
 std::string LateBound::Text(std::string_view name, Arguments arguments) const {
   std::string text;
-  RaiseFailure(platform::LateGet(Object(), name, ToSpan(arguments), text));
+  RaiseFailure(
+      InClientCode([&] { return platform::LateGet(Object(), name, ToSpan(arguments), text); }));
   return text;
 }
 
 void LateBound::Let(std::string_view name, Arguments indices,
                     const platform::LateArgument& value) const {
-  RaiseFailure(platform::LateLet(Object(), name, ToSpan(indices), value));
+  RaiseFailure(
+      InClientCode([&] { return platform::LateLet(Object(), name, ToSpan(indices), value); }));
+}
+
+platform::HeldObject LateBound::Unowned() const {
+  return {platform::HeldObject(), object_.object};
 }
 
 platform::ClientObject LateBound::Object() const {
@@ -55,8 +70,7 @@ platform::ClientObject LateBound::Object() const {
 }
 
 std::string DumpVariable(std::string_view name, const LateBound& value) {
-  if (value.IsNothing()) return DumpFixedText(name, "{Nothing}");
-  return DumpFixedText(name, "{" + value.TypeName() + "}");
+  return DumpVariable(name, platform::LateValue(platform::ObjectValue{value.Unowned()}));
 }
 
 }  // namespace qmzentrel

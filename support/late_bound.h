@@ -30,6 +30,9 @@ class LateBound {
   std::string Text(std::string_view name, Arguments arguments = {}) const;
   void Let(std::string_view name, Arguments indices, const platform::LateArgument& value) const;
 
+  /// The object without a claim to it.
+  platform::HeldObject Unowned() const;
+
  private:
   platform::ClientObject Object() const;
 

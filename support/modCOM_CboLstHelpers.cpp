@@ -10,17 +10,18 @@ constexpr ModuleFields kFields = NoFields("modCOM_CboLstHelpers");
 
 }  // namespace
 
-std::string DumpVariable(std::string_view name, const ItemList&) {
-  return DumpFixedText(name, "{ItemList}");
+std::string DumpVariable(std::string_view name, const ItemList& list) {
+  return list.Dump(name);
 }
 
 bool SelectByItemData(ItemList& list, std::int32_t lngData) {
   std::int32_t lngIndex = 0;
+  std::int32_t lngCount = 0;
   ErrorFrame frame(kFields, "SelectByItemData", Parameters(NAMED(list), NAMED(lngData)),
-                   Locals(NAMED(lngIndex)));
+                   Locals(NAMED(lngIndex), NAMED(lngCount)));
   return frame.Run([&] {
-    STEP const std::int32_t count = list.ListCount();
-    for (; lngIndex < count; ++lngIndex) {
+    STEP lngCount = list.ListCount();
+    STEP for (; lngIndex < lngCount; ++lngIndex) {
       STEP if (list.ItemData(lngIndex) != lngData) continue;
       STEP list.ListIndex(lngIndex);
       return true;
@@ -31,11 +32,12 @@ bool SelectByItemData(ItemList& list, std::int32_t lngData) {
 
 bool SelectByText(ItemList& list, const std::string& strText) {
   std::int32_t lngIndex = 0;
+  std::int32_t lngCount = 0;
   ErrorFrame frame(kFields, "SelectByText", Parameters(NAMED(list), NAMED(strText)),
-                   Locals(NAMED(lngIndex)));
+                   Locals(NAMED(lngIndex), NAMED(lngCount)));
   return frame.Run([&] {
-    STEP const std::int32_t count = list.ListCount();
-    for (; lngIndex < count; ++lngIndex) {
+    STEP lngCount = list.ListCount();
+    STEP for (; lngIndex < lngCount; ++lngIndex) {
       STEP if (platform::CompareTextNoCase(list.List(lngIndex), strText) != 0) continue;
       STEP list.ListIndex(lngIndex);
       return true;

@@ -16,6 +16,8 @@ class ItemList {
   virtual std::int32_t ItemData(std::int32_t index) const = 0;
   /// Selects an item; -1 selects none.
   virtual void ListIndex(std::int32_t index) = 0;
+  /// The box by its default member, for the error report.
+  virtual std::string Dump(std::string_view name) const = 0;
 };
 
 /// For the error report.

@@ -42,18 +42,22 @@ bool IsWhollyOn(const platform::ScreenSize& screen, const WindowPlace& place) {
 
 }  // namespace
 
+std::string DumpVariable(std::string_view name, const FormWindow&) {
+  return DumpStructureParameter(name);
+}
+
 void Form_SaveState(const FormWindow& frm, bool blnSaveSize, const std::string& strSection,
                     const std::string& strKeyName) {
   std::string strKey;
   ErrorFrame frame(kFields, "Form_SaveState",
-                   Parameters(NAMED(blnSaveSize), NAMED(strSection), NAMED(strKeyName)),
+                   Parameters(NAMED(frm), NAMED(blnSaveSize), NAMED(strSection), NAMED(strKeyName)),
                    Locals(NAMED(strKey)));
   frame.Run([&] {
     STEP strKey = KeyOf(strSection, strKeyName);
-    if (frm.state == WindowState::kNormal) {
+    STEP if (frm.state == WindowState::kNormal) {
       STEP Write(strKey, "Top", frm.place.top);
       STEP Write(strKey, "Left", frm.place.left);
-      if (blnSaveSize && CanBeSized(frm)) {
+      STEP if (blnSaveSize && CanBeSized(frm)) {
         STEP Write(strKey, "Width", frm.place.width);
         STEP Write(strKey, "Height", frm.place.height);
       }
@@ -65,7 +69,8 @@ void Form_SaveState(const FormWindow& frm, bool blnSaveSize, const std::string& 
 void Form_RestoreState(FormWindow& frm, const std::string& strSection,
                        const std::string& strKeyName) {
   std::string strKey;
-  ErrorFrame frame(kFields, "Form_RestoreState", Parameters(NAMED(strSection), NAMED(strKeyName)),
+  ErrorFrame frame(kFields, "Form_RestoreState",
+                   Parameters(NAMED(frm), NAMED(strSection), NAMED(strKeyName)),
                    Locals(NAMED(strKey)));
   frame.Run([&] {
     STEP strKey = KeyOf(strSection, strKeyName);
@@ -73,14 +78,14 @@ void Form_RestoreState(FormWindow& frm, const std::string& strSection,
     WindowPlace& place = frm.place;
     STEP place.top = Read(key, "Top", place.top);
     STEP place.left = Read(key, "Left", place.left);
-    if (CanBeSized(frm)) {
+    STEP if (CanBeSized(frm)) {
       STEP place.height = Read(key, "Height", place.height);
       STEP place.width = Read(key, "Width", place.width);
     }
     STEP const platform::ScreenSize screen = platform::PrimaryScreen();
     STEP place.width = std::min(place.width, screen.width);
     STEP place.height = std::min(place.height, screen.height);
-    if (!IsWhollyOn(screen, place)) {
+    STEP if (!IsWhollyOn(screen, place)) {
       STEP place.left = screen.width / 2 - place.width / 2;
       STEP place.top = screen.height / 2 - place.height / 2;
     }

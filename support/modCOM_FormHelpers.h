@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/simulator_dialog.h"
 
@@ -25,6 +26,9 @@ struct FormWindow {
   BorderStyle border = BorderStyle::kFixedDialog;
   platform::WindowPlace place;
 };
+
+/// For the error report.
+std::string DumpVariable(std::string_view name, const FormWindow& frm);
 
 /// Stores the window's state, and while it is neither minimised nor maximised its place; with
 /// `blnSaveSize` its size as well, if its border lets the user change it. The key is `strKeyName`

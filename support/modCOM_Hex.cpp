@@ -19,13 +19,15 @@ std::string BareDigits(std::int32_t value) {
 }  // namespace
 
 std::string HexPad(std::int32_t value, std::int32_t digits) {
-  ErrorFrame frame(NoFields("modCOM_Hex"), "HexPad", Parameters(NAMED(value), NAMED(digits)));
+  std::string strHex;
+  ErrorFrame frame(NoFields("modCOM_Hex"), "HexPad", Parameters(NAMED(value), NAMED(digits)),
+                   Locals(NAMED(strHex)));
   return frame.Run([&] {
-    STEP std::string text = BareDigits(value);
-    STEP if (digits <= 1) return text;
+    STEP strHex = BareDigits(value);
+    STEP if (digits <= 1) return strHex;
     const auto width = static_cast<std::size_t>(digits);
-    STEP if (text.size() < width) text.insert(0, width - text.size(), '0');
-    STEP return text.substr(text.size() - width);
+    STEP if (strHex.size() < width) strHex.insert(0, width - strHex.size(), '0');
+    STEP return strHex.substr(strHex.size() - width);
   });
 }
 

@@ -50,12 +50,15 @@ int Compare(const Variant& left, const Variant& right) {
 }  // namespace
 
 bool IsWithinMinMax(const Variant& value, const Variant& minimum, const Variant& maximum) {
+  std::int32_t lngToMinimum = 0;
+  std::int32_t lngToMaximum = 0;
   ErrorFrame frame(NoFields("modCOM_IsWithinMinMax"), "IsWithinMinMax",
-                   Parameters(NAMED(value), NAMED(minimum), NAMED(maximum)));
+                   Parameters(NAMED(value), NAMED(minimum), NAMED(maximum)),
+                   Locals(NAMED(lngToMinimum), NAMED(lngToMaximum)));
   return frame.Run([&] {
-    STEP const int to_minimum = Compare(value, minimum);
-    STEP const int to_maximum = Compare(value, maximum);
-    STEP return to_minimum >= 0 && to_maximum <= 0;
+    STEP lngToMinimum = Compare(value, minimum);
+    STEP lngToMaximum = Compare(value, maximum);
+    STEP return lngToMinimum >= 0 && lngToMaximum <= 0;
   });
 }
 

@@ -285,10 +285,10 @@ void QSort(const char* procedure, const char* list_name, std::vector<Entry>& lis
     STEP lngMiddle = lngLow + (lngHigh - lngLow) / 2;
     STEP vntTestVal = NameOf(at(lngMiddle));
     STEP if (const auto number = NumericValue(NameOf(at(lngMiddle)))) vntTestVal = *number;
-    while (lngLow <= lngHigh) {
+    STEP while (lngLow <= lngHigh) {
       STEP while (CompareWithPivot(NameOf(at(lngLow)), vntTestVal) < 0) lngLow += 1;
       STEP while (CompareWithPivot(NameOf(at(lngHigh)), vntTestVal) > 0) lngHigh -= 1;
-      if (lngLow <= lngHigh) {
+      STEP if (lngLow <= lngHigh) {
         STEP vntTempVal = NameOf(at(lngLow));
         STEP std::swap(at(lngLow), at(lngHigh));
         STEP lngLow += 1;
@@ -303,7 +303,7 @@ void QSort(const char* procedure, const char* list_name, std::vector<Entry>& lis
 }  // namespace
 
 std::string DumpVariable(std::string_view name, const std::vector<Reg_KeyValues>&) {
-  return DumpFixedText(name, "{Can't dump UDT parameters}");
+  return DumpStructureParameter(name);
 }
 
 OpenKey::OpenKey(RegistryKey root, const std::string& path)

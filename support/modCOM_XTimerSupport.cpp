@@ -8,6 +8,7 @@
 #include "platform/timer.h"
 #include "support/XTimer.h"
 #include "support/error_frame.h"
+#include "support/ignoring_errors.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_XTimerSupport {
@@ -60,11 +61,6 @@ Slot& FreeSlot() {
   return state.maxti[used];
 }
 
-std::string DumpFields() {
-  return DumpFixedText("maxti", "{Cannot dump UDT arrays}") +
-         DumpVariable("mintMaxTimers", SlotCount());
-}
-
 ModuleFields Fields() {
   return {"modCOM_XTimerSupport", nullptr, [](const void*) { return DumpFields(); }};
 }
@@ -97,24 +93,32 @@ void EndTimer(const XTimer& xt) {
   });
 }
 
-void TimerProc(std::int32_t /*hWnd*/, std::int32_t /*uMsg*/, std::int32_t idEvent,
-               std::int32_t /*lngSysTime*/) noexcept {
-  const Slot* slot = FindSlot(idEvent);
-  if (!slot || idEvent == 0) {     // 0 would find a free slot
-    platform::KillTimer(idEvent);  // a stray timer never fires twice
-    return;
-  }
-  // The tick may stop the timer and start others, which moves the table.
-  const std::shared_ptr<XTimer> xt = slot->xt;
+void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
+               std::int32_t lngSysTime) noexcept {
   try {
-    xt->RaiseTick();
+    ErrorFrame frame(Fields(), "TimerProc",
+                     Parameters(NAMED(hWnd), NAMED(uMsg), NAMED(idEvent), NAMED(lngSysTime)));
+    frame.Run([&] {
+      STEP const Slot* slot = FindSlot(idEvent);
+      STEP if (!slot || idEvent == 0) {     // 0 would find a free slot
+        STEP platform::KillTimer(idEvent);  // a stray timer never fires twice
+        return;
+      }
+      // The tick may stop the timer and start others, which moves the table.
+      STEP const std::shared_ptr<XTimer> xt = slot->xt;
+      STEP xt->RaiseTick();
+    });
   } catch (...) {
-    platform::KillTimer(idEvent);
+    IgnoringErrors([idEvent] { platform::KillTimer(idEvent); });
   }
 }
 
 std::int32_t RunningTimers() {
   return g_running_timers;
+}
+
+std::string DumpFields() {
+  return DumpVariable("maxti", StructureArray()) + DumpVariable("mintMaxTimers", SlotCount());
 }
 
 std::int16_t SlotCount() {

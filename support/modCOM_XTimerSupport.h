@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace qmzentrel {
 class XTimer;
@@ -34,7 +35,10 @@ std::int32_t RunningTimers();
 /// ends.
 void ReleaseThread();
 
-/// Slots in the calling thread's table, used and free, for the error report.
+/// Slots in the calling thread's table, used and free.
 std::int16_t SlotCount();
+
+/// The fields in declared order, for the error report.
+std::string DumpFields();
 
 }  // namespace qmzentrel::modCOM_XTimerSupport

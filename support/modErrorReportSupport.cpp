@@ -1,38 +1,236 @@
 #include "support/modErrorReportSupport.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
 
+#include "platform/apartment.h"
 #include "platform/debugger.h"
+#include "platform/late_bound.h"
+#include "platform/message_box.h"
+#include "platform/process_lock.h"
+#include "support/ErrorReportClient.h"
+#include "support/component_version.h"
+#include "support/dump_variable.h"
+#include "support/modCOM_XTimerSupport.h"
 
 namespace qmzentrel::modErrorReportSupport {
 namespace {
 
-std::atomic<ReportSink*> g_sink_in_force{nullptr};
+constexpr char kComponentName[] = "QmZentrel";
+constexpr char kErrorHandlerClass[] = "QuenmoorCommunications.Error";
+constexpr char kBoxTitle[] = "Application Error";
 
-void ReportToDebugger(const ErrorReport& report) {
-  platform::DebuggerOutput(
-      "QmZentrel has encountered a problem. Module: " + report.module +
-      ", Procedure: " + report.procedure + ", Line Number: " + std::to_string(report.ErrorLine) +
-      ": " + report.ErrorDescription + " (" + std::to_string(report.ErrorNumber) + ")\r\n" +
-      report.parameters + report.local_variables + report.module_variables);
+// Of the report service, which gives none as long as there is no such service.
+constexpr std::int32_t ComponentID = 0;
+
+// Set up once for the process; each thread has its own error.
+std::atomic<bool> HasInitialised{false};
+std::optional<ErrorReportClient> g_client;
+std::atomic<int> g_withheld{0};
+
+struct StoredError {
+  std::int32_t ErrorNumber = 0;
+  std::string ErrorDescription;
+  std::int32_t ErrorLine = 0;
+  std::string ErrorSource;
+};
+
+platform::ApartmentSlot& ErrorSlot() {
+  static platform::ApartmentSlot slot;
+  return slot;
+}
+
+StoredError* ExistingError() {
+  return static_cast<StoredError*>(ErrorSlot().Get());
+}
+
+StoredError ErrorOfThread() {
+  const StoredError* const stored = ExistingError();
+  return stored == nullptr ? StoredError{} : *stored;
+}
+
+// `text` between tags, each on a line of its own.
+std::string Section(std::string_view name, const std::string& text) {
+  std::string section = "<";
+  section.append(name).append(">\r\n").append(text).append("</").append(name).append(">");
+  return section;
+}
+
+struct Report {
+  const std::string& module;
+  const std::string& procedure;
+  const std::string& local_variables;
+  const std::string& module_variables;
+  const std::string& parameters;
+  StoredError error;
+
+  std::string VariablesText() const {
+    const std::string global_variables = DumpFields() + modCOM_XTimerSupport::DumpFields();
+    return Section("Variables", Section("LocalVariables", local_variables) + "\r\n" +
+                                    Section("ModuleVariables", module_variables) + "\r\n" +
+                                    Section("GlobalVariables", global_variables) + "\r\n") +
+           "\r\n" + Section("Parameters", parameters);
+  }
+
+  std::string BoxText() const {
+    return "QmZentrel has encountered a problem. We are sorry for the inconvenience.\r\n\r\n"
+           "Module: " +
+           module + "\r\nProcedure: " + procedure +
+           "\r\nLine Number: " + std::to_string(error.ErrorLine) + "\r\n\r\n" +
+           error.ErrorDescription + " (" + std::to_string(error.ErrorNumber) + ")";
+  }
+};
+
+// What `answer` gives; `otherwise` for whatever befalls the error handler while it does.
+template <class Result, class Answer>
+Result AnswerOf(Answer answer, Result otherwise) {
+  try {
+    return platform::RaisingFaults(answer);
+  } catch (...) {
+    return otherwise;
+  }
+}
+
+// Whether the error handler has taken the report.
+bool HandOver(platform::ClientObject handler, const Report& report) {
+  const StoredError& error = report.error;
+  const std::array<platform::LateArgument, 10> arguments{
+      kComponentName,  kComponentVersion, ComponentID,   error.ErrorNumber, error.ErrorDescription,
+      error.ErrorLine, error.ErrorSource, report.module, report.procedure,  report.VariablesText()};
+  return !platform::LateCall(handler, "ErrorHandler", arguments);
+}
+
+// Empty when it tells none.
+std::string ActionOf(platform::ClientObject handler) {
+  std::string action;
+  return platform::LateGet(handler, "Action", {}, action) ? "" : action;
+}
+
+struct NamedException {
+  std::uint32_t code;
+  const char* name;
+};
+
+// As the operating system defines them.
+constexpr NamedException kExceptions[] = {
+    {0xC0000005u, "Access Violation"},
+    {0x80000002u, "Data Type Misalignment"},
+    {0x80000003u, "Breakpoint"},
+    {0x80000004u, "Single Step"},
+    {0xC000008Cu, "Array Bounds Exceeded"},
+    {0xC000008Du, "Float Denormal Operand"},
+    {0xC000008Eu, "Divide By Zero"},
+    {0xC000008Fu, "Floating Point Inexact Result"},
+    {0xC0000090u, "Invalid Operation"},
+    {0xC0000091u, "Float Overflow"},
+    {0xC0000092u, "Float Stack Check"},
+    {0xC0000093u, "Float Underflow"},
+    {0xC0000094u, "Integer Divide By Zero"},
+    {0xC0000095u, "Integer Overflow"},
+    {0xC0000096u, "Privileged Instruction"},
+    {0xC0000006u, "In Page Error"},
+    {0xC000001Du, "Illegal Instruction"},
+    {0xC0000025u, "Non Continuable Exception"},
+    {0xC00000FDu, "Stack Overflow"},
+    {0xC0000026u, "Invalid Disposition"},
+    {0x80000001u, "Guard Page Violation"},
+    {0xC0000008u, "Invalid Handle"},
+    {0xC000013Au, "Control-C Exit"},
+};
+
+std::int32_t FaultNumber(std::uint32_t code) {
+  constexpr std::uint32_t kKept = 0x8EF;
+  constexpr std::uint32_t kBase = 10000;
+  return static_cast<std::int32_t>((code & kKept) | kBase);
 }
 
 }  // namespace
 
-void ReportError(const ErrorReport& report) noexcept {
-  try {
-    if (ReportSink* sink = g_sink_in_force.load()) {
-      sink->Report(report);
-    } else {
-      ReportToDebugger(report);
-    }
-  } catch (...) {
-    // The fault is on its way to the caller already; a second one in its report must not hide it.
-  }
+HardwareFault::HardwareFault(std::uint32_t exception_code)
+    : RunTimeError{FaultNumber(exception_code), ExceptionName(exception_code),
+                   "ErrorReportExceptionFilter"},
+      RaisedFault{exception_code} {}
+
+void InitErrorReporting() {
+  if (HasInitialised) return;
+  const platform::ProcessLock lock;
+  if (HasInitialised) return;  // another apartment was faster
+  g_client.emplace();
+  platform::InstallFaultHandling(ErrorReportExceptionFilter);
+  HasInitialised = true;
 }
 
-ReportSink* ExchangeReportSink(ReportSink* sink) {
-  return g_sink_in_force.exchange(sink);
+void AnnounceCreation(const char* class_name, std::int16_t& instance_number) {
+  if (HasInitialised) g_client->AnnounceCreation(class_name, instance_number);
+}
+
+void AnnounceDestruction(const char* class_name, std::int16_t instance_number) {
+  if (HasInitialised) g_client->AnnounceDestruction(class_name, instance_number);
+}
+
+void StoreError(const RunTimeError& error, std::int32_t line) {
+  if (ExistingError() == nullptr) ErrorSlot().Set(new StoredError);
+  *ExistingError() = {error.number, error.description, line, error.source};
+}
+
+std::string ReportError(const std::string& module, const std::string& procedure,
+                        const std::string& local_variables, const std::string& module_variables,
+                        const std::string& parameters) {
+  if (g_withheld > 0) return "";
+  // A copy of the error: the client may run while the user reads, and meet one of its own.
+  const Report report{module,           procedure,  local_variables,
+                      module_variables, parameters, ErrorOfThread()};
+  const auto handler = AnswerOf([] { return platform::CreateLateObject(kErrorHandlerClass); },
+                                platform::HeldObject());
+  const platform::ClientObject object{handler.get()};
+  if (handler && AnswerOf([&] { return HandOver(object, report); }, false)) {
+    return AnswerOf([&] { return ActionOf(object); }, std::string());
+  }
+  const std::string text = report.BoxText();
+  if (!platform::ShowStopMessage(kBoxTitle, text)) {
+    platform::DebuggerOutput(text + "\r\n" + report.VariablesText());
+  }
+  return "";
+}
+
+ReportsWithheld::ReportsWithheld() {
+  ++g_withheld;
+}
+
+ReportsWithheld::~ReportsWithheld() {
+  --g_withheld;
+}
+
+std::string ExceptionName(std::uint32_t code) {
+  const auto* const known = std::ranges::find(kExceptions, code, &NamedException::code);
+  if (known != std::end(kExceptions)) return known->name;
+  char text[32];
+  std::snprintf(text, sizeof text, "Unknown (&H%08X)", static_cast<unsigned>(code));
+  return text;
+}
+
+void ErrorReportExceptionFilter(std::uint32_t code) {
+  throw HardwareFault(code);
+}
+
+std::string DumpFields() {
+  const auto [ErrorNumber, ErrorDescription, ErrorLine, ErrorSource] = ErrorOfThread();
+  return DumpVariable("ComponentID", ComponentID) +
+         DumpVariable("HasInitialised", HasInitialised.load()) +
+         DumpVariable("ErrorNumber", ErrorNumber) +
+         DumpVariable("ErrorDescription", ErrorDescription) + DumpVariable("ErrorLine", ErrorLine) +
+         DumpVariable("ErrorSource", ErrorSource);
+}
+
+void ReleaseThread() {
+  delete ExistingError();
+  ErrorSlot().Set(nullptr);
 }
 
 }  // namespace qmzentrel::modErrorReportSupport

@@ -1,36 +1,60 @@
-// Where every fault of the component ends up after its procedure has described it.
+// Where every fault of the component ends up after its procedure has described it, and where the
+// exceptions of the processor become faults.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "platform/hardware_faults.h"
+#include "support/run_time_error.h"
+
 namespace qmzentrel::modErrorReportSupport {
 
-/// One fault, described by the procedure that met it.
-struct ErrorReport {
-  std::int32_t ErrorNumber;
-  std::string ErrorDescription;
-  std::int32_t ErrorLine;  ///< source line of the statement at work
-  std::string ErrorSource;
-  std::string module;
-  std::string procedure;
-  std::string local_variables;
-  std::string module_variables;
-  std::string parameters;
+/// An exception of the processor or the operating system as an error: its number is
+/// (code AND 0x8EF) OR 10000, its description the exception's name.
+struct HardwareFault : RunTimeError, platform::RaisedFault {
+  explicit HardwareFault(std::uint32_t exception_code);
 };
 
-/// Takes reports. Called on the thread that met the fault, once per fault.
-class ReportSink {
+/// Sets up what the process needs for its reports: the client of the report service and the
+/// conversion of exceptions. Does so once; later calls and those of other threads do nothing.
+void InitErrorReporting();
+
+/// Announce an object to the report service, while a debugging session of it is attached. The
+/// service stores the number of the instance in `instance_number`.
+void AnnounceCreation(const char* class_name, std::int16_t& instance_number);
+void AnnounceDestruction(const char* class_name, std::int16_t instance_number);
+
+/// Stores the error that this thread is about to report.
+void StoreError(const RunTimeError& error, std::int32_t line);
+
+/// Reports the error stored last on this thread: to the external error handler, or in a message box
+/// when there is none or it fails. Where nobody could see a message box the report goes to the
+/// debugger channel. Returns the action that the error handler has chosen, else nothing.
+std::string ReportError(const std::string& module, const std::string& procedure,
+                        const std::string& local_variables, const std::string& module_variables,
+                        const std::string& parameters);
+
+/// As long as one lives, ReportError does nothing: for programs that run a procedure of the
+/// component to see whether it fails.
+class ReportsWithheld {
  public:
-  virtual ~ReportSink() = default;
-  virtual void Report(const ErrorReport& report) = 0;
+  ReportsWithheld();
+  ~ReportsWithheld();
+  ReportsWithheld(const ReportsWithheld&) = delete;
+  ReportsWithheld& operator=(const ReportsWithheld&) = delete;
 };
 
-/// Hands the report to the sink in force. Nothing that the sink raises gets out.
-void ReportError(const ErrorReport& report) noexcept;
+/// The name of an exception of the operating system.
+std::string ExceptionName(std::uint32_t code);
 
-/// Puts `sink` in force and returns the one before it; null stands for the debugger channel, which
-/// is where reports go at first.
-ReportSink* ExchangeReportSink(ReportSink* sink);
+/// Raises HardwareFault.
+[[noreturn]] void ErrorReportExceptionFilter(std::uint32_t code);
+
+/// The fields in declared order, for the error report.
+std::string DumpFields();
+
+/// Frees what the calling thread has stored. To be called when a thread ends.
+void ReleaseThread();
 
 }  // namespace qmzentrel::modErrorReportSupport

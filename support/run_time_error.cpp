@@ -18,6 +18,8 @@ std::string ErrorDescription(std::int32_t number) {
       return "Division by zero";
     case kErrorTypeMismatch:
       return "Type mismatch";
+    case kErrorOutOfStackSpace:
+      return "Out of stack space";
     case kErrorObjectNotSet:
       return "Object variable or With block variable not set";
     case kErrorFormAlreadyDisplayed:

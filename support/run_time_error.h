@@ -13,6 +13,7 @@ inline constexpr std::int32_t kErrorSubscriptOutOfRange = 9;
 inline constexpr std::int32_t kErrorArrayLocked = 10;
 inline constexpr std::int32_t kErrorDivisionByZero = 11;
 inline constexpr std::int32_t kErrorTypeMismatch = 13;
+inline constexpr std::int32_t kErrorOutOfStackSpace = 28;
 inline constexpr std::int32_t kErrorObjectNotSet = 91;
 inline constexpr std::int32_t kErrorFormAlreadyDisplayed = 400;
 inline constexpr std::int32_t kErrorMemberNotSupported = 438;

@@ -11,6 +11,7 @@
 
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/late_value.h"
 #include "platform/win32/locale.h"
 #include "platform/win32/wide.h"
 
@@ -20,6 +21,12 @@ namespace {
 IDispatch* DispatchOf(ClientObject object) {
   return static_cast<IDispatch*>(object.object);
 }
+
+// Languages that know no difference ask for either.
+constexpr WORD kGetEither = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+
+// More members than any report is read for: a list that has not ended by then never does.
+constexpr std::size_t kMostMembers = 10'000;
 
 // A variant that is cleared with its owner.
 class OwnedVariant {
@@ -59,34 +66,10 @@ class FailureTexts {
   EXCEPINFO info{};
 };
 
-// The number by which automation clients know a result code.
-std::int32_t NumberOf(HRESULT result) {
-  constexpr std::int32_t kOverflow = 6;
-  constexpr std::int32_t kOutOfMemory = 7;
-  constexpr std::int32_t kTypeMismatch = 13;
-  constexpr std::int32_t kMemberNotSupported = 438;
-  constexpr std::int32_t kWrongArgumentCount = 450;
-  switch (result) {
-    case DISP_E_OVERFLOW:
-      return kOverflow;
-    case E_OUTOFMEMORY:
-      return kOutOfMemory;
-    case DISP_E_TYPEMISMATCH:
-      return kTypeMismatch;
-    case DISP_E_UNKNOWNNAME:
-    case DISP_E_MEMBERNOTFOUND:
-      return kMemberNotSupported;
-    case DISP_E_BADPARAMCOUNT:
-      return kWrongArgumentCount;
-    default:
-      return HRESULT_FACILITY(result) == FACILITY_CONTROL ? HRESULT_CODE(result) : result;
-  }
-}
-
 LateFailure FailureOf(HRESULT result, EXCEPINFO& info) {
-  if (result != DISP_E_EXCEPTION) return {NumberOf(result), "", ""};
+  if (result != DISP_E_EXCEPTION) return {AutomationNumber(result), "", ""};
   if (info.pfnDeferredFillIn != nullptr) info.pfnDeferredFillIn(&info);
-  const std::int32_t number = info.wCode != 0 ? info.wCode : NumberOf(info.scode);
+  const std::int32_t number = info.wCode != 0 ? info.wCode : AutomationNumber(info.scode);
   return {number, WideToUtf8(ViewOf(info.bstrSource)), WideToUtf8(ViewOf(info.bstrDescription))};
 }
 
@@ -139,13 +122,23 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
 
 std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateArguments arguments,
                                VARTYPE type, OwnedVariant& value) {
-  // Languages that know no difference ask for either.
-  constexpr WORD kGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
-  if (auto failure = Invoke(object, name, kGet, arguments, nullptr, value.Get())) return failure;
+  if (auto failure = Invoke(object, name, kGetEither, arguments, nullptr, value.Get())) {
+    return failure;
+  }
   const HRESULT converted =
       VariantChangeTypeEx(value.Get(), value.Get(), kComponentLocale, 0, type);
-  if (FAILED(converted)) return LateFailure{NumberOf(converted), "", ""};
+  if (FAILED(converted)) return LateFailure{AutomationNumber(converted), "", ""};
   return std::nullopt;
+}
+
+// Reads the member that stands under a number of automation's own.
+std::optional<LateFailure> GetWellKnown(ClientObject object, DISPID id, VARIANT* value) {
+  const ComPointer<IDispatch> held(DispatchOf(object));
+  FailureTexts failure;
+  DISPPARAMS none{};
+  const HRESULT outcome = InvokeMember(held.Get(), id, kGetEither, none, value, failure.info);
+  if (SUCCEEDED(outcome)) return std::nullopt;
+  return FailureOf(outcome, failure.info);
 }
 
 std::string NameOf(ITypeInfo* info) {
@@ -201,6 +194,55 @@ std::optional<LateFailure> LateGet(ClientObject object, std::string_view name,
 std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,
                                    LateArguments arguments, const LateArgument& value) {
   return Invoke(object, name, DISPATCH_PROPERTYPUT, arguments, &value, nullptr);
+}
+
+HeldObject CreateLateObject(std::string_view programmatic_identifier) {
+  CLSID identifier{};
+  const std::wstring wide = Utf8ToWide(programmatic_identifier);
+  if (FAILED(CLSIDFromProgID(wide.c_str(), &identifier))) return nullptr;
+  ComPointer<IDispatch> object;
+  const HRESULT created =
+      CoCreateInstance(identifier, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                       IID_IDispatch, object.ReceiveVoid());
+  if (FAILED(created)) object.Detach();
+  return Hold(object.Get());
+}
+
+bool IsDataObject(ClientObject object) {
+  return static_cast<bool>(Query<IUnknown>(DispatchOf(object), IID_IDataObject));
+}
+
+std::optional<LateFailure> LateMembers(ClientObject object,
+                                       std::optional<std::vector<LateValue>>& members) {
+  members.reset();
+  OwnedVariant enumerator;
+  // An object without one answers in many ways; it is shown by its default member then.
+  if (GetWellKnown(object, DISPID_NEWENUM, enumerator.Get())) return std::nullopt;
+  const VARTYPE type = V_VT(enumerator.Get());
+  if ((type != VT_UNKNOWN && type != VT_DISPATCH) || V_UNKNOWN(enumerator.Get()) == nullptr) {
+    return std::nullopt;
+  }
+  const auto list = Query<IEnumVARIANT>(V_UNKNOWN(enumerator.Get()), IID_IEnumVARIANT);
+  if (!list) return std::nullopt;
+  std::vector<LateValue> listed;
+  for (;;) {
+    OwnedVariant member;
+    ULONG fetched = 0;
+    const HRESULT outcome = list->Next(1, member.Get(), &fetched);
+    if (FAILED(outcome)) return LateFailure{AutomationNumber(outcome), "", ""};
+    if (outcome != S_OK) break;
+    if (listed.size() == kMostMembers) return LateFailure{AutomationNumber(E_OUTOFMEMORY), "", ""};
+    listed.push_back(ToLateValue(*member.Get()));
+  }
+  members = std::move(listed);
+  return std::nullopt;
+}
+
+std::optional<LateFailure> LateDefault(ClientObject object, LateValue& value) {
+  OwnedVariant held;
+  if (auto failure = GetWellKnown(object, DISPID_VALUE, held.Get())) return failure;
+  value = ToLateValue(*held.Get());
+  return std::nullopt;
 }
 
 }  // namespace qmzentrel::platform

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::platform {
 namespace {
 
@@ -31,6 +33,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
       continue;
     }
     TranslateMessage(&message);
+    const ClientCode window_of_the_client;
     DispatchMessageW(&message);
   }
 }

@@ -12,6 +12,8 @@
 #include <utility>
 
 #include "platform/apartment.h"
+#include "platform/hardware_faults.h"
+#include "platform/win32/desktop.h"
 #include "platform/win32/simulator_dialog_controls.h"
 #include "platform/win32/wide.h"
 
@@ -122,10 +124,11 @@ class Dialog {
   bool Show(HWND owner);
   void Refresh();
   void Hide();
-  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide, LPARAM parameter) noexcept;
+  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide) noexcept;
 
  private:
   HWND Control(int id) const { return GetDlgItem(window_, id); }
+  INT_PTR Answer(HWND window, UINT message, WPARAM wide);
   bool Begin();
   WindowPlace DefaultPlace() const;
   void OnCommand(int id, int code);
@@ -162,13 +165,16 @@ __attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND w
   if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, parameter);
   auto* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
   // Some messages come before the first one.
-  return dialog == nullptr ? FALSE : dialog->OnMessage(window, message, wide, parameter);
+  return dialog == nullptr ? FALSE : dialog->OnMessage(window, message, wide);
 }
 
 bool Dialog::Show(HWND owner) {
   const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
-  DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_frmZentrelSim),
-                  owner, OnDialogMessage, reinterpret_cast<LPARAM>(this));
+  {
+    const ClientCode windows_of_the_client;
+    DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_frmZentrelSim),
+                    owner, OnDialogMessage, reinterpret_cast<LPARAM>(this));
+  }
   // The client's window is left as it was, whatever way the dialog has gone: neither locked for
   // ever, nor unlocked when the client itself had locked it.
   if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
@@ -190,32 +196,36 @@ void Dialog::Hide() {
   EndDialog(window_, 0);
 }
 
-INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide, LPARAM) noexcept {
+INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) noexcept {
   // The window system cannot be unwound through: what is thrown waits until the dialog has gone.
   try {
-    switch (message) {
-      case WM_INITDIALOG:
-        window_ = window;
-        made_ = true;
-        return Begin() ? TRUE : FALSE;
-      case WM_COMMAND:
-        if (!ending_ && !showing_) OnCommand(LOWORD(wide), HIWORD(wide));
-        return TRUE;
-      case WM_CLOSE:
-        Hide();
-        return TRUE;
-      case WM_DESTROY:
-        ending_ = true;
-        window_ = nullptr;
-        if (placed_) presenter_.Hiding(PlaceOf(window));
-        return TRUE;
-      default:
-        return FALSE;
-    }
+    return RaisingFaults([&] { return Answer(window, message, wide); });
   } catch (...) {
     if (!failure_) failure_ = std::current_exception();
     Hide();
     return FALSE;
+  }
+}
+
+INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
+  switch (message) {
+    case WM_INITDIALOG:
+      window_ = window;
+      made_ = true;
+      return Begin() ? TRUE : FALSE;
+    case WM_COMMAND:
+      if (!ending_ && !showing_) OnCommand(LOWORD(wide), HIWORD(wide));
+      return TRUE;
+    case WM_CLOSE:
+      Hide();
+      return TRUE;
+    case WM_DESTROY:
+      ending_ = true;
+      window_ = nullptr;
+      if (placed_) presenter_.Hiding(PlaceOf(window));
+      return TRUE;
+    default:
+      return FALSE;
   }
 }
 
@@ -401,33 +411,6 @@ class DialogInSlot {
   void* outer_;
 };
 
-// A service may make windows, but on a desktop that nobody sees; it would wait for ever.
-bool HasVisibleDesktop() {
-  USEROBJECTFLAGS flags{};
-  return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
-                                   nullptr) != FALSE &&
-         (flags.dwFlags & WSF_VISIBLE) != 0;
-}
-
-bool IsOfThisProcess(HWND window) {
-  DWORD process = 0;
-  return GetWindowThreadProcessId(window, &process) != 0 && process == GetCurrentProcessId();
-}
-
-// The client's window that the dialog stands in front of. Null when it has none.
-HWND Owner() {
-  const HWND active = GetActiveWindow();
-  if (active != nullptr && IsOfThisProcess(active)) return active;
-  const HWND foreground = GetForegroundWindow();
-  if (foreground == nullptr || !IsOfThisProcess(foreground)) return nullptr;
-  // Of another thread, which may be waiting for this one: locking its window would wait for it.
-  constexpr UINT kPatienceMs = 500;
-  DWORD_PTR unused = 0;
-  return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused) != 0
-             ? foreground
-             : nullptr;
-}
-
 }  // namespace
 
 bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presenter) {
@@ -436,7 +419,7 @@ bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presente
   InitCommonControlsEx(&controls);
   Dialog dialog(content, presenter);
   const DialogInSlot in_slot(dialog);
-  return dialog.Show(Owner());
+  return dialog.Show(ClientWindow());
 }
 
 void RefreshSimulatorDialog() {

@@ -62,6 +62,8 @@ class ScriptedObject : public IDispatchEx {
   ScriptedObject& operator=(const ScriptedObject&) = delete;
 
   std::vector<std::pair<std::wstring, Member>> members;
+  Member default_member;  ///< none as long as it is empty
+  Member enumerator;      ///< likewise
   ITypeInfo* type_info = nullptr;
   ULONG references = 1;
 
@@ -135,7 +137,10 @@ class ScriptedObject : public IDispatchEx {
     }
     Use use{flags, {}, result, info};
     for (UINT i = parameters.cArgs; i > 0; --i) use.arguments.push_back(&parameters.rgvarg[i - 1]);
-    return members.at(static_cast<std::size_t>(id - 1)).second(use);
+    if (id == DISPID_VALUE && default_member) return default_member(use);
+    if (id == DISPID_NEWENUM && enumerator) return enumerator(use);
+    if (id < 1 || static_cast<std::size_t>(id) > members.size()) return DISP_E_MEMBERNOTFOUND;
+    return members[static_cast<std::size_t>(id - 1)].second(use);
   }
 
   Face face_;

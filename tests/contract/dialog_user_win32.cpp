@@ -11,6 +11,7 @@
 #include "platform/win32/handle.h"
 #include "platform/win32/simulator_dialog_controls.h"
 #include "platform/win32/wide.h"
+#include "tests/automation/system_scenes.h"
 #include "tests/contract/harness.h"
 #include "tools/dialog_driver/dialog_window.h"
 
@@ -166,16 +167,39 @@ bool ShowToUser(const DialogContent& content, platform::DialogPresenter& present
   return shown;
 }
 
-// A station without the flag that says it can be seen, as a service has it.
-void WithoutDesktop(const std::function<void()>& body) {
-  const HWINSTA before = GetProcessWindowStation();
-  const HWINSTA hidden = CreateWindowStationW(nullptr, 0, WINSTA_ALL_ACCESS, nullptr);
-  if (hidden == nullptr || SetProcessWindowStation(hidden) == FALSE) {
-    throw std::runtime_error("the test cannot hide its desktop");
+namespace {
+
+// Reads and closes message boxes until no more are shown.
+struct MessageReader {
+  std::wstring title;
+  std::atomic<bool> shown_no_more{false};
+  std::vector<std::string> texts{};
+};
+
+DWORD WINAPI ReadMessages(void* parameter) {
+  auto& reader = *static_cast<MessageReader*>(parameter);
+  const auto give_up = [&reader] { return reader.shown_no_more.load(); };
+  while (const auto box = DialogWindow::WaitFor(reader.title, kPatienceMs, give_up)) {
+    reader.texts.push_back(WideToUtf8(box->Message()));
+    box->CloseBox();
+    if (!box->WaitUntilGone(kPatienceMs)) break;
   }
+  return 0;
+}
+
+}  // namespace
+
+std::vector<std::string> MessagesSeen(const std::string& title, const std::function<void()>& body) {
+  MessageReader reader{Utf8ToWide(title)};
+  const platform::OwnedHandle thread(CreateThread(nullptr, 0, ReadMessages, &reader, 0, nullptr));
   body();
-  SetProcessWindowStation(before);
-  CloseWindowStation(hidden);
+  reader.shown_no_more = true;
+  WaitForSingleObject(thread.Get(), INFINITE);
+  return reader.texts;
+}
+
+void WithoutDesktop(const std::function<void()>& body) {
+  automation::WithoutDesktop(body);
 }
 
 platform::PointerShape PointerNow() {

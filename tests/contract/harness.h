@@ -47,6 +47,11 @@ std::optional<int> TakeQuit();
 /// Runs `body` on a thread of its own and waits for its end.
 void RunOnAnotherThread(const std::function<void()>& body);
 
+// ---- exceptions of the processor ----
+
+/// Raises one. Comes back with false when nobody has taken it.
+bool RaiseFault(std::uint32_t code);
+
 // ---- the registry ----
 
 /// The key under the root that belongs to these tests.
@@ -70,6 +75,20 @@ void RemoveTestKey();
 void WithTestObject(bool has_type,
                     const std::function<void(platform::ClientObject object,
                                              std::vector<std::string>& noted)>& body);
+
+/// Calls `body` with an object whose default member and enumerated members are these; without them
+/// it has none.
+struct ShownObject {
+  std::optional<std::string> default_text{};
+  std::optional<std::vector<std::string>> members{};
+  bool is_data_object = false;
+};
+void WithShownObject(const ShownObject& shown,
+                     const std::function<void(platform::ClientObject object)>& body);
+
+/// A class that CreateLateObject can make as long as `body` runs, by its programmatic identifier;
+/// its objects have a method "Note".
+void WithTestClass(const std::string& programmatic_identifier, const std::function<void()>& body);
 
 // ---- files ----
 
@@ -115,6 +134,9 @@ class DialogUser {
 /// ShowSimulatorDialog gives. `user` may run on another thread.
 bool ShowToUser(const platform::DialogContent& content, platform::DialogPresenter& presenter,
                 const std::function<void(DialogUser& user)>& user);
+
+/// Runs `body`, while a user reads and closes every message box with this title. The texts read.
+std::vector<std::string> MessagesSeen(const std::string& title, const std::function<void()>& body);
 
 /// Runs `body` where no desktop is to be seen.
 void WithoutDesktop(const std::function<void()>& body);

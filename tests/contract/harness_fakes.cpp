@@ -5,6 +5,7 @@
 #include "tests/fakes/fake_dialog.h"
 #include "tests/fakes/fake_object.h"
 #include "tests/fakes/fake_world.h"
+#include "tests/fakes/hardware_fault.h"
 
 namespace qmzentrel::contract {
 namespace {
@@ -90,6 +91,34 @@ void WithTestObject(bool has_type,
   body(object.Handle(), noted);
 }
 
+void WithShownObject(const ShownObject& shown,
+                     const std::function<void(platform::ClientObject object)>& body) {
+  fakes::FakeObject object;
+  if (shown.default_text) {
+    object.default_value = [&shown] { return platform::LateValue(*shown.default_text); };
+  }
+  if (shown.members) {
+    object.members.emplace(shown.members->begin(), shown.members->end());
+  }
+  object.is_data_object = shown.is_data_object;
+  body(object.Handle());
+}
+
+void WithTestClass(const std::string& programmatic_identifier, const std::function<void()>& body) {
+  fakes::FakeObject object;
+  object.methods["Note"] = [](const auto&) { return 0; };
+  auto& classes = fakes::TheWorld().classes;
+  classes[programmatic_identifier] = [&object] {
+    return platform::HeldObject(platform::HeldObject(), &object);
+  };
+  body();
+  classes.erase(programmatic_identifier);
+}
+
+bool RaiseFault(std::uint32_t code) {
+  return fakes::RaiseHardwareFault(code);
+}
+
 std::string FreshFilePath(const std::string& name) {
   const std::string path = "C:\\logs\\" + name;
   fakes::TheWorld().files.erase(path);
@@ -157,6 +186,17 @@ bool ShowToUser(const platform::DialogContent& content, platform::DialogPresente
     user(fake_user);
   };
   return platform::ShowSimulatorDialog(content, presenter);
+}
+
+std::vector<std::string> MessagesSeen(const std::string& title, const std::function<void()>& body) {
+  auto& messages = fakes::TheWorld().stop_messages;
+  messages.clear();
+  body();
+  std::vector<std::string> texts;
+  for (const auto& message : std::exchange(messages, {})) {
+    if (message.title == title) texts.push_back(message.text);
+  }
+  return texts;
 }
 
 void WithoutDesktop(const std::function<void()>& body) {

@@ -5,6 +5,7 @@
 #include <olectl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "platform/win32/handle.h"
 #include "platform/win32/wide.h"
 #include "tests/automation/scripted_object.h"
+#include "tests/automation/system_scenes.h"
 #include "tests/contract/harness.h"
 #include "tools/virtual_box/control_client.h"
 #include "tools/virtual_box/environment.h"
@@ -72,18 +74,6 @@ DWORD WINAPI PostLater(void* parameter) {
 std::vector<std::wstring>& FilesToRemove() {
   static std::vector<std::wstring> files;
   return files;
-}
-
-std::vector<std::string>* g_debugger_lines = nullptr;
-
-// OutputDebugStringA raises an exception for a debugger to see: length with the zero, and text.
-LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
-  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-  constexpr DWORD kDebuggerPrint = 0x40010006;
-  if (record.ExceptionCode != kDebuggerPrint) return EXCEPTION_CONTINUE_SEARCH;
-  g_debugger_lines->emplace_back(reinterpret_cast<const char*>(record.ExceptionInformation[1]),
-                                 record.ExceptionInformation[0] - 1);
-  return EXCEPTION_CONTINUE_EXECUTION;
 }
 
 // The channel to the box; throws when there is none.
@@ -227,6 +217,136 @@ void WithTestObject(bool has_type,
   if (object.references != 1) throw std::runtime_error("a reference to the object is kept");
 }
 
+namespace {
+
+// Enumerates texts.
+class TextEnumerator : public IEnumVARIANT {
+ public:
+  explicit TextEnumerator(const std::vector<std::string>& texts) : texts_(texts) {}
+  virtual ~TextEnumerator() = default;
+
+  STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+    const bool known = riid == IID_IUnknown || riid == IID_IEnumVARIANT;
+    *object = known ? this : nullptr;
+    return known ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+  STDMETHODIMP_(ULONG) Release() override { return 1; }
+  STDMETHODIMP Next(ULONG /*count*/, VARIANT* member, ULONG* fetched) override {
+    *fetched = next_ < texts_.size() ? 1 : 0;
+    if (*fetched == 0) return S_FALSE;
+    V_VT(member) = VT_BSTR;
+    V_BSTR(member) = platform::OwnedBstr(platform::Utf8ToWide(texts_[next_++])).Detach();
+    return S_OK;
+  }
+  STDMETHODIMP Skip(ULONG /*count*/) override { return E_NOTIMPL; }
+  STDMETHODIMP Reset() override { return E_NOTIMPL; }
+  STDMETHODIMP Clone(IEnumVARIANT** /*copy*/) override { return E_NOTIMPL; }
+
+ private:
+  const std::vector<std::string>& texts_;
+  std::size_t next_ = 0;
+};
+
+// Says that it carries data, and carries none.
+class DataObject : public automation::ScriptedObject {
+ public:
+  STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+    if (riid != IID_IDataObject) return ScriptedObject::QueryInterface(riid, object);
+    *object = this;  // nobody calls a member of it
+    AddRef();
+    return S_OK;
+  }
+};
+
+// The one class of WithTestClass, for the thread that asks.
+class Factory : public IClassFactory {
+ public:
+  explicit Factory(automation::ScriptedObject& object) : object_(object) {}
+  virtual ~Factory() = default;
+  STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+    const bool known = riid == IID_IUnknown || riid == IID_IClassFactory;
+    *object = known ? this : nullptr;
+    return known ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+  STDMETHODIMP_(ULONG) Release() override { return 1; }
+  STDMETHODIMP CreateInstance(IUnknown* /*outer*/, REFIID riid, void** object) override {
+    return object_.QueryInterface(riid, object);
+  }
+  STDMETHODIMP LockServer(BOOL /*lock*/) override { return S_OK; }
+
+ private:
+  automation::ScriptedObject& object_;
+};
+
+}  // namespace
+
+void WithShownObject(const ShownObject& shown,
+                     const std::function<void(platform::ClientObject object)>& body) {
+  using Use = automation::ScriptedObject::Use;
+  const std::vector<std::string> none;
+  TextEnumerator enumerator(shown.members ? *shown.members : none);
+  automation::ScriptedObject plain;
+  DataObject data;
+  automation::ScriptedObject& object = shown.is_data_object ? data : plain;
+  if (shown.default_text) {
+    object.default_member = [&shown](const Use& use) {
+      return use.GiveText(platform::Utf8ToWide(*shown.default_text));
+    };
+  }
+  if (shown.members) {
+    object.enumerator = [&enumerator](const Use& use) {
+      V_VT(use.result) = VT_UNKNOWN;
+      V_UNKNOWN(use.result) = &enumerator;
+      return S_OK;
+    };
+  }
+  body({static_cast<IDispatch*>(&object)});
+  if (object.references != 1) throw std::runtime_error("a reference to the object is kept");
+}
+
+void WithTestClass(const std::string& programmatic_identifier, const std::function<void()>& body) {
+  const std::wstring key = platform::Utf8ToWide(programmatic_identifier);
+  constexpr wchar_t kIdentifier[] = L"{2C7E3B58-8E0D-4E0A-8E6A-5C5E0F4D9A11}";
+  CLSID identifier{};
+  CLSIDFromString(kIdentifier, &identifier);
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  RegSetKeyValueW(HKEY_CLASSES_ROOT, (key + L"\\CLSID").c_str(), nullptr, REG_SZ, kIdentifier,
+                  sizeof kIdentifier);
+  automation::ScriptedObject object;
+  object.members = {{L"Note", [](const auto&) { return S_OK; }}};
+  Factory factory(object);
+  DWORD registration = 0;
+  CoRegisterClassObject(identifier, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                        &registration);
+  body();
+  CoRevokeClassObject(registration);
+  RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+  CoUninitialize();
+  if (object.references != 1) throw std::runtime_error("a reference to the object is kept");
+}
+
+namespace {
+
+std::atomic<int> g_faults_left{0};
+
+// The one that was installed before the component's.
+LONG WINAPI LeftToOthers(EXCEPTION_POINTERS* /*exception*/) {
+  ++g_faults_left;
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+[[maybe_unused]] const auto g_filter_before = SetUnhandledExceptionFilter(LeftToOthers);
+
+}  // namespace
+
+bool RaiseFault(std::uint32_t code) {
+  const int left = g_faults_left;
+  RaiseException(code, 0, 0, nullptr);
+  return g_faults_left == left;
+}
+
 std::string FreshFilePath(const std::string& name) {
   wchar_t folder[MAX_PATH + 1] = {};
   GetTempPathW(MAX_PATH + 1, folder);
@@ -254,12 +374,7 @@ std::optional<std::string> FileBytes(const std::string& path) {
 }
 
 std::vector<std::string> DebuggerLinesOf(const std::function<void()>& body) {
-  std::vector<std::string> lines;
-  g_debugger_lines = &lines;
-  void* const handler = AddVectoredExceptionHandler(1, OnException);
-  body();
-  RemoveVectoredExceptionHandler(handler);
-  return lines;
+  return automation::DebuggerLinesOf(body);
 }
 
 bool HasSerialDevice() {

@@ -115,5 +115,67 @@ TEST(LateBoundContract, WhatTheObjectRefusesComesWithItsNumberAndTexts) {
   });
 }
 
+// --- Objects for the report ---
+
+TEST(LateBoundContract, TheDefaultMemberOfAnObjectIsItsValue) {
+  contract::WithShownObject({.default_text = "Z\xC3\xA4hler"}, [](ClientObject object) {
+    platform::LateValue value;
+    EXPECT_FALSE(platform::LateDefault(object, value));
+    ASSERT_TRUE(std::holds_alternative<std::string>(value));
+    EXPECT_EQ(std::get<std::string>(value), "Z\xC3\xA4hler");
+  });
+}
+
+TEST(LateBoundContract, AnObjectWithoutADefaultMemberIsError438) {
+  contract::WithShownObject({}, [](ClientObject object) {
+    platform::LateValue value;
+    const auto failure = platform::LateDefault(object, value);
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->number, kMemberNotSupported);
+  });
+}
+
+TEST(LateBoundContract, TheMembersOfAnObjectComeInTheirOrder) {
+  contract::WithShownObject({.members = {{"MIF", "", "TXI"}}}, [](ClientObject object) {
+    std::optional<std::vector<platform::LateValue>> members;
+    EXPECT_FALSE(platform::LateMembers(object, members));
+    ASSERT_TRUE(members);
+    std::vector<std::string> texts;
+    for (const auto& member : *members) texts.push_back(std::get<std::string>(member));
+    EXPECT_EQ(texts, (std::vector<std::string>{"MIF", "", "TXI"}));
+  });
+}
+
+TEST(LateBoundContract, AnObjectThatCannotBeEnumeratedHasNoMembersAndNoFailure) {
+  contract::WithShownObject({.default_text = "x"}, [](ClientObject object) {
+    std::optional<std::vector<platform::LateValue>> members{{platform::LateValue()}};
+    EXPECT_FALSE(platform::LateMembers(object, members));
+    EXPECT_FALSE(members);
+  });
+}
+
+TEST(LateBoundContract, ADataObjectIsKnown) {
+  contract::WithShownObject({.is_data_object = true}, [](ClientObject object) {
+    EXPECT_TRUE(platform::IsDataObject(object));
+  });
+  contract::WithShownObject(
+      {}, [](ClientObject object) { EXPECT_FALSE(platform::IsDataObject(object)); });
+}
+
+// --- Classes ---
+
+TEST(LateBoundContract, AnObjectIsMadeByTheNameOfItsClass) {
+  contract::WithTestClass("QmzContractTest.Class", [] {
+    const platform::HeldObject object = platform::CreateLateObject("QmzContractTest.Class");
+    ASSERT_TRUE(object);
+    EXPECT_TRUE(platform::LateHasMember({object.get()}, "Note"));
+  });
+}
+
+TEST(LateBoundContract, AClassThatNobodyHasRegisteredGivesNothing) {
+  EXPECT_FALSE(platform::CreateLateObject("QmzContractTest.NoSuchClass"));
+  EXPECT_FALSE(platform::CreateLateObject(""));
+}
+
 }  // namespace
 }  // namespace qmzentrel

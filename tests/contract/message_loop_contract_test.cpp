@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+#include "platform/hardware_faults.h"
 #include "platform/timer.h"
 #include "tests/contract/harness.h"
 
@@ -39,6 +40,13 @@ TEST(MessageLoopContract, ATurnDispatchesWhatIsWaitingInItsOrder) {
   PostCall([&] { ran.push_back(3); });
   YieldingWait().Turn(0);
   EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(MessageLoopContract, AFaultOfAWindowOfTheClientIsTheClients) {
+  bool taken = true;
+  PostCall([&taken] { taken = contract::RaiseFault(0xC0000005); });
+  platform::RaisingFaults([] { YieldingWait().Turn(0); });
+  EXPECT_FALSE(taken);
 }
 
 TEST(MessageLoopContract, AWaitingMessageEndsTheTurnEarly) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/hardware_faults.h"
 #include "tests/contract/dialog_recorder.h"
 #include "tests/contract/harness.h"
 
@@ -447,6 +448,19 @@ TEST_F(SimulatorDialogContract, AFailureOfThePresenterEndsTheDialogAndReachesThe
     EXPECT_EQ(reached, recorder_.told[1]);
     EXPECT_EQ(recorder_.told[2], "hiding");
   }
+}
+
+TEST_F(SimulatorDialogContract, AnExceptionOfTheProcessorInThePresenterReachesTheCallerAsAnError) {
+  struct Fault : platform::RaisedFault {};
+  platform::InstallFaultHandling([](std::uint32_t code) { throw Fault{{code}}; });
+  recorder_.on_told = [](const std::string&) { contract::RaiseFault(0xC0000005); };
+  std::uint32_t code = 0;
+  try {
+    Show([](DialogUser& user) { user.Click(DialogCheck::chkEOL); });
+  } catch (const Fault& fault) {
+    code = fault.code;
+  }
+  EXPECT_EQ(code, 0xC0000005U);
 }
 
 TEST_F(SimulatorDialogContract, AFailureInPlacingReachesTheCallerAndNothingIsHidden) {

@@ -318,8 +318,9 @@ TEST_F(CatalogNames, AMaxBelowMinus1FailsTheCreationAndEverythingBegunIsUndone) 
     const ErrorReport report = ReportOf([&] { Create(); });
     EXPECT_EQ(report.ErrorNumber, 9);
     EXPECT_EQ(report.procedure, "LoadNames");
-    EXPECT_EQ(report.local_variables,
-              "<n>0</n>\r\n<lngMax>" + std::to_string(max) + "</lngMax>\r\n");
+    EXPECT_EQ(report.local_variables, "<n>0</n>\r\n<vntMax>" + std::to_string(max) +
+                                          "</vntMax>\r\n<lngMax>" + std::to_string(max) +
+                                          "</lngMax>\r\n");
     EXPECT_EQ(TheWorld().TakeJournal(), Texts{"log Zentrel_DeviceClose"});
     EXPECT_TRUE(TheWorld().open_keys.empty());
     EXPECT_TRUE(TheWorld().timers.empty());

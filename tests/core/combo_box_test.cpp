@@ -215,9 +215,19 @@ TEST(LateBoundDump, NothingSaysSo) {
   EXPECT_EQ(DumpVariable("cbo", LateBound({nullptr})), "<cbo>{Nothing}</cbo>\r\n");
 }
 
-TEST(LateBoundDump, AnObjectIsShownInBraces) {
+TEST(LateBoundDump, AnObjectIsShownByItsDefaultMember) {
   FakeListControl control("MyComboBox");
-  EXPECT_EQ(DumpVariable("cbo", control.Bound()), "<cbo>{MyComboBox}</cbo>\r\n");
+  EXPECT_EQ(DumpVariable("cbo", control.Bound()), "<cbo>{typed}</cbo>\r\n");
+  control.items = {{"MIF", 8}};
+  control.selected = 0;
+  EXPECT_EQ(DumpVariable("cbo", control.Bound()), "<cbo>{MIF}</cbo>\r\n");
+}
+
+TEST(LateBoundDump, AClientsBoxIsShownAlikeAsAList) {
+  FakeListControl control;
+  const ComboBox box(control.Bound());
+  const modCOM_CboLstHelpers::ItemList& list = box;
+  EXPECT_EQ(DumpVariable("list", list), "<list>{typed}</list>\r\n");
 }
 
 }  // namespace

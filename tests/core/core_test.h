@@ -12,35 +12,41 @@
 #include "device/Zentrel.h"
 #include "support/modCOM_XTimerSupport.h"
 #include "support/modErrorReportSupport.h"
+#include "tests/core/error_reports.h"
 #include "tests/fakes/fake_world.h"
+#include "tests/fakes/hardware_fault.h"
 
 namespace qmzentrel::tests {
 
 using fakes::Bytes;
 using fakes::Milliseconds;
 using fakes::TheWorld;
-using modErrorReportSupport::ErrorReport;
 
 /// Fails the test when the component reports a fault that the test did not ask for.
-class CoreTest : public testing::Test, private modErrorReportSupport::ReportSink {
+class CoreTest : public testing::Test {
  protected:
   void SetUp() override {
     fakes::ResetWorld();
-    previous_sink_ = modErrorReportSupport::ExchangeReportSink(this);
+    modErrorReportSupport::InitErrorReporting();
+    error_handler_ = std::make_unique<ErrorHandler>();
   }
 
   void TearDown() override {
-    modErrorReportSupport::ExchangeReportSink(previous_sink_);
-    for (const ErrorReport& report : reports_) {
+    for (const ErrorReport& report : error_handler_->reports) {
       ADD_FAILURE() << "unexpected report: " << report.ErrorNumber << " in " << report.procedure;
     }
     EXPECT_EQ(modCOM_XTimerSupport::RunningTimers(), 0);
+    EXPECT_TRUE(TheWorld().stop_messages.empty()) << TheWorld().stop_messages.front().text;
+    EXPECT_FALSE(fakes::IsInProcedure()) << "a frame was left behind";
     modCOM_XTimerSupport::ReleaseThread();
+    modErrorReportSupport::ReleaseThread();
     EXPECT_TRUE(TheWorld().open_keys.empty()) << "a registry key was left open";
   }
 
+  ErrorHandler& Handler() { return *error_handler_; }
+
   /// The faults reported since the last call.
-  std::vector<ErrorReport> TakeReports() { return std::exchange(reports_, {}); }
+  std::vector<ErrorReport> TakeReports() { return std::exchange(error_handler_->reports, {}); }
 
   /// Runs `action`, expects it to leave with 65535 after one report, and returns the report.
   template <class Action>
@@ -63,10 +69,7 @@ class CoreTest : public testing::Test, private modErrorReportSupport::ReportSink
   }
 
  private:
-  void Report(const ErrorReport& report) override { reports_.push_back(report); }
-
-  std::vector<ErrorReport> reports_;
-  modErrorReportSupport::ReportSink* previous_sink_ = nullptr;
+  std::unique_ptr<ErrorHandler> error_handler_;
 };
 
 /// A client with one object and one port behind which a scripted box answers.

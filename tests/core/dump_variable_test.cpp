@@ -94,6 +94,181 @@ TEST(DumpVariable, AFixedTextStandsForWhatCannotBeShown) {
             "<maxti>{Cannot dump UDT arrays}</maxti>\r\n");
 }
 
+// --- Values of automation ---
+
+using platform::ArrayDimension;
+using platform::ArrayValue;
+using platform::LateValue;
+using platform::ObjectValue;
+using platform::PlainValue;
+
+/// An object of a client as a value.
+LateValue ValueOf(fakes::FakeObject& object) {
+  return ObjectValue{platform::HeldObject(platform::HeldObject(), &object)};
+}
+
+LateValue Plain(const char* text) {
+  return PlainValue{text};
+}
+
+/// `count` elements "0", "1" and so on, with these bounds.
+LateValue Numbered(std::vector<std::optional<ArrayDimension>> dimensions, int count) {
+  ArrayValue array{std::move(dimensions), {}};
+  for (int i = 0; i < count; ++i) array.elements.emplace_back(PlainValue{std::to_string(i)});
+  return array;
+}
+
+TEST(DumpLateValue, EmptyNullAndNothingSaySo) {
+  EXPECT_EQ(DumpVariable("v", LateValue()), "<v>{Empty}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue(platform::NullValue())), "<v>{Null}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue(ObjectValue())), "<v>{Nothing}</v>\r\n");
+}
+
+TEST(DumpLateValue, NumbersDatesAndBooleansHaveAutomationsText) {
+  EXPECT_EQ(DumpVariable("v", Plain("11/21/2026")), "<v>11/21/2026</v>\r\n");
+}
+
+TEST(DumpLateValue, ATextIsShownAsItIsAndCutAtItsFirstZeroCharacter) {
+  using namespace std::string_literals;
+  EXPECT_EQ(DumpVariable("v", LateValue("<b>&</b>"s)), "<v><b>&</b></v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue("AB\0C"s)), "<v>AB{Null}</v>\r\n");
+}
+
+TEST(DumpLateValue, AStructureShowsItsType) {
+  EXPECT_EQ(DumpVariable("v", LateValue(platform::StructureValue{"Meter"})),
+            "<v>{UDT - Meter}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnObjectShowsItsDefaultMember) {
+  fakes::FakeObject box;
+  box.default_value = [] { return LateValue(std::string("Pulse counter")); };
+  EXPECT_EQ(DumpVariable("cbo", ValueOf(box)), "<cbo>{Pulse counter}</cbo>\r\n");
+}
+
+TEST(DumpLateValue, ADefaultMemberThatIsAnObjectShowsItsOwn) {
+  fakes::FakeObject inner;
+  inner.default_value = [] { return Plain("5"); };
+  fakes::FakeObject outer;
+  outer.default_value = [&inner] { return ValueOf(inner); };
+  EXPECT_EQ(DumpVariable("v", ValueOf(outer)), "<v>{{5}}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnObjectThatIsItsOwnDefaultMemberDoesNotGoOnForEver) {
+  fakes::FakeObject object;
+  object.default_value = [&object] { return ValueOf(object); };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 28 formatting for output}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnObjectThatCanBeEnumeratedShowsItsMembers) {
+  fakes::FakeObject list;
+  list.members = {{Plain("8"), LateValue(std::string("MIF")), LateValue()}};
+  list.default_value = [] { return Plain("unused"); };
+  EXPECT_EQ(DumpVariable("v", ValueOf(list)), "<v>[8,MIF,{Empty}]</v>\r\n");
+  list.members->clear();
+  EXPECT_EQ(DumpVariable("v", ValueOf(list)), "<v>[]</v>\r\n");
+}
+
+TEST(DumpLateValue, ADataObjectSaysSo) {
+  fakes::FakeObject data;
+  data.is_data_object = true;
+  EXPECT_EQ(DumpVariable("v", ValueOf(data)), "<v>{DataObject}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue(platform::DataObjectValue())), "<v>{DataObject}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnObjectWithoutADefaultMemberCannotBeFormatted) {
+  fakes::FakeObject object;
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 438 formatting for output}</v>\r\n");
+}
+
+TEST(DumpLateValue, WhatFailsWhileItIsFormattedShowsItsError) {
+  fakes::FakeObject object;
+  object.default_value = []() -> LateValue { throw platform::LateFailure{380, "", ""}; };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 380 formatting for output}</v>\r\n");
+  object.default_value = []() -> LateValue { throw std::bad_alloc(); };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 7 formatting for output}</v>\r\n");
+  object.default_value = []() -> LateValue { throw 42; };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 51 formatting for output}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue(platform::UnreadableValue{6})),
+            "<v>{Error 6 formatting for output}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnExceptionOfTheProcessorWhileFormattingIsItsError) {
+  modErrorReportSupport::InitErrorReporting();
+  fakes::FakeObject object;
+  object.default_value = []() -> LateValue {
+    fakes::RaiseHardwareFault(0xC0000005U);
+    return {};
+  };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 10005 formatting for output}</v>\r\n");
+}
+
+TEST(DumpLateValue, OneElementThatFailsLeavesTheOthers) {
+  const LateValue array =
+      ArrayValue{{ArrayDimension{0, 2}}, {LateValue(platform::UnreadableValue{13}), Plain("7")}};
+  EXPECT_EQ(DumpVariable("v", array),
+            "<v Index=\"0\">{Error 13 formatting for output}</v>\r\n<v Index=\"1\">7</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayHasOneEntryPerElementFromItsLowerBoundOn) {
+  EXPECT_EQ(DumpVariable("v", Numbered({ArrayDimension{3, 2}}, 2)),
+            "<v Index=\"3\">0</v>\r\n<v Index=\"4\">1</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", Numbered({ArrayDimension{-1, 2}}, 2)),
+            "<v Index=\"-1\">0</v>\r\n<v Index=\"0\">1</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayOfTwoDimensionsHasTwoIndices) {
+  EXPECT_EQ(DumpVariable("v", Numbered({ArrayDimension{0, 2}, ArrayDimension{1, 2}}, 4)),
+            "<v Index=\"0,1\">0</v>\r\n<v Index=\"0,2\">1</v>\r\n"
+            "<v Index=\"1,1\">2</v>\r\n<v Index=\"1,2\">3</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayOfThreeDimensionsHasThreeIndices) {
+  EXPECT_EQ(
+      DumpVariable("v",
+                   Numbered({ArrayDimension{0, 1}, ArrayDimension{0, 2}, ArrayDimension{5, 2}}, 4)),
+      "<v Index=\"0,0,5\">0</v>\r\n<v Index=\"0,0,6\">1</v>\r\n"
+      "<v Index=\"0,1,5\">2</v>\r\n<v Index=\"0,1,6\">3</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayOfMoreThanThreeDimensionsIsNotExpanded) {
+  const std::vector<std::optional<ArrayDimension>> four(4, ArrayDimension{0, 1});
+  EXPECT_EQ(DumpVariable("v", Numbered(four, 0)), "<v>{Dump truncated at 4 dimensions}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", LateValue(ArrayValue{{5, std::nullopt}, {}})),
+            "<v>{Dump truncated at 5 dimensions}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayWithoutDimensionsSaysSo) {
+  EXPECT_EQ(DumpVariable("v", LateValue(ArrayValue())), "<v>{UnInitialised Array}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", Numbered({std::nullopt}, 0)), "<v>{UnInitialised Array}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", Numbered({std::nullopt, std::nullopt}, 0)),
+            "<v>{UnInitialised Array}</v>\r\n");
+}
+
+TEST(DumpLateValue, ADimensionThatCannotBeReadIsNamed) {
+  const ArrayDimension read{0, 2};
+  EXPECT_EQ(DumpVariable("v", Numbered({read, std::nullopt}, 0)),
+            "<v>{UnInitialised Array Dimension 2}</v>\r\n");
+  EXPECT_EQ(DumpVariable("v", Numbered({read, read, std::nullopt}, 0)),
+            "<v>{UnInitialised Array Dimension 3}</v>\r\n");
+}
+
+TEST(DumpLateValue, AnArrayWithinAValueHasNoTextOfItsOwn) {
+  fakes::FakeObject object;
+  object.default_value = [] { return Numbered({ArrayDimension{0, 1}}, 1); };
+  EXPECT_EQ(DumpVariable("v", ValueOf(object)), "<v>{Error 13 formatting for output}</v>\r\n");
+}
+
+TEST(DumpVariable, AnObjectOfOurOwnHasNoDefaultMember) {
+  const int object = 0;
+  EXPECT_EQ(DumpObject("m_XTimer", &object),
+            "<m_XTimer>{Error 438 formatting for output}</m_XTimer>\r\n");
+  EXPECT_EQ(DumpObject("m_XTimer", nullptr), "<m_XTimer>{Nothing}</m_XTimer>\r\n");
+}
+
+TEST(DumpVariable, AStructureParameterSaysWhyItIsNotShown) {
+  EXPECT_EQ(DumpStructureParameter("frm"), "<frm>{Can't dump UDT parameters}</frm>\r\n");
+}
+
 // --- The fields of the class ---
 
 class FieldDump : public ZentrelTest {};
@@ -137,9 +312,9 @@ TEST_F(FieldDump, AFreshObjectShowsEveryFieldInDeclaredOrder) {
             "<m_sngVDelayTimeout>0</m_sngVDelayTimeout>\r\n"
             "<m_strTELIC2Device></m_strTELIC2Device>\r\n"
             "<m_strTELIC2RegRoot>SOFTWARE\\QuenmoorComms\\TELIC2\\Types\\</m_strTELIC2RegRoot>\r\n"
-            "<m_DebugLog>{CDebugLog}</m_DebugLog>\r\n"
+            "<m_DebugLog>{Error 438 formatting for output}</m_DebugLog>\r\n"
             "<m_PortCtrl>{Cannot dump external UDTs}</m_PortCtrl>\r\n"
-            "<m_XTimer>{XTimer}</m_XTimer>\r\n");
+            "<m_XTimer>{Error 438 formatting for output}</m_XTimer>\r\n");
 }
 
 TEST_F(FieldDump, EveryFieldShowsWhatAReadAndItsPropertiesPutIntoIt) {
@@ -192,9 +367,9 @@ TEST_F(FieldDump, EveryFieldShowsWhatAReadAndItsPropertiesPutIntoIt) {
             "<m_sngVDelayTimeout>0</m_sngVDelayTimeout>\r\n"
             "<m_strTELIC2Device></m_strTELIC2Device>\r\n"
             "<m_strTELIC2RegRoot>SOFTWARE\\QuenmoorComms\\TELIC2\\Types\\</m_strTELIC2RegRoot>\r\n"
-            "<m_DebugLog>{CDebugLog}</m_DebugLog>\r\n"
+            "<m_DebugLog>{Error 438 formatting for output}</m_DebugLog>\r\n"
             "<m_PortCtrl>{Cannot dump external UDTs}</m_PortCtrl>\r\n"
-            "<m_XTimer>{XTimer}</m_XTimer>\r\n");
+            "<m_XTimer>{Error 438 formatting for output}</m_XTimer>\r\n");
 }
 
 TEST_F(FieldDump, AFaultIsReportedWithTheFieldsOfItsObject) {

@@ -10,9 +10,6 @@
 namespace qmzentrel::tests {
 namespace {
 
-using modErrorReportSupport::ExchangeReportSink;
-using modErrorReportSupport::ReportSink;
-
 int module_dumps = 0;
 
 /// A class of the component in miniature.
@@ -283,65 +280,75 @@ TEST_F(ErrorFrameTest, TheValuesAreThoseOfTheMomentOfTheFault) {
   EXPECT_EQ(report.module_variables, "<m_lngReading>4</m_lngReading>\r\n");
 }
 
-TEST_F(ErrorFrameTest, AFaultWhileDescribingTheFaultDoesNotHideIt) {
+TEST_F(ErrorFrameTest, WhatCannotBeDescribedIsLeftOutOfTheReport) {
   meter.unprintable = true;
-  EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
-  EXPECT_TRUE(TakeReports().empty());
-}
-
-// --- Where reports go ---
-
-/// Counts its reports and fails each time.
-class FailingSink : public ReportSink {
- public:
-  void Report(const ErrorReport& /*report*/) override {
-    ++reports;
-    throw std::runtime_error("no service");
-  }
-  int reports = 0;
-};
-
-TEST_F(ErrorFrameTest, ASinkThatFailsDoesNotHideTheFault) {
-  FailingSink failing;
-  auto* const before = ExchangeReportSink(&failing);
-  EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
-  EXPECT_EQ(ExchangeReportSink(before), &failing);
-  EXPECT_EQ(failing.reports, 1);
-}
-
-TEST_F(ErrorFrameTest, WithASinkInForceTheDebuggerChannelStaysSilent) {
-  EXPECT_EQ(ReportOf([&] { Procedure([] { RaiseError(5); }); }).ErrorNumber, 5);
-  EXPECT_TRUE(TheWorld().debugger_lines.empty());
-}
-
-TEST_F(ErrorFrameTest, WithoutASinkTheReportGoesToTheDebuggerChannel) {
   const std::int32_t Port = 7;
-  std::int32_t lngStatus = 3;
-  int line = 0;
-  auto* const before = ExchangeReportSink(nullptr);
-  const std::int32_t number = ErrorNumberOf([&] {
-    ErrorFrame frame(meter.Fields(), "Alone", Parameters(NAMED(Port)), Locals(NAMED(lngStatus)));
-    line = __LINE__ + 1;
-    frame.Run([&] { STEP throw RunTimeError{-5, "Odd"}; });
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Partly", Parameters(NAMED(Port)));
+    frame.Run([] { RaiseError(5); });
   });
-  EXPECT_EQ(number, 65535);
-  EXPECT_EQ(ExchangeReportSink(before), nullptr);
-  EXPECT_EQ(TheWorld().debugger_lines,
-            (std::vector<std::string>{
-                "QmZentrel has encountered a problem. Module: Meter, Procedure: Alone, "
-                "Line Number: " +
-                std::to_string(line) +
-                ": Odd (-5)\r\n"
-                "<Port>7</Port>\r\n"
-                "<lngStatus>3</lngStatus>\r\n"
-                "<m_lngReading>12</m_lngReading>\r\n"}));
+  EXPECT_EQ(report.ErrorNumber, 5);
+  EXPECT_EQ(report.module_variables, "");
+  EXPECT_EQ(report.parameters, "<Port>7</Port>\r\n");
 }
 
-TEST_F(ErrorFrameTest, ADebuggerChannelThatFailsDoesNotHideTheFault) {
-  TheWorld().out_of_memory_in = {"DebuggerOutput"};
-  auto* const before = ExchangeReportSink(nullptr);
+// --- Exceptions of the processor ---
+
+TEST_F(ErrorFrameTest, AnExceptionOfTheProcessorIsAnErrorOfItsStatement) {
+  int line = 0;
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Faulty");
+    frame.Run([&] {
+      STEP line = __LINE__ + 1;
+      STEP fakes::RaiseHardwareFault(0xC0000005U);
+      STEP line = 0;
+    });
+  });
+  EXPECT_EQ(report.ErrorNumber, 10005);
+  EXPECT_EQ(report.ErrorDescription, "Access Violation");
+  EXPECT_EQ(report.ErrorSource, "ErrorReportExceptionFilter");
+  EXPECT_EQ(report.procedure, "Faulty");
+  EXPECT_EQ(report.ErrorLine, line);
+}
+
+TEST_F(ErrorFrameTest, AnExceptionInCodeOfTheClientIsTheClients) {
+  bool taken = true;
+  ErrorFrame frame(meter.Fields(), "Calls");
+  frame.Run([&] {
+    const platform::ClientCode client;
+    taken = fakes::RaiseHardwareFault(0xC0000005U);
+  });
+  EXPECT_FALSE(taken);
+}
+
+TEST_F(ErrorFrameTest, AProcedureThatTheClientCallsMeetsItsOwnExceptions) {
+  const ErrorReport report = ReportOf([&] {
+    ErrorFrame frame(meter.Fields(), "Outer");
+    frame.Run([&] {
+      const platform::ClientCode client;
+      Procedure([] { fakes::RaiseHardwareFault(0xC0000094U); });
+    });
+  });
+  EXPECT_EQ(report.procedure, "Procedure");
+  EXPECT_EQ(report.ErrorNumber, 10132);
+}
+
+TEST_F(ErrorFrameTest, OutsideEveryProcedureAnExceptionBelongsToSomebodyElse) {
+  EXPECT_FALSE(fakes::RaiseHardwareFault(0xC0000005U));
+  Procedure([] {});
+  EXPECT_FALSE(fakes::RaiseHardwareFault(0xC0000005U));
+  EXPECT_EQ(ReportOf([&] { Procedure([] { RaiseError(5); }); }).ErrorNumber, 5);
+  EXPECT_FALSE(fakes::RaiseHardwareFault(0xC0000005U));
+}
+
+TEST_F(ErrorFrameTest, AnExceptionInTheErrorHandlerLeavesTheReportToAMessageBox) {
+  Handler().object.methods["ErrorHandler"] = [](const auto&) -> platform::LateArgument {
+    EXPECT_TRUE(fakes::IsInProcedure());
+    fakes::RaiseHardwareFault(0xC0000005U);
+    return 0;
+  };
   EXPECT_EQ(ErrorNumberOf([&] { Procedure([] { RaiseError(5); }); }), 65535);
-  ExchangeReportSink(before);
+  EXPECT_EQ(std::exchange(TheWorld().stop_messages, {}).size(), 1U);
 }
 
 // --- The errors ---

@@ -49,6 +49,9 @@ struct FakeListControl {
       item(arguments).second = number(arguments, 1);
       return 0;
     };
+    object.default_value = [this]() -> platform::LateValue {
+      return selected < 0 ? typed : items.at(static_cast<std::size_t>(selected)).first;
+    };
     object.gets["ListIndex"] = [this](const Arguments&) { return selected; };
     object.lets["ListIndex"] = [this, number](const Arguments& arguments) {
       ++changes;
@@ -75,6 +78,7 @@ struct FakeListControl {
     }
   }
 
+  std::string typed = "typed";  ///< in its edit box while nothing is selected
   Items items;
   std::int32_t selected = -1;
   std::int32_t new_index = -1;

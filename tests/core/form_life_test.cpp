@@ -153,6 +153,7 @@ TEST_F(FormLife, ShowingItInAnotherApartmentWhileItIsShownIsError400) {
       const auto another = Zentrel::Create();
       EXPECT_EQ(ReportOf([&] { another->ReadXpdr(); }).ErrorNumber, 400);
       EXPECT_EQ(another->BoxStatus(), S_OKAY);
+      modErrorReportSupport::ReleaseThread();  // as with every thread that ends
     });
     EXPECT_TRUE(dialog.IsUp());
     Ok(dialog);
@@ -389,7 +390,8 @@ TEST_F(FormLife, TheReportOfAVersionThatCannotBeLookedUpShowsWhatWasLookedFor) {
   TheWorld().registry_fault = nullptr;
   EXPECT_EQ(report.parameters, "<RegRootKey>" + InterfaceKey(5) +
                                    "</RegRootKey>\r\n<PropName>IDSources</PropName>\r\n"
-                                   "<TargetVersion>4.0</TargetVersion>\r\n");
+                                   "<TargetVersion>4.0</TargetVersion>\r\n"
+                                   "<Default>{Empty}</Default>\r\n");
 }
 
 // --- Creation that fails ---

@@ -189,6 +189,9 @@ class Selecting : public CoreTest {
       selected = index;
       ++selections;
     }
+    std::string Dump(std::string_view name) const override {
+      return DumpDefault(name, [this] { return selected < 0 ? "" : At(selected).first; });
+    }
   };
 
   Items list;
@@ -248,11 +251,11 @@ TEST_F(Selecting, AFaultOfTheListIsReportedWithTheItemThatWasLookedAt) {
   EXPECT_EQ(by_data.module, "modCOM_CboLstHelpers");
   EXPECT_EQ(by_data.procedure, "SelectByItemData");
   EXPECT_NE(by_data.parameters.find("<lngData>99</lngData>\r\n"), std::string::npos);
-  EXPECT_EQ(by_data.local_variables, "<lngIndex>2</lngIndex>\r\n");
+  EXPECT_EQ(by_data.local_variables, "<lngIndex>2</lngIndex>\r\n<lngCount>4</lngCount>\r\n");
   const ErrorReport by_text = ReportOf([&] { SelectByText(list, "none"); });
   EXPECT_EQ(by_text.procedure, "SelectByText");
   EXPECT_NE(by_text.parameters.find("<strText>none</strText>\r\n"), std::string::npos);
-  EXPECT_EQ(by_text.local_variables, "<lngIndex>2</lngIndex>\r\n");
+  EXPECT_EQ(by_text.local_variables, "<lngIndex>2</lngIndex>\r\n<lngCount>4</lngCount>\r\n");
 }
 
 TEST_F(Selecting, AFaultShowsTheListBeforeTheValue) {

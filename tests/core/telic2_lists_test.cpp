@@ -437,8 +437,7 @@ TEST_P(AnyTelic2List, AnErrorThatTheBoxRaisesIsReportedWithItsNumberAndLeavesAs6
     EXPECT_EQ(report.ErrorDescription, "The object invoked has disconnected");
     EXPECT_EQ(report.module, "Zentrel");
     EXPECT_EQ(report.procedure, GetParam().name);
-    EXPECT_TRUE(report.parameters.starts_with("<cbo>{Form1ComboBox}</cbo>\r\n"))
-        << report.parameters;
+    EXPECT_TRUE(report.parameters.starts_with("<cbo>{typed}</cbo>\r\n")) << report.parameters;
   }
 }
 
@@ -548,7 +547,7 @@ TEST_P(MessageListsOnly, TheReportShowsTheBoxAndTheDefault) {
   refusing.Refuse("Clear", {380, "", ""});
   const std::string wanted = GetParam().name == std::string("TELIC2EnumMessages") ? "8" : "1";
   EXPECT_EQ(ReportOf([&] { Fill(refusing.Bound()); }).parameters,
-            "<cbo>{ComboBox}</cbo>\r\n<Default>" + wanted + "</Default>\r\n");
+            "<cbo>{typed}</cbo>\r\n<Default>" + wanted + "</Default>\r\n");
 }
 
 }  // namespace

@@ -26,6 +26,12 @@ struct ZentrelAccess {
   static void ParseBoxStatus(Zentrel& zentrel, const FrameBuffer& bytes, std::int32_t Offset) {
     zentrel.ParseBoxStatus(bytes, Offset);
   }
+  static void ParseXpdrData(Zentrel& zentrel, ZentrelStatus status, const FrameBuffer& bytes) {
+    zentrel.ParseXpdrData(status, bytes);
+  }
+  static void ParseXpdrBlock2(Zentrel& zentrel, ZentrelStatus status, const FrameBuffer& bytes) {
+    zentrel.ParseXpdrBlock2(status, bytes);
+  }
   static float BoxStatusTimeout(const Zentrel& zentrel) { return zentrel.m_sngBoxStatusTimeout; }
   static float VDelayTimeout(const Zentrel& zentrel) { return zentrel.m_sngVDelayTimeout; }
   static bool IsElectric(const Zentrel& zentrel) { return zentrel.m_blnIsElectric; }

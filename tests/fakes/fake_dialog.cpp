@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::fakes {
 
 using platform::DialogButton;
@@ -57,7 +59,7 @@ const std::string& FakeDialog::Shown(DialogText text) const {
 template <class Call>
 void FakeDialog::Tell(Call call) {
   try {
-    call();
+    platform::RaisingFaults(call);
   } catch (...) {
     if (!failure_) failure_ = std::current_exception();
     gone_ = true;
@@ -146,6 +148,7 @@ void FakeDialog::Run(const std::function<void(FakeDialog&)>& user) {
   ++world.dialogs_shown;
   world.Note("dialog " + shown_.caption);
   FakeDialog* const outer = std::exchange(g_dialog, this);
+  const platform::ClientCode windows_of_the_client;
   bool placed = false;
   Tell([&] {
     presenter_.Placing(place_);
@@ -188,10 +191,12 @@ bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presente
 }
 
 void RefreshSimulatorDialog() {
+  TheWorld().Enter("RefreshSimulatorDialog");
   if (fakes::g_dialog != nullptr) fakes::g_dialog->Refresh();
 }
 
 void HideSimulatorDialog() {
+  TheWorld().Enter("HideSimulatorDialog");
   if (fakes::g_dialog != nullptr) fakes::g_dialog->Hide();
 }
 

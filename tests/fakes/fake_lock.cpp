@@ -13,6 +13,7 @@ std::atomic<const void*> g_holder{nullptr};
 }  // namespace
 
 ProcessLock::ProcessLock() {
+  fakes::TheWorld().Enter("ProcessLock");
   const void* const self = fakes::ThisThread();
   for (const void* nobody = nullptr; !g_holder.compare_exchange_weak(nobody, self);
        nobody = nullptr) {

@@ -90,4 +90,31 @@ std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,
   return Invoke(Object(object).lets, name, std::move(all), ignored);
 }
 
+HeldObject CreateLateObject(std::string_view programmatic_identifier) {
+  fakes::TheWorld().Enter("CreateLateObject");
+  const auto& classes = fakes::TheWorld().classes;
+  const auto found = classes.find(std::string(programmatic_identifier));
+  return found == classes.end() ? nullptr : found->second();
+}
+
+bool IsDataObject(ClientObject object) {
+  return Object(object).is_data_object;
+}
+
+std::optional<LateFailure> LateMembers(ClientObject object,
+                                       std::optional<std::vector<LateValue>>& members) {
+  members = Object(object).members;
+  return std::nullopt;
+}
+
+std::optional<LateFailure> LateDefault(ClientObject object, LateValue& value) {
+  if (!Object(object).default_value) return LateFailure{kMemberNotSupported, "", ""};
+  try {
+    value = Object(object).default_value();
+  } catch (const LateFailure& failure) {
+    return failure;
+  }
+  return std::nullopt;
+}
+
 }  // namespace qmzentrel::platform

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,11 @@ struct FakeObject {
   std::map<std::string, Member, NoCaseLess> methods;
   std::map<std::string, Member, NoCaseLess> gets;
   std::map<std::string, Member, NoCaseLess> lets;
+
+  bool is_data_object = false;
+  std::optional<std::vector<platform::LateValue>> members;
+  /// Throws a platform::LateFailure to fail; without it the object has no default member.
+  std::function<platform::LateValue()> default_value;
 
   platform::ClientObject Handle() { return {this}; }
 };

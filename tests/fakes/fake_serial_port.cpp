@@ -118,6 +118,7 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
 }
 
 void SerialPort::SetLines(ModemLines lines) {
+  TheWorld().Enter("SerialPort::SetLines");
   TheWorld().Note("supply " + NameOf(lines));
   if (FakePort* port = state_->Port()) {
     port->lines = lines;

@@ -116,6 +116,7 @@ std::optional<double> ParseNumber(std::string_view text) {
 }
 
 std::string FormatNumber(double value, std::string_view format) {
+  fakes::TheWorld().Enter("FormatNumber");
   const std::size_t point = format.find('.');
   const auto places = point == std::string_view::npos ? 0 : format.size() - point - 1;
   char text[64];

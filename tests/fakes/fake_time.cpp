@@ -4,6 +4,7 @@
 #include <map>
 
 #include "platform/clock.h"
+#include "platform/hardware_faults.h"
 #include "platform/message_loop.h"
 #include "platform/pause.h"
 #include "platform/timer.h"
@@ -34,6 +35,7 @@ void NoteWait(Microseconds time) {
 }  // namespace
 
 float SecondsSinceMidnight() {
+  TheWorld().Enter("SecondsSinceMidnight");
   const double days = TheWorld().WallDays();
   // Whole microseconds: a double of days is good for no more.
   const double seconds = std::round((days - std::floor(days)) * 86400.0 * 1e6) / 1e6;
@@ -58,6 +60,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
   const Microseconds start = world.now;
   world.SleepUntilDue(start + Milliseconds(milliseconds));
   if (world.now > start) NoteWait(world.now - start);
+  const ClientCode window_of_the_client;
   world.DispatchDue([this](std::uintptr_t code) {
     quit_seen_ = true;
     quit_code_ = code;

@@ -124,6 +124,7 @@ void World::Pump(Milliseconds time) {
 }
 
 void World::Enter(const std::string& call) const {
+  if (const auto hook = before_call) hook(call);  // a copy: it may take itself away
   if (out_of_memory_in.contains(call)) throw std::bad_alloc();
 }
 

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/late_value.h"
 #include "platform/serial_port.h"
 #include "platform/simulator_dialog.h"
 
@@ -173,10 +174,35 @@ class World {
 
   std::string decimal_separator = ".";
 
+  // --- Error reports ---
+
+  /// Classes that can be created, by programmatic identifier; null is a creation that fails.
+  std::map<std::string, std::function<platform::HeldObject()>> classes;
+
+  struct StopMessage {
+    std::string title;
+    std::string text;
+  };
+  std::vector<StopMessage> stop_messages;  ///< shown and closed again
+  std::function<void()> at_stop_message;   ///< runs while one is up
+
+  bool has_debug_session = false;
+  struct ServiceNotice {
+    std::int32_t message;
+    std::string text;
+    std::int16_t* instance;
+    std::int32_t timeout_ms;
+  };
+  std::vector<ServiceNotice> service_notices;
+  std::int16_t next_instance = 1;  ///< what the service stores next
+
   // --- Faults ---
 
   /// Platform calls by name, such as "KillTimer", in which memory runs out.
   std::set<std::string> out_of_memory_in;
+  /// Runs ahead of each of these calls and may raise what it likes. The beginning of a procedure
+  /// counts as one, "procedure": the stack can end there before the first statement has run.
+  std::function<void(const std::string& call)> before_call;
   /// Stands first in each call that can be made to fail so.
   void Enter(const std::string& call) const;
 

@@ -20,6 +20,7 @@ function(qmzentrel_box_test name)
   add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tools/wine/with_box ${test_COMMAND})
   set_tests_properties(${name} PROPERTIES
     ENVIRONMENT "QMZ_DLL=$<TARGET_FILE:QmZentrel>;${test_ENVIRONMENT}"
+    FIXTURES_REQUIRED error_component
     RUN_SERIAL TRUE
     TIMEOUT 300)
 endfunction()

@@ -1,7 +1,7 @@
 // A client whose own exceptions come from the shared C++ runtime: the library, which carries a
-// runtime of its own, must find its handlers all the same. Loads the library, provokes an error in
-// it and unloads it, a hundred times; throws and catches itself in between. Ends with 0 when every
-// error arrived.
+// runtime of its own, must find its handlers all the same. Loads and unloads the library a hundred
+// times, then provokes a hundred errors in it; throws and catches itself in between. Ends with 0
+// when every error arrived.
 //
 // Built without anything of the project but the interface, as a client would be.
 #include <windows.h>
@@ -39,6 +39,21 @@ bool ThrowAndCatch() {
   }
 }
 
+// For a library without objects: it is free to go.
+HMODULE Load(const std::string& path, int round) {
+  const HMODULE library = LoadLibraryA(path.c_str());
+  Require(library != nullptr, "cannot load", round);
+  using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
+  const auto can_unload_now = reinterpret_cast<CanUnloadNow>(
+      reinterpret_cast<void*>(GetProcAddress(library, "DllCanUnloadNow")));
+  Require(can_unload_now != nullptr && can_unload_now() == S_OK, "in use", round);
+  return library;
+}
+
+bool IsLoaded() {
+  return GetModuleHandleA("QmZentrel.dll") != nullptr;
+}
+
 void ProvokeError(HMODULE library, int round) {
   using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
   const auto get_class_object = reinterpret_cast<GetClassObject>(
@@ -71,11 +86,17 @@ int main() {
   // The build machine's path, as Windows programs see it under Wine.
   const std::string path = (*variable == '/' ? "Z:" : "") + std::string(variable);
   for (int round = 1; round <= kRounds; ++round) {
-    const HMODULE library = LoadLibraryA(path.c_str());
-    Require(library != nullptr, "cannot load", round);
+    const HMODULE library = Load(path, round);
+    Require(FreeLibrary(library), "cannot unload", round);
+    Require(!IsLoaded(), "still loaded", round);
+    Require(ThrowAndCatch(), "the host lost its own exception", round);
+  }
+  for (int round = 1; round <= kRounds; ++round) {
+    const HMODULE library = Load(path, round);
     ProvokeError(library, round);
     Require(FreeLibrary(library), "cannot unload", round);
-    Require(GetModuleHandleA("QmZentrel.dll") == nullptr, "still loaded", round);
+    // With its first object it has put a filter for exceptions into the process.
+    Require(IsLoaded(), "gone with its filter", round);
     Require(ThrowAndCatch(), "the host lost its own exception", round);
   }
   CoUninitialize();

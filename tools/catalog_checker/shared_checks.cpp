@@ -22,20 +22,6 @@ bool HasTestableBit(std::int32_t number) {
   }
 }
 
-// Takes the report of a sort that is only tried.
-class NoReport : public modErrorReportSupport::ReportSink {
- public:
-  NoReport() : previous_(modErrorReportSupport::ExchangeReportSink(this)) {}
-  ~NoReport() override { modErrorReportSupport::ExchangeReportSink(previous_); }
-  NoReport(const NoReport&) = delete;
-  NoReport& operator=(const NoReport&) = delete;
-
- private:
-  void Report(const modErrorReportSupport::ErrorReport&) override {}
-
-  modErrorReportSupport::ReportSink* const previous_;
-};
-
 }  // namespace
 
 std::int32_t HighestBit() {
@@ -125,7 +111,7 @@ void CheckValueNames(const CatalogKey& key, const std::vector<std::string>& know
 }
 
 bool SortFails(std::vector<std::string> names) {
-  const NoReport no_report;
+  const modErrorReportSupport::ReportsWithheld tried_only;
   try {
     modCOM_Registry::RegKeys_QSort(names, -1, -1);
     return false;

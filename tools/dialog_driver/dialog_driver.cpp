@@ -1,4 +1,4 @@
-// Plays the user of the simulator's dialog of another process.
+// Plays the user of the simulator's dialog, or of a message box, of another process.
 //
 // Usage: dialog_driver TITLE COMMAND...
 //   choose LIST INDEX   selects the entry with this index, 0 the first
@@ -8,6 +8,7 @@
 //   press BUTTON        presses it and waits until the dialog has gone
 //   close               uses the close box and waits until the dialog has gone
 //   show                prints the state of every control, one a line
+//   read                prints the text of a message box
 // Example: dialog_driver "Zentrel Simulator - Read" choose cboMIF 2 turn udReading 12345 press
 // cmdOK
 //
@@ -154,6 +155,8 @@ void Obey(const DialogWindow& dialog, Words& words) {
     ExpectGone(dialog);
   } else if (command == L"show") {
     Show(dialog);
+  } else if (command == L"read") {
+    std::printf("%s\n", Utf8(dialog.Message()).c_str());
   } else {
     throw Failure{2, command + L" is no command"};
   }

@@ -1,5 +1,6 @@
-// The simulator's dialog seen from another thread or another process, which acts on it by messages
-// as a user does with mouse and keyboard. Controls are named by their identifiers.
+// The simulator's dialog, or a message box, seen from another thread or another process, which acts
+// on it by messages as a user does with mouse and keyboard. Controls are named by their
+// identifiers.
 #pragma once
 
 #include <windows.h>
@@ -32,6 +33,8 @@ class DialogWindow {
 
   std::wstring Title() const;
   std::wstring Text(int id) const;
+  /// Of a message box.
+  std::wstring Message() const { return Text(kMessageText); }
   bool IsEnabled(int id) const { return IsWindowEnabled(Control(id)) != FALSE; }
   bool IsVisible(int id) const { return IsWindowVisible(Control(id)) != FALSE; }
   bool IsTicked(int id) const;
@@ -50,6 +53,8 @@ class DialogWindow {
   void CloseBox() const;
 
  private:
+  static constexpr int kMessageText = 0xFFFF;  // the operating system's
+
   LRESULT Send(HWND window, UINT message, WPARAM wide = 0, LPARAM parameter = 0) const;
 
   HWND window_;

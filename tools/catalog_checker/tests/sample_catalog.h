@@ -27,18 +27,17 @@ inline const std::string kSignatureModes = kMaker + "Zentrel\\Modes";
 inline const std::string kDevice = "Magnetic sensor";
 inline const std::string kDeviceKey = kDeviceTypes + '\\' + kDevice;
 
-class SampleCatalog : public testing::Test, private modErrorReportSupport::ReportSink {
+class SampleCatalog : public testing::Test {
  protected:
   void SetUp() override {
     fakes::ResetWorld();
     ImportRegistryFile(CATALOG_FILE);
-    previous_sink_ = modErrorReportSupport::ExchangeReportSink(this);
     RemarksOfSample();
   }
 
   void TearDown() override {
-    const auto* own_sink = static_cast<modErrorReportSupport::ReportSink*>(this);
-    EXPECT_EQ(modErrorReportSupport::ExchangeReportSink(previous_sink_), own_sink);
+    modErrorReportSupport::ReleaseThread();
+    for (const auto& message : TheWorld().stop_messages) ADD_FAILURE() << message.text;
     EXPECT_TRUE(TheWorld().open_keys.empty()) << "a registry key was left open";
   }
 
@@ -91,17 +90,11 @@ class SampleCatalog : public testing::Test, private modErrorReportSupport::Repor
   using Only = std::vector<std::string>;
 
  private:
-  void Report(const modErrorReportSupport::ErrorReport& report) override {
-    ADD_FAILURE() << "reported: " << report.ErrorNumber << " in " << report.procedure;
-  }
-
   // Called first while the world holds the sample as it is.
   static const std::vector<std::string>& RemarksOfSample() {
     static const std::vector<std::string> remarks = Lines(Grade::kRemark);
     return remarks;
   }
-
-  modErrorReportSupport::ReportSink* previous_sink_ = nullptr;
 };
 
 }  // namespace qmzentrel::catalog_checker::tests

@@ -1,0 +1,18 @@
+// The service that follows the objects of a component through a debugging session.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qmzentrel::platform {
+
+/// Whether such a session is attached to the process.
+bool HasDebugSession();
+
+/// Sends the service a message with a text. The service may store the number of an instance in
+/// `instance`, now or within `timeout_ms`; null for messages that ask for none. Gives up after
+/// `timeout_ms`.
+void NotifyReportService(std::int32_t message, const std::string& text, std::int16_t* instance,
+                         std::int32_t timeout_ms);
+
+}  // namespace qmzentrel::platform

@@ -1,0 +1,265 @@
+#include "platform/hardware_faults.h"
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <malloc.h>
+
+#include <cstdlib>
+#include <exception>
+
+#include <cxxabi.h>
+
+// The linker's name for the start of this module.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace qmzentrel::platform {
+
+extern "C" {
+int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, FaultRegistration* registration,
+                            CONTEXT* context, void* dispatcher);
+[[noreturn]] void QmzReturnToFaultRegistration(const FaultRegistration* registration);
+void QmzUnwindTo(FaultRegistration* registration, EXCEPTION_RECORD* record);
+}
+
+namespace {
+
+// Below this severity an exception only tells something, as OutputDebugString does.
+constexpr DWORD kWarning = 0x80000000u;
+
+// Of ExceptionFlags; the compiler's headers name only the first of them.
+constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
+constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
+constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
+
+// What the report of a stack overflow needs below the procedure that it is raised in.
+constexpr std::ptrdiff_t kStackForReport = 64 * 1024;
+
+// Of the processor: pending exceptions of either floating-point unit, direction, single step.
+constexpr DWORD kX87Exceptions = 0x80FF;
+constexpr DWORD kSseExceptions = 0x3F;
+constexpr std::size_t kSseStateAt = 24;  // MXCSR in the extended registers
+constexpr std::size_t kX87StatusAt = 2;  // the x87 status there
+constexpr std::size_t kX87InUseAt = 4;   // and a bit for each x87 register in use
+constexpr DWORD kX87AllFree = 0xFFFF;    // two bits each where there are more
+constexpr DWORD kDirectionAndTrapFlags = 0x400 | 0x100;
+
+FaultRaiser g_raiser = nullptr;
+LPTOP_LEVEL_EXCEPTION_FILTER g_filter_before = nullptr;
+
+struct CodeRange {
+  DWORD begin;
+  DWORD size;
+  bool Holds(DWORD address) const { return address - begin < size; }
+};
+
+CodeRange OwnCode() {
+  const auto base = reinterpret_cast<DWORD>(&__ImageBase);
+  const auto* const headers =
+      reinterpret_cast<const IMAGE_NT_HEADERS*>(base + static_cast<DWORD>(__ImageBase.e_lfanew));
+  return {base + headers->OptionalHeader.BaseOfCode, headers->OptionalHeader.SizeOfCode};
+}
+
+FaultRegistration* FirstRegistration() {
+  void* first = nullptr;
+  asm("movl %%fs:0, %0" : "=r"(first));
+  return static_cast<FaultRegistration*>(first);
+}
+
+void SetFirstRegistration(void* registration) {
+  asm volatile("movl %0, %%fs:0" : : "r"(registration) : "memory");
+}
+
+// The operating system's mark for the end of the chain.
+bool IsEnd(const FaultRegistration* registration) {
+  return reinterpret_cast<std::uintptr_t>(registration) == UINTPTR_MAX;
+}
+
+// Marks a call into code of the client; takes no exception.
+int __cdecl ClientCodeHandler(EXCEPTION_RECORD* /*record*/, FaultRegistration* /*registration*/,
+                              CONTEXT* /*context*/, void* /*dispatcher*/) {
+  return ExceptionContinueSearch;
+}
+
+bool MarksClientCode(const FaultRegistration& registration) {
+  return registration.handler == reinterpret_cast<void*>(&ClientCodeHandler);
+}
+
+// Who stands between a fault and the registration that is asked about it.
+struct Between {
+  bool client = false;
+  bool other = false;
+};
+
+Between BetweenFaultAnd(const FaultRegistration* registration, DWORD stack_at_fault) {
+  Between found;
+  for (const FaultRegistration* inner = FirstRegistration(); inner != registration && !IsEnd(inner);
+       inner = static_cast<const FaultRegistration*>(inner->previous)) {
+    // The operating system's own, entered to ask us, lie below the fault.
+    if (reinterpret_cast<DWORD>(inner) < stack_at_fault) continue;
+    (MarksClientCode(*inner) ? found.client : found.other) = true;
+  }
+  return found;
+}
+
+bool LeavesStackForReport(const FaultRegistration* registration) {
+  MEMORY_BASIC_INFORMATION stack{};
+  VirtualQuery(registration, &stack, sizeof stack);
+  return reinterpret_cast<const char*>(registration) -
+             static_cast<const char*>(stack.AllocationBase) >=
+         kStackForReport;
+}
+
+[[noreturn]] void CutBackTo(FaultRegistration* registration, DWORD code, EXCEPTION_RECORD* record) {
+  registration->code = code;
+  QmzUnwindTo(registration, record);
+  QmzReturnToFaultRegistration(registration);
+}
+
+// Entered as if the instruction at fault had called it. The code lies in the registration: the
+// handler has no other storage that is this thread's alone.
+[[gnu::noinline, noreturn]] void RaiseAtFault() {
+  asm volatile("cld\n\tfnclex" ::: "cc");
+  RaiseFaultOf(*FirstRegistration());
+}
+
+// Whether the processor was sent to an address that holds no code.
+bool IsWildJump(const EXCEPTION_RECORD& record, const CONTEXT& context) {
+  return record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters > 1 &&
+         record.ExceptionInformation[1] == context.Eip;
+}
+
+// As a function is entered: no x87 register in use, and nothing pending.
+void ClearForCall(CONTEXT& context) {
+  context.EFlags &= ~kDirectionAndTrapFlags;
+  context.FloatSave.StatusWord &= ~kX87Exceptions;
+  context.FloatSave.TagWord |= kX87AllFree;
+  if ((context.ContextFlags & CONTEXT_EXTENDED_REGISTERS) != CONTEXT_EXTENDED_REGISTERS) return;
+  *reinterpret_cast<WORD*>(context.ExtendedRegisters + kX87StatusAt) &=
+      static_cast<WORD>(~kX87Exceptions);
+  context.ExtendedRegisters[kX87InUseAt] = 0;
+  *reinterpret_cast<DWORD*>(context.ExtendedRegisters + kSseStateAt) &= ~kSseExceptions;
+}
+
+// Lets the thread go on as if the statement at fault had called a function that raises. False where
+// it cannot be: the way out must lead through our own code alone.
+bool RaiseWhereItHappened(const EXCEPTION_RECORD& record, CONTEXT& context) {
+  static const CodeRange own = OwnCode();
+  auto* stack = reinterpret_cast<DWORD*>(context.Esp);
+  if (own.Holds(context.Eip)) {
+    // The unwinder looks up the address before the one to return to.
+    *--stack = context.Eip + 1;
+    context.Esp = reinterpret_cast<DWORD>(stack);
+  } else if (!IsWildJump(record, context) || !own.Holds(*stack)) {
+    return false;
+  }
+  context.Eip = reinterpret_cast<DWORD>(&RaiseAtFault);
+  ClearForCall(context);
+  return true;
+}
+
+const EXCEPTION_RECORD& Innermost(const EXCEPTION_RECORD& record) {
+  const EXCEPTION_RECORD* inner = &record;
+  while (inner->ExceptionRecord != nullptr) inner = inner->ExceptionRecord;
+  return *inner;
+}
+
+// An exception that no procedure of ours was running for belongs to somebody else.
+LONG WINAPI HandOn(EXCEPTION_POINTERS* exception) {
+  return g_filter_before != nullptr ? g_filter_before(exception) : EXCEPTION_CONTINUE_SEARCH;
+}
+
+// The procedure that a fault of this thread would belong to now; null when there is none.
+FaultRegistration* RunningProcedure() {
+  for (FaultRegistration* registration = FirstRegistration(); !IsEnd(registration);
+       registration = static_cast<FaultRegistration*>(registration->previous)) {
+    if (MarksClientCode(*registration)) return nullptr;
+    if (registration->handler == reinterpret_cast<void*>(&QmzFaultHandler)) return registration;
+  }
+  return nullptr;
+}
+
+bool IsHandlingFault() {
+  if (std::current_exception() == nullptr) return false;
+  try {
+    throw;
+  } catch (const RaisedFault&) {
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+// The fault that could not leave the function that it was raised in: one that raises nothing, or
+// one that code of others has called. Any other error that finds no handler ends the process, and
+// so does an end that no error has led to.
+void OnTerminate() {
+  FaultRegistration* const procedure = RunningProcedure();
+  if (procedure == nullptr || procedure->code == 0) std::abort();
+  if (IsHandlingFault()) {
+    abi::__cxa_end_catch();  // of whoever ended the search for a handler
+  } else if (std::uncaught_exceptions() == 0) {
+    std::abort();
+  }
+  // Else a function that raises nothing has let it past its handlers for other errors.
+  CutBackTo(procedure, procedure->code, nullptr);
+}
+
+}  // namespace
+
+extern "C"
+    [[gnu::force_align_arg_pointer]] int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record,
+                                                                 FaultRegistration* registration,
+                                                                 CONTEXT* context,
+                                                                 void* /*dispatcher*/) {
+  if (g_raiser == nullptr || (record->ExceptionFlags & kUnwinding) != 0) {
+    return ExceptionContinueSearch;
+  }
+  const EXCEPTION_RECORD& fault = Innermost(*record);
+  const DWORD code = fault.ExceptionCode;
+  if (code < kWarning) return ExceptionContinueSearch;
+  const Between between = BetweenFaultAnd(registration, context->Esp);
+  if (between.client) return ExceptionContinueSearch;
+  if (code == EXCEPTION_STACK_OVERFLOW) {
+    if (!LeavesStackForReport(registration)) return ExceptionContinueSearch;  // one further out
+    CutBackTo(registration, code, record);
+  }
+  constexpr DWORD kNoWayOn = kNonContinuable | kNestedCall;
+  if (between.other || (record->ExceptionFlags & kNoWayOn) != 0 ||
+      !RaiseWhereItHappened(fault, *context)) {
+    CutBackTo(registration, code, record);
+  }
+  registration->code = code;
+  return ExceptionContinueExecution;
+}
+
+void InstallFaultHandling(FaultRaiser raiser) {
+  // The filter and the terminate handler point into this library.
+  HMODULE pinned = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<LPCWSTR>(&HandOn), &pinned);
+  g_raiser = raiser;
+  std::set_terminate(OnTerminate);
+  const LPTOP_LEVEL_EXCEPTION_FILTER before = SetUnhandledExceptionFilter(HandOn);
+  if (before != HandOn) g_filter_before = before;
+}
+
+void RaiseFaultOf(const FaultRegistration& registration) {
+  const std::uint32_t code = registration.code;
+  // Or the next overflow would end the process without a word.
+  if (code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
+  g_raiser(code);
+  std::abort();
+}
+
+ClientCode::ClientCode() {
+  registration_.handler = reinterpret_cast<void*>(&ClientCodeHandler);
+  registration_.previous = FirstRegistration();
+  SetFirstRegistration(&registration_);
+}
+
+ClientCode::~ClientCode() {
+  SetFirstRegistration(registration_.previous);
+}
+
+}  // namespace qmzentrel::platform

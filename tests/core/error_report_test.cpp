@@ -1,0 +1,316 @@
+// What a report is made of, and who gets it.
+
+#include "support/component_version.h"
+#include "tests/contract/harness.h"
+#include "tests/core/core_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+using modErrorReportSupport::ErrorReportExceptionFilter;
+using modErrorReportSupport::ExceptionName;
+using modErrorReportSupport::HardwareFault;
+
+class ErrorReporting : public CoreTest {
+ protected:
+  /// The module of a procedure.
+  static ModuleFields Fields() {
+    return {"Meter", nullptr, [](const void*) { return DumpVariable("m_lngReading", 12); }};
+  }
+
+  /// A procedure that fails with error 6 in line `line`.
+  void Fail() {
+    const std::int32_t Port = 7;
+    const std::int32_t lngStatus = 3;
+    ErrorFrame frame(Fields(), "Read", Parameters(NAMED(Port)), Locals(NAMED(lngStatus)));
+    line = __LINE__ + 1;
+    frame.Run([&] { STEP RaiseError(kErrorOverflow); });
+  }
+
+  /// What the error handler gets of it.
+  ErrorReport Report() {
+    return ReportOf([this] { Fail(); });
+  }
+
+  std::int32_t FailingNumber() {
+    return ErrorNumberOf([this] { Fail(); });
+  }
+
+  static void UninstallHandler() { TheWorld().classes.clear(); }
+  static std::vector<fakes::World::StopMessage> TakeMessages() {
+    return std::exchange(TheWorld().stop_messages, {});
+  }
+
+  /// The text of the message box about that failure.
+  std::string BoxText() const {
+    return "QmZentrel has encountered a problem. We are sorry for the inconvenience.\r\n"
+           "\r\n"
+           "Module: Meter\r\n"
+           "Procedure: Read\r\n"
+           "Line Number: " +
+           std::to_string(line) +
+           "\r\n"
+           "\r\n"
+           "Overflow (6)";
+  }
+
+  int line = 0;
+};
+
+// --- The external error handler ---
+
+TEST_F(ErrorReporting, TheErrorHandlerGetsComponentAndVersion) {
+  const ErrorReport report = Report();
+  EXPECT_EQ(report.component, "QmZentrel");
+  EXPECT_EQ(report.version, "6.2.0");
+  EXPECT_EQ(report.version, kComponentVersion);
+  EXPECT_EQ(report.component_id, 0);
+}
+
+TEST_F(ErrorReporting, TheErrorHandlerGetsTheErrorAndItsPlace) {
+  const ErrorReport report = Report();
+  EXPECT_EQ(report.ErrorNumber, 6);
+  EXPECT_EQ(report.ErrorDescription, "Overflow");
+  EXPECT_EQ(report.ErrorLine, line);
+  EXPECT_EQ(report.ErrorSource, "QmZentrel");
+  EXPECT_EQ(report.module, "Meter");
+  EXPECT_EQ(report.procedure, "Read");
+}
+
+TEST_F(ErrorReporting, TheVariablesAreInTheirSections) {
+  const ErrorReport report = Report();
+  EXPECT_EQ(report.variables,
+            "<Variables>\r\n"
+            "<LocalVariables>\r\n"
+            "<lngStatus>3</lngStatus>\r\n"
+            "</LocalVariables>\r\n"
+            "<ModuleVariables>\r\n"
+            "<m_lngReading>12</m_lngReading>\r\n"
+            "</ModuleVariables>\r\n"
+            "<GlobalVariables>\r\n"
+            "<ComponentID>0</ComponentID>\r\n"
+            "<HasInitialised>True</HasInitialised>\r\n"
+            "<ErrorNumber>6</ErrorNumber>\r\n"
+            "<ErrorDescription>Overflow</ErrorDescription>\r\n"
+            "<ErrorLine>" +
+                std::to_string(line) +
+                "</ErrorLine>\r\n"
+                "<ErrorSource>QmZentrel</ErrorSource>\r\n"
+                "<maxti>{Cannot dump UDT arrays}</maxti>\r\n"
+                "<mintMaxTimers>0</mintMaxTimers>\r\n"
+                "</GlobalVariables>\r\n"
+                "</Variables>\r\n"
+                "<Parameters>\r\n"
+                "<Port>7</Port>\r\n"
+                "</Parameters>");
+}
+
+TEST_F(ErrorReporting, TheErrorHandlerIsCreatedAnewForEachReport) {
+  Report();
+  Report();
+  EXPECT_EQ(Handler().created, 2);
+}
+
+TEST_F(ErrorReporting, WhateverTheErrorHandlerDecidesTheErrorLeavesAs65535) {
+  Handler().object.gets["Action"] = [](const auto&) { return std::string("Ignore"); };
+  Report();
+}
+
+TEST_F(ErrorReporting, TheActionIsReturned) {
+  modErrorReportSupport::StoreError({6, "Overflow"}, 10);
+  EXPECT_EQ(modErrorReportSupport::ReportError("Meter", "Read", "", "", ""), "Continue");
+  EXPECT_EQ(TakeReports().size(), 1U);
+}
+
+TEST_F(ErrorReporting, AnErrorHandlerThatTellsNoActionHasTakenTheReportAllTheSame) {
+  Handler().object.gets.erase("Action");
+  EXPECT_EQ(modErrorReportSupport::ReportError("Meter", "Read", "", "", ""), "");
+  EXPECT_EQ(TakeReports().size(), 1U);
+  EXPECT_TRUE(TheWorld().stop_messages.empty());
+}
+
+TEST_F(ErrorReporting, AReportOnOneThreadLeavesTheErrorOfAnother) {
+  modErrorReportSupport::StoreError({6, "Overflow"}, 10);
+  contract::RunOnAnotherThread([] {
+    EXPECT_TRUE(modErrorReportSupport::DumpFields().find("<ErrorNumber>0</ErrorNumber>") !=
+                std::string::npos);
+    modErrorReportSupport::StoreError({13, "Type mismatch"}, 11);
+    modErrorReportSupport::ReleaseThread();
+  });
+  EXPECT_TRUE(modErrorReportSupport::DumpFields().find("<ErrorNumber>6</ErrorNumber>") !=
+              std::string::npos);
+}
+
+TEST_F(ErrorReporting, AProgramThatOnlyTriesWithholdsItsReports) {
+  {
+    const modErrorReportSupport::ReportsWithheld tried_only;
+    EXPECT_EQ(FailingNumber(), 65535);
+  }
+  EXPECT_TRUE(TakeReports().empty());
+  EXPECT_EQ(FailingNumber(), 65535);
+  EXPECT_EQ(TakeReports().size(), 1U);
+}
+
+// --- The message box ---
+
+TEST_F(ErrorReporting, WithoutAnErrorHandlerAMessageBoxTellsOfTheError) {
+  UninstallHandler();
+  EXPECT_EQ(FailingNumber(), 65535);
+  const auto messages = TakeMessages();
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_EQ(messages[0].title, "Application Error");
+  EXPECT_EQ(messages[0].text, BoxText());
+  EXPECT_TRUE(TheWorld().debugger_lines.empty());
+}
+
+TEST_F(ErrorReporting, TheMessageBoxAnswersWithNoAction) {
+  UninstallHandler();
+  EXPECT_EQ(modErrorReportSupport::ReportError("Meter", "Read", "", "", ""), "");
+  EXPECT_EQ(TakeMessages().size(), 1U);
+}
+
+TEST_F(ErrorReporting, AnErrorHandlerThatCannotBeMadeIsAsNone) {
+  TheWorld().classes[kErrorHandlerClass] = [] { return platform::HeldObject(); };
+  EXPECT_EQ(FailingNumber(), 65535);
+  EXPECT_EQ(TakeMessages().size(), 1U);
+}
+
+TEST_F(ErrorReporting, AnErrorHandlerThatFailsIsAsNone) {
+  Handler().object.methods["ErrorHandler"] = [](const auto&) -> platform::LateArgument {
+    throw platform::LateFailure{380, "Error", "no room"};
+  };
+  EXPECT_EQ(FailingNumber(), 65535);
+  const auto messages = TakeMessages();
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_EQ(messages[0].text, BoxText());
+}
+
+TEST_F(ErrorReporting, AnErrorHandlerForWhichMemoryRunsOutIsAsNone) {
+  TheWorld().out_of_memory_in = {"CreateLateObject"};
+  EXPECT_EQ(FailingNumber(), 65535);
+  EXPECT_EQ(TakeMessages().size(), 1U);
+}
+
+TEST_F(ErrorReporting, OneMessageBoxTellsOfAnErrorThatPassesManyProcedures) {
+  UninstallHandler();
+  EXPECT_EQ(ErrorNumberOf([this] {
+              ErrorFrame frame(Fields(), "Outer");
+              frame.Run([&] { STEP Fail(); });
+            }),
+            65535);
+  EXPECT_EQ(TakeMessages().size(), 1U);
+}
+
+TEST_F(ErrorReporting, AnErrorWhileTheUserReadsHasItsOwnMessageBox) {
+  UninstallHandler();
+  TheWorld().at_stop_message = [this] {
+    TheWorld().at_stop_message = nullptr;
+    ErrorFrame frame(Fields(), "Meanwhile");
+    EXPECT_EQ(ErrorNumberOf([&] { frame.Run([] { RaiseError(kErrorTypeMismatch); }); }), 65535);
+  };
+  EXPECT_EQ(FailingNumber(), 65535);
+  const auto messages = TakeMessages();
+  ASSERT_EQ(messages.size(), 2U);
+  EXPECT_EQ(messages[0].text, BoxText());
+  EXPECT_TRUE(messages[1].text.ends_with("Type mismatch (13)"));
+}
+
+TEST_F(ErrorReporting, AMessageBoxThatFailsDoesNotHideTheError) {
+  UninstallHandler();
+  TheWorld().out_of_memory_in = {"ShowStopMessage"};
+  EXPECT_EQ(FailingNumber(), 65535);
+}
+
+// --- Where nobody could see a message box ---
+
+TEST_F(ErrorReporting, WithoutADesktopTheReportGoesToTheDebuggerChannel) {
+  UninstallHandler();
+  TheWorld().has_desktop = false;
+  EXPECT_EQ(FailingNumber(), 65535);
+  const auto lines = std::exchange(TheWorld().debugger_lines, {});
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_TRUE(lines[0].starts_with(BoxText() + "\r\n<Variables>\r\n<LocalVariables>\r\n"));
+  EXPECT_TRUE(lines[0].ends_with("<Port>7</Port>\r\n</Parameters>"));
+}
+
+TEST_F(ErrorReporting, WithoutADesktopTheErrorHandlerStillGetsTheReport) {
+  TheWorld().has_desktop = false;
+  Report();
+  EXPECT_TRUE(TheWorld().debugger_lines.empty());
+}
+
+TEST_F(ErrorReporting, ADebuggerChannelThatFailsDoesNotHideTheError) {
+  UninstallHandler();
+  TheWorld().has_desktop = false;
+  TheWorld().out_of_memory_in = {"DebuggerOutput"};
+  EXPECT_EQ(FailingNumber(), 65535);
+}
+
+// --- The report service ---
+
+TEST_F(ErrorReporting, WithoutADebuggingSessionNoObjectIsAnnounced) {
+  Zentrel::Create();
+  EXPECT_TRUE(TheWorld().service_notices.empty());
+}
+
+// --- Exceptions of the processor ---
+
+struct NamedCode {
+  std::uint32_t code;
+  const char* name;
+  std::int32_t number;
+};
+
+void PrintTo(const NamedCode& code, std::ostream* stream) {
+  *stream << code.name;
+}
+
+class NamedException : public ErrorReporting, public testing::WithParamInterface<NamedCode> {};
+
+TEST_P(NamedException, IsAnErrorWithItsNumberAndName) {
+  EXPECT_EQ(ExceptionName(GetParam().code), GetParam().name);
+  try {
+    ErrorReportExceptionFilter(GetParam().code);
+  } catch (const HardwareFault& fault) {
+    EXPECT_EQ(fault.number, GetParam().number);
+    EXPECT_EQ(fault.description, GetParam().name);
+    EXPECT_EQ(fault.source, "ErrorReportExceptionFilter");
+    EXPECT_EQ(fault.code, GetParam().code);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, NamedException,
+                         testing::Values(NamedCode{0xC0000005, "Access Violation", 10005},
+                                         NamedCode{0x80000002, "Data Type Misalignment", 10002},
+                                         NamedCode{0x80000003, "Breakpoint", 10003},
+                                         NamedCode{0x80000004, "Single Step", 10004},
+                                         NamedCode{0xC000008C, "Array Bounds Exceeded", 10140},
+                                         NamedCode{0xC000008D, "Float Denormal Operand", 10141},
+                                         NamedCode{0xC000008E, "Divide By Zero", 10142},
+                                         NamedCode{0xC000008F, "Floating Point Inexact Result",
+                                                   10143},
+                                         NamedCode{0xC0000090, "Invalid Operation", 10128},
+                                         NamedCode{0xC0000091, "Float Overflow", 10129},
+                                         NamedCode{0xC0000092, "Float Stack Check", 10130},
+                                         NamedCode{0xC0000093, "Float Underflow", 10131},
+                                         NamedCode{0xC0000094, "Integer Divide By Zero", 10132},
+                                         NamedCode{0xC0000095, "Integer Overflow", 10133},
+                                         NamedCode{0xC0000096, "Privileged Instruction", 10134},
+                                         NamedCode{0xC0000006, "In Page Error", 10006},
+                                         NamedCode{0xC000001D, "Illegal Instruction", 10013},
+                                         NamedCode{0xC0000025, "Non Continuable Exception", 10037},
+                                         NamedCode{0xC00000FD, "Stack Overflow", 10237},
+                                         NamedCode{0xC0000026, "Invalid Disposition", 10038},
+                                         NamedCode{0x80000001, "Guard Page Violation", 10001},
+                                         NamedCode{0xC0000008, "Invalid Handle", 10008},
+                                         NamedCode{0xC000013A, "Control-C Exit", 10042},
+                                         NamedCode{0xE06D7363, "Unknown (&HE06D7363)", 10099},
+                                         NamedCode{0x80000000, "Unknown (&H80000000)", 10000}),
+                         [](const auto& test) { return "Code" + std::to_string(test.param.code); });
+
+TEST_F(ErrorReporting, AnUnknownExceptionIsNamedByEightDigits) {
+  EXPECT_EQ(ExceptionName(0xABC), "Unknown (&H00000ABC)");
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

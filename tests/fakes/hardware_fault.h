@@ -1,0 +1,16 @@
+// An exception of the processor, for tests that have none.
+#pragma once
+
+#include <cstdint>
+
+namespace qmzentrel::fakes {
+
+/// What the processor would do at this statement. Within a procedure it is raised there; in code of
+/// the client, outside every procedure, or before error reporting is set up, nobody takes it:
+/// false.
+bool RaiseHardwareFault(std::uint32_t code);
+
+/// Whether a procedure would take a fault that happened now.
+bool IsInProcedure();
+
+}  // namespace qmzentrel::fakes
