@@ -1,0 +1,146 @@
+// Each procedure of the catalogs and the sub-device messages fails once.
+#include "tests/core/fake_list_control.h"
+#include "tests/core/fault_report.h"
+#include "tests/core/telic2_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+constexpr const char* kModule = "Zentrel";
+
+// --- Names ---
+
+class NameFaults : public FaultTest<ZentrelTest> {};
+
+TEST_F(NameFaults, LoadNamesIsReportedWhole) {
+  SetInterfaces(0, 1, 3);
+  SetText(kIntervals, "0", "5 s");
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "3");
+  ExpectReport([] { Zentrel::Create(); },
+               {kOutOfMemory, kModule, "m_strTXIs[n] = catalogs::ReadText", "",
+                Shown("n", 3) + Shown("vntMax", 1) + Shown("lngMax", 1)});
+}
+
+TEST_F(NameFaults, MIFNameIsReportedWhole) {
+  ExpectReport([this] { zentrel->MIFName(); },
+               {kSubscript, kModule, "return m_strMIFs[m_lngMIF]", "", ""});
+}
+
+TEST_F(NameFaults, TXINameIsReportedWhole) {
+  ExpectReport([this] { zentrel->TXIName(); },
+               {kSubscript, kModule, "return m_strTXIs[m_lngTXI]", "", ""});
+}
+
+TEST_F(NameFaults, NameIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegOpenKeyEx", "SOFTWARE\\Meters\\4");
+  ExpectReport([this] { zentrel->Name("SOFTWARE\\Meters", 4); },
+               {kOutOfMemory, kModule, "catalogs::ReadName(RegRootKey, Index",
+                Shown("RegRootKey", "SOFTWARE\\Meters") + Shown("Index", 4), ""});
+}
+
+// --- Lists ---
+
+class MessageFaults : public FaultTest<Telic2Test<ZentrelTest>> {};
+
+TEST_F(MessageFaults, TELIC2DeviceIsReportedWhole) {
+  FailAtEntry();
+  ExpectReport([this] { zentrel->TELIC2Device("Gauge"); },
+               {kStackOverflow, kModule, kBeforeTheFirstLine, Shown("New_Value", "Gauge"), ""});
+}
+
+class MessageListFaults : public MessageFaults {
+ protected:
+  MessageListFaults() {
+    control.object.default_value = [] { return std::string("NOP"); };
+  }
+
+  void Refuse(const std::string& member) {
+    control.Refuse(member, {kRefusal.number, kRefusal.source, kRefusal.description});
+  }
+
+  inline static const ExpectedError kRefusal{420, "Invalid object reference", "Form1"};
+  FakeListControl control;
+};
+
+TEST_F(MessageListFaults, TELIC2EnumDevicesIsReportedWhole) {
+  SetText(kDeviceTypes + "\\Gauge", "", "");
+  Refuse("AddItem");
+  ExpectReport([this] { zentrel->TELIC2EnumDevices(control.Bound()); },
+               {kRefusal, kModule, "box.AddItem(device)", Shown("cbo", "{NOP}"),
+                ShownTexts("strDevices", {"Gauge", "Meter"})});
+}
+
+TEST_F(MessageListFaults, TELIC2EnumMessagesIsReportedWhole) {
+  SetRange(kMessages, 30, 31);
+  ExpectReport([this] { zentrel->TELIC2EnumMessages(control.Bound(), 30); },
+               {kOverflow, kModule, "messages.Offer(AddMessageTo(box))",
+                Shown("cbo", "{NOP}") + Shown("Default", 30), ""});
+}
+
+TEST_F(MessageListFaults, TELIC2EnumTestMessagesIsReportedWhole) {
+  Refuse("Clear");
+  ExpectReport(
+      [this] { zentrel->TELIC2EnumTestMessages(control.Bound(), -1); },
+      {kRefusal, kModule, "box.Clear()", Shown("cbo", "{NOP}") + Shown("Default", -1), ""});
+}
+
+// --- Lengths ---
+
+TEST_F(MessageFaults, TELIC2_LengthIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "Bytes");
+  ExpectReport([this] { zentrel->TELIC2_Length(8); },
+               {kOutOfMemory, kModule, "catalogs::MessageLength(Index)", Shown("Index", 8), ""});
+}
+
+TEST_F(MessageFaults, TELIC2Test_RdLengthIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "RBytes");
+  ExpectReport([this] { zentrel->TELIC2Test_RdLength(9); },
+               {kOutOfMemory, kModule, "catalogs::TestReadLength(", Shown("Index", 9), ""});
+}
+
+TEST_F(MessageFaults, TELIC2Test_WrLengthIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "PBytes");
+  ExpectReport([this] { zentrel->TELIC2Test_WrLength(10); },
+               {kOutOfMemory, kModule, "catalogs::TestWriteLength(", Shown("Index", 10), ""});
+}
+
+// --- Messages ---
+
+TEST_F(MessageFaults, TELIC2ReadIsReportedWhole) {
+  ids = {8, 10};
+  data = {-1};
+  ExpectReport([this] { RunOver(kReadCommand, 2); },
+               {kSubscript, kModule, "CheckEntries(MessageData, NumMessages)",
+                Shown("NumMessages", 2) + ShownNumbers("MessageIDs", {8, 10}) +
+                    ShownNumbers("MessageData", {-1}),
+                ShownFrame("bytTx", {0, 0, 0, 0, 8, 10}) + ShownFrame("bytRx") +
+                    Shown("lngRxLength", 9) + Shown("lngStatus", 0) + Shown("i", 2)});
+}
+
+TEST_F(MessageFaults, TELIC2WriteIsReportedWhole) {
+  ids = {8, 10};
+  data = {0x1234, 5};
+  ExpectReport(
+      [this] { zentrel->TELIC2Write(2, LongArray(ids, 0), LongArray(data, 0, true)); },
+      {kLocked, kModule, "CheckEntries(MessageData, NumMessages)",
+       Shown("NumMessages", 2) + ShownNumbers("MessageIDs", {8, 10}) +
+           ShownNumbers("MessageData", {0x1234, 5}),
+       ShownFrame("bytTx") + ShownFrame("bytRx") + Shown("lngTxLength", 9) + Shown("i", 2)});
+}
+
+TEST_F(MessageFaults, TELIC2TestIsReportedWhole) {
+  Open(true);
+  // Three messages without data, where the client has room for one.
+  const Bytes reply = {0x7E, 0x20, 0xC9, 3, 0, 0, 0};
+  Port().Answer(reply);
+  ExpectReport(
+      [this] { Run(kTestCommand, {8}, {0x1234}); },
+      {kSubscript, kModule, "Unpack(bytRx, expected, MessageData, read_lengths)",
+       Shown("NumMessages", 1) + ShownNumbers("MessageIDs", {8}) + ShownNumbers("MessageData", {0}),
+       ShownFrame("bytTx", {0x7E, 0x20, 0xC9, 3, 8, 0x12, 0x34}) + ShownFrame("bytRx", reply) +
+           Shown("lngTxLength", 7) + Shown("lngRxLength", 7) + Shown("lngReply", 2) +
+           Shown("lngStatus", 0) + Shown("i", 1)});
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests

@@ -1,0 +1,168 @@
+// Each procedure of the simulator's form fails once.
+#include "tests/core/fault_report.h"
+#include "tests/core/simulator_test.h"
+
+namespace qmzentrel::tests {
+namespace {
+
+constexpr const char* kModule = "frmZentrelSim";
+
+class SimulatorFaults : public FaultTest<SimulatorTest> {
+ protected:
+  /// Reads with this user at the dialog, who runs into a fault.
+  void ExpectReportAtDialog(const DialogUser& user, const ExpectedReport& expected) {
+    Create();
+    TheWorld().dialog_user = user;
+    ExpectReport([this] { zentrel->ReadXpdr(); }, expected);
+    EXPECT_EQ(TheWorld().dialogs_shown, 1);
+  }
+};
+
+// --- The life of the form ---
+
+TEST_F(SimulatorFaults, Form_LoadIsReportedWhole) {
+  SetInterfaces(0, 31, 0);
+  ExpectReport([this] { Create(); }, {kOverflow, kModule, "catalogs::OfferInterfaces(", "", ""});
+}
+
+TEST_F(SimulatorFaults, Form_UnloadIsReportedWhole) {
+  simulator::frmZentrelSim form;
+  FailAtEntry();
+  ExpectReport([&] { form.Form_Unload(); }, {kStackOverflow, kModule, kBeforeTheFirstLine, "", ""});
+}
+
+// --- Lists ---
+
+TEST_F(SimulatorFaults, LoadSignaturesIsReportedWhole) {
+  SetText(kBoxModes, "no number", "Odd");
+  ExpectReport(
+      [this] { Create(); },
+      {kTypeMismatch, kModule, "lngValue = NumberOf(", Shown("index", 1) + Shown("key", kBoxModes),
+       Shown("values", "{Cannot dump UDT arrays}") + Shown("lngValue", 2)});
+}
+
+TEST_F(SimulatorFaults, cboMIF_ClickIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        constexpr int kAfterTheChoiceItself = 2;
+        FailIn("RefreshSimulatorDialog", ViolateAccess, kAfterTheChoiceItself);
+        dialog.Choose(DialogList::cboMIF, "[5] Register");
+      },
+      {kAccessViolation, kModule, "platform::RefreshSimulatorDialog()", "", ""});
+}
+
+TEST_F(SimulatorFaults, chkSecondary_ClickIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        constexpr int kAfterTheDialogItself = 2;
+        FailAtEntry(kAfterTheDialogItself);
+        dialog.Click(DialogCheck::chkSecondary);
+      },
+      {kStackOverflow, kModule, kBeforeTheFirstLine, "", ""});
+}
+
+TEST_F(SimulatorFaults, LoadMIFVersionsIsReportedWhole) {
+  StoreInterface(5, true);
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegEnumKeyEx", "2");
+        dialog.Click(DialogCheck::chkSecondary);
+      },
+      {kOutOfMemory, kModule, "RegEnumKeys(kLocalMachine, InterfaceKey(lngMIF)", "",
+       Shown("lngMIF", 0) + ShownTexts("strKeys", {"4.0", "5.0"}) +
+           Shown("strVersions", "{UnInitialised Array}")});
+}
+
+TEST_F(SimulatorFaults, cboVersion_ClickIsReportedWhole) {
+  StoreInterface(5, true);
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        SetText(InterfaceKey(5), "IDSources", "both");
+        dialog.Choose(DialogList::cboVersion, "4.0");
+      },
+      {kTypeMismatch, kModule, "NumberOf(VersionedProp(strKey, \"IDSources\"", "",
+       Shown("strKey", InterfaceKey(5)) + Shown("lngSources", 0)});
+}
+
+TEST_F(SimulatorFaults, VersionedPropIsReportedWhole) {
+  StoreInterface(5, true);
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegQueryValueEx", "IDSources");
+        dialog.Choose(DialogList::cboVersion, "9.0");
+      },
+      {kOutOfMemory, kModule, "if (RegGetValue(kLocalMachine, RegRootKey + ",
+       Shown("RegRootKey", InterfaceKey(5)) + Shown("PropName", "IDSources") +
+           Shown("TargetVersion", "9.0") + Shown("Default", "{Empty}"),
+       ShownTexts("strKeys", {"4.0", "9.0"}) + Shown("lngIndex", 1) +
+           Shown("vntValue", "{Empty}")});
+}
+
+TEST_F(SimulatorFaults, LoadMSIIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegQueryValueEx", "Encoder");
+        dialog.Choose(DialogList::cboMIF, "[5] Register");
+      },
+      {kOutOfMemory, kModule, "\"Encoder\", vntEncoder", "",
+       Shown("vntEncoder", false) + Shown("lngCode", 0)});
+}
+
+// --- Shows ---
+
+TEST_F(SimulatorFaults, ShowReadIsReportedWhole) {
+  Create();
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "Util");
+  ExpectReport([this] { zentrel->ReadXpdr(); },
+               {kOutOfMemory, kModule, "ShowStoredValues()", "", ""});
+}
+
+TEST_F(SimulatorFaults, ShowFactoryTestIsReportedWhole) {
+  Create();
+  TheWorld().has_desktop = false;
+  ExpectReport([this] { zentrel->ResetXpdr(); },
+               {{5, "The simulator needs a desktop to show its window"},
+                kModule,
+                "Show(\"Zentrel Simulator - Factory Test\")",
+                "",
+                ""});
+}
+
+TEST_F(SimulatorFaults, ShowWriteIsReportedWhole) {
+  Create();
+  RunOutOfMemoryInRegistry("RegQueryValueEx", "Battery");
+  ExpectReport([this] { zentrel->WriteXpdr(); },
+               {kOutOfMemory, kModule, "Show(\"Zentrel Simulator - Write\")", "", ""});
+}
+
+// --- Buttons ---
+
+TEST_F(SimulatorFaults, cmdOK_ClickIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegSetValueEx", "Util");
+        Ok(dialog);
+      },
+      {kOutOfMemory, kModule, "WriteSimulatorValue(\"Util\", Util())", "", ""});
+}
+
+TEST_F(SimulatorFaults, cmdNoXpdr_ClickIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegSetValueEx", "Version");
+        NoXpdr(dialog);
+      },
+      {kOutOfMemory, kModule, "StoreBoxValues()", "", ""});
+}
+
+TEST_F(SimulatorFaults, cmdNoZentrel_ClickIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        FailIn("HideSimulatorDialog", ViolateAccess);
+        NoZentrel(dialog);
+      },
+      {kAccessViolation, kModule, "Answer(S_TIMEOUT, S_TIMEOUT)", "", ""});
+}
+
+}  // namespace
+}  // namespace qmzentrel::tests
