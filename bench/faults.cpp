@@ -79,7 +79,7 @@ void MeasureFrame() {
            .rounds = kRounds,
            .ways = {Repeated("without", kFast, [] { Plain(1); }),
                     Repeated("frame, one statement", kFast, [] { Framed(1); }),
-                    Repeated("frame, two parameters, one local, three statements", kFast,
+                    Repeated("frame, three variables, three statements", kFast,
                              [] { FramedWithVariables(1, 2); })}});
   std::printf(
       "Bytes of a frame: %u, with two parameters and one local %u, and %u while it runs\n\n",

@@ -21,8 +21,7 @@ void CallPowerStateChange(IDispatch& sink, bool new_state) {
   V_BOOL(&argument) = new_state ? VARIANT_TRUE : VARIANT_FALSE;
   DISPPARAMS parameters{&argument, nullptr, 1, 0};
   EXCEPINFO failure{};
-  // A sink that fails or is gone is its owner's affair, and so is an exception in it.
-  const platform::ClientCode sink_of_the_client;
+  // A sink that fails or is gone is its owner's affair.
   sink.Invoke(kPowerStateChange, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
               nullptr, &failure, nullptr);
   SysFreeString(failure.bstrSource);
@@ -102,6 +101,8 @@ void ConnectionPoint::FirePowerStateChange(bool new_state) {
     const auto next = std::ranges::upper_bound(connections_, called, {}, &Connection::cookie);
     if (next == connections_.end() || next->cookie > last_at_start) return;
     called = next->cookie;
+    // An exception in the sink is its owner's as well, in its last Release too.
+    const platform::ClientCode sink_of_the_client;
     const platform::ComPointer<IDispatch> sink = next->sink;
     CallPowerStateChange(*sink.Get(), new_state);
   }

@@ -67,6 +67,8 @@ HRESULT Report(HRESULT code, std::string_view description) noexcept {
 HRESULT ReportErrorInProgress() noexcept {
   try {
     throw;
+  } catch (const ReportedError&) {
+    return Report(AutomationError(kErrorReported), kOtherErrorDescription);
   } catch (const RunTimeError& error) {
     return Report(AutomationError(error.number), error.description);
   } catch (const ComError& error) {

@@ -4,6 +4,7 @@
 #include "device/Zentrel.h"
 #include "platform/clock.h"
 #include "simulator/simulator_switch.h"
+#include "support/ignoring_errors.h"
 #include "support/modCOM_Hex.h"
 #include "support/modCOM_InDesignMode.h"
 #include "support/run_time_error.h"
@@ -52,7 +53,11 @@ Zentrel::~Zentrel() {
   try {
     Class_Terminate();
   } catch (...) {
-    // Reported already; whoever releases an object cannot be told.
+    // Reported already; whoever releases an object cannot be told. But a timer that was not stopped
+    // would be kept running by its table, for nobody.
+    IgnoringErrors([this] {
+      if (m_XTimer) m_XTimer->Enabled(false);
+    });
   }
 }
 

@@ -168,12 +168,13 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
                                      const std::string& TargetVersion,
                                      const std::optional<Variant>& Default) const {
   std::vector<std::string> strKeys;
+  std::string strKey;
   std::int32_t lngIndex = 0;
   Variant vntValue;
   ErrorFrame frame(
       Fields(), "VersionedProp",
       Parameters(NAMED(RegRootKey), NAMED(PropName), NAMED(TargetVersion), NAMED(Default)),
-      Locals(NAMED(strKeys), NAMED(lngIndex), NAMED(vntValue)));
+      Locals(NAMED(strKeys), NAMED(strKey), NAMED(lngIndex), NAMED(vntValue)));
   return frame.Run([&] {
     STEP if (!TargetVersion.empty()) {
       STEP lngIndex = RegEnumKeys(kLocalMachine, RegRootKey, strKeys, true);
@@ -181,9 +182,9 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
       STEP while (--lngIndex >= 0) {
         const std::string& version = strKeys[static_cast<std::size_t>(lngIndex)];
         STEP if (version > TargetVersion) continue;
-        STEP if (RegGetValue(kLocalMachine, RegRootKey + "\\" + version, PropName, vntValue)) {
-          return vntValue;
-        }
+        STEP strKey = RegRootKey;
+        STEP strKey.append("\\").append(version);
+        STEP if (RegGetValue(kLocalMachine, strKey, PropName, vntValue)) return vntValue;
       }
     }
     STEP RegGetValue(kLocalMachine, RegRootKey, PropName, vntValue, Default);

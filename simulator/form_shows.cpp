@@ -10,7 +10,6 @@ namespace qmzentrel::simulator {
 namespace {
 
 using platform::DialogButton;
-using platform::DialogCheck;
 using platform::DialogList;
 using platform::DialogText;
 

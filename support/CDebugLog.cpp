@@ -32,7 +32,7 @@ std::string_view Label(std::int32_t event_type) {
   }
 }
 
-std::string OnOneLine(const std::string& text) {
+std::string OnOneLine(std::string_view text) {
   std::string flat;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
@@ -63,7 +63,7 @@ void CDebugLog::StartLog(const std::string& LogPath, bool OverWriteLog, std::int
   DebugOutput("**** Log opened. ****", kInformation, true, false);
 }
 
-void CDebugLog::DebugOutput(const std::string& DebugText, const std::int32_t& EventType,
+void CDebugLog::DebugOutput(std::string_view DebugText, const std::int32_t& EventType,
                             bool ForceEntry, bool /*StopOnError*/) {
   IgnoringErrors([&] {
     std::string line = platform::FormatDate(platform::LocalDate(), m_strTimeStampMask);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/text_file.h"
 #include "support/object_lifetime.h"
@@ -54,7 +55,7 @@ class CDebugLog {
 
   /// Writes one event as one line: time stamp, label of the type, text with its line ends made
   /// blanks. `ForceEntry` passes both masks; `StopOnError` has no effect on output.
-  void DebugOutput(const std::string& DebugText, const std::int32_t& EventType, bool ForceEntry,
+  void DebugOutput(std::string_view DebugText, const std::int32_t& EventType, bool ForceEntry,
                    bool StopOnError);
 
   /// Writes the closing line and closes the file, if one was started.

@@ -129,13 +129,13 @@ std::string TextOf(const LateValue& value, int depth) {
 // "3" or "0,1" or "0,1,2" of the element at `place`, the last index changing fastest.
 std::string IndicesOf(const platform::ArrayValue& array, std::size_t place) {
   std::string indices;
-  for (auto dimension = array.dimensions.rbegin(); dimension != array.dimensions.rend();
-       ++dimension) {
-    const ArrayDimension& bounds = dimension->value();
+  for (std::size_t dimension = array.dimensions.size(); dimension-- > 0;) {
+    const ArrayDimension& bounds = array.dimensions[dimension].value();
     const auto index =
         std::int64_t{bounds.lower_bound} + static_cast<std::int64_t>(place % bounds.count);
     place /= bounds.count;
-    indices = std::to_string(index) + (indices.empty() ? "" : ",") + indices;
+    if (!indices.empty()) indices.insert(0, ",");
+    indices.insert(0, std::to_string(index));
   }
   return indices;
 }

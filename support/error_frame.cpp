@@ -3,11 +3,31 @@
 #include <new>
 #include <stdexcept>
 
+#include "support/ignoring_errors.h"
 #include "support/modErrorReportSupport.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel {
 namespace {
+
+// `error`, or as much of it as there is memory for.
+RunTimeError CopyOf(const RunTimeError& error) {
+  try {
+    return error;
+  } catch (const std::bad_alloc&) {
+    return {error.number, "", ""};
+  }
+}
+
+RunTimeError StandardError(std::int32_t number, const char* detail = nullptr) {
+  try {
+    std::string description = ErrorDescription(number);
+    if (detail != nullptr) description.append(": ").append(detail);
+    return {number, description};
+  } catch (const std::bad_alloc&) {
+    return {number, "", ""};
+  }
+}
 
 // The exception in progress as an error with a number. What has been reported goes straight
 // through.
@@ -17,13 +37,13 @@ RunTimeError ErrorInProgress() {
   } catch (const ReportedError&) {
     throw;
   } catch (const RunTimeError& error) {
-    return error;
+    return CopyOf(error);
   } catch (const std::bad_alloc&) {
-    return {kErrorOutOfMemory, ErrorDescription(kErrorOutOfMemory)};
+    return StandardError(kErrorOutOfMemory);
   } catch (const std::exception& error) {
-    return {kErrorInternal, ErrorDescription(kErrorInternal) + ": " + error.what()};
+    return StandardError(kErrorInternal, error.what());
   } catch (...) {
-    return {kErrorInternal, ErrorDescription(kErrorInternal)};
+    return StandardError(kErrorInternal);
   }
 }
 
@@ -41,18 +61,18 @@ std::string TextOrNothing(Dump dump) {
 
 void ErrorFrameBase::Fail(DumpList parameters, DumpList locals) const {
   const RunTimeError error = ErrorInProgress();
-  try {
-    // What fails in here, of the report itself or of the component that takes it, ends here.
-    platform::RaisingFaults([&] {
-      modErrorReportSupport::StoreError(error, line);
-      modErrorReportSupport::ReportError(
-          fields_.module, procedure_, TextOrNothing([&] { return locals(*this); }),
-          TextOrNothing([&] { return fields_.dump(fields_.object); }),
-          TextOrNothing([&] { return parameters(*this); }));
-    });
-  } catch (...) {
-    // The caller still hears of the error.
-  }
+  // What fails in here, of the report itself or of the component that takes it, ends here: the
+  // caller still hears of the error.
+  IgnoringErrors([&] {
+    const std::string local_variables = TextOrNothing([&] { return locals(*this); });
+    const std::string module_variables =
+        TextOrNothing([&] { return fields_.dump(fields_.object); });
+    const std::string parameter_values = TextOrNothing([&] { return parameters(*this); });
+    // After them: objects of the client show themselves there, and may meet errors of their own.
+    IgnoringErrors([&] { modErrorReportSupport::StoreError(error, line); });
+    modErrorReportSupport::ReportError(fields_.module, procedure_, local_variables,
+                                       module_variables, parameter_values);
+  });
   throw ReportedError();
 }
 

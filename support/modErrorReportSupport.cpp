@@ -62,21 +62,21 @@ std::string Section(std::string_view name, const std::string& text) {
   return section;
 }
 
+std::string DumpError(const StoredError& error) {
+  return DumpVariable("ComponentID", ComponentID) +
+         DumpVariable("HasInitialised", HasInitialised.load()) +
+         DumpVariable("ErrorNumber", error.ErrorNumber) +
+         DumpVariable("ErrorDescription", error.ErrorDescription) +
+         DumpVariable("ErrorLine", error.ErrorLine) +
+         DumpVariable("ErrorSource", error.ErrorSource);
+}
+
+// Made as a whole before anybody is told: the client may run meanwhile, and meet errors of its own.
 struct Report {
   const std::string& module;
   const std::string& procedure;
-  const std::string& local_variables;
-  const std::string& module_variables;
-  const std::string& parameters;
   StoredError error;
-
-  std::string VariablesText() const {
-    const std::string global_variables = DumpFields() + modCOM_XTimerSupport::DumpFields();
-    return Section("Variables", Section("LocalVariables", local_variables) + "\r\n" +
-                                    Section("ModuleVariables", module_variables) + "\r\n" +
-                                    Section("GlobalVariables", global_variables) + "\r\n") +
-           "\r\n" + Section("Parameters", parameters);
-  }
+  std::string variables;
 
   std::string BoxText() const {
     return "QmZentrel has encountered a problem. We are sorry for the inconvenience.\r\n\r\n"
@@ -86,6 +86,15 @@ struct Report {
            error.ErrorDescription + " (" + std::to_string(error.ErrorNumber) + ")";
   }
 };
+
+std::string VariablesText(const StoredError& error, const std::string& local_variables,
+                          const std::string& module_variables, const std::string& parameters) {
+  const std::string global_variables = DumpError(error) + modCOM_XTimerSupport::DumpFields();
+  return Section("Variables", Section("LocalVariables", local_variables) + "\r\n" +
+                                  Section("ModuleVariables", module_variables) + "\r\n" +
+                                  Section("GlobalVariables", global_variables) + "\r\n") +
+         "\r\n" + Section("Parameters", parameters);
+}
 
 // What `answer` gives; `otherwise` for whatever befalls the error handler while it does.
 template <class Result, class Answer>
@@ -102,7 +111,7 @@ bool HandOver(platform::ClientObject handler, const Report& report) {
   const StoredError& error = report.error;
   const std::array<platform::LateArgument, 10> arguments{
       kComponentName,  kComponentVersion, ComponentID,   error.ErrorNumber, error.ErrorDescription,
-      error.ErrorLine, error.ErrorSource, report.module, report.procedure,  report.VariablesText()};
+      error.ErrorLine, error.ErrorSource, report.module, report.procedure,  report.variables};
   return !platform::LateCall(handler, "ErrorHandler", arguments);
 }
 
@@ -167,25 +176,34 @@ void InitErrorReporting() {
 }
 
 void AnnounceCreation(const char* class_name, std::int16_t& instance_number) {
-  if (HasInitialised) g_client->AnnounceCreation(class_name, instance_number);
+  g_client->AnnounceCreation(class_name, instance_number);
 }
 
 void AnnounceDestruction(const char* class_name, std::int16_t instance_number) {
-  if (HasInitialised) g_client->AnnounceDestruction(class_name, instance_number);
+  g_client->AnnounceDestruction(class_name, instance_number);
 }
 
 void StoreError(const RunTimeError& error, std::int32_t line) {
-  if (ExistingError() == nullptr) ErrorSlot().Set(new StoredError);
-  *ExistingError() = {error.number, error.description, line, error.source};
+  if (ExistingError() == nullptr) {
+    auto stored = std::make_unique<StoredError>();
+    ErrorSlot().Set(stored.get());
+    stored.release();
+  }
+  StoredError& stored = *ExistingError();
+  stored = {error.number, "", line, ""};
+  stored.ErrorDescription = error.description;
+  stored.ErrorSource = error.source;
 }
 
 std::string ReportError(const std::string& module, const std::string& procedure,
                         const std::string& local_variables, const std::string& module_variables,
                         const std::string& parameters) {
   if (g_withheld > 0) return "";
-  // A copy of the error: the client may run while the user reads, and meet one of its own.
-  const Report report{module,           procedure,  local_variables,
-                      module_variables, parameters, ErrorOfThread()};
+  const StoredError error = ErrorOfThread();
+  const Report report{
+      module, procedure, error,
+      AnswerOf([&] { return VariablesText(error, local_variables, module_variables, parameters); },
+               std::string())};
   const auto handler = AnswerOf([] { return platform::CreateLateObject(kErrorHandlerClass); },
                                 platform::HeldObject());
   const platform::ClientObject object{handler.get()};
@@ -194,7 +212,7 @@ std::string ReportError(const std::string& module, const std::string& procedure,
   }
   const std::string text = report.BoxText();
   if (!platform::ShowStopMessage(kBoxTitle, text)) {
-    platform::DebuggerOutput(text + "\r\n" + report.VariablesText());
+    platform::DebuggerOutput(text + "\r\n" + report.variables);
   }
   return "";
 }
@@ -220,12 +238,7 @@ void ErrorReportExceptionFilter(std::uint32_t code) {
 }
 
 std::string DumpFields() {
-  const auto [ErrorNumber, ErrorDescription, ErrorLine, ErrorSource] = ErrorOfThread();
-  return DumpVariable("ComponentID", ComponentID) +
-         DumpVariable("HasInitialised", HasInitialised.load()) +
-         DumpVariable("ErrorNumber", ErrorNumber) +
-         DumpVariable("ErrorDescription", ErrorDescription) + DumpVariable("ErrorLine", ErrorLine) +
-         DumpVariable("ErrorSource", ErrorSource);
+  return DumpError(ErrorOfThread());
 }
 
 void ReleaseThread() {

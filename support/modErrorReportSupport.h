@@ -20,8 +20,8 @@ struct HardwareFault : RunTimeError, platform::RaisedFault {
 /// conversion of exceptions. Does so once; later calls and those of other threads do nothing.
 void InitErrorReporting();
 
-/// Announce an object to the report service, while a debugging session of it is attached. The
-/// service stores the number of the instance in `instance_number`.
+/// Announce an object to the report service, once that has been set up and while a debugging
+/// session of it is attached. The service stores the number of the instance in `instance_number`.
 void AnnounceCreation(const char* class_name, std::int16_t& instance_number);
 void AnnounceDestruction(const char* class_name, std::int16_t instance_number);
 
@@ -48,7 +48,8 @@ class ReportsWithheld {
 /// The name of an exception of the operating system.
 std::string ExceptionName(std::uint32_t code);
 
-/// Raises HardwareFault.
+/// What becomes of an exception in a procedure, whose innermost record has this code: raises
+/// HardwareFault. Exceptions outside every procedure go to the filter that was there before.
 [[noreturn]] void ErrorReportExceptionFilter(std::uint32_t code);
 
 /// The fields in declared order, for the error report.

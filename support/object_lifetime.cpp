@@ -5,13 +5,15 @@
 
 namespace qmzentrel {
 
+// The service follows objects; it must neither keep one from coming nor from going.
+
 ObjectLifetime::ObjectLifetime(const char* class_name) : class_name_(class_name) {
   modErrorReportSupport::InitErrorReporting();
-  modErrorReportSupport::AnnounceCreation(class_name_, instance_number_);
+  IgnoringErrors(
+      [this] { modErrorReportSupport::AnnounceCreation(class_name_, instance_number_); });
 }
 
 ObjectLifetime::~ObjectLifetime() {
-  // The service follows objects; it must not keep one from going.
   IgnoringErrors(
       [this] { modErrorReportSupport::AnnounceDestruction(class_name_, instance_number_); });
 }

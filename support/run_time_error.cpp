@@ -29,11 +29,9 @@ std::string ErrorDescription(std::int32_t number) {
     case kErrorInternal:
       return "Internal error";
     default:
-      return "Application-defined or object-defined error";
+      return kOtherErrorDescription;
   }
 }
-
-ReportedError::ReportedError() : RunTimeError{kErrorReported, ErrorDescription(kErrorReported)} {}
 
 void RaiseError(std::int32_t number) {
   throw RunTimeError{number, ErrorDescription(number)};

@@ -21,6 +21,9 @@ inline constexpr std::int32_t kErrorInternal = 51;
 /// The one number under which a fault leaves a procedure once it has been reported.
 inline constexpr std::int32_t kErrorReported = 65535;
 
+/// The description of every number that has none of its own, kErrorReported among them.
+inline constexpr char kOtherErrorDescription[] = "Application-defined or object-defined error";
+
 /// A fault inside a procedure of the component. It reaches the procedure's error frame, is reported
 /// there, and goes on as kErrorReported.
 struct RunTimeError {
@@ -29,10 +32,11 @@ struct RunTimeError {
   std::string source = "QmZentrel";  ///< another one when a client's object has raised it
 };
 
-/// What leaves a procedure whose fault has been reported: kErrorReported. Error frames pass it on
-/// without a second report.
+/// What leaves a procedure whose fault has been reported: kErrorReported, without a text of its
+/// own, so that lack of memory cannot turn it into something else. Error frames pass it on without
+/// a second report.
 struct ReportedError : RunTimeError {
-  ReportedError();
+  ReportedError() : RunTimeError{kErrorReported, "", ""} {}
 };
 
 /// The standard English description of a classic automation error number.

@@ -32,8 +32,9 @@ constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
 constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
 constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
 
-// What the report of a stack overflow needs below the procedure that it is raised in.
-constexpr std::ptrdiff_t kStackForReport = 64 * 1024;
+// What the report of a stack overflow needs below the procedure that it is raised in, the message
+// box or the error handler included.
+constexpr std::ptrdiff_t kStackForReport = 128 * 1024;
 
 // Of the processor: pending exceptions of either floating-point unit, direction, single step.
 constexpr DWORD kX87Exceptions = 0x80FF;

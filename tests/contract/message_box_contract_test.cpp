@@ -27,6 +27,14 @@ TEST(MessageBoxContract, MessagesOfTheThreadAreDispatchedMeanwhile) {
   EXPECT_TRUE(dispatched);
 }
 
+TEST(MessageBoxContract, AnEndOfTheProgramThatIsPendingWaitsUntilTheUserHasRead) {
+  contract::PostQuit(7);
+  const auto seen =
+      contract::MessagesSeen(kTitle, [] { platform::ShowStopMessage(kTitle, kText); });
+  EXPECT_EQ(seen.size(), 1U);
+  EXPECT_EQ(contract::TakeQuit(), 7);
+}
+
 TEST(MessageBoxContract, AFaultOfAWindowOfTheClientIsTheClients) {
   bool taken = true;
   contract::PostCall([&taken] { taken = contract::RaiseFault(0xC0000005); });

@@ -209,6 +209,32 @@ TEST_F(ComboBoxTest, ARefusalDuringASearchIsReportedByTheSearch) {
   EXPECT_EQ(report.procedure, "SelectByItemData");
 }
 
+// --- Exceptions in the client's box ---
+
+TEST(LateBoundFaults, AnExceptionInTheClientsObjectIsTheClients) {
+  modErrorReportSupport::InitErrorReporting();
+  FakeListControl control;
+  control.items = {{"MIF", 8}};
+  bool taken = false;
+  const auto fault = [&taken](const auto&) -> platform::LateArgument {
+    taken = taken || fakes::RaiseHardwareFault(0xC0000005U);
+    return 0;
+  };
+  for (auto* members : {&control.object.methods, &control.object.gets, &control.object.lets}) {
+    for (auto& [name, member] : *members) member = fault;
+  }
+  platform::RaisingFaults([&] {
+    ComboBox box(control.Bound());
+    box.Clear();
+    box.AddItem("TXI", 9);
+    box.ListCount();
+    box.List(0);
+    box.ItemData(0);
+    box.ListIndex(0);
+  });
+  EXPECT_FALSE(taken);
+}
+
 // --- In the error report ---
 
 TEST(LateBoundDump, NothingSaysSo) {

@@ -87,6 +87,12 @@ TEST_F(DebugSession, AnObjectThatCannotBeMadeHasEndedAsWell) {
   EXPECT_EQ(notices.back(), (Notice{kDestroyed, "Zentrel,1"}));
 }
 
+TEST_F(DebugSession, AServiceThatFailsDoesNotKeepAnObjectFromComing) {
+  TheWorld().out_of_memory_in = {"NotifyReportService"};
+  EXPECT_NE(Zentrel::Create(), nullptr);
+  EXPECT_TRUE(TakeNotices().empty());
+}
+
 TEST_F(DebugSession, AServiceThatFailsDoesNotKeepAnObjectFromGoing) {
   {
     const CDebugLog log;

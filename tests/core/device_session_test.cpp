@@ -34,6 +34,21 @@ TEST_F(DeviceSession, ReleaseClosesTheDeviceWithoutAnEvent) {
             (Journal{"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"}));
 }
 
+TEST_F(DeviceSession, AReleaseThatFailsLeavesNoTimerRunning) {
+  Open(false);
+  zentrel->Power(true);
+  zentrel->Power(false);
+  ASSERT_EQ(modCOM_XTimerSupport::RunningTimers(), 1);
+  TheWorld().out_of_memory_in = {"SerialPort::SetLines"};
+  zentrel.reset();
+  TheWorld().out_of_memory_in.clear();
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 1U);
+  EXPECT_EQ(reports[0].procedure, "Zentrel_DeviceClose");
+  EXPECT_EQ(modCOM_XTimerSupport::RunningTimers(), 0);
+  EXPECT_TRUE(TheWorld().timers.empty());
+}
+
 TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickLivesUntilTheTickEnds) {
   Open(false);
   const std::weak_ptr<Zentrel> watch = zentrel;

@@ -168,6 +168,28 @@ TEST(DumpLateValue, AnObjectThatCanBeEnumeratedShowsItsMembers) {
   EXPECT_EQ(DumpVariable("v", ValueOf(list)), "<v>[]</v>\r\n");
 }
 
+TEST(DumpLateValue, AListThatContainsItselfDoesNotGoOnForEver) {
+  fakes::FakeObject list;
+  list.members = {{ValueOf(list)}};
+  EXPECT_EQ(DumpVariable("v", ValueOf(list)), "<v>{Error 28 formatting for output}</v>\r\n");
+  list.members.reset();  // its own reference
+}
+
+TEST(DumpLateValue, ObjectsInObjectsAreShownToTheSixteenth) {
+  constexpr int kShown = 16;
+  for (const int deeper : {0, 1}) {
+    std::vector<fakes::FakeObject> objects(kShown + 1 + deeper);
+    objects.back().default_value = [] { return Plain("5"); };
+    for (std::size_t i = 0; i + 1 < objects.size(); ++i) {
+      objects[i].default_value = [&objects, i] { return ValueOf(objects[i + 1]); };
+    }
+    const std::string shown =
+        std::string(objects.size(), '{') + "5" + std::string(objects.size(), '}');
+    EXPECT_EQ(DumpVariable("v", ValueOf(objects[0])),
+              "<v>" + (deeper == 0 ? shown : "{Error 28 formatting for output}") + "</v>\r\n");
+  }
+}
+
 TEST(DumpLateValue, ADataObjectSaysSo) {
   fakes::FakeObject data;
   data.is_data_object = true;
@@ -263,6 +285,11 @@ TEST(DumpVariable, AnObjectOfOurOwnHasNoDefaultMember) {
   EXPECT_EQ(DumpObject("m_XTimer", &object),
             "<m_XTimer>{Error 438 formatting for output}</m_XTimer>\r\n");
   EXPECT_EQ(DumpObject("m_XTimer", nullptr), "<m_XTimer>{Nothing}</m_XTimer>\r\n");
+}
+
+TEST(DumpVariable, ADefaultMemberIsCutAtItsFirstZeroCharacter) {
+  EXPECT_EQ(DumpDefault("list", [] { return std::string("AB\0C", 4); }),
+            "<list>{AB{Null}}</list>\r\n");
 }
 
 TEST(DumpVariable, AStructureParameterSaysWhyItIsNotShown) {

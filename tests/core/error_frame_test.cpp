@@ -3,9 +3,12 @@
 
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
+#include "support/late_bound.h"
 #include "tests/core/core_test.h"
+#include "tests/core/failing_memory.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -109,13 +112,14 @@ INSTANTIATE_TEST_SUITE_P(
         Kind{"AnythingElse", [] { throw 42; }, 51, "Internal error"}),
     [](const auto& test) { return std::string(test.param.name); });
 
-TEST_F(ErrorFrameTest, TheErrorThatLeavesHasTheStandardDescription) {
+TEST_F(ErrorFrameTest, TheErrorThatLeavesHasNoTextOfItsOwn) {
   try {
     Procedure([] { throw RunTimeError{6, "secret"}; });
     ADD_FAILURE() << "nothing was raised";
   } catch (const RunTimeError& error) {
     EXPECT_EQ(error.number, 65535);
-    EXPECT_EQ(error.description, "Application-defined or object-defined error");
+    EXPECT_EQ(error.description, "");
+    EXPECT_EQ(error.source, "");
   }
   EXPECT_EQ(TakeReports().size(), 1U);
 }
@@ -138,7 +142,8 @@ TEST_F(ErrorFrameTest, AnErrorThatWasReportedBeforePassesUnreported) {
     ADD_FAILURE() << "nothing was raised";
   } catch (const RunTimeError& error) {
     EXPECT_EQ(error.number, 65535);
-    EXPECT_EQ(error.description, "Application-defined or object-defined error");
+    EXPECT_EQ(error.description, "");
+    EXPECT_EQ(error.source, "");
   }
   EXPECT_EQ(module_dumps, 0);
 }
@@ -290,6 +295,99 @@ TEST_F(ErrorFrameTest, WhatCannotBeDescribedIsLeftOutOfTheReport) {
   EXPECT_EQ(report.ErrorNumber, 5);
   EXPECT_EQ(report.module_variables, "");
   EXPECT_EQ(report.parameters, "<Port>7</Port>\r\n");
+}
+
+// --- Without memory ---
+
+TEST_F(ErrorFrameTest, WithoutMemoryAnErrorStillLeavesAs65535) {
+  std::int32_t number = 0;
+  try {
+    const MemoryRunsOut for_good;
+    Procedure([] { throw 42; });
+  } catch (const ReportedError& error) {
+    number = error.number;
+  } catch (...) {
+    number = -1;
+  }
+  EXPECT_EQ(number, 65535);
+  EXPECT_TRUE(TakeReports().empty());
+}
+
+TEST_F(ErrorFrameTest, WhicheverAllocationFailsTheErrorIsReportedOnce) {
+  const std::string text = "longer than any text that needs no memory of its own";
+  std::optional<MemoryRunsOut> soon;
+  // What the world needs to take a report is not ours to spare.
+  auto& make = TheWorld().classes[kErrorHandlerClass];
+  make = [&soon, made = make] {
+    soon.reset();
+    return made();
+  };
+  bool failed = true;
+  int allocations = 0;
+  for (; failed && allocations < 1000; ++allocations) {
+    std::int32_t number = 0;
+    try {
+      ErrorFrame outer(meter.Fields(), "Outer");
+      outer.Run([&] {
+        ErrorFrame frame(meter.Fields(), "Inner", Parameters(NAMED(text)));
+        frame.Run([&] {
+          soon.emplace(allocations);
+          throw 42;
+        });
+      });
+    } catch (const ReportedError& error) {
+      number = error.number;
+    }
+    soon.reset();
+    ASSERT_EQ(number, 65535) << allocations;
+    failed = MemoryRunsOut::HasFailed();
+    const auto reports = TakeReports();
+    const auto messages = std::exchange(TheWorld().stop_messages, {});
+    ASSERT_EQ(reports.size() + messages.size(), 1U) << allocations;
+    if (!reports.empty()) {
+      ASSERT_EQ(reports[0].procedure, "Inner") << allocations;
+      ASSERT_EQ(reports[0].ErrorNumber, 51) << allocations;
+    }
+  }
+  EXPECT_GT(allocations, 20);
+  EXPECT_FALSE(failed);
+}
+
+// --- Errors of the client while ours is reported ---
+
+TEST_F(ErrorFrameTest, AnErrorOfAnObjectThatShowsItselfIsReportedBeforeOurs) {
+  fakes::FakeObject object;
+  object.default_value = [this]() -> platform::LateValue {
+    EXPECT_EQ(ErrorNumberOf([this] { Procedure([] { RaiseError(13); }); }), 65535);
+    return std::string("shown");
+  };
+  const LateBound cbo(object.Handle());
+  EXPECT_EQ(ErrorNumberOf([&] {
+              ErrorFrame frame(meter.Fields(), "Outer", Parameters(NAMED(cbo)));
+              frame.Run([] { RaiseError(6); });
+            }),
+            65535);
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 2U);
+  EXPECT_EQ(reports[0].ErrorNumber, 13);
+  EXPECT_EQ(reports[1].ErrorNumber, 6);
+  EXPECT_EQ(reports[1].procedure, "Outer");
+  EXPECT_EQ(reports[1].parameters, "<cbo>{shown}</cbo>\r\n");
+}
+
+TEST_F(ErrorFrameTest, AnErrorWhileTheErrorHandlerIsMadeLeavesOursAsItIs) {
+  auto& make = TheWorld().classes[kErrorHandlerClass];
+  make = [this, made = make, inner = false]() mutable {
+    if (!std::exchange(inner, true)) {
+      EXPECT_EQ(ErrorNumberOf([this] { Procedure([] { RaiseError(13); }); }), 65535);
+    }
+    return made();
+  };
+  EXPECT_EQ(ErrorNumberOf([this] { Procedure([] { RaiseError(6); }); }), 65535);
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 2U);
+  EXPECT_EQ(reports[1].ErrorNumber, 6);
+  EXPECT_NE(reports[1].global_variables.find("<ErrorNumber>6</ErrorNumber>"), std::string::npos);
 }
 
 // --- Exceptions of the processor ---

@@ -37,6 +37,7 @@ ErrorReport FromArguments(const fakes::FakeObject::Arguments& arguments) {
   report.module = text(7);
   report.procedure = text(8);
   report.variables = text(9);
+  if (report.variables.empty()) return report;  // there was no memory for them
   report.local_variables = Section(report.variables, "LocalVariables");
   report.module_variables = Section(report.variables, "ModuleVariables");
   report.global_variables = Section(report.variables, "GlobalVariables");

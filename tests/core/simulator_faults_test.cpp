@@ -91,11 +91,11 @@ TEST_F(SimulatorFaults, VersionedPropIsReportedWhole) {
         RunOutOfMemoryInRegistry("RegQueryValueEx", "IDSources");
         dialog.Choose(DialogList::cboVersion, "9.0");
       },
-      {kOutOfMemory, kModule, "if (RegGetValue(kLocalMachine, RegRootKey + ",
+      {kOutOfMemory, kModule, "if (RegGetValue(kLocalMachine, strKey, PropName",
        Shown("RegRootKey", InterfaceKey(5)) + Shown("PropName", "IDSources") +
            Shown("TargetVersion", "9.0") + Shown("Default", "{Empty}"),
-       ShownTexts("strKeys", {"4.0", "9.0"}) + Shown("lngIndex", 1) +
-           Shown("vntValue", "{Empty}")});
+       ShownTexts("strKeys", {"4.0", "9.0"}) + Shown("strKey", InterfaceKey(5) + "\\9.0") +
+           Shown("lngIndex", 1) + Shown("vntValue", "{Empty}")});
 }
 
 TEST_F(SimulatorFaults, LoadMSIIsReportedWhole) {

@@ -1,6 +1,7 @@
 // The external error handler, played for tests: the class "QuenmoorCommunications.Error". It keeps
 // what it is told for the test to ask: Count, Argument(report, place), Forget. With the environment
-// variable QMZ_NO_ERROR_HANDLER it cannot be created, as where it is not installed.
+// variable QMZ_NO_ERROR_HANDLER it cannot be created, as where it is not installed; with
+// QMZ_FAULTY_ERROR_HANDLER it has an exception of its own.
 #include <windows.h>
 
 // After it, which it needs.
@@ -57,7 +58,12 @@ HRESULT GiveLong(const Use& use, LONG number) {
   return S_OK;
 }
 
+bool IsSet(const wchar_t* variable) {
+  return GetEnvironmentVariableW(variable, nullptr, 0) != 0;
+}
+
 HRESULT TakeReport(const Use& use) {
+  if (IsSet(L"QMZ_FAULTY_ERROR_HANDLER")) RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr);
   if (use.arguments.size() != kArguments) return DISP_E_BADPARAMCOUNT;
   Report report;
   for (VARIANT* argument : use.arguments) report.push_back(TextOf(argument));
@@ -149,7 +155,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, void* /*reser
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** object) {
   static Factory factory;
   *object = nullptr;
-  const bool missing = GetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr, 0) != 0;
+  const bool missing = IsSet(L"QMZ_NO_ERROR_HANDLER");
   if (missing || !IsEqualCLSID(clsid, kClass)) return CLASS_E_CLASSNOTAVAILABLE;
   return factory.QueryInterface(riid, object);
 }

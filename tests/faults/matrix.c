@@ -2,6 +2,7 @@
 
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <windows.h>
 
 #include "tests/faults/host_faults.h"
@@ -64,6 +65,27 @@ static int RunMany(const FaultProbe* probe) {
   printf("growth: heaps %d bytes, private memory %d bytes\n", heap_growth, private_growth);
   if (wrong) printf("%d of them went wrong: %s\n", wrong, probe->complaint());
   return wrong != 0 || heap_growth > kSlack || private_growth > kPrivateSlack;
+}
+
+/* Those that end a kind by cutting back have nothing to free where nothing lies between. */
+static int RunManyCutBack(const FaultProbe* probe) {
+  enum { kTimes = 10000, kSlack = 4096 };
+  int kind = 0;
+  while (kind < probe->kinds() &&
+         strcmp(probe->name(kind), "in a function of the operating system") != 0)
+    ++kind;
+  if (kind == probe->kinds()) {
+    puts("no kind that cuts back  WRONG");
+    return 1;
+  }
+  probe->unreported(kind, 1);
+  const unsigned heap_before = HeapUse();
+  const int raised = probe->unreported(kind, kTimes);
+  const int growth = (int)(HeapUse() - heap_before);
+  const int wrong = raised != kTimes || growth > kSlack;
+  printf("%d of %d faults that cut back raised, growth %d bytes%s\n", raised, kTimes, growth,
+         wrong ? "  WRONG" : "");
+  return wrong;
 }
 
 enum { kThreads = 2, kFaultsOfThread = 20 };
@@ -130,6 +152,7 @@ int RunMatrix(int argument_count, char** arguments, HostCheck check) {
   wrong += RunHostFaults(probe);
   wrong += RunOnThreads(probe);
   wrong += RunMany(probe);
+  wrong += RunManyCutBack(probe);
   wrong += RunProcessEnds(probe, arguments[1]);
   probe->end();
   printf("%d kinds, %d wrong\n", probe->kinds(), wrong);

@@ -88,6 +88,18 @@ class Faults : public testing::Test {
     return taken.empty() ? ErrorReport{} : taken.front();
   }
 
+  /// What a fault sends to the debugger channel where there is no desktop, and the error handler is
+  /// as `setting` has it.
+  std::vector<std::string> LinesWithoutDesktop(const wchar_t* setting) {
+    SetEnvironmentVariableW(setting, L"1");
+    HRESULT result = S_OK;
+    auto lines = automation::DebuggerLinesOf(
+        [&] { automation::WithoutDesktop([&] { result = FailInCore(); }); });
+    SetEnvironmentVariableW(setting, nullptr);
+    EXPECT_EQ(result, kReportedFault);
+    return lines;
+  }
+
   ErrorReports reports;
   TestCatalog catalog;
   ComPointer<_Zentrel> zentrel;
@@ -169,16 +181,18 @@ TEST_F(Faults, EachApartmentReportsItsOwn) {
 // --- Without an error handler ---
 
 TEST_F(Faults, WithoutErrorHandlerAndDesktopTheClientGoesOnAndTheDebuggerChannelHasTheReport) {
-  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", L"1");
-  HRESULT result = S_OK;
-  const auto lines = automation::DebuggerLinesOf(
-      [&] { automation::WithoutDesktop([&] { result = FailInCore(); }); });
-  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr);
-  EXPECT_EQ(result, kReportedFault);
+  const auto lines = LinesWithoutDesktop(L"QMZ_NO_ERROR_HANDLER");
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_TRUE(lines[0].starts_with("QmZentrel has encountered a problem.")) << lines[0];
   EXPECT_NE(lines[0].find("Procedure: ZentrelSignature\r\n"), std::string::npos) << lines[0];
   EXPECT_TRUE(lines[0].ends_with("<Index>5</Index>\r\n</Parameters>")) << lines[0];
+}
+
+TEST_F(Faults, AnErrorHandlerWithAnExceptionOfItsOwnIsAsNone) {
+  const auto lines = LinesWithoutDesktop(L"QMZ_FAULTY_ERROR_HANDLER");
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_TRUE(lines[0].starts_with("QmZentrel has encountered a problem.")) << lines[0];
+  EXPECT_EQ(g_left_to_client, 0);
 }
 
 // --- The client's own ---
@@ -199,6 +213,20 @@ TEST_F(Faults, AnExceptionInAnEventSinkIsTheClients) {
   EXPECT_EQ(sink->states.size(), 1U);
   EXPECT_EQ(g_left_to_client, 1);
   EXPECT_EQ(point->Unadvise(cookie), S_OK);
+}
+
+TEST_F(Faults, AnExceptionInTheLastReleaseOfAnEventSinkIsTheClients) {
+  auto* const sink = new EventSink;
+  const auto points = As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
+  ComPointer<IConnectionPoint> point;
+  ASSERT_EQ(points->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
+  DWORD cookie = 0;
+  ASSERT_EQ(point->Advise(sink, &cookie), S_OK);
+  sink->on_event = [&](EventSink&, EXCEPINFO*) { return point->Unadvise(cookie); };
+  sink->gone = RaiseAccessViolation;
+  sink->Release();
+  EXPECT_EQ(zentrel->put_PowerManagement(VARIANT_FALSE), S_OK);
+  EXPECT_EQ(g_left_to_client, 1);
 }
 
 TEST_F(Faults, AnExceptionInAComboBoxIsTheClients) {
