@@ -3,6 +3,7 @@
 #include "support/component_version.h"
 #include "tests/contract/harness.h"
 #include "tests/core/core_test.h"
+#include "tests/faults/exception_names.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -255,17 +256,8 @@ TEST_F(ErrorReporting, WithoutADebuggingSessionNoObjectIsAnnounced) {
 
 // --- Exceptions of the processor ---
 
-struct NamedCode {
-  std::uint32_t code;
-  const char* name;
-  std::int32_t number;
-};
-
-void PrintTo(const NamedCode& code, std::ostream* stream) {
-  *stream << code.name;
-}
-
-class NamedException : public ErrorReporting, public testing::WithParamInterface<NamedCode> {};
+class NamedException : public ErrorReporting,
+                       public testing::WithParamInterface<faults::NamedCode> {};
 
 TEST_P(NamedException, IsAnErrorWithItsNumberAndName) {
   EXPECT_EQ(ExceptionName(GetParam().code), GetParam().name);
@@ -279,34 +271,14 @@ TEST_P(NamedException, IsAnErrorWithItsNumberAndName) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, NamedException,
-                         testing::Values(NamedCode{0xC0000005, "Access Violation", 10005},
-                                         NamedCode{0x80000002, "Data Type Misalignment", 10002},
-                                         NamedCode{0x80000003, "Breakpoint", 10003},
-                                         NamedCode{0x80000004, "Single Step", 10004},
-                                         NamedCode{0xC000008C, "Array Bounds Exceeded", 10140},
-                                         NamedCode{0xC000008D, "Float Denormal Operand", 10141},
-                                         NamedCode{0xC000008E, "Divide By Zero", 10142},
-                                         NamedCode{0xC000008F, "Floating Point Inexact Result",
-                                                   10143},
-                                         NamedCode{0xC0000090, "Invalid Operation", 10128},
-                                         NamedCode{0xC0000091, "Float Overflow", 10129},
-                                         NamedCode{0xC0000092, "Float Stack Check", 10130},
-                                         NamedCode{0xC0000093, "Float Underflow", 10131},
-                                         NamedCode{0xC0000094, "Integer Divide By Zero", 10132},
-                                         NamedCode{0xC0000095, "Integer Overflow", 10133},
-                                         NamedCode{0xC0000096, "Privileged Instruction", 10134},
-                                         NamedCode{0xC0000006, "In Page Error", 10006},
-                                         NamedCode{0xC000001D, "Illegal Instruction", 10013},
-                                         NamedCode{0xC0000025, "Non Continuable Exception", 10037},
-                                         NamedCode{0xC00000FD, "Stack Overflow", 10237},
-                                         NamedCode{0xC0000026, "Invalid Disposition", 10038},
-                                         NamedCode{0x80000001, "Guard Page Violation", 10001},
-                                         NamedCode{0xC0000008, "Invalid Handle", 10008},
-                                         NamedCode{0xC000013A, "Control-C Exit", 10042},
-                                         NamedCode{0xE06D7363, "Unknown (&HE06D7363)", 10099},
-                                         NamedCode{0x80000000, "Unknown (&H80000000)", 10000}),
+INSTANTIATE_TEST_SUITE_P(Each, NamedException, testing::ValuesIn(faults::kNamedCodes),
                          [](const auto& test) { return "Code" + std::to_string(test.param.code); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Unknown, NamedException,
+    testing::Values(faults::NamedCode{0xE06D7363, "Unknown (&HE06D7363)", 10099},
+                    faults::NamedCode{0x80000000, "Unknown (&H80000000)", 10000}),
+    [](const auto& test) { return "Code" + std::to_string(test.param.code); });
 
 TEST_F(ErrorReporting, AnUnknownExceptionIsNamedByEightDigits) {
   EXPECT_EQ(ExceptionName(0xABC), "Unknown (&H00000ABC)");

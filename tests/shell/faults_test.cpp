@@ -100,6 +100,13 @@ class Faults : public testing::Test {
     return lines;
   }
 
+  ComPointer<IConnectionPoint> Events() {
+    const auto points = As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
+    ComPointer<IConnectionPoint> point;
+    EXPECT_EQ(points->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
+    return point;
+  }
+
   ErrorReports reports;
   TestCatalog catalog;
   ComPointer<_Zentrel> zentrel;
@@ -199,14 +206,12 @@ TEST_F(Faults, AnErrorHandlerWithAnExceptionOfItsOwnIsAsNone) {
 
 TEST_F(Faults, AnExceptionInAnEventSinkIsTheClients) {
   auto* const sink = new EventSink;
+  const auto point = Events();
+  DWORD cookie = 0;
   sink->on_event = [](EventSink&, EXCEPINFO*) {
     RaiseAccessViolation();
     return S_OK;
   };
-  const auto points = As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
-  ComPointer<IConnectionPoint> point;
-  ASSERT_EQ(points->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
-  DWORD cookie = 0;
   ASSERT_EQ(point->Advise(sink, &cookie), S_OK);
   sink->Release();
   EXPECT_EQ(zentrel->put_PowerManagement(VARIANT_FALSE), S_OK);
@@ -217,9 +222,7 @@ TEST_F(Faults, AnExceptionInAnEventSinkIsTheClients) {
 
 TEST_F(Faults, AnExceptionInTheLastReleaseOfAnEventSinkIsTheClients) {
   auto* const sink = new EventSink;
-  const auto points = As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
-  ComPointer<IConnectionPoint> point;
-  ASSERT_EQ(points->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
+  const auto point = Events();
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(sink, &cookie), S_OK);
   sink->on_event = [&](EventSink&, EXCEPINFO*) { return point->Unadvise(cookie); };
