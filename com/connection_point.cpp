@@ -109,7 +109,8 @@ void ConnectionPoint::FirePowerStateChange(bool new_state) {
 }
 
 void ConnectionPoint::ReleaseSinks() {
-  // A sink may detach itself while it goes.
+  // A sink may detach itself while it goes, and an exception in it is its owner's.
+  const platform::ClientCode sinks_of_the_client;
   const std::vector<Connection> ended = std::move(connections_);
   connections_.clear();
 }

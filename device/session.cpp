@@ -7,6 +7,7 @@
 #include "support/ignoring_errors.h"
 #include "support/modCOM_Hex.h"
 #include "support/modCOM_InDesignMode.h"
+#include "support/modCOM_XTimerSupport.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel {
@@ -56,7 +57,7 @@ Zentrel::~Zentrel() {
     // Reported already; whoever releases an object cannot be told. But a timer that was not stopped
     // would be kept running by its table, for nobody.
     IgnoringErrors([this] {
-      if (m_XTimer) m_XTimer->Enabled(false);
+      if (m_XTimer) modCOM_XTimerSupport::EndTimer(*m_XTimer);
     });
   }
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/report_service.h"
+#include "support/ignoring_errors.h"
 
 namespace qmzentrel {
 namespace {
@@ -19,7 +20,8 @@ std::string NoticeText(const char* class_name, std::int32_t number) {
 
 }  // namespace
 
-ErrorReportClient::ErrorReportClient() : has_debug_session_(platform::HasDebugSession()) {}
+ErrorReportClient::ErrorReportClient()
+    : has_debug_session_(AnswerOf([] { return platform::HasDebugSession(); }, false)) {}
 
 void ErrorReportClient::AnnounceCreation(const char* class_name,
                                          std::int16_t& instance_number) const {

@@ -50,11 +50,7 @@ RunTimeError ErrorInProgress() {
 // A report without the variables, for lack of memory say, is better than none.
 template <class Dump>
 std::string TextOrNothing(Dump dump) {
-  try {
-    return dump();
-  } catch (...) {
-    return "";
-  }
+  return AnswerOf(dump, std::string());
 }
 
 }  // namespace

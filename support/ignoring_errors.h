@@ -14,4 +14,14 @@ void IgnoringErrors(Statement statement) noexcept {
   }
 }
 
+/// What `answer` gives, or `otherwise` for whatever befalls it.
+template <class Result, class Answer>
+Result AnswerOf(Answer answer, Result otherwise) {
+  try {
+    return platform::RaisingFaults(answer);
+  } catch (...) {
+    return otherwise;
+  }
+}
+
 }  // namespace qmzentrel

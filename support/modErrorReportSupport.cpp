@@ -17,6 +17,7 @@
 #include "support/ErrorReportClient.h"
 #include "support/component_version.h"
 #include "support/dump_variable.h"
+#include "support/ignoring_errors.h"
 #include "support/modCOM_XTimerSupport.h"
 
 namespace qmzentrel::modErrorReportSupport {
@@ -50,9 +51,24 @@ StoredError* ExistingError() {
   return static_cast<StoredError*>(ErrorSlot().Get());
 }
 
+// A place for the thread's error. Made with its first object, so that an error finds it there.
+void ProvideStorage() {
+  if (ExistingError() != nullptr) return;
+  auto stored = std::make_unique<StoredError>();
+  ErrorSlot().Set(stored.get());
+  stored.release();
+}
+
+// A copy, or as much of it as there is memory for: the client may run while an error is reported,
+// and meet errors of its own.
 StoredError ErrorOfThread() {
   const StoredError* const stored = ExistingError();
-  return stored == nullptr ? StoredError{} : *stored;
+  if (stored == nullptr) return {};
+  try {
+    return *stored;
+  } catch (const std::bad_alloc&) {
+    return {stored->ErrorNumber, "", stored->ErrorLine, ""};
+  }
 }
 
 // `text` between tags, each on a line of its own.
@@ -73,15 +89,14 @@ std::string DumpError(const StoredError& error) {
 
 // Made as a whole before anybody is told: the client may run meanwhile, and meet errors of its own.
 struct Report {
-  const std::string& module;
-  const std::string& procedure;
-  StoredError error;
+  const char* module;
+  const char* procedure;
+  const StoredError& error;
   std::string variables;
 
   std::string BoxText() const {
-    return "QmZentrel has encountered a problem. We are sorry for the inconvenience.\r\n\r\n"
-           "Module: " +
-           module + "\r\nProcedure: " + procedure +
+    return std::string("QmZentrel has encountered a problem. We are sorry for the inconvenience.") +
+           "\r\n\r\nModule: " + module + "\r\nProcedure: " + procedure +
            "\r\nLine Number: " + std::to_string(error.ErrorLine) + "\r\n\r\n" +
            error.ErrorDescription + " (" + std::to_string(error.ErrorNumber) + ")";
   }
@@ -94,16 +109,6 @@ std::string VariablesText(const StoredError& error, const std::string& local_var
                                   Section("ModuleVariables", module_variables) + "\r\n" +
                                   Section("GlobalVariables", global_variables) + "\r\n") +
          "\r\n" + Section("Parameters", parameters);
-}
-
-// What `answer` gives; `otherwise` for whatever befalls the error handler while it does.
-template <class Result, class Answer>
-Result AnswerOf(Answer answer, Result otherwise) {
-  try {
-    return platform::RaisingFaults(answer);
-  } catch (...) {
-    return otherwise;
-  }
 }
 
 // Whether the error handler has taken the report.
@@ -167,11 +172,12 @@ HardwareFault::HardwareFault(std::uint32_t exception_code)
       RaisedFault{exception_code} {}
 
 void InitErrorReporting() {
+  IgnoringErrors(ProvideStorage);
   if (HasInitialised) return;
   const platform::ProcessLock lock;
   if (HasInitialised) return;  // another apartment was faster
-  g_client.emplace();
   platform::InstallFaultHandling(ErrorReportExceptionFilter);
+  g_client.emplace();
   HasInitialised = true;
 }
 
@@ -184,18 +190,14 @@ void AnnounceDestruction(const char* class_name, std::int16_t instance_number) {
 }
 
 void StoreError(const RunTimeError& error, std::int32_t line) {
-  if (ExistingError() == nullptr) {
-    auto stored = std::make_unique<StoredError>();
-    ErrorSlot().Set(stored.get());
-    stored.release();
-  }
+  ProvideStorage();
   StoredError& stored = *ExistingError();
   stored = {error.number, "", line, ""};
   stored.ErrorDescription = error.description;
   stored.ErrorSource = error.source;
 }
 
-std::string ReportError(const std::string& module, const std::string& procedure,
+std::string ReportError(const char* module, const char* procedure,
                         const std::string& local_variables, const std::string& module_variables,
                         const std::string& parameters) {
   if (g_withheld > 0) return "";
@@ -210,9 +212,9 @@ std::string ReportError(const std::string& module, const std::string& procedure,
   if (handler && AnswerOf([&] { return HandOver(object, report); }, false)) {
     return AnswerOf([&] { return ActionOf(object); }, std::string());
   }
-  const std::string text = report.BoxText();
-  if (!platform::ShowStopMessage(kBoxTitle, text)) {
-    platform::DebuggerOutput(text + "\r\n" + report.variables);
+  const auto show = [&] { return platform::ShowStopMessage(kBoxTitle, report.BoxText()); };
+  if (!AnswerOf(show, false)) {
+    platform::DebuggerOutput(report.BoxText() + "\r\n" + report.variables);
   }
   return "";
 }

@@ -31,7 +31,7 @@ void StoreError(const RunTimeError& error, std::int32_t line);
 /// Reports the error stored last on this thread: to the external error handler, or in a message box
 /// when there is none or it fails. Where nobody could see a message box the report goes to the
 /// debugger channel. Returns the action that the error handler has chosen, else nothing.
-std::string ReportError(const std::string& module, const std::string& procedure,
+std::string ReportError(const char* module, const char* procedure,
                         const std::string& local_variables, const std::string& module_variables,
                         const std::string& parameters);
 

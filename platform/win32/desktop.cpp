@@ -1,5 +1,7 @@
 #include "platform/win32/desktop.h"
 
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::platform {
 namespace {
 
@@ -25,6 +27,7 @@ HWND ClientWindow() {
   // Of another thread, which may be waiting for this one: locking its window would wait for it.
   constexpr UINT kPatienceMs = 500;
   DWORD_PTR unused = 0;
+  const ClientCode windows_of_the_client;
   return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused) != 0
              ? foreground
              : nullptr;

@@ -13,6 +13,7 @@
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/late_value.h"
 #include "platform/win32/locale.h"
+#include "platform/win32/owned_variant.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {
@@ -28,28 +29,17 @@ constexpr WORD kGetEither = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 // More members than any report is read for: a list that has not ended by then never does.
 constexpr std::size_t kMostMembers = 10'000;
 
-// A variant that is cleared with its owner.
-class OwnedVariant {
- public:
-  OwnedVariant() { VariantInit(&value_); }
-  explicit OwnedVariant(const LateArgument& argument) : OwnedVariant() {
-    if (const auto* number = std::get_if<std::int32_t>(&argument)) {
-      V_VT(&value_) = VT_I4;
-      V_I4(&value_) = *number;
-    } else {
-      V_BSTR(&value_) = OwnedBstr(Utf8ToWide(std::get<std::string>(argument))).Detach();
-      V_VT(&value_) = VT_BSTR;
-    }
+OwnedVariant VariantOf(const LateArgument& argument) {
+  OwnedVariant variant;
+  if (const auto* number = std::get_if<std::int32_t>(&argument)) {
+    V_VT(variant.Get()) = VT_I4;
+    V_I4(variant.Get()) = *number;
+  } else {
+    V_BSTR(variant.Get()) = OwnedBstr(Utf8ToWide(std::get<std::string>(argument))).Detach();
+    V_VT(variant.Get()) = VT_BSTR;
   }
-  ~OwnedVariant() { VariantClear(&value_); }
-  OwnedVariant(OwnedVariant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
-  OwnedVariant& operator=(OwnedVariant&&) = delete;
-
-  VARIANT* Get() { return &value_; }
-
- private:
-  VARIANT value_;
-};
+  return variant;
+}
 
 // The texts of a failure, freed with their owner.
 class FailureTexts {
@@ -105,9 +95,9 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
   if (SUCCEEDED(outcome)) {
     std::vector<OwnedVariant> values;
     values.reserve(arguments.size() + 1);
-    if (let_value != nullptr) values.emplace_back(*let_value);
+    if (let_value != nullptr) values.push_back(VariantOf(*let_value));
     for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) {
-      values.emplace_back(*argument);
+      values.push_back(VariantOf(*argument));
     }
     std::vector<VARIANT> last_first;
     for (OwnedVariant& value : values) last_first.push_back(*value.Get());

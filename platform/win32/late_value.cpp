@@ -3,6 +3,7 @@
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/locale.h"
+#include "platform/win32/owned_variant.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {
@@ -29,15 +30,13 @@ LateValue StructureOf(IRecordInfo* type) {
 }
 
 LateValue PlainTextOf(const VARIANT& value) {
-  VARIANT text;
-  VariantInit(&text);
+  OwnedVariant text;
   // Its names of the truth values, not numbers.
-  const HRESULT converted = VariantChangeTypeEx(&text, const_cast<VARIANT*>(&value),
+  const HRESULT converted = VariantChangeTypeEx(text.Get(), const_cast<VARIANT*>(&value),
                                                 kComponentLocale, VARIANT_ALPHABOOL, VT_BSTR);
   if (FAILED(converted)) return UnreadableValue{AutomationNumber(converted)};
   PlainValue plain;
-  plain.text = WideToUtf8(ViewOf(V_BSTR(&text)));
-  VariantClear(&text);
+  plain.text = WideToUtf8(ViewOf(V_BSTR(text.Get())));
   return plain;
 }
 
@@ -55,17 +54,14 @@ std::optional<ArrayDimension> DimensionOf(SAFEARRAY* array, UINT dimension) {
 // `structure` names the type of the elements when they are structures.
 LateValue ElementAt(SAFEARRAY* array, VARTYPE type, LONG* indices, const LateValue& structure) {
   if (type == VT_RECORD) return structure;
-  VARIANT element;
-  VariantInit(&element);
-  void* place = &V_I1(&element);
-  if (type == VT_VARIANT) place = &element;
-  if (type == VT_DECIMAL) place = &V_DECIMAL(&element);
+  OwnedVariant element;
+  void* place = &V_I1(element.Get());
+  if (type == VT_VARIANT) place = element.Get();
+  if (type == VT_DECIMAL) place = &V_DECIMAL(element.Get());
   const HRESULT read = SafeArrayGetElement(array, indices, place);
   if (FAILED(read)) return UnreadableValue{AutomationNumber(read)};
-  if (type != VT_VARIANT) V_VT(&element) = type;
-  LateValue value = ToLateValue(element);
-  VariantClear(&element);
-  return value;
+  if (type != VT_VARIANT) V_VT(element.Get()) = type;
+  return ToLateValue(*element.Get());
 }
 
 // The last index first; false when there is no further place.
@@ -119,13 +115,10 @@ LateValue ToLateValue(const VARIANT& value) {
     return ArrayOf(array, static_cast<VARTYPE>(type & VT_TYPEMASK));
   }
   if (by_reference) {
-    VARIANT held;
-    VariantInit(&held);
-    const HRESULT copied = VariantCopyInd(&held, const_cast<VARIANT*>(&value));
+    OwnedVariant held;
+    const HRESULT copied = VariantCopyInd(held.Get(), const_cast<VARIANT*>(&value));
     if (FAILED(copied)) return UnreadableValue{AutomationNumber(copied)};
-    LateValue shown = ToLateValue(held);
-    VariantClear(&held);
-    return shown;
+    return ToLateValue(*held.Get());
   }
   switch (type) {
     case VT_EMPTY:

@@ -26,11 +26,16 @@ class QuitPutOff {
   bool pending_;
 };
 
+bool IsQuitPending() {
+  MSG quit;
+  return PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_NOREMOVE) != FALSE;
+}
+
+// Whether a box was seen, be it that the end of the program has closed it.
 bool Show(HWND owner, const std::wstring& title, const std::wstring& text) {
-  const QuitPutOff quit_put_off;
-  const ClientCode windows_of_the_client;
-  // Neither 0 nor, as some systems have it, below: no box was seen.
-  return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP) > 0;
+  // Below 0 is how some systems say that there was none.
+  return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP) > 0 ||
+         IsQuitPending();
 }
 
 }  // namespace
@@ -40,9 +45,11 @@ bool ShowStopMessage(const std::string& title, const std::string& text) {
   const std::wstring wide_title = Utf8ToWide(title);
   const std::wstring wide_text = Utf8ToWide(text);
   const HWND owner = ClientWindow();
-  // The owner may have gone by now.
-  return Show(owner, wide_title, wide_text) ||
-         (owner != nullptr && Show(nullptr, wide_title, wide_text));
+  const ClientCode windows_of_the_client;
+  const QuitPutOff quit_put_off;
+  if (Show(owner, wide_title, wide_text)) return true;
+  const bool owner_has_gone = owner != nullptr && IsWindow(owner) == FALSE;
+  return owner_has_gone && Show(nullptr, wide_title, wide_text);
 }
 
 }  // namespace qmzentrel::platform

@@ -23,6 +23,8 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
   // MWMO_INPUTAVAILABLE: wake for messages that were looked at and left in the queue, too.
   MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(std::max(milliseconds, 0)),
                               QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+  // Messages that are sent run its windows while the queue is looked at, too.
+  const ClientCode windows_of_the_client;
   MSG message;
   for (int dispatched = 0;
        dispatched < kMessagesPerTurn && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE;
@@ -33,7 +35,6 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
       continue;
     }
     TranslateMessage(&message);
-    const ClientCode window_of_the_client;
     DispatchMessageW(&message);
   }
 }

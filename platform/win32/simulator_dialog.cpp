@@ -174,11 +174,11 @@ bool Dialog::Show(HWND owner) {
     const ClientCode windows_of_the_client;
     DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_frmZentrelSim),
                     owner, OnDialogMessage, reinterpret_cast<LPARAM>(this));
-  }
-  // The client's window is left as it was, whatever way the dialog has gone: neither locked for
-  // ever, nor unlocked when the client itself had locked it.
-  if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
-    EnableWindow(owner, owner_was_enabled ? TRUE : FALSE);
+    // The client's window is left as it was, whatever way the dialog has gone: neither locked for
+    // ever, nor unlocked when the client itself had locked it.
+    if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
+      EnableWindow(owner, owner_was_enabled ? TRUE : FALSE);
+    }
   }
   if (failure_) std::rethrow_exception(failure_);
   return made_;

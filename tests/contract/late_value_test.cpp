@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/win32/bstr.h"
+#include "platform/win32/owned_variant.h"
 #include "tests/automation/scripted_object.h"
 
 namespace qmzentrel {
@@ -15,18 +16,9 @@ namespace {
 
 using platform::ArrayValue;
 using platform::LateValue;
+using platform::OwnedVariant;
 using platform::PlainValue;
 using platform::ToLateValue;
-
-class OwnedVariant {
- public:
-  OwnedVariant() { VariantInit(&value); }
-  ~OwnedVariant() { VariantClear(&value); }
-  OwnedVariant(const OwnedVariant&) = delete;
-  OwnedVariant& operator=(const OwnedVariant&) = delete;
-
-  VARIANT value;
-};
 
 std::string PlainText(const LateValue& value) {
   const auto* const plain = std::get_if<PlainValue>(&value);
@@ -71,49 +63,49 @@ class RecordType : public IRecordInfo {
 
 TEST(LateValueOfVariant, EmptyAndNull) {
   OwnedVariant variant;
-  EXPECT_TRUE(std::holds_alternative<std::monostate>(ToLateValue(variant.value)));
-  V_VT(&variant.value) = VT_NULL;
-  EXPECT_TRUE(std::holds_alternative<platform::NullValue>(ToLateValue(variant.value)));
+  EXPECT_TRUE(std::holds_alternative<std::monostate>(ToLateValue(*variant.Get())));
+  V_VT(variant.Get()) = VT_NULL;
+  EXPECT_TRUE(std::holds_alternative<platform::NullValue>(ToLateValue(*variant.Get())));
 }
 
 TEST(LateValueOfVariant, NumbersDatesAndBooleansHaveTheTextOfTheComponentsLocale) {
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_I2;
-  V_I2(&variant.value) = -7;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "-7");
-  V_VT(&variant.value) = VT_UI1;
-  V_UI1(&variant.value) = 200;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "200");
-  V_VT(&variant.value) = VT_R8;
-  V_R8(&variant.value) = 1.5;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "1.5");
-  V_VT(&variant.value) = VT_BOOL;
-  V_BOOL(&variant.value) = VARIANT_TRUE;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "True");
-  V_BOOL(&variant.value) = VARIANT_FALSE;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "False");
-  V_VT(&variant.value) = VT_DATE;
-  V_DATE(&variant.value) = 46347.0;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "11/21/2026");
-  V_VT(&variant.value) = VT_CY;
-  V_CY(&variant.value).int64 = 12500;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "1.25");
+  V_VT(variant.Get()) = VT_I2;
+  V_I2(variant.Get()) = -7;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "-7");
+  V_VT(variant.Get()) = VT_UI1;
+  V_UI1(variant.Get()) = 200;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "200");
+  V_VT(variant.Get()) = VT_R8;
+  V_R8(variant.Get()) = 1.5;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "1.5");
+  V_VT(variant.Get()) = VT_BOOL;
+  V_BOOL(variant.Get()) = VARIANT_TRUE;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "True");
+  V_BOOL(variant.Get()) = VARIANT_FALSE;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "False");
+  V_VT(variant.Get()) = VT_DATE;
+  V_DATE(variant.Get()) = 46347.0;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "11/21/2026");
+  V_VT(variant.Get()) = VT_CY;
+  V_CY(variant.Get()).int64 = 12500;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "1.25");
 }
 
 TEST(LateValueOfVariant, ATextKeepsItsZeroCharacters) {
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_BSTR;
-  V_BSTR(&variant.value) = SysAllocStringLen(L"A\0\u00E4", 3);
-  const LateValue value = ToLateValue(variant.value);
+  V_VT(variant.Get()) = VT_BSTR;
+  V_BSTR(variant.Get()) = SysAllocStringLen(L"A\0\u00E4", 3);
+  const LateValue value = ToLateValue(*variant.Get());
   ASSERT_TRUE(std::holds_alternative<std::string>(value));
   EXPECT_EQ(std::get<std::string>(value), std::string("A\0\xC3\xA4", 4));
 }
 
 TEST(LateValueOfVariant, WhatAutomationCannotConvertHasItsErrorNumber) {
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_ERROR;
-  V_ERROR(&variant.value) = DISP_E_PARAMNOTFOUND;
-  const LateValue value = ToLateValue(variant.value);
+  V_VT(variant.Get()) = VT_ERROR;
+  V_ERROR(variant.Get()) = DISP_E_PARAMNOTFOUND;
+  const LateValue value = ToLateValue(*variant.Get());
   ASSERT_TRUE(std::holds_alternative<platform::UnreadableValue>(value));
   EXPECT_EQ(std::get<platform::UnreadableValue>(value).error, 13);
 }
@@ -121,11 +113,11 @@ TEST(LateValueOfVariant, WhatAutomationCannotConvertHasItsErrorNumber) {
 TEST(LateValueOfVariant, AnObjectIsHeldAndLetGo) {
   automation::ScriptedObject object;
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_DISPATCH;
-  V_DISPATCH(&variant.value) = &object;
+  V_VT(variant.Get()) = VT_DISPATCH;
+  V_DISPATCH(variant.Get()) = &object;
   object.AddRef();
   {
-    const LateValue value = ToLateValue(variant.value);
+    const LateValue value = ToLateValue(*variant.Get());
     ASSERT_TRUE(std::holds_alternative<platform::ObjectValue>(value));
     EXPECT_EQ(std::get<platform::ObjectValue>(value).object.get(),
               static_cast<IDispatch*>(&object));
@@ -136,9 +128,9 @@ TEST(LateValueOfVariant, AnObjectIsHeldAndLetGo) {
 
 TEST(LateValueOfVariant, NoObjectIsNothing) {
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_UNKNOWN;
-  V_UNKNOWN(&variant.value) = nullptr;
-  const LateValue value = ToLateValue(variant.value);
+  V_VT(variant.Get()) = VT_UNKNOWN;
+  V_UNKNOWN(variant.Get()) = nullptr;
+  const LateValue value = ToLateValue(*variant.Get());
   ASSERT_TRUE(std::holds_alternative<platform::ObjectValue>(value));
   EXPECT_FALSE(std::get<platform::ObjectValue>(value).object);
 }
@@ -157,30 +149,30 @@ TEST(LateValueOfVariant, AStructureHasTheNameOfItsType) {
 TEST(LateValueOfVariant, AReferenceIsFollowed) {
   LONG number = 42;
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_I4 | VT_BYREF;
-  V_I4REF(&variant.value) = &number;
-  EXPECT_EQ(PlainText(ToLateValue(variant.value)), "42");
+  V_VT(variant.Get()) = VT_I4 | VT_BYREF;
+  V_I4REF(variant.Get()) = &number;
+  EXPECT_EQ(PlainText(ToLateValue(*variant.Get())), "42");
   OwnedVariant outer;
-  V_VT(&outer.value) = VT_VARIANT | VT_BYREF;
+  V_VT(outer.Get()) = VT_VARIANT | VT_BYREF;
   OwnedVariant inner;
-  V_VT(&inner.value) = VT_I4;
-  V_I4(&inner.value) = 7;
-  V_VARIANTREF(&outer.value) = &inner.value;
-  EXPECT_EQ(PlainText(ToLateValue(outer.value)), "7");
+  V_VT(inner.Get()) = VT_I4;
+  V_I4(inner.Get()) = 7;
+  V_VARIANTREF(outer.Get()) = inner.Get();
+  EXPECT_EQ(PlainText(ToLateValue(*outer.Get())), "7");
 }
 
 /// An array of numbers in a variant, each element its place in the order of `indices` above.
 ArrayValue ArrayOfNumbers(std::vector<SAFEARRAYBOUND> bounds,
                           const std::vector<std::array<LONG, 3>>& indices) {
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_ARRAY | VT_I4;
-  V_ARRAY(&variant.value) = SafeArrayCreate(VT_I4, static_cast<UINT>(bounds.size()), bounds.data());
+  V_VT(variant.Get()) = VT_ARRAY | VT_I4;
+  V_ARRAY(variant.Get()) = SafeArrayCreate(VT_I4, static_cast<UINT>(bounds.size()), bounds.data());
   LONG number = 0;
   for (auto index : indices) {
-    EXPECT_EQ(SafeArrayPutElement(V_ARRAY(&variant.value), index.data(), &number), S_OK);
+    EXPECT_EQ(SafeArrayPutElement(V_ARRAY(variant.Get()), index.data(), &number), S_OK);
     ++number;
   }
-  return std::get<ArrayValue>(ToLateValue(variant.value));
+  return std::get<ArrayValue>(ToLateValue(*variant.Get()));
 }
 
 std::vector<std::string> Texts(const ArrayValue& array) {
@@ -229,20 +221,20 @@ TEST(LateValueOfVariant, AnArrayThatIsNotThereHasNoDimensions) {
 TEST(LateValueOfVariant, TheElementsOfAScriptsArrayAreOfAnyKind) {
   SAFEARRAYBOUND bounds{3, 0};
   OwnedVariant variant;
-  V_VT(&variant.value) = VT_ARRAY | VT_VARIANT;
-  V_ARRAY(&variant.value) = SafeArrayCreate(VT_VARIANT, 1, &bounds);
+  V_VT(variant.Get()) = VT_ARRAY | VT_VARIANT;
+  V_ARRAY(variant.Get()) = SafeArrayCreate(VT_VARIANT, 1, &bounds);
   OwnedVariant text;
-  V_VT(&text.value) = VT_BSTR;
-  V_BSTR(&text.value) = SysAllocString(L"MIF");
+  V_VT(text.Get()) = VT_BSTR;
+  V_BSTR(text.Get()) = SysAllocString(L"MIF");
   LONG index = 1;
-  SafeArrayPutElement(V_ARRAY(&variant.value), &index, &text.value);
+  SafeArrayPutElement(V_ARRAY(variant.Get()), &index, text.Get());
   OwnedVariant decimal;
-  V_VT(&decimal.value) = VT_I4;
-  V_I4(&decimal.value) = 25;
-  VariantChangeType(&decimal.value, &decimal.value, 0, VT_DECIMAL);
+  V_VT(decimal.Get()) = VT_I4;
+  V_I4(decimal.Get()) = 25;
+  VariantChangeType(decimal.Get(), decimal.Get(), 0, VT_DECIMAL);
   index = 2;
-  SafeArrayPutElement(V_ARRAY(&variant.value), &index, &decimal.value);
-  const auto array = std::get<ArrayValue>(ToLateValue(variant.value));
+  SafeArrayPutElement(V_ARRAY(variant.Get()), &index, decimal.Get());
+  const auto array = std::get<ArrayValue>(ToLateValue(*variant.Get()));
   ASSERT_EQ(array.elements.size(), 3U);
   EXPECT_TRUE(std::holds_alternative<std::monostate>(array.elements[0]));
   EXPECT_EQ(std::get<std::string>(array.elements[1]), "MIF");
@@ -253,22 +245,22 @@ TEST(LateValueOfVariant, AnArrayOfTextsAndOneOfDecimalsAreRead) {
   SAFEARRAYBOUND bounds{1, 0};
   LONG index = 0;
   OwnedVariant texts;
-  V_VT(&texts.value) = VT_ARRAY | VT_BSTR;
-  V_ARRAY(&texts.value) = SafeArrayCreate(VT_BSTR, 1, &bounds);
+  V_VT(texts.Get()) = VT_ARRAY | VT_BSTR;
+  V_ARRAY(texts.Get()) = SafeArrayCreate(VT_BSTR, 1, &bounds);
   const platform::OwnedBstr text(L"TXI");
-  SafeArrayPutElement(V_ARRAY(&texts.value), &index, text.Get());
-  EXPECT_EQ(std::get<std::string>(std::get<ArrayValue>(ToLateValue(texts.value)).elements.at(0)),
+  SafeArrayPutElement(V_ARRAY(texts.Get()), &index, text.Get());
+  EXPECT_EQ(std::get<std::string>(std::get<ArrayValue>(ToLateValue(*texts.Get())).elements.at(0)),
             "TXI");
 
   OwnedVariant decimal;
-  V_VT(&decimal.value) = VT_I4;
-  V_I4(&decimal.value) = 7;
-  VariantChangeType(&decimal.value, &decimal.value, 0, VT_DECIMAL);
+  V_VT(decimal.Get()) = VT_I4;
+  V_I4(decimal.Get()) = 7;
+  VariantChangeType(decimal.Get(), decimal.Get(), 0, VT_DECIMAL);
   OwnedVariant decimals;
-  V_VT(&decimals.value) = VT_ARRAY | VT_DECIMAL;
-  V_ARRAY(&decimals.value) = SafeArrayCreate(VT_DECIMAL, 1, &bounds);
-  SafeArrayPutElement(V_ARRAY(&decimals.value), &index, &V_DECIMAL(&decimal.value));
-  EXPECT_EQ(Texts(std::get<ArrayValue>(ToLateValue(decimals.value))),
+  V_VT(decimals.Get()) = VT_ARRAY | VT_DECIMAL;
+  V_ARRAY(decimals.Get()) = SafeArrayCreate(VT_DECIMAL, 1, &bounds);
+  SafeArrayPutElement(V_ARRAY(decimals.Get()), &index, &V_DECIMAL(decimal.Get()));
+  EXPECT_EQ(Texts(std::get<ArrayValue>(ToLateValue(*decimals.Get()))),
             (std::vector<std::string>{"7"}));
 }
 

@@ -57,6 +57,15 @@ TEST(MessageBoxWindow, TheBoxBelongsToTheActiveWindowWhichTakesNoInputMeanwhile)
   EXPECT_TRUE(IsWindowEnabled(client.Get()));
 }
 
+TEST(MessageBoxWindow, TheEndOfTheProgramClosesTheBoxOnceAndIsKept) {
+  const ActiveWindow client;
+  contract::PostCallLater(200, [] { contract::PostQuit(3); });
+  const auto seen = contract::MessagesSeen(
+      "Nobody closes it", [] { EXPECT_TRUE(platform::ShowStopMessage(kTitle, "text")); });
+  EXPECT_TRUE(seen.empty());
+  EXPECT_EQ(contract::TakeQuit(), 3);
+}
+
 TEST(MessageBoxWindow, WithoutAWindowOfTheClientTheBoxIsItsOwn) {
   const HWND desktop = GetDesktopWindow();
   const SeenOwner seen = OwnerOfBox(desktop);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "device/Zentrel.h"
 #include "support/modCOM_XTimerSupport.h"
 #include "support/modErrorReportSupport.h"
+#include "tests/contract/harness.h"
 #include "tests/core/error_reports.h"
 #include "tests/fakes/fake_world.h"
 #include "tests/fakes/hardware_fault.h"
@@ -21,6 +23,14 @@ namespace qmzentrel::tests {
 using fakes::Bytes;
 using fakes::Milliseconds;
 using fakes::TheWorld;
+
+/// Runs `body` on a thread of its own, which gives back at its end what the component keeps for it.
+inline void InAnotherApartment(const std::function<void()>& body) {
+  contract::RunOnAnotherThread([&body] {
+    body();
+    modErrorReportSupport::ReleaseThread();
+  });
+}
 
 /// Fails the test when the component reports a fault that the test did not ask for.
 class CoreTest : public testing::Test {

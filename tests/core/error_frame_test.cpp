@@ -313,45 +313,65 @@ TEST_F(ErrorFrameTest, WithoutMemoryAnErrorStillLeavesAs65535) {
   EXPECT_TRUE(TakeReports().empty());
 }
 
-TEST_F(ErrorFrameTest, WhicheverAllocationFailsTheErrorIsReportedOnce) {
-  const std::string text = "longer than any text that needs no memory of its own";
-  std::optional<MemoryRunsOut> soon;
-  // What the world needs to take a report is not ours to spare.
-  auto& make = TheWorld().classes[kErrorHandlerClass];
-  make = [&soon, made = make] {
-    soon.reset();
-    return made();
-  };
-  bool failed = true;
-  int allocations = 0;
-  for (; failed && allocations < 1000; ++allocations) {
-    std::int32_t number = 0;
+// Names and texts are longer than what needs no memory of its own.
+class OneAllocationFails : public ErrorFrameTest, public testing::WithParamInterface<bool> {
+ protected:
+  /// The error that leaves two procedures when the allocation after `spared` others fails.
+  std::int32_t Fail(int spared) {
+    const std::string text = "longer than any text that needs no memory of its own";
+    RunTimeError failure{9, "Subscript out of range", "SomewhereElseThanUsual"};
+    modErrorReportSupport::InitErrorReporting();  // as the thread's first object does
     try {
-      ErrorFrame outer(meter.Fields(), "Outer");
+      ErrorFrame outer(meter.Fields(), "TheProcedureOutsideOfIt");
       outer.Run([&] {
-        ErrorFrame frame(meter.Fields(), "Inner", Parameters(NAMED(text)));
+        ErrorFrame frame(meter.Fields(), "TheProcedureThatFails", Parameters(NAMED(text)));
         frame.Run([&] {
-          soon.emplace(allocations);
-          throw 42;
+          memory.emplace(spared);
+          throw std::move(failure);
         });
       });
     } catch (const ReportedError& error) {
-      number = error.number;
+      memory.reset();
+      return error.number;
     }
-    soon.reset();
-    ASSERT_EQ(number, 65535) << allocations;
+    return 0;
+  }
+
+  std::optional<MemoryRunsOut> memory;
+};
+
+TEST_P(OneAllocationFails, TheErrorIsReportedOnceWithItsNumber) {
+  // What the world needs to take a report is not ours to spare.
+  auto& make = TheWorld().classes[kErrorHandlerClass];
+  make = [this, made = make] {
+    memory.reset();
+    return GetParam() ? made() : platform::HeldObject();
+  };
+  bool failed = true;
+  int spared = 0;
+  for (; failed && spared < 1000; ++spared) {
+    modErrorReportSupport::ReleaseThread();
+    ASSERT_EQ(Fail(spared), 65535) << spared;
     failed = MemoryRunsOut::HasFailed();
     const auto reports = TakeReports();
     const auto messages = std::exchange(TheWorld().stop_messages, {});
-    ASSERT_EQ(reports.size() + messages.size(), 1U) << allocations;
-    if (!reports.empty()) {
-      ASSERT_EQ(reports[0].procedure, "Inner") << allocations;
-      ASSERT_EQ(reports[0].ErrorNumber, 51) << allocations;
+    ASSERT_EQ(reports.size() + messages.size(), 1U) << spared;
+    for (const auto& report : reports) {
+      ASSERT_EQ(report.ErrorNumber, 9) << spared;
+      ASSERT_EQ(report.procedure, "TheProcedureThatFails") << spared;
+    }
+    for (const auto& message : messages) {
+      ASSERT_TRUE(message.text.ends_with("(9)")) << spared << message.text;
+      ASSERT_NE(message.text.find("TheProcedureThatFails"), std::string::npos) << spared;
     }
   }
-  EXPECT_GT(allocations, 20);
+  EXPECT_GT(spared, 20);
   EXPECT_FALSE(failed);
 }
+
+INSTANTIATE_TEST_SUITE_P(With, OneAllocationFails, testing::Bool(), [](const auto& test) {
+  return test.param ? "AnErrorHandler" : "AMessageBox";
+});
 
 // --- Errors of the client while ours is reported ---
 

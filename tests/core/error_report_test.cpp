@@ -1,7 +1,6 @@
 // What a report is made of, and who gets it.
 
 #include "support/component_version.h"
-#include "tests/contract/harness.h"
 #include "tests/core/core_test.h"
 #include "tests/faults/exception_names.h"
 
@@ -132,11 +131,10 @@ TEST_F(ErrorReporting, AnErrorHandlerThatTellsNoActionHasTakenTheReportAllTheSam
 
 TEST_F(ErrorReporting, AReportOnOneThreadLeavesTheErrorOfAnother) {
   modErrorReportSupport::StoreError({6, "Overflow"}, 10);
-  contract::RunOnAnotherThread([] {
+  InAnotherApartment([] {
     EXPECT_TRUE(modErrorReportSupport::DumpFields().find("<ErrorNumber>0</ErrorNumber>") !=
                 std::string::npos);
     modErrorReportSupport::StoreError({13, "Type mismatch"}, 11);
-    modErrorReportSupport::ReleaseThread();
   });
   EXPECT_TRUE(modErrorReportSupport::DumpFields().find("<ErrorNumber>6</ErrorNumber>") !=
               std::string::npos);
@@ -216,10 +214,13 @@ TEST_F(ErrorReporting, AnErrorWhileTheUserReadsHasItsOwnMessageBox) {
   EXPECT_TRUE(messages[1].text.ends_with("Type mismatch (13)"));
 }
 
-TEST_F(ErrorReporting, AMessageBoxThatFailsDoesNotHideTheError) {
+TEST_F(ErrorReporting, AMessageBoxThatFailsLeavesTheReportToTheDebuggerChannel) {
   UninstallHandler();
   TheWorld().out_of_memory_in = {"ShowStopMessage"};
   EXPECT_EQ(FailingNumber(), 65535);
+  const auto lines = std::exchange(TheWorld().debugger_lines, {});
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_TRUE(lines[0].starts_with(BoxText()));
 }
 
 // --- Where nobody could see a message box ---

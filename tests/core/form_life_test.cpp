@@ -2,7 +2,6 @@
 // its dialog is up.
 #include <new>
 
-#include "tests/contract/harness.h"
 #include "tests/core/simulator_test.h"
 #include "tests/core/telic2_test.h"
 
@@ -78,7 +77,7 @@ TEST_F(FormLife, ANewOneBeginsAfresh) {
 TEST_F(FormLife, ObjectsOfOtherApartmentsShareItToo) {
   Create();
   Read(NoZentrel);
-  contract::RunOnAnotherThread([] {
+  InAnotherApartment([] {
     const auto another = Zentrel::Create();
     EXPECT_EQ(another->BoxStatus(), S_TIMEOUT);
     TheWorld().dialog_user = [](FakeDialog& dialog) { dialog.Click(DialogCheck::chkEOL); };
@@ -89,9 +88,9 @@ TEST_F(FormLife, ObjectsOfOtherApartmentsShareItToo) {
 
 TEST_F(FormLife, ItMayGoInAnotherApartmentThanItCameIn) {
   std::shared_ptr<Zentrel> another;
-  contract::RunOnAnotherThread([&] { Create(); });
+  InAnotherApartment([&] { Create(); });
   another = Zentrel::Create();
-  contract::RunOnAnotherThread([&] { zentrel.reset(); });
+  InAnotherApartment([&] { zentrel.reset(); });
   another.reset();
   Create();
   EXPECT_EQ(Read(Ok), S_OKAY);
@@ -149,11 +148,10 @@ TEST_F(FormLife, AShowThatIsRefusedChangesNeitherTheControlsNorThePointer) {
 TEST_F(FormLife, ShowingItInAnotherApartmentWhileItIsShownIsError400) {
   Create();
   Read([&](FakeDialog& dialog) {
-    contract::RunOnAnotherThread([&] {
+    InAnotherApartment([&] {
       const auto another = Zentrel::Create();
       EXPECT_EQ(ReportOf([&] { another->ReadXpdr(); }).ErrorNumber, 400);
       EXPECT_EQ(another->BoxStatus(), S_OKAY);
-      modErrorReportSupport::ReleaseThread();  // as with every thread that ends
     });
     EXPECT_TRUE(dialog.IsUp());
     Ok(dialog);

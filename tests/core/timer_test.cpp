@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "tests/contract/harness.h"
 #include "tests/core/core_test.h"
 
 namespace qmzentrel::tests {
@@ -591,7 +590,7 @@ TEST_F(TimerTest, EachThreadHasATableOfItsOwn) {
   std::int16_t slots_before = -1;
   std::int16_t slots_with_a_timer = -1;
   std::int32_t running_with_both = -1;
-  contract::RunOnAnotherThread([&] {
+  InAnotherApartment([&] {
     slots_before = SlotCount();
     const auto other = XTimer::Create();
     other->Interval(1000);
@@ -611,7 +610,7 @@ TEST_F(TimerTest, EachThreadHasATableOfItsOwn) {
 TEST_F(TimerTest, TheTablesOfTwoThreadsGrowIndependently) {
   RunningTimer();
   std::int16_t slots_there = 0;
-  contract::RunOnAnotherThread([&] {
+  InAnotherApartment([&] {
     std::vector<std::shared_ptr<XTimer>> six;
     for (int i = 0; i < 6; ++i) {
       six.push_back(XTimer::Create());
@@ -630,7 +629,7 @@ TEST_F(TimerTest, ATimerTicksOnTheThreadThatStartedIt) {
   Start(1000);
   int ticks_here_meanwhile = -1;
   int ticks_there = 0;
-  contract::RunOnAnotherThread([&] {
+  InAnotherApartment([&] {
     const auto other = XTimer::Create();
     other->Interval(400);
     other->Tick([&] { ++ticks_there; });
@@ -647,7 +646,7 @@ TEST_F(TimerTest, ATimerTicksOnTheThreadThatStartedIt) {
 
 TEST_F(TimerTest, ACallbackOnAnotherThreadFindsNoTimerOfThisOne) {
   Start(1000);
-  contract::RunOnAnotherThread([&] { TimerProc(0, 0x113, timer->TimerID(), 0); });
+  InAnotherApartment([&] { TimerProc(0, 0x113, timer->TimerID(), 0); });
   EXPECT_EQ(ticks, 0);
   EXPECT_EQ(TicksWithin(1000), 1);
 }
