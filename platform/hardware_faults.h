@@ -58,7 +58,9 @@ template <class Body>
   // Called as a function that nothing is known about: around copies that the compiler makes itself
   // it drops destructors, and then a fault in one would leave the registration behind.
   using Run = std::invoke_result_t<Body> (*)(Body && body);
-  Run run = [](Body&& statements) { return std::forward<Body>(statements)(); };
+  Run run = [](Body&& statements) -> std::invoke_result_t<Body> {
+    return std::forward<Body>(statements)();
+  };
   asm("" : "+r"(run));
   return run(std::forward<Body>(body));
 }

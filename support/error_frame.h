@@ -8,8 +8,9 @@
 //     STEP return lngStatus;
 //   });
 //
-// A fault is reported once, with everything in scope as text, and leaves as kErrorReported. Until
-// then the frame is a handful of pointers: nothing is allocated or formatted.
+// A fault, be it an exception of the processor, is reported once, with everything in scope as text,
+// and leaves as kErrorReported. Until then the frame is a handful of pointers and a place in the
+// chain of exception handlers: nothing is allocated or formatted.
 #pragma once
 
 #include <exception>

@@ -51,12 +51,12 @@ StoredError* ExistingError() {
   return static_cast<StoredError*>(ErrorSlot().Get());
 }
 
-// A place for the thread's error. Made with its first object, so that an error finds it there.
-void ProvideStorage() {
-  if (ExistingError() != nullptr) return;
+// The place for the thread's error. Made with its first object, so that an error finds it there.
+StoredError& ProvideStorage() {
+  if (StoredError* const existing = ExistingError()) return *existing;
   auto stored = std::make_unique<StoredError>();
   ErrorSlot().Set(stored.get());
-  stored.release();
+  return *stored.release();
 }
 
 // A copy, or as much of it as there is memory for: the client may run while an error is reported,
@@ -190,8 +190,7 @@ void AnnounceDestruction(const char* class_name, std::int16_t instance_number) {
 }
 
 void StoreError(const RunTimeError& error, std::int32_t line) {
-  ProvideStorage();
-  StoredError& stored = *ExistingError();
+  StoredError& stored = ProvideStorage();
   stored = {error.number, "", line, ""};
   stored.ErrorDescription = error.description;
   stored.ErrorSource = error.source;

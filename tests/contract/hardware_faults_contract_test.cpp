@@ -44,6 +44,8 @@ TEST_F(HardwareFaultContract, AFaultBecomesAnError) {
 
 TEST_F(HardwareFaultContract, WithoutAFaultTheResultOfTheBodyIsReturned) {
   EXPECT_EQ(RaisingFaults([] { return 42; }), 42);
+  int number = 7;
+  EXPECT_EQ(&RaisingFaults([&number]() -> int& { return number; }), &number);
   int runs = 0;
   RaisingFaults([&runs] { ++runs; });
   EXPECT_EQ(runs, 1);
