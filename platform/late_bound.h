@@ -1,6 +1,7 @@
 // Automation objects whose members are known by name only.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -60,8 +61,11 @@ HeldObject CreateLateObject(std::string_view programmatic_identifier);
 /// Whether the object carries data to be pasted or dropped.
 bool IsDataObject(ClientObject object);
 
-/// The members of an object that can be enumerated, nothing when it cannot. A member list that does
-/// not end is error 7.
+/// More members than any report is read for: a list that has not ended by then never does.
+inline constexpr std::size_t kMostLateMembers = 10'000;
+
+/// The members of an object that can be enumerated, nothing when it cannot. More than
+/// kMostLateMembers are error 7.
 std::optional<LateFailure> LateMembers(ClientObject object,
                                        std::optional<std::vector<LateValue>>& members);
 

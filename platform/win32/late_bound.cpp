@@ -26,9 +26,6 @@ IDispatch* DispatchOf(ClientObject object) {
 // Languages that know no difference ask for either.
 constexpr WORD kGetEither = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
-// More members than any report is read for: a list that has not ended by then never does.
-constexpr std::size_t kMostMembers = 10'000;
-
 OwnedVariant VariantOf(const LateArgument& argument) {
   OwnedVariant variant;
   if (const auto* number = std::get_if<std::int32_t>(&argument)) {
@@ -221,7 +218,9 @@ std::optional<LateFailure> LateMembers(ClientObject object,
     const HRESULT outcome = list->Next(1, member.Get(), &fetched);
     if (FAILED(outcome)) return LateFailure{AutomationNumber(outcome), "", ""};
     if (outcome != S_OK) break;
-    if (listed.size() == kMostMembers) return LateFailure{AutomationNumber(E_OUTOFMEMORY), "", ""};
+    if (listed.size() == kMostLateMembers) {
+      return LateFailure{AutomationNumber(E_OUTOFMEMORY), "", ""};
+    }
     listed.push_back(ToLateValue(*member.Get()));
   }
   members = std::move(listed);

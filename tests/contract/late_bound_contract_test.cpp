@@ -146,6 +146,19 @@ TEST(LateBoundContract, TheMembersOfAnObjectComeInTheirOrder) {
   });
 }
 
+TEST(LateBoundContract, AListThatIsTooLongIsError7) {
+  for (const std::size_t more : {0, 1}) {
+    const std::vector<std::string> texts(platform::kMostLateMembers + more, "x");
+    contract::WithShownObject({.members = texts}, [&](ClientObject object) {
+      std::optional<std::vector<platform::LateValue>> members;
+      const auto failure = platform::LateMembers(object, members);
+      EXPECT_EQ(failure.has_value(), more == 1);
+      EXPECT_EQ(members.has_value(), more == 0);
+      EXPECT_EQ(failure ? failure->number : 0, more == 1 ? 7 : 0);
+    });
+  }
+}
+
 TEST(LateBoundContract, AnObjectThatCannotBeEnumeratedHasNoMembersAndNoFailure) {
   contract::WithShownObject({.default_text = "x"}, [](ClientObject object) {
     std::optional<std::vector<platform::LateValue>> members{{platform::LateValue()}};

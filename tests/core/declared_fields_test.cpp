@@ -1,10 +1,10 @@
 // The fields that a report shows, held against the declarations in the sources.
-#include <fstream>
 #include <regex>
 #include <sstream>
 
 #include "simulator/frmZentrelSim.h"
 #include "tests/core/core_test.h"
+#include "tests/core/procedure_sources.h"
 #include "tests/core/simulator_test.h"
 
 namespace qmzentrel::tests {
@@ -15,10 +15,9 @@ using Names = std::vector<std::string>;
 constexpr char kMark[] = "// In the order in which the error report shows them.\n";
 
 std::string SourceText(const std::string& path) {
-  std::ifstream file(QMZ_SOURCE_DIR "/" + path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  std::string text;
+  for (const std::string& line : SourceLines(path)) text += line + "\n";
+  return text;
 }
 
 /// The names of the variables that `path` declares from `begin` on, up to `end`.

@@ -15,17 +15,6 @@ using Lines = std::vector<std::string>;
 
 const std::string kRoot = QMZ_SOURCE_DIR "/";
 
-Lines LinesOf(const std::string& file) {
-  std::ifstream stream(kRoot + file, std::ios::binary);
-  if (!stream) ADD_FAILURE() << "no source " << file;
-  Lines lines;
-  for (std::string line; std::getline(stream, line);) {
-    if (line.ends_with('\r')) line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
-}
-
 // The lines as one text, without the comments at their ends: those name frames that are none.
 std::string CodeOf(const Lines& lines) {
   std::string code;
@@ -85,7 +74,7 @@ std::int32_t LineOf(const std::string& code, std::size_t place) {
 }
 
 void AddProceduresOf(const std::string& file, std::vector<ProcedureSource>& procedures) {
-  const Lines lines = LinesOf(file);
+  const Lines lines = SourceLines(file);
   const std::string code = CodeOf(lines);
   const std::size_t first = procedures.size();
   const std::regex frame(R"(\bErrorFrame\s+\w+\s*[({])");
@@ -124,8 +113,19 @@ const std::vector<ProcedureSource>& ProceduresInSources() {
   return procedures;
 }
 
+std::vector<std::string> SourceLines(const std::string& file) {
+  std::ifstream stream(kRoot + file, std::ios::binary);
+  if (!stream) ADD_FAILURE() << "no source " << file;
+  Lines lines;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.ends_with('\r')) line.pop_back();
+    lines.push_back(line);
+  }
+  return lines;
+}
+
 std::string SourceLine(const std::string& file, std::int32_t line) {
-  const Lines lines = LinesOf(file);
+  const Lines lines = SourceLines(file);
   if (line < 1 || static_cast<std::size_t>(line) > lines.size()) {
     ADD_FAILURE() << file << " has no line " << line;
     return "";

@@ -11,6 +11,7 @@ namespace {
 using fakes::FakeObject;
 using Members = decltype(FakeObject::methods);
 
+constexpr std::int32_t kOutOfMemory = 7;
 constexpr std::int32_t kTypeMismatch = 13;
 constexpr std::int32_t kMemberNotSupported = 438;
 
@@ -104,7 +105,9 @@ bool IsDataObject(ClientObject object) {
 std::optional<LateFailure> LateMembers(ClientObject object,
                                        std::optional<std::vector<LateValue>>& members) {
   members = Object(object).members;
-  return std::nullopt;
+  if (!members || members->size() <= kMostLateMembers) return std::nullopt;
+  members.reset();
+  return LateFailure{kOutOfMemory, "", ""};
 }
 
 std::optional<LateFailure> LateDefault(ClientObject object, LateValue& value) {
