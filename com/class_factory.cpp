@@ -10,12 +10,10 @@ STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** o
   *object = nullptr;
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
   DropStaleErrorInfo();
-  try {
+  return ResultOf([&] {
     const platform::ComPointer<_Zentrel> created = ZentrelObject::Create();
     return created->QueryInterface(riid, object);
-  } catch (...) {
-    return ReportErrorInProgress();
-  }
+  });
 }
 
 STDMETHODIMP ClassFactory::LockServer(BOOL lock) {

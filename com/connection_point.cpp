@@ -22,8 +22,10 @@ void CallPowerStateChange(IDispatch& sink, bool new_state) {
   DISPPARAMS parameters{&argument, nullptr, 1, 0};
   EXCEPINFO failure{};
   // A sink that fails or is gone is its owner's affair.
-  sink.Invoke(kPowerStateChange, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
-              nullptr, &failure, nullptr);
+  platform::CallOutToClient([&] {
+    return sink.Invoke(kPowerStateChange, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
+                       &parameters, nullptr, &failure, nullptr);
+  });
   SysFreeString(failure.bstrSource);
   SysFreeString(failure.bstrDescription);
   SysFreeString(failure.bstrHelpFile);
@@ -61,13 +63,11 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
   platform::ComPointer<IDispatch> dispatch = platform::Query<IDispatch>(sink, DIID___Zentrel);
   if (!dispatch) dispatch = platform::Query<IDispatch>(sink, IID_IDispatch);
   if (!dispatch) return CONNECT_E_CANNOTCONNECT;
-  try {
+  return ResultOf([&] {
     connections_.push_back({last_cookie_ + 1, std::move(dispatch)});
-  } catch (...) {
-    return ReportErrorInProgress();
-  }
-  *cookie = ++last_cookie_;
-  return S_OK;
+    *cookie = ++last_cookie_;
+    return S_OK;
+  });
 }
 
 STDMETHODIMP ConnectionPoint::Unadvise(DWORD cookie) {
@@ -84,12 +84,10 @@ STDMETHODIMP ConnectionPoint::EnumConnections(IEnumConnections** enumerator) {
       Enumerator<IEnumConnections, IID_IEnumConnections, CONNECTDATA, Connection>;
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
-  try {
+  return ResultOf([&] {
     *enumerator = new ConnectionEnumerator(connections_);
     return S_OK;
-  } catch (...) {
-    return ReportErrorInProgress();
-  }
+  });
 }
 
 void ConnectionPoint::FirePowerStateChange(bool new_state) {

@@ -9,6 +9,8 @@
 
 #include <atomic>
 
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::com {
 
 /// A fault that COM knows by a code of its own. `description` lives as long as the program.
@@ -21,6 +23,20 @@ struct ComError {
 /// becomes 0x800A0000 plus its number, lack of memory E_OUTOFMEMORY, a ComError its code. The
 /// thread's error info says the same in words.
 HRESULT ReportErrorInProgress() noexcept;
+
+/// The frame of an entry of COM: what `body` raises becomes its HRESULT.
+template <class Body>
+HRESULT ResultOf(Body body) {
+  return platform::CalledFromOutside([&]() -> HRESULT {
+    try {
+      return body();
+    } catch (const platform::ClientUnwinding&) {
+      throw;
+    } catch (...) {
+      return ReportErrorInProgress();
+    }
+  });
+}
 
 /// Moves the thread's error info into `info`, which describes the failure `code` then.
 void TakeErrorInfo(HRESULT code, EXCEPINFO& info) noexcept;

@@ -29,44 +29,74 @@ void Give(::ZentrelStatus* result, ZentrelStatus value) {
   *result = static_cast<::ZentrelStatus>(value);
 }
 
+// An object of the client, held while it is worked with. What it does at that is its own; that it
+// is an object at all is for the member to find out.
+class HeldObject {
+ public:
+  explicit HeldObject(IDispatch* object) : object_(object) {
+    if (object_ != nullptr) platform::CallOutToClient([&] { return object_->AddRef(); });
+  }
+  ~HeldObject() noexcept(false) {
+    if (object_ != nullptr) platform::CallOutToClient([&] { return object_->Release(); });
+  }
+  HeldObject(const HeldObject&) = delete;
+  HeldObject& operator=(const HeldObject&) = delete;
+
+  IDispatch* Get() const { return object_; }
+
+ private:
+  IDispatch* object_;
+};
+
 }  // namespace
 
 template <class Body>
-HRESULT ZentrelObject::Do(Body body) {
-  return Guarded([&] {
-    body();
-    return S_OK;
-  });
+HRESULT ZentrelObject::Do(Body body, const Caller& member) {
+  return Guarded(
+      [&] {
+        body();
+        return S_OK;
+      },
+      member);
 }
 
 template <class Out, class Body>
-HRESULT ZentrelObject::Answer(Out* result, Body body) {
-  return Guarded([&] {
-    if (result == nullptr) throw ComError{E_POINTER, "The result has nowhere to go"};
-    *result = {};
-    Give(result, body());
-    return S_OK;
-  });
+HRESULT ZentrelObject::Answer(Out* result, Body body, const Caller& member) {
+  return Guarded(
+      [&] {
+        if (result == nullptr) throw ComError{E_POINTER, "The result has nowhere to go"};
+        *result = {};
+        Give(result, body());
+        return S_OK;
+      },
+      member);
 }
 
 HRESULT ZentrelObject::RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
                                                                      const LongArray&),
                                    LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
-                                   ::ZentrelStatus* result) {
-  return Answer(result, [&] {
-    const ClientArray held_identifiers(identifiers);
-    const ClientArray held_data(data);
-    return ((*core_).*command)(count, held_identifiers.View(), held_data.View());
-  });
+                                   ::ZentrelStatus* result, const Caller& member) {
+  return Answer(
+      result,
+      [&] {
+        const ClientArray held_identifiers(identifiers);
+        const ClientArray held_data(data);
+        return ((*core_).*command)(count, held_identifiers.View(), held_data.View());
+      },
+      member);
 }
 
 template <class Body>
-HRESULT ZentrelObject::FillBox(IDispatch** box, VARIANT_BOOL* result, Body body) {
-  return Answer(result, [&] {
-    if (box == nullptr) throw ComError{E_POINTER, "The combo box is missing"};
-    const platform::ComPointer<IDispatch> held(*box);
-    return body(LateBound({held.Get()}));
-  });
+HRESULT ZentrelObject::FillBox(IDispatch** box, VARIANT_BOOL* result, Body body,
+                               const Caller& member) {
+  return Answer(
+      result,
+      [&] {
+        if (box == nullptr) throw ComError{E_POINTER, "The combo box is missing"};
+        const HeldObject held(*box);
+        return body(LateBound({held.Get()}));
+      },
+      member);
 }
 
 STDMETHODIMP ZentrelObject::BoxStatus(::ZentrelStatus* Result) {

@@ -1,8 +1,12 @@
 #include "com/zentrel_object.h"
 
+#include <cstdlib>
+#include <string_view>
+
 #include "com/dispatch_invoke.h"
 #include "com/enumerator.h"
 #include "com/type_information.h"
+#include "support/error_frame.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -126,6 +130,32 @@ STDMETHODIMP ZentrelObject::FindConnectionPoint(REFIID riid, IConnectionPoint** 
   *point = &events_;
   AddRef();
   return S_OK;
+}
+
+HRESULT ZentrelObject::Run(HRESULT (*call)(void*), void* body, const Caller& member) {
+  return ResultOf([&]() -> HRESULT {
+    const Use use(*this);
+    DropStaleErrorInfo();
+    try {
+      return platform::RaisingFaults([&] { return call(body); });
+    } catch (const platform::RaisedFault&) {
+      ReportFaultOf(member);
+    }
+  });
+}
+
+void ZentrelObject::ReportFaultOf(const Caller& member) {
+  // The procedures of a property go by its name.
+  std::string_view name = member.function;
+  for (const std::string_view kind : {"get_", "put_"}) {
+    if (name.starts_with(kind)) name.remove_prefix(kind.size());
+  }
+  ErrorFrame frame(core_->Fields(), name.data());
+  frame.Run([&] {
+    frame.line = member.line;
+    throw;
+  });
+  std::abort();  // not reached
 }
 
 void ZentrelObject::PowerStateChange(bool NewState) {

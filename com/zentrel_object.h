@@ -15,6 +15,7 @@
 #include "com/error_info.h"
 #include "com/module_count.h"
 #include "device/Zentrel.h"
+#include "platform/hardware_faults.h"
 #include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
@@ -167,32 +168,41 @@ class ZentrelObject final : public _Zentrel,
     if (references_ == 0 && uses_ == 0) delete this;
   }
 
+  // The member that a shared routine works for, and where: the function that leaves it out of its
+  // call.
+  struct Caller {
+    Caller(const char* called = __builtin_FUNCTION(), int at = __builtin_LINE())
+        : function(called), line(at) {}
+    const char* function;
+    int line;
+  };
+
   // The frame of every call: keeps the object alive, and turns what `body` raises into an HRESULT
-  // with an error info. `body` returns an HRESULT.
+  // with an error info. `body` returns an HRESULT. Bad memory that it meets in the arguments of the
+  // call is a fault of the calling member.
   template <class Body>
-  HRESULT Guarded(Body body) {
-    const Use use(*this);
-    DropStaleErrorInfo();
-    try {
-      return body();
-    } catch (...) {
-      return ReportErrorInProgress();
-    }
+  HRESULT Guarded(Body body, const Caller& member = {}) {
+    return Run([](void* call) { return (*static_cast<Body*>(call))(); }, &body, member);
   }
+  // The same for all bodies: their call is the least that is made for each of them.
+  HRESULT Run(HRESULT (*call)(void*), void* body, const Caller& member);
+
+  // Called while such a fault is handled: reports it and raises kErrorReported.
+  [[noreturn]] void ReportFaultOf(const Caller& member);
 
   // Members of the dual interface: one without a result, and one whose `body` returns it.
   template <class Body>
-  HRESULT Do(Body body);
+  HRESULT Do(Body body, const Caller& member = {});
   template <class Out, class Body>
-  HRESULT Answer(Out* result, Body body);
+  HRESULT Answer(Out* result, Body body, const Caller& member = {});
   // One that runs a command over the two arrays of sub-device messages.
   HRESULT RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
                                                         const LongArray&),
                       LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
-                      ::ZentrelStatus* result);
+                      ::ZentrelStatus* result, const Caller& member = {});
   // One that fills a client's combo box.
   template <class Body>
-  HRESULT FillBox(IDispatch** box, VARIANT_BOOL* result, Body body);
+  HRESULT FillBox(IDispatch** box, VARIANT_BOOL* result, Body body, const Caller& member = {});
 
   // ZentrelEvents
   void PowerStateChange(bool NewState) override;

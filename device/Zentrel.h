@@ -216,6 +216,8 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
 
   /// The fields in declared order, for the error report.
   std::string DumpFields() const;
+  /// The same for a frame that reports in the name of a member.
+  ModuleFields Fields() const;
 
  private:
   friend struct ZentrelAccess;  // tests of the private procedures below
@@ -224,7 +226,6 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void Class_Initialize();
   void Class_Terminate();
   void LoadNames();
-  ModuleFields Fields() const;
   void LogStep(const char* text);
 
   // Exchange

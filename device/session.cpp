@@ -112,8 +112,13 @@ ZentrelStatus Zentrel::DeviceOpen(std::int32_t Port, bool MaintainSupply) {
     STEP m_PortCtrl.DataBits(kDataBits);
     STEP m_PortCtrl.StopBits(platform::kTwoStopBits);
     STEP m_PortCtrl.Open();
-    STEP Power(true);
-    STEP lngStatus = m_PortCtrl.PortOpen() >= 1 ? S_OKAY : S_BAD_PORT;
+    try {
+      STEP Power(true);
+      STEP lngStatus = m_PortCtrl.PortOpen() >= 1 ? S_OKAY : S_BAD_PORT;
+    } catch (...) {
+      Power(false);  // what ends the event must not leave the box supplied for ever
+      throw;
+    }
     STEP Power(false);
     STEP return lngStatus;
   });

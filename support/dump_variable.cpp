@@ -30,6 +30,8 @@ template <class Format>
 std::string TextOrError(Format format) {
   try {
     return platform::RaisingFaults(format);
+  } catch (const platform::ClientUnwinding&) {
+    throw;
   } catch (const RunTimeError& error) {
     return ErrorText(error.number);
   } catch (const std::bad_alloc&) {

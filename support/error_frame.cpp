@@ -29,12 +29,14 @@ RunTimeError StandardError(std::int32_t number, const char* detail = nullptr) {
   }
 }
 
-// The exception in progress as an error with a number. What has been reported goes straight
-// through.
+// The exception in progress as an error with a number. What has been reported, and what the client
+// handles outside, goes straight through.
 RunTimeError ErrorInProgress() {
   try {
     throw;
   } catch (const ReportedError&) {
+    throw;
+  } catch (const platform::ClientUnwinding&) {
     throw;
   } catch (const RunTimeError& error) {
     return CopyOf(error);

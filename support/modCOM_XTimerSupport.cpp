@@ -94,7 +94,7 @@ void EndTimer(const XTimer& xt) {
 }
 
 void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
-               std::int32_t lngSysTime) noexcept {
+               std::int32_t lngSysTime) {
   try {
     ErrorFrame frame(Fields(), "TimerProc",
                      Parameters(NAMED(hWnd), NAMED(uMsg), NAMED(idEvent), NAMED(lngSysTime)));
@@ -108,6 +108,8 @@ void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
       STEP const std::shared_ptr<XTimer> xt = slot->xt;
       STEP xt->RaiseTick();
     });
+  } catch (const platform::ClientUnwinding&) {
+    throw;  // the tick was not at fault, and goes on
   } catch (...) {
     IgnoringErrors([idEvent] { platform::KillTimer(idEvent); });
   }

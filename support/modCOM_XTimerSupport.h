@@ -25,8 +25,7 @@ void EndTimer(const XTimer& xt);
 
 /// The callback of every timer: raises the tick of the timer `idEvent`, or kills a timer that
 /// nobody holds or whose tick fails. Nothing is raised out of it.
-void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
-               std::int32_t lngSysTime) noexcept;
+void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent, std::int32_t lngSysTime);
 
 /// Running timers of all threads: as long as there is one, its callback must stay in memory.
 std::int32_t RunningTimers();

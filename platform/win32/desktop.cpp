@@ -27,10 +27,10 @@ HWND ClientWindow() {
   // Of another thread, which may be waiting for this one: locking its window would wait for it.
   constexpr UINT kPatienceMs = 500;
   DWORD_PTR unused = 0;
-  const ClientCode windows_of_the_client;
-  return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused) != 0
-             ? foreground
-             : nullptr;
+  const LRESULT answered = CallOutToClient([&] {
+    return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused);
+  });
+  return answered != 0 ? foreground : nullptr;
 }
 
 }  // namespace qmzentrel::platform

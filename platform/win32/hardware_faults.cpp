@@ -15,11 +15,34 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace qmzentrel::platform {
 
+// An unwinding of the client's that has been interrupted: the stack below the registration that was
+// told of it, and how to go back there. The layout is known to the assembler part as well.
+struct KeptUnwinding {
+  DWORD stack;
+  DWORD registers[4];
+  DWORD first_registration;
+  DWORD end;
+  DWORD size;
+  // The kept bytes follow.
+
+  char* Bytes() { return reinterpret_cast<char*>(this + 1); }
+  // The copy of what lay at `address`.
+  template <class T>
+  T* CopyOf(const T* address) {
+    return reinterpret_cast<T*>(Bytes() + (reinterpret_cast<DWORD>(address) - stack));
+  }
+};
+static_assert(sizeof(KeptUnwinding) == 32);
+
 extern "C" {
 int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, FaultRegistration* registration,
                             CONTEXT* context, void* dispatcher);
+int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record, FaultRegistration* registration,
+                              CONTEXT* context, void* dispatcher);
 [[noreturn]] void QmzReturnToFaultRegistration(const FaultRegistration* registration);
 void QmzUnwindTo(FaultRegistration* registration, EXCEPTION_RECORD* record);
+void QmzInterruptUnwinding(KeptUnwinding* kept, FaultRegistration* registration);
+[[noreturn]] void QmzGoOnUnwinding(const KeptUnwinding* kept);
 }
 
 namespace {
@@ -86,21 +109,16 @@ bool MarksClientCode(const FaultRegistration& registration) {
   return registration.handler == reinterpret_cast<void*>(&ClientCodeHandler);
 }
 
-// Who stands between a fault and the registration that is asked about it.
-struct Between {
-  bool client = false;
-  bool other = false;
-};
+bool IsProcedure(const FaultRegistration& registration) {
+  return registration.handler == reinterpret_cast<void*>(&QmzFaultHandler);
+}
 
-Between BetweenFaultAnd(const FaultRegistration* registration, DWORD stack_at_fault) {
-  Between found;
-  for (const FaultRegistration* inner = FirstRegistration(); inner != registration && !IsEnd(inner);
-       inner = static_cast<const FaultRegistration*>(inner->previous)) {
-    // The operating system's own, entered to ask us, lie below the fault.
-    if (reinterpret_cast<DWORD>(inner) < stack_at_fault) continue;
-    (MarksClientCode(*inner) ? found.client : found.other) = true;
-  }
-  return found;
+bool IsCallOut(const FaultRegistration& registration) {
+  return registration.handler == reinterpret_cast<void*>(&QmzCallOutHandler);
+}
+
+FaultRegistration* Outer(const FaultRegistration& registration) {
+  return static_cast<FaultRegistration*>(registration.previous);
 }
 
 bool LeavesStackForReport(const FaultRegistration* registration) {
@@ -113,6 +131,7 @@ bool LeavesStackForReport(const FaultRegistration* registration) {
 
 [[noreturn]] void CutBackTo(FaultRegistration* registration, DWORD code, EXCEPTION_RECORD* record) {
   registration->code = code;
+  registration->cut_back_to = 1;
   QmzUnwindTo(registration, record);
   QmzReturnToFaultRegistration(registration);
 }
@@ -121,13 +140,53 @@ bool LeavesStackForReport(const FaultRegistration* registration) {
 // handler has no other storage that is this thread's alone.
 [[gnu::noinline, noreturn]] void RaiseAtFault() {
   asm volatile("cld\n\tfnclex" ::: "cc");
-  RaiseFaultOf(*FirstRegistration());
+  RaiseWhatLedBackTo(*FirstRegistration());
 }
 
 // Whether the processor was sent to an address that holds no code.
 bool IsWildJump(const EXCEPTION_RECORD& record, const CONTEXT& context) {
   return record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION && record.NumberParameters > 1 &&
          record.ExceptionInformation[1] == context.Eip;
+}
+
+// Whether a statement of ours is at fault, be it that it has called what is no function.
+bool IsInOwnCode(const EXCEPTION_RECORD& record, const CONTEXT& context) {
+  static const CodeRange own = OwnCode();
+  if (own.Holds(context.Eip)) return true;
+  return IsWildJump(record, context) && own.Holds(*reinterpret_cast<const DWORD*>(context.Esp));
+}
+
+// Who stands between a fault and the registration that is asked about it.
+struct Between {
+  FaultRegistration* innermost;           // of all registrations, or the one asked
+  FaultRegistration* call_out = nullptr;  // the innermost one
+  bool client = false;
+  bool other = false;
+};
+
+Between BetweenFaultAnd(FaultRegistration* registration, DWORD stack_at_fault, bool in_own_code) {
+  Between found{.innermost = registration};
+  FaultRegistration* inner = FirstRegistration();
+  // The operating system's own, entered to ask us, lie below the fault.
+  while (reinterpret_cast<DWORD>(inner) < stack_at_fault) inner = Outer(*inner);
+  found.innermost = inner;
+  // A call to the client that has not got as far as the client.
+  if (in_own_code) {
+    while (inner != registration && (IsCallOut(*inner) || MarksClientCode(*inner))) {
+      inner = Outer(*inner);
+    }
+  }
+  for (; inner != registration && !IsEnd(inner); inner = Outer(*inner)) {
+    if (MarksClientCode(*inner)) {
+      found.client = true;
+    } else if (!IsCallOut(*inner)) {
+      found.other = true;
+      found.call_out = nullptr;  // nothing raised there would get past this one
+    } else if (found.call_out == nullptr) {
+      found.call_out = inner;
+    }
+  }
+  return found;
 }
 
 // As a function is entered: no x87 register in use, and nothing pending.
@@ -145,14 +204,12 @@ void ClearForCall(CONTEXT& context) {
 // Lets the thread go on as if the statement at fault had called a function that raises. False where
 // it cannot be: the way out must lead through our own code alone.
 bool RaiseWhereItHappened(const EXCEPTION_RECORD& record, CONTEXT& context) {
-  static const CodeRange own = OwnCode();
-  auto* stack = reinterpret_cast<DWORD*>(context.Esp);
-  if (own.Holds(context.Eip)) {
+  if (!IsInOwnCode(record, context)) return false;
+  if (!IsWildJump(record, context)) {
     // The unwinder looks up the address before the one to return to.
-    *--stack = context.Eip + 1;
+    auto* const stack = reinterpret_cast<DWORD*>(context.Esp) - 1;
+    *stack = context.Eip + 1;
     context.Esp = reinterpret_cast<DWORD>(stack);
-  } else if (!IsWildJump(record, context) || !own.Holds(*stack)) {
-    return false;
   }
   context.Eip = reinterpret_cast<DWORD>(&RaiseAtFault);
   ClearForCall(context);
@@ -173,11 +230,54 @@ LONG WINAPI HandOn(EXCEPTION_POINTERS* exception) {
 // The procedure that a fault of this thread would belong to now; null when there is none.
 FaultRegistration* RunningProcedure() {
   for (FaultRegistration* registration = FirstRegistration(); !IsEnd(registration);
-       registration = static_cast<FaultRegistration*>(registration->previous)) {
+       registration = Outer(*registration)) {
     if (MarksClientCode(*registration)) return nullptr;
-    if (registration->handler == reinterpret_cast<void*>(&QmzFaultHandler)) return registration;
+    if (IsProcedure(*registration)) return registration;
   }
   return nullptr;
+}
+
+// --- Exceptions of the client that unwind past us ---
+
+// Whether a fault of ours is leading the thread back past `registration`.
+bool IsCutBack(const FaultRegistration* registration) {
+  for (; !IsEnd(registration); registration = Outer(*registration)) {
+    if ((IsProcedure(*registration) || IsCallOut(*registration)) &&
+        registration->cut_back_to != 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The call to here and the assembler part's own.
+constexpr DWORD kStackOfCall = 1024;
+
+// Lets the destructors of our procedures run before the unwinding that has come to `registration`
+// goes on: puts the stack of the unwinding aside, raises an error from where the call out was made,
+// and comes back when that has left the component.
+void LeaveProcedures(FaultRegistration* registration) {
+  const auto end = reinterpret_cast<DWORD>(registration + 1);
+  const DWORD most = end - reinterpret_cast<DWORD>(__builtin_frame_address(0)) + kStackOfCall;
+  auto* const kept =
+      static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding) + most));
+  if (kept == nullptr) return;
+  kept->end = end;
+  registration->unwinding = kept;
+  QmzInterruptUnwinding(kept, registration);
+  HeapFree(GetProcessHeap(), 0, kept);
+}
+
+// What is on its way and has found no CalledFromOutside; null when it is something else.
+KeptUnwinding* UnwindingInProgress() {
+  if (std::current_exception() == nullptr) return nullptr;
+  try {
+    throw;
+  } catch (ClientUnwinding& unwinding) {
+    return unwinding.Take();
+  } catch (...) {
+    return nullptr;
+  }
 }
 
 bool IsHandlingFault() {
@@ -195,6 +295,7 @@ bool IsHandlingFault() {
 // one that code of others has called. Any other error that finds no handler ends the process, and
 // so does an end that no error has led to.
 void OnTerminate() {
+  if (KeptUnwinding* const kept = UnwindingInProgress()) ResumeUnwinding(kept);
   FaultRegistration* const procedure = RunningProcedure();
   if (procedure == nullptr || procedure->code == 0) std::abort();
   if (IsHandlingFault()) {
@@ -208,31 +309,47 @@ void OnTerminate() {
 
 }  // namespace
 
-extern "C"
-    [[gnu::force_align_arg_pointer]] int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record,
-                                                                 FaultRegistration* registration,
-                                                                 CONTEXT* context,
-                                                                 void* /*dispatcher*/) {
-  if (g_raiser == nullptr || (record->ExceptionFlags & kUnwinding) != 0) {
-    return ExceptionContinueSearch;
+extern "C" {
+
+[[gnu::force_align_arg_pointer]] int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record,
+                                                             FaultRegistration* registration,
+                                                             CONTEXT* context, void* dispatcher) {
+  if ((record->ExceptionFlags & kUnwinding) != 0) {
+    return QmzCallOutHandler(record, registration, context, dispatcher);
   }
+  if (g_raiser == nullptr) return ExceptionContinueSearch;
   const EXCEPTION_RECORD& fault = Innermost(*record);
   const DWORD code = fault.ExceptionCode;
   if (code < kWarning) return ExceptionContinueSearch;
-  const Between between = BetweenFaultAnd(registration, context->Esp);
+  const Between between = BetweenFaultAnd(registration, context->Esp, IsInOwnCode(fault, *context));
   if (between.client) return ExceptionContinueSearch;
-  if (code == EXCEPTION_STACK_OVERFLOW) {
-    if (!LeavesStackForReport(registration)) return ExceptionContinueSearch;  // one further out
-    CutBackTo(registration, code, record);
+  if (code == EXCEPTION_STACK_OVERFLOW && !LeavesStackForReport(registration)) {
+    return ExceptionContinueSearch;  // one further out
   }
+  registration->code = code;
+  if (code == EXCEPTION_STACK_OVERFLOW) CutBackTo(registration, code, record);
   constexpr DWORD kNoWayOn = kNonContinuable | kNestedCall;
   if (between.other || (record->ExceptionFlags & kNoWayOn) != 0 ||
       !RaiseWhereItHappened(fault, *context)) {
-    CutBackTo(registration, code, record);
+    CutBackTo(between.call_out != nullptr ? between.call_out : registration, code, record);
   }
-  registration->code = code;
+  between.innermost->code = code;
   return ExceptionContinueExecution;
 }
+
+// A call out has no opinion of an exception. But when somebody outside handles it, that leaves
+// frames of ours, whose destructors nobody else runs.
+[[gnu::force_align_arg_pointer]] int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record,
+                                                               FaultRegistration* registration,
+                                                               CONTEXT* /*context*/,
+                                                               void* /*dispatcher*/) {
+  if ((record->ExceptionFlags & kUnwinding) != 0 && !IsCutBack(registration)) {
+    LeaveProcedures(registration);
+  }
+  return ExceptionContinueSearch;
+}
+
+}  // extern "C"
 
 void InstallFaultHandling(FaultRaiser raiser) {
   // The filter and the terminate handler point into this library.
@@ -245,7 +362,8 @@ void InstallFaultHandling(FaultRaiser raiser) {
   if (before != HandOn) g_filter_before = before;
 }
 
-void RaiseFaultOf(const FaultRegistration& registration) {
+void RaiseWhatLedBackTo(const FaultRegistration& registration) {
+  if (registration.unwinding != nullptr) throw ClientUnwinding(registration.unwinding);
   const std::uint32_t code = registration.code;
   // Or the next overflow would end the process without a word.
   if (code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
@@ -253,7 +371,18 @@ void RaiseFaultOf(const FaultRegistration& registration) {
   std::abort();
 }
 
-ClientCode::ClientCode() {
+ClientUnwinding::~ClientUnwinding() {
+  if (kept_ != nullptr) HeapFree(GetProcessHeap(), 0, kept_);
+}
+
+void ResumeUnwinding(KeptUnwinding* kept) {
+  // The unwinding goes on with the registrations that are still there.
+  auto* const told = reinterpret_cast<FaultRegistration*>(kept->end) - 1;
+  if (FirstRegistration() != told) kept->CopyOf(told)->previous = FirstRegistration();
+  QmzGoOnUnwinding(kept);
+}
+
+ClientCode::ClientCode() : registration_{} {
   registration_.handler = reinterpret_cast<void*>(&ClientCodeHandler);
   registration_.previous = FirstRegistration();
   SetFirstRegistration(&registration_);

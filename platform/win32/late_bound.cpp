@@ -9,6 +9,7 @@
 
 #include <vector>
 
+#include "platform/hardware_faults.h"
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/late_value.h"
@@ -55,7 +56,7 @@ class FailureTexts {
 
 LateFailure FailureOf(HRESULT result, EXCEPINFO& info) {
   if (result != DISP_E_EXCEPTION) return {AutomationNumber(result), "", ""};
-  if (info.pfnDeferredFillIn != nullptr) info.pfnDeferredFillIn(&info);
+  if (info.pfnDeferredFillIn != nullptr) CallOut([&] { return info.pfnDeferredFillIn(&info); });
   const std::int32_t number = info.wCode != 0 ? info.wCode : AutomationNumber(info.scode);
   return {number, WideToUtf8(ViewOf(info.bstrSource)), WideToUtf8(ViewOf(info.bstrDescription))};
 }
@@ -64,20 +65,24 @@ LateFailure FailureOf(HRESULT result, EXCEPINFO& info) {
 HRESULT FindMember(IDispatch* object, std::string_view name, DISPID& id) {
   const OwnedBstr wide(Utf8ToWide(name));
   if (const auto ex = Query<IDispatchEx>(object, __uuidof(IDispatchEx))) {
-    return ex->GetDispID(wide.Get(), fdexNameCaseInsensitive, &id);
+    return CallOut([&] { return ex->GetDispID(wide.Get(), fdexNameCaseInsensitive, &id); });
   }
   LPOLESTR names[] = {wide.Get()};
-  return object->GetIDsOfNames(IID_NULL, names, 1, kComponentLocale, &id);
+  return CallOut([&] { return object->GetIDsOfNames(IID_NULL, names, 1, kComponentLocale, &id); });
 }
 
 HRESULT InvokeMember(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& parameters,
                      VARIANT* result, EXCEPINFO& info) {
   if (const auto ex = Query<IDispatchEx>(object, __uuidof(IDispatchEx))) {
-    return ex->InvokeEx(id, kComponentLocale, flags, &parameters, result, &info, nullptr);
+    return CallOut([&] {
+      return ex->InvokeEx(id, kComponentLocale, flags, &parameters, result, &info, nullptr);
+    });
   }
   UINT wrong_argument = 0;
-  return object->Invoke(id, IID_NULL, kComponentLocale, flags, &parameters, result, &info,
-                        &wrong_argument);
+  return CallOut([&] {
+    return object->Invoke(id, IID_NULL, kComponentLocale, flags, &parameters, result, &info,
+                          &wrong_argument);
+  });
 }
 
 // `let_value` is set after the indices, and named as automation asks for.
@@ -112,8 +117,9 @@ std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateA
   if (auto failure = Invoke(object, name, kGetEither, arguments, nullptr, value.Get())) {
     return failure;
   }
-  const HRESULT converted =
-      VariantChangeTypeEx(value.Get(), value.Get(), kComponentLocale, 0, type);
+  // It may be an object, which is asked for its value.
+  const HRESULT converted = CallOut(
+      [&] { return VariantChangeTypeEx(value.Get(), value.Get(), kComponentLocale, 0, type); });
   if (FAILED(converted)) return LateFailure{AutomationNumber(converted), "", ""};
   return std::nullopt;
 }
@@ -188,9 +194,10 @@ HeldObject CreateLateObject(std::string_view programmatic_identifier) {
   const std::wstring wide = Utf8ToWide(programmatic_identifier);
   if (FAILED(CLSIDFromProgID(wide.c_str(), &identifier))) return nullptr;
   ComPointer<IDispatch> object;
-  const HRESULT created =
-      CoCreateInstance(identifier, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                       IID_IDispatch, object.ReceiveVoid());
+  const HRESULT created = CallOut([&] {
+    return CoCreateInstance(identifier, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                            IID_IDispatch, object.ReceiveVoid());
+  });
   if (FAILED(created)) object.Detach();
   return Hold(object.Get());
 }
@@ -215,7 +222,7 @@ std::optional<LateFailure> LateMembers(ClientObject object,
   for (;;) {
     OwnedVariant member;
     ULONG fetched = 0;
-    const HRESULT outcome = list->Next(1, member.Get(), &fetched);
+    const HRESULT outcome = CallOut([&] { return list->Next(1, member.Get(), &fetched); });
     if (FAILED(outcome)) return LateFailure{AutomationNumber(outcome), "", ""};
     if (outcome != S_OK) break;
     if (listed.size() == kMostLateMembers) {

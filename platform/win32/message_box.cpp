@@ -2,6 +2,10 @@
 
 #include <windows.h>
 
+#include <iterator>
+#include <string>
+#include <string_view>
+
 #include "platform/hardware_faults.h"
 #include "platform/win32/desktop.h"
 #include "platform/win32/wide.h"
@@ -31,11 +35,30 @@ bool IsQuitPending() {
   return PeekMessageW(&quit, nullptr, WM_QUIT, WM_QUIT, PM_NOREMOVE) != FALSE;
 }
 
+BOOL CALLBACK CloseBox(HWND window, LPARAM title) {
+  wchar_t text[64];
+  GetClassNameW(window, text, static_cast<int>(std::size(text)));
+  if (std::wstring_view(text) != L"#32770") return TRUE;
+  GetWindowTextW(window, text, static_cast<int>(std::size(text)));
+  if (*reinterpret_cast<const std::wstring*>(title) == text) DestroyWindow(window);
+  return TRUE;
+}
+
 // Whether a box was seen, be it that the end of the program has closed it.
 bool Show(HWND owner, const std::wstring& title, const std::wstring& text) {
-  // Below 0 is how some systems say that there was none.
-  return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP) > 0 ||
-         IsQuitPending();
+  const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
+  try {
+    // Below 0 is how some systems say that there was none.
+    return CallOut([&] {
+             return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP);
+           }) > 0 ||
+           IsQuitPending();
+  } catch (const ClientUnwinding&) {
+    // Nobody is left to answer the box, and its owner would stay locked.
+    if (owner_was_enabled) EnableWindow(owner, TRUE);
+    EnumThreadWindows(GetCurrentThreadId(), CloseBox, reinterpret_cast<LPARAM>(&title));
+    throw;
+  }
 }
 
 }  // namespace

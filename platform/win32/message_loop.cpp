@@ -27,7 +27,8 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
   const ClientCode windows_of_the_client;
   MSG message;
   for (int dispatched = 0;
-       dispatched < kMessagesPerTurn && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != FALSE;
+       dispatched < kMessagesPerTurn &&
+       CallOut([&] { return PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); }) != FALSE;
        ++dispatched) {
     if (message.message == WM_QUIT) {
       quit_seen_ = true;
@@ -35,7 +36,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
       continue;
     }
     TranslateMessage(&message);
-    DispatchMessageW(&message);
+    CallOut([&] { DispatchMessageW(&message); });
   }
 }
 

@@ -124,7 +124,7 @@ class Dialog {
   bool Show(HWND owner);
   void Refresh();
   void Hide();
-  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide) noexcept;
+  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide);
 
  private:
   HWND Control(int id) const { return GetDlgItem(window_, id); }
@@ -165,15 +165,19 @@ __attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND w
   if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, parameter);
   auto* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
   // Some messages come before the first one.
-  return dialog == nullptr ? FALSE : dialog->OnMessage(window, message, wide);
+  if (dialog == nullptr) return FALSE;
+  return CalledFromOutside([&] { return dialog->OnMessage(window, message, wide); });
 }
 
 bool Dialog::Show(HWND owner) {
   const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
   {
     const ClientCode windows_of_the_client;
-    DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_frmZentrelSim),
-                    owner, OnDialogMessage, reinterpret_cast<LPARAM>(this));
+    CallOut([&] {
+      return DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase),
+                             MAKEINTRESOURCEW(IDD_frmZentrelSim), owner, OnDialogMessage,
+                             reinterpret_cast<LPARAM>(this));
+    });
     // The client's window is left as it was, whatever way the dialog has gone: neither locked for
     // ever, nor unlocked when the client itself had locked it.
     if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
@@ -196,10 +200,12 @@ void Dialog::Hide() {
   EndDialog(window_, 0);
 }
 
-INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) noexcept {
+INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) {
   // The window system cannot be unwound through: what is thrown waits until the dialog has gone.
   try {
     return RaisingFaults([&] { return Answer(window, message, wide); });
+  } catch (const ClientUnwinding&) {
+    throw;  // it goes past the window system by itself
   } catch (...) {
     if (!failure_) failure_ = std::current_exception();
     Hide();

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "platform/hardware_faults.h"
 #include "platform/win32/exclusive_lock.h"
 
 namespace qmzentrel::platform {
@@ -44,9 +45,11 @@ __attribute__((force_align_arg_pointer)) void CALLBACK OnTimer(HWND window, UINT
                                                                UINT_PTR id, DWORD system_time) {
   const TimerCallback callback = FindCallback(id);
   if (callback == nullptr) return;  // A tick that was on its way when the timer ended.
-  callback(static_cast<std::int32_t>(reinterpret_cast<INT_PTR>(window)),
-           static_cast<std::int32_t>(message), static_cast<std::int32_t>(id),
-           static_cast<std::int32_t>(system_time));
+  CalledFromOutside([&] {
+    callback(static_cast<std::int32_t>(reinterpret_cast<INT_PTR>(window)),
+             static_cast<std::int32_t>(message), static_cast<std::int32_t>(id),
+             static_cast<std::int32_t>(system_time));
+  });
 }
 
 }  // namespace

@@ -118,5 +118,92 @@ TEST_F(HardwareFaultContract, AnotherThreadHasItsOwn) {
             std::nullopt);
 }
 
+// --- What a client handles outside ---
+
+class Destroyed {
+ public:
+  explicit Destroyed(int& count) : count_(count) {}
+  ~Destroyed() { ++count_; }
+  Destroyed(const Destroyed&) = delete;
+  Destroyed& operator=(const Destroyed&) = delete;
+
+ private:
+  int& count_;
+};
+
+TEST_F(HardwareFaultContract, WhatTheClientHandlesOutsideLeavesThroughEveryDestructor) {
+  int destroyed = 0;
+  bool gone_on = false;
+  EXPECT_TRUE(contract::LeftByClientException([&] {
+    platform::CalledFromOutside([&] {
+      const Destroyed outer(destroyed);
+      RaisingFaults([&] {
+        const Destroyed inner(destroyed);
+        platform::CallOutToClient([] { contract::RaiseClientException(); });
+        gone_on = true;
+      });
+    });
+  }));
+  EXPECT_EQ(destroyed, 2);
+  EXPECT_FALSE(gone_on);
+  EXPECT_EQ(FaultOf([] { RaiseFault(kAccessViolation); }), kAccessViolation);
+  EXPECT_FALSE(RaiseFault(kAccessViolation)) << "a place was left behind";
+}
+
+TEST_F(HardwareFaultContract, WhatTheClientHandlesOutsideCanBeSeenOnItsWay) {
+  int seen = 0;
+  EXPECT_TRUE(contract::LeftByClientException([&] {
+    platform::CalledFromOutside([&] {
+      try {
+        platform::CallOut([] { contract::RaiseClientException(); });
+      } catch (...) {
+        ++seen;
+        throw;
+      }
+    });
+  }));
+  EXPECT_EQ(seen, 1);
+}
+
+TEST_F(HardwareFaultContract, CallsWithinCallsAreLeftFromTheInnermostOn) {
+  std::vector<int> left;
+  const auto layer = [&left](int number, const auto& body) {
+    platform::CalledFromOutside([&] {
+      try {
+        platform::CallOutToClient(body);
+      } catch (const platform::ClientUnwinding&) {
+        left.push_back(number);
+        throw;
+      }
+    });
+  };
+  EXPECT_TRUE(contract::LeftByClientException(
+      [&] { layer(1, [&] { layer(2, [] { contract::RaiseClientException(); }); }); }));
+  EXPECT_EQ(left, (std::vector<int>{2, 1}));
+}
+
+TEST_F(HardwareFaultContract, AnotherExceptionOnTheWayOvertakesTheFirst) {
+  int second = 0;
+  EXPECT_TRUE(contract::LeftByClientException([&] {
+    platform::CalledFromOutside([&] {
+      try {
+        platform::CallOutToClient([] { contract::RaiseClientException(); });
+      } catch (...) {
+        ++second;
+        platform::CallOutToClient([] { contract::RaiseClientException(); });
+        ++second;
+      }
+    });
+  }));
+  EXPECT_EQ(second, 1);
+  EXPECT_FALSE(RaiseFault(kAccessViolation)) << "a place was left behind";
+}
+
+TEST_F(HardwareFaultContract, WithoutAnExceptionACallOutReturnsWhatItsBodyDoes) {
+  EXPECT_EQ(platform::CallOut([] { return 42; }), 42);
+  EXPECT_EQ(platform::CalledFromOutside([] { return platform::CallOutToClient([] { return 7; }); }),
+            7);
+}
+
 }  // namespace
 }  // namespace qmzentrel

@@ -52,6 +52,12 @@ void RunOnAnotherThread(const std::function<void()>& body);
 /// Raises one. Comes back with false when nobody has taken it.
 bool RaiseFault(std::uint32_t code);
 
+/// Runs `body`; whether an exception of the client's language has left it and been handled outside.
+bool LeftByClientException(const std::function<void()>& body);
+
+/// Raises one. Objects on the way to the component are not destroyed.
+[[noreturn]] void RaiseClientException();
+
 // ---- the registry ----
 
 /// The key under the root that belongs to these tests.

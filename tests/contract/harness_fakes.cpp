@@ -119,6 +119,19 @@ bool RaiseFault(std::uint32_t code) {
   return fakes::RaiseHardwareFault(code);
 }
 
+bool LeftByClientException(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const fakes::ClientException&) {
+    return true;
+  }
+  return false;
+}
+
+void RaiseClientException() {
+  fakes::RaiseClientException();
+}
+
 std::string FreshFilePath(const std::string& name) {
   const std::string path = "C:\\logs\\" + name;
   fakes::TheWorld().files.erase(path);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -17,6 +18,7 @@
 #include "tests/automation/scripted_object.h"
 #include "tests/automation/system_scenes.h"
 #include "tests/contract/harness.h"
+#include "tests/shell/client_exceptions.h"
 #include "tools/virtual_box/control_client.h"
 #include "tools/virtual_box/environment.h"
 
@@ -345,6 +347,17 @@ bool RaiseFault(std::uint32_t code) {
   const int left = g_faults_left;
   RaiseException(code, 0, 0, nullptr);
   return g_faults_left == left;
+}
+
+bool LeftByClientException(const std::function<void()>& body) {
+  return CatchClientException(
+             [](void* argument) { (*static_cast<const std::function<void()>*>(argument))(); },
+             const_cast<std::function<void()>*>(&body)) != 0;
+}
+
+void RaiseClientException() {
+  ::RaiseClientException(CLIENT_EXCEPTION);
+  std::abort();
 }
 
 std::string FreshFilePath(const std::string& name) {

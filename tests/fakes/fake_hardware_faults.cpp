@@ -12,8 +12,9 @@ namespace {
 platform::FaultRaiser g_raiser = nullptr;
 thread_local platform::FaultRegistration* g_first = nullptr;
 
-// Any address that is none of a function's: the handler of a registration of client code.
+// Any addresses that are none of a function's: the handlers of registrations.
 char g_client_mark;
+char g_call_out_mark;
 
 void Enter(platform::FaultRegistration* registration, void* handler) {
   registration->previous = g_first;
@@ -32,7 +33,15 @@ bool RaiseHardwareFault(std::uint32_t code) {
 }
 
 bool IsInProcedure() {
-  return g_first != nullptr && g_first->handler != &g_client_mark;
+  const auto* place = g_first;
+  while (place != nullptr && place->handler == &g_call_out_mark) {
+    place = static_cast<const platform::FaultRegistration*>(place->previous);
+  }
+  return place != nullptr && place->handler != &g_client_mark;
+}
+
+void RaiseClientException() {
+  platform::ResumeUnwinding(nullptr);
 }
 
 }  // namespace fakes
@@ -49,13 +58,26 @@ int QmzEnterFaultRegistration(FaultRegistration* registration) {
   return 0;
 }
 
+int QmzEnterCallOut(FaultRegistration* registration) {
+  Enter(registration, &g_call_out_mark);
+  return 0;
+}
+
 void QmzLeaveFaultRegistration(FaultRegistration* registration) {
   g_first = static_cast<FaultRegistration*>(registration->previous);
 }
 
 // Nothing leads back here: a fault is always raised where it is.
-void RaiseFaultOf(const FaultRegistration& /*registration*/) {
+void RaiseWhatLedBackTo(const FaultRegistration& /*registration*/) {
   std::abort();
+}
+
+ClientUnwinding::~ClientUnwinding() = default;
+
+// Past the next procedure or call out, or to the client itself.
+void ResumeUnwinding(KeptUnwinding* kept) {
+  if (g_first != nullptr) throw ClientUnwinding(kept);
+  throw fakes::ClientException();
 }
 
 ClientCode::ClientCode() {

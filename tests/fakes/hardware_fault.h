@@ -10,6 +10,13 @@ namespace qmzentrel::fakes {
 /// false.
 bool RaiseHardwareFault(std::uint32_t code);
 
+/// What a client catches outside its call to the component.
+struct ClientException {};
+
+/// An exception in code of the client that the client handles outside its call: goes past the
+/// component as ClientUnwinding, and on from its edge as ClientException.
+[[noreturn]] void RaiseClientException();
+
 /// Whether a procedure would take a fault that happened now.
 bool IsInProcedure();
 

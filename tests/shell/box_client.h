@@ -50,6 +50,8 @@ class BoxClient {
   /// What happens within each event, with its new state.
   void OnEvent(std::function<void(bool new_state)> action);
 
+  EventSink& Sink() { return *sink_; }
+
   /// For what is not offered here.
   _Zentrel* Object() const { return object_.Get(); }
 

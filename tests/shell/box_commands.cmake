@@ -1,6 +1,7 @@
 # The library with a virtual box behind a serial port, in real time.
 add_executable(box_commands_tests
   box_client.cpp
+  box_client_exceptions_test.cpp
   box_clients_test.cpp
   box_commands_test.cpp
   box_control.cpp
@@ -29,6 +30,10 @@ set(run_box_commands
   ${CMAKE_SOURCE_DIR}/tests/shell/with_test_ports ${CMAKE_SOURCE_DIR}/tools/wine/run
   $<TARGET_FILE:box_commands_tests> --gtest_brief=1)
 qmzentrel_box_test(box_commands_tests COMMAND ${run_box_commands})
+# In a client with the shared run-time library, whose start-up code finds another unwinder.
+qmzentrel_box_test(box_commands_tests_shared_runtime
+  ENVIRONMENT QMZ_SHARED_RUNTIME=1
+  COMMAND ${run_box_commands})
 # From COM10 on a port has no name without the device prefix.
 qmzentrel_box_test(box_commands_tests_com12
   ENVIRONMENT QMZ_PORT=12

@@ -30,6 +30,11 @@ void Find(HMODULE module, const char* name, Function& function) {
 
 Library Load() {
   if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) Stop("No COM");
+  // As in a client that was linked with the compiler's shared run-time library.
+  if (GetEnvironmentVariableW(L"QMZ_SHARED_RUNTIME", nullptr, 0) != 0 &&
+      LoadLibraryW(L"libgcc_s_dw2-1.dll") == nullptr) {
+    Stop("No shared run-time library");
+  }
   Library library{};
   library.module = LoadLibraryW(LibraryPath().c_str());
   if (library.module == nullptr) Stop("The library that QMZ_DLL names cannot be loaded");

@@ -6,6 +6,7 @@
 
 #include "platform/win32/simulator_dialog_controls.h"
 #include "tests/shell/com_client.h"
+#include "tests/shell/error_reports.h"
 #include "tests/shell/other_apartment.h"
 #include "tests/shell/test_catalog.h"
 #include "tools/dialog_driver/dialog_window.h"
@@ -109,6 +110,27 @@ TEST_F(Simulator, AnObjectThatIsReleasedAtTheDialogLivesUntilItsCommandIsOver) {
                    dialog.Click(IDC_cmdOK);
                  }),
             S_OKAY);
+}
+
+TEST_F(Simulator, AnErrorInItsDialogEndsTheCommandAndNothingElse) {
+  ErrorReports reports;
+  catalog.Text(L"Kernel\\MIF\\3\\1", L"Ver", L"1.0");
+  catalog.Text(L"Kernel\\MIF\\3\\2", L"Ver", L"2.0");
+  catalog.Text(L"Kernel\\MIF\\3\\beta", L"Ver", L"3.0");
+  const auto object = NewZentrel();
+  OtherApartment user(COINIT_APARTMENTTHREADED, [] {
+    const auto dialog = DialogWindow::WaitFor(kReadTitle, kPatienceMs);
+    ASSERT_TRUE(dialog) << "no dialog";
+    dialog->Choose(IDC_cboMIF, 3);
+  });
+  auto status = S_OKAY;
+  EXPECT_EQ(object->ReadXpdr(&status), kReportedFault);
+  user.Join();
+  const auto taken = reports.Take();
+  ASSERT_EQ(taken.size(), 1U);
+  EXPECT_EQ(taken.front().number, L"13");
+  EXPECT_EQ(Read(object.Get(), [](DialogWindow dialog) { dialog.Click(IDC_cmdNoXpdr); }),
+            S_TIMEOUT);
 }
 
 TEST_F(Simulator, SwitchedOffItAsksThePort) {
