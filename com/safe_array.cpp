@@ -1,5 +1,7 @@
 #include "com/safe_array.h"
 
+#include "com/error_info.h"
+
 namespace qmzentrel::com {
 
 bool HoldsElementsOf(VARTYPE type, ULONG element_size, SAFEARRAY* array) {
@@ -9,6 +11,11 @@ bool HoldsElementsOf(VARTYPE type, ULONG element_size, SAFEARRAY* array) {
   constexpr USHORT kOwnedElements =
       FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
   return array->cbElements == element_size && (array->fFeatures & kOwnedElements) == 0;
+}
+
+ArrayLock::ArrayLock(SAFEARRAY* array) : array_(array) {
+  const HRESULT locked = SafeArrayLock(array);
+  if (FAILED(locked)) throw ComError{locked, "An array cannot be locked for the time of the call"};
 }
 
 }  // namespace qmzentrel::com

@@ -49,10 +49,13 @@ HRESULT ZentrelObject::Answer(Out* result, Body body) {
   });
 }
 
-HRESULT ZentrelObject::RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
-                                                                     const LongArray&),
-                                   LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
-                                   ::ZentrelStatus* result) {
+HRESULT ZentrelObject::RunMessages(MessageCommand command, LONG count, const LongArray& identifiers,
+                                   const LongArray& data, ::ZentrelStatus* result) {
+  return Answer(result, [&] { return ((*core_).*command)(count, identifiers, data); });
+}
+
+HRESULT ZentrelObject::RunMessages(MessageCommand command, LONG count, SAFEARRAY** identifiers,
+                                   SAFEARRAY** data, ::ZentrelStatus* result) {
   return Answer(result, [&] {
     const ClientArray held_identifiers(identifiers);
     const ClientArray held_data(data);

@@ -34,6 +34,13 @@ class ZentrelObject final : public _Zentrel,
   ZentrelObject(const ZentrelObject&) = delete;
   ZentrelObject& operator=(const ZentrelObject&) = delete;
 
+  /// One of the three commands over arrays of sub-device messages.
+  using MessageCommand = ZentrelStatus (Zentrel::*)(std::int32_t, const LongArray&,
+                                                    const LongArray&);
+  /// Runs it as its member of the dual interface does, over arrays that the caller holds.
+  HRESULT RunMessages(MessageCommand command, LONG count, const LongArray& identifiers,
+                      const LongArray& data, ::ZentrelStatus* result);
+
   // IUnknown
   STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
   STDMETHODIMP_(ULONG) AddRef() override;
@@ -185,10 +192,8 @@ class ZentrelObject final : public _Zentrel,
   HRESULT Do(Body body);
   template <class Out, class Body>
   HRESULT Answer(Out* result, Body body);
-  // One that runs a command over the two arrays of sub-device messages.
-  HRESULT RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
-                                                        const LongArray&),
-                      LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
+  // One that runs a command over two arrays of the client.
+  HRESULT RunMessages(MessageCommand command, LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
                       ::ZentrelStatus* result);
   // One that fills a client's combo box.
   template <class Body>
