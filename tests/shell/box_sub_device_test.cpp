@@ -150,6 +150,16 @@ TEST_F(BoxSubDevice, AnArrayOfVariantsStaysAsItIsWhenNoReplyFillsIt) {
   EXPECT_EQ(V_VT(&elements[1]), VT_BSTR) << "beside the one message of the reply";
 }
 
+TEST_F(BoxSubDevice, AReplyWithMoreThanAnArrayOfVariantsHoldsIsAFaultThatKeepsWhatHadRoom) {
+  Value data = Value::VariantArray({Value::Text(L"1")});
+  Box().Tell("garbage 1 9");
+  const Outcome outcome =
+      Call(client.Object(), L"TELIC2Read",
+           {Value::Long(1), Value::LongArray({17}), Value::TypedReferenceTo(data)});
+  EXPECT_EQ(outcome.scode, static_cast<HRESULT>(0x800AFFFF));
+  EXPECT_EQ(V_VT(static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData)), VT_I4);
+}
+
 // The array belongs to the command until it is over, even for the client's own event.
 TEST_F(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
   Messages messages({8, 9});
