@@ -1,4 +1,4 @@
-// An array of 32-bit numbers handed over by reference, whatever form the client's language gives
+// An array of 32-bit numbers that a late-bound client hands over, whatever form its language gives
 // it.
 #pragma once
 
@@ -7,14 +7,22 @@
 // After it, which it needs.
 #include <oleauto.h>
 
+#include <array>
+#include <cstdint>
 #include <optional>
 
-#include "com/array_hold.h"
+#include "com/client_array.h"
+#include "com/safe_array.h"
+#include "device/Zentrel.h"
+#include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
 
-/// An array of 32-bit numbers goes to the procedure as it is. An array of variants, which is all
-/// that script languages have, goes there as a converted copy and is written back afterwards.
+/// A command works on an array of 32-bit numbers itself. Of an array of variants, and of an object
+/// whose members are named by their index, which are all that script languages have, it works on a
+/// copy, and what it stores there is written back.
+///
+/// As long as this lives the array stays in place and the object alive.
 class ArrayArgument {
  public:
   ArrayArgument() = default;
@@ -22,22 +30,40 @@ class ArrayArgument {
   ArrayArgument(const ArrayArgument&) = delete;
   ArrayArgument& operator=(const ArrayArgument&) = delete;
 
-  /// `given` holds the array or a reference to it. Elements are converted in the client's locale.
-  /// DISP_E_TYPEMISMATCH when it holds anything but a one-dimensional array of these two kinds.
-  HRESULT Bind(VARIANTARG& given, LCID lcid);
+  /// `given` holds an array or an object, or a reference to one. Of its entries 0 to `count` - 1
+  /// and no others, those that are there are converted in the client's locale; a member that an
+  /// object lacks below its length is 0. DISP_E_TYPEMISMATCH for anything but a one-dimensional
+  /// array of the two kinds or an object with a length; a failed conversion as automation gives it.
+  /// Throws ComError when an array cannot be held.
+  HRESULT Bind(VARIANTARG& given, std::int32_t count, LCID lcid);
 
-  /// What the procedure takes.
-  SAFEARRAY** Get() const { return numbers_; }
+  /// What a command takes. Lives as long as this.
+  const LongArray& View() const { return numbers_ ? numbers_->View() : copy_; }
 
-  /// After the call: the elements as the procedure left them, into the client's array.
-  HRESULT WriteBack();
+  /// After the command: what it has stored, into the client's array as 32-bit numbers. Throws
+  /// ComError or RunTimeError when the array refuses it.
+  void WriteBack();
 
  private:
-  HRESULT ConvertElements(SAFEARRAY* array, LCID lcid);
+  HRESULT BindArray(VARTYPE type, SAFEARRAY** array);
+  HRESULT BindObject(IDispatch* object, LCID lcid);
 
-  SAFEARRAY** numbers_ = nullptr;
-  SAFEARRAY* converted_ = nullptr;
-  std::optional<ArrayHold> variants_;  // the client's array that was converted
+  // Of an array with the indices from `first` to before `end`.
+  void SetBoundsOfCopy(std::int64_t first, std::int64_t end);
+  HRESULT Convert(std::size_t index, LCID lcid);
+  void WriteEntry(std::size_t index);
+  // An entry that the array of variants has.
+  VARIANT& Variant(std::size_t index) const;
+
+  // One of the three, or none for an array without dimensions.
+  std::optional<ClientArray> numbers_;
+  std::optional<ArrayLock> variants_;
+  platform::ComPointer<IDispatch> object_;
+
+  // The entries of the other two forms under their own indices, as far as commands look.
+  std::array<std::int32_t, Zentrel::kMostMessages> entries_{};
+  std::array<bool, Zentrel::kMostMessages> stored_{};
+  LongArray copy_;
 };
 
 }  // namespace qmzentrel::com

@@ -1,4 +1,4 @@
-// An array parameter of the dual interface.
+// An array of 32-bit numbers that a client hands over by reference.
 #pragma once
 
 #include <windows.h>
@@ -8,9 +8,7 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 
-#include "com/array_hold.h"
 #include "com/error_info.h"
 #include "com/safe_array.h"
 #include "interface/long_array.h"
@@ -20,8 +18,9 @@ namespace qmzentrel::com {
 /// Holds the client's array in place while a command works on it.
 class ClientArray {
  public:
-  /// E_POINTER without an array variable, DISP_E_TYPEMISMATCH for anything but a one-dimensional
-  /// array of 32-bit numbers. An array without dimensions is none.
+  /// Throws ComError: E_POINTER without an array variable, DISP_E_TYPEMISMATCH for anything but a
+  /// one-dimensional array of 32-bit numbers, automation's code when it cannot be held. An array
+  /// without dimensions is none.
   explicit ClientArray(SAFEARRAY** variable) {
     if (variable == nullptr) throw ComError{E_POINTER, "An array is missing"};
     SAFEARRAY* const array = *variable;
@@ -29,18 +28,15 @@ class ClientArray {
     if (!HoldsElementsOf(VT_I4, sizeof(LONG), array)) {
       throw ComError{DISP_E_TYPEMISMATCH, "An array must hold 32-bit numbers in one dimension"};
     }
-    const SAFEARRAYBOUND& bound = array->rgsabound[0];
-    const bool locked = IsLockedByClient(array);
-    hold_.emplace(array);
+    lock_.emplace(array);
     static_assert(sizeof(LONG) == sizeof(std::int32_t));
-    auto* const first = static_cast<std::int32_t*>(array->pvData);
-    view_ = LongArray({first, first != nullptr ? bound.cElements : 0}, bound.lLbound, locked);
+    view_ = LongArray(lock_->Elements<std::int32_t>(), lock_->LowerBound());
   }
 
   const LongArray& View() const { return view_; }
 
  private:
-  std::optional<ArrayHold> hold_;
+  std::optional<ArrayLock> lock_;
   LongArray view_;
 };
 

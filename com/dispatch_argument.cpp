@@ -1,5 +1,8 @@
 #include "com/dispatch_argument.h"
 
+#include "com/variant_conversion.h"
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::com {
 namespace {
 
@@ -39,14 +42,21 @@ HRESULT ConversionFailure(HRESULT result) {
 
 }  // namespace
 
-HRESULT BoundArgument::Bind(VARIANTARG& given, const Parameter& parameter, LCID lcid) {
+BoundArgument::~BoundArgument() {
+  if (!owned_) return;
+  const platform::ClientCode object_of_the_client;
+  VariantClear(&value_);
+}
+
+HRESULT BoundArgument::Bind(VARIANTARG& given, const Parameter& parameter, std::int32_t entries,
+                            LCID lcid) {
   VARIANTARG* const argument = Dereferenced(given);
   if (argument == nullptr) return DISP_E_TYPEMISMATCH;
   if (IsMissing(*argument)) return BindDefault(parameter);
   HRESULT result = S_OK;
   switch (parameter.type) {
     case kLongArrayByReference:
-      result = array_.Bind(*argument, lcid);
+      result = array_.Bind(*argument, entries, lcid);
       break;
     case kObjectByReference:
       result = BindObject(*argument, lcid);
@@ -77,7 +87,7 @@ HRESULT BoundArgument::BindValue(VARIANTARG& given, VARTYPE type, LCID lcid) {
 
 HRESULT BoundArgument::Convert(VARIANTARG& given, VARTYPE type, LCID lcid) {
   owned_ = true;
-  return VariantChangeTypeEx(&value_, &given, lcid, 0, type);
+  return ConvertVariant(&value_, &given, lcid, type);
 }
 
 HRESULT BoundArgument::BindObject(VARIANTARG& given, LCID lcid) {

@@ -28,29 +28,29 @@ struct Parameter {
 class BoundArgument {
  public:
   BoundArgument() = default;
-  ~BoundArgument() {
-    if (owned_) VariantClear(&value_);
-  }
+  ~BoundArgument();
   BoundArgument(const BoundArgument&) = delete;
   BoundArgument& operator=(const BoundArgument&) = delete;
 
   /// Converts `given` as automation does in the locale `lcid`, through any reference. A missing
   /// argument takes the default. DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, DISP_E_BADVARTYPE,
-  /// E_OUTOFMEMORY, or DISP_E_PARAMNOTOPTIONAL when it is missing and has no default.
-  HRESULT Bind(VARIANTARG& given, const Parameter& parameter, LCID lcid);
+  /// E_OUTOFMEMORY, or DISP_E_PARAMNOTOPTIONAL when it is missing and has no default. Of an array
+  /// the entries 0 to `entries` - 1 are used; throws ComError when it cannot be held.
+  HRESULT Bind(VARIANTARG& given, const Parameter& parameter, std::int32_t entries, LCID lcid);
 
   /// For a parameter that no argument was given for. DISP_E_PARAMNOTOPTIONAL when it has no
   /// default.
   HRESULT BindDefault(const Parameter& parameter);
 
-  /// After the call: what the procedure changed, in a client's array of variants.
-  HRESULT WriteBack() { return array_.WriteBack(); }
+  /// After the call: what it has stored in a copy of the client's array. Throws ComError or
+  /// RunTimeError when the array refuses it.
+  void WriteBack() { array_.WriteBack(); }
 
   std::int32_t Number() const { return V_I4(&value_); }
   /// A Boolean as well: both lie in the same place.
   std::int16_t ShortNumber() const { return V_I2(&value_); }
   BSTR Text() const { return V_BSTR(&value_); }
-  SAFEARRAY** Array() const { return array_.Get(); }
+  const LongArray& Array() const { return array_.View(); }
   IDispatch** Object() const { return object_; }
 
  private:

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <span>
 
 #include "com/dispatch_table.h"
 #include "com/error_info.h"
-#include "platform/win32/com_pointer.h"
+#include "com/zentrel_object.h"
+#include "platform/hardware_faults.h"
+#include "support/ignoring_errors.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -47,7 +50,11 @@ class ArgumentList {
         const HRESULT result = bound_[i].BindDefault(expected_[i]);
         if (FAILED(result)) return result;
       } else {
-        const HRESULT result = bound_[i].Bind(given_.rgvarg[places_[i]], expected_[i], lcid);
+        // An array comes after the number of its entries.
+        const bool is_array = expected_[i].type == kLongArrayByReference;
+        const std::int32_t entries = is_array ? bound_[0].Number() : 0;
+        const HRESULT result =
+            bound_[i].Bind(given_.rgvarg[places_[i]], expected_[i], entries, lcid);
         if (FAILED(result)) return Wrong(result, places_[i], wrong_argument);
       }
     }
@@ -56,13 +63,8 @@ class ArgumentList {
 
   const BoundArgument* Bound() const { return bound_.data(); }
 
-  HRESULT WriteBack() {
-    HRESULT result = S_OK;
-    for (BoundArgument& argument : bound_) {
-      const HRESULT written = argument.WriteBack();
-      if (FAILED(written)) result = written;
-    }
-    return result;
+  void WriteBack() {
+    for (BoundArgument& argument : bound_) argument.WriteBack();
   }
 
  private:
@@ -112,7 +114,7 @@ bool IsWellFormed(const DISPPARAMS* parameters) {
 }
 
 // `result` is empty or null. The procedure writes its value straight into it.
-HRESULT Get(_Zentrel& object, const Procedure& procedure, const BoundArgument* arguments,
+HRESULT Get(ZentrelObject& object, const Procedure& procedure, const BoundArgument* arguments,
             VARIANT* result, EXCEPINFO* failure) {
   VARIANT dropped;
   VARIANT& value = result != nullptr ? *result : dropped;
@@ -123,33 +125,39 @@ HRESULT Get(_Zentrel& object, const Procedure& procedure, const BoundArgument* a
   return S_OK;
 }
 
-// Apart from the calls without arguments, which need neither its room nor its reference: an object
-// among the arguments is asked for its value, and what it does then is its own.
-[[gnu::noinline]] HRESULT CallWithArguments(_Zentrel& object, const Member& member,
+// Apart from the calls without arguments, which do not need its room.
+[[gnu::noinline]] HRESULT CallWithArguments(ZentrelObject& object, const Member& member,
                                             const Procedure& procedure, DISPPARAMS& given,
                                             LCID lcid, VARIANT* result, EXCEPINFO* failure,
                                             UINT* wrong_argument) {
-  const platform::ComPointer<_Zentrel> alive(&object);
   ArgumentList arguments(given, member.Parameters());
   const HRESULT bound = arguments.Bind(lcid, wrong_argument);
   if (FAILED(bound)) return bound;
-  const HRESULT called = Get(object, procedure, arguments.Bound(), result, failure);
-  const HRESULT written = arguments.WriteBack();
-  return FAILED(called) ? called : written;
+  // Out of this function's own frame, which an exception that unwinds past the procedure leaves
+  // too.
+  const HRESULT called =
+      platform::CallOut([&] { return Get(object, procedure, arguments.Bound(), result, failure); });
+  if (SUCCEEDED(called)) {
+    arguments.WriteBack();
+  } else {
+    // The error of the procedure is the one to tell.
+    IgnoringErrors([&] { arguments.WriteBack(); });
+  }
+  return called;
 }
 
-[[gnu::noinline]] HRESULT Let(_Zentrel& object, const Member& member, DISPPARAMS& given, LCID lcid,
-                              EXCEPINFO* failure, UINT* wrong_argument) {
+[[gnu::noinline]] HRESULT Let(ZentrelObject& object, const Member& member, DISPPARAMS& given,
+                              LCID lcid, EXCEPINFO* failure, UINT* wrong_argument) {
   if (given.cArgs != 1) return DISP_E_BADPARAMCOUNT;
   if (given.cNamedArgs != 1 || given.rgdispidNamedArgs[0] != DISPID_PROPERTYPUT) {
     return Wrong(DISP_E_PARAMNOTFOUND, 0, wrong_argument);
   }
-  const platform::ComPointer<_Zentrel> alive(&object);
   BoundArgument value;
-  const HRESULT bound = value.Bind(given.rgvarg[0], member.let_value, lcid);
+  const HRESULT bound = value.Bind(given.rgvarg[0], member.let_value, 0, lcid);
   if (FAILED(bound)) return Wrong(bound, 0, wrong_argument);
   VARIANT nothing;
-  const HRESULT called = member.let.call(object, &value, nothing);
+  const HRESULT called =
+      platform::CallOut([&] { return member.let.call(object, &value, nothing); });
   return FAILED(called) ? Failed(called, failure) : S_OK;
 }
 
@@ -174,23 +182,30 @@ HRESULT GetIDsOfMemberNames(REFIID riid, LPOLESTR* names, UINT count, DISPID* id
   return all_known ? S_OK : DISP_E_UNKNOWNNAME;
 }
 
-HRESULT InvokeMember(_Zentrel& object, DISPID id, REFIID riid, LCID lcid, WORD flags,
+HRESULT InvokeMember(ZentrelObject& object, DISPID id, REFIID riid, LCID lcid, WORD flags,
                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* failure,
-                     UINT* wrong_argument) noexcept {
+                     UINT* wrong_argument) {
   if (!IsNull(riid)) return DISP_E_UNKNOWNINTERFACE;
   if (!IsWellFormed(parameters)) return E_INVALIDARG;
   if (result != nullptr) V_VT(result) = VT_EMPTY;
   const Member* const member = FindMember(id);
   const Procedure* const procedure = member == nullptr ? nullptr : SelectProcedure(*member, flags);
   if (procedure == nullptr) return DISP_E_MEMBERNOTFOUND;
-  if (procedure == &member->let) {
-    return Let(object, *member, *parameters, lcid, failure, wrong_argument);
-  }
-  if (parameters->cArgs == 0 && member->parameter_count == 0) {
+  if (parameters->cArgs == 0 && member->parameter_count == 0 && procedure != &member->let) {
     return Get(object, *procedure, nullptr, result, failure);
   }
-  return CallWithArguments(object, *member, *procedure, *parameters, lcid, result, failure,
-                           wrong_argument);
+  // What the procedure raises it reports itself; this is about its arguments.
+  HRESULT called = S_OK;
+  const HRESULT raised = object.Guarded(
+      [&] {
+        called = procedure == &member->let
+                     ? Let(object, *member, *parameters, lcid, failure, wrong_argument)
+                     : CallWithArguments(object, *member, *procedure, *parameters, lcid, result,
+                                         failure, wrong_argument);
+        return S_OK;
+      },
+      ZentrelObject::Caller(member->name));
+  return FAILED(raised) ? Failed(raised, failure) : called;
 }
 
 }  // namespace qmzentrel::com

@@ -4,17 +4,20 @@
 
 #include <windows.h>
 
-#include "QmZentrel_h.h"
+// After it, which it needs.
+#include <oleauto.h>
 
 namespace qmzentrel::com {
+
+class ZentrelObject;
 
 /// IDispatch::GetIDsOfNames, for a member and its parameters.
 HRESULT GetIDsOfMemberNames(REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;
 
 /// IDispatch::Invoke on `object`, which may lose its last other reference meanwhile. Raises
 /// nothing.
-HRESULT InvokeMember(_Zentrel& object, DISPID id, REFIID riid, LCID lcid, WORD flags,
+HRESULT InvokeMember(ZentrelObject& object, DISPID id, REFIID riid, LCID lcid, WORD flags,
                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* failure,
-                     UINT* wrong_argument) noexcept;
+                     UINT* wrong_argument);
 
 }  // namespace qmzentrel::com

@@ -6,6 +6,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "QmZentrel_h.h"
+#include "com/zentrel_object.h"
+
 namespace qmzentrel::com {
 namespace {
 
@@ -60,8 +63,6 @@ Type Take(const BoundArgument& argument) {
     return static_cast<::ZentrelStatus>(argument.Number());
   } else if constexpr (std::is_same_v<Type, BSTR>) {
     return argument.Text();
-  } else if constexpr (std::is_same_v<Type, SAFEARRAY**>) {
-    return argument.Array();
   } else {
     static_assert(std::is_same_v<Type, IDispatch**>);
     return argument.Object();
@@ -75,7 +76,7 @@ Type* ResultPlace(VARIANT& result) {
 }
 
 template <auto kProcedure>
-HRESULT CallWithResult(_Zentrel& object, const BoundArgument* arguments, VARIANT& result) {
+HRESULT CallWithResult(ZentrelObject& object, const BoundArgument* arguments, VARIANT& result) {
   constexpr std::size_t kParameters = kTypeCount<kProcedure> - 1;
   using Result = std::remove_pointer_t<TypeAt<kProcedure, kParameters>>;
   return [&]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
@@ -86,8 +87,15 @@ HRESULT CallWithResult(_Zentrel& object, const BoundArgument* arguments, VARIANT
 }
 
 template <auto kProcedure>
-HRESULT CallLet(_Zentrel& object, const BoundArgument* arguments, VARIANT& /*result*/) {
+HRESULT CallLet(ZentrelObject& object, const BoundArgument* arguments, VARIANT& /*result*/) {
   return (object.*kProcedure)(Take<TypeAt<kProcedure, 0>>(arguments[0]));
+}
+
+// Late-bound clients have arrays of more forms than the procedures of the dual interface take.
+template <ZentrelObject::MessageCommand kCommand>
+HRESULT CallMessages(ZentrelObject& object, const BoundArgument* arguments, VARIANT& result) {
+  return object.RunMessages(kCommand, arguments[0].Number(), arguments[1].Array(),
+                            arguments[2].Array(), ResultPlace<::ZentrelStatus>(result));
 }
 
 // --- Rows of the table, checked against the type of the procedure ---
@@ -157,6 +165,14 @@ constexpr Parameter kComboBox = Required(L"cbo", kObjectByReference);
 constexpr Parameter kDefaultMessage = Optional(L"Default", VT_I4, -1);
 constexpr Parameter kIndex = Required(L"Index", VT_I4);
 
+template <auto kProcedure, ZentrelObject::MessageCommand kCommand>
+consteval Member MessageMethod(DISPID id, const wchar_t* name) {
+  CheckSignature<kProcedure>(VT_I4, kNumMessages, kMessageIDs, kMessageData);
+  return {name, id, {CallMessages<kCommand>, VT_I4},
+          {},   {}, {kNumMessages, kMessageIDs, kMessageData},
+          3,    {}};
+}
+
 // In the order of the interface.
 using Z = _Zentrel;
 constexpr std::array kMembers{
@@ -192,12 +208,9 @@ constexpr std::array kMembers{
     Method<&Z::DeviceClose>(0x6003002A, L"DeviceClose", VT_I4),
     WriteOnly<&Z::put_Power>(0x68030006, L"Power", VT_BOOL),
     ReadOnly<&Z::get_Name>(0x68030005, L"Name", VT_BSTR, Required(L"RegRootKey", VT_BSTR), kIndex),
-    Method<&Z::TELIC2Read>(0x6003002F, L"TELIC2Read", VT_I4, kNumMessages, kMessageIDs,
-                           kMessageData),
-    Method<&Z::TELIC2Write>(0x60030030, L"TELIC2Write", VT_I4, kNumMessages, kMessageIDs,
-                            kMessageData),
-    Method<&Z::TELIC2Test>(0x60030031, L"TELIC2Test", VT_I4, kNumMessages, kMessageIDs,
-                           kMessageData),
+    MessageMethod<&Z::TELIC2Read, &Zentrel::TELIC2Read>(0x6003002F, L"TELIC2Read"),
+    MessageMethod<&Z::TELIC2Write, &Zentrel::TELIC2Write>(0x60030030, L"TELIC2Write"),
+    MessageMethod<&Z::TELIC2Test, &Zentrel::TELIC2Test>(0x60030031, L"TELIC2Test"),
     Property<&Z::get_TELIC2Device, &Z::put_TELIC2Device>(0x68030004, L"TELIC2Device", VT_BSTR),
     Method<&Z::TELIC2EnumDevices>(0x60030032, L"TELIC2EnumDevices", VT_BOOL, kComboBox),
     Method<&Z::TELIC2EnumMessages>(0x60030033, L"TELIC2EnumMessages", VT_BOOL, kComboBox,

@@ -8,16 +8,16 @@
 #include <span>
 #include <string_view>
 
-#include "QmZentrel_h.h"
 #include "com/dispatch_argument.h"
 
 namespace qmzentrel::com {
 
+class ZentrelObject;
+
 /// One procedure of a member: a method, or the get or let procedure of a property.
 struct Procedure {
-  /// Calls the procedure through the dual interface. `result` has room for a value of
-  /// `result_type`.
-  HRESULT (*call)(_Zentrel& object, const BoundArgument* arguments, VARIANT& result) = nullptr;
+  /// Calls the procedure. `result` has room for a value of `result_type`.
+  HRESULT (*call)(ZentrelObject& object, const BoundArgument* arguments, VARIANT& result) = nullptr;
   VARTYPE result_type = VT_EMPTY;
 
   explicit operator bool() const { return call != nullptr; }

@@ -6,6 +6,8 @@
 // After it, which it needs.
 #include <oleauto.h>
 
+#include <span>
+
 namespace qmzentrel::com {
 
 /// Whether `array` has one dimension and holds elements of `type`, which are `element_size` bytes
@@ -13,29 +15,26 @@ namespace qmzentrel::com {
 /// speaks for the type.
 bool HoldsElementsOf(VARTYPE type, ULONG element_size, SAFEARRAY* array);
 
-/// The elements of an array while it is held in place.
-template <class Element>
-class HeldElements {
+/// As long as it lives the client can neither free nor resize the array, not even from within an
+/// event of the command. Whether the client holds locks of its own does not matter.
+class ArrayLock {
  public:
-  explicit HeldElements(SAFEARRAY* array) : array_(array) {
-    void* data = nullptr;
-    held_ = SUCCEEDED(SafeArrayAccessData(array, &data));
-    elements_ = static_cast<Element*>(data);
-  }
-  ~HeldElements() {
-    if (held_) SafeArrayUnaccessData(array_);  // an array without elements is held as well
-  }
-  HeldElements(const HeldElements&) = delete;
-  HeldElements& operator=(const HeldElements&) = delete;
+  /// Throws ComError with automation's code when it refuses, as it does after 65,535 locks.
+  explicit ArrayLock(SAFEARRAY* array);
+  ~ArrayLock() { SafeArrayUnlock(array_); }
+  ArrayLock(const ArrayLock&) = delete;
+  ArrayLock& operator=(const ArrayLock&) = delete;
 
-  /// False when it could not be held, or has no elements.
-  explicit operator bool() const { return elements_ != nullptr; }
-  Element& operator[](ULONG index) const { return elements_[index]; }
+  /// Those of an array of one dimension that holds them.
+  template <class Element>
+  std::span<Element> Elements() const {
+    auto* const first = static_cast<Element*>(array_->pvData);
+    return {first, first != nullptr ? array_->rgsabound[0].cElements : 0};
+  }
+  LONG LowerBound() const { return array_->rgsabound[0].lLbound; }
 
  private:
   SAFEARRAY* array_;
-  bool held_ = false;
-  Element* elements_ = nullptr;
 };
 
 }  // namespace qmzentrel::com

@@ -72,10 +72,16 @@ HRESULT ZentrelObject::Answer(Out* result, Body body, const Caller& member) {
       member);
 }
 
-HRESULT ZentrelObject::RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
-                                                                     const LongArray&),
-                                   LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
-                                   ::ZentrelStatus* result, const Caller& member) {
+HRESULT ZentrelObject::RunMessages(MessageCommand command, LONG count, const LongArray& identifiers,
+                                   const LongArray& data, ::ZentrelStatus* result,
+                                   const Caller& member) {
+  return Answer(
+      result, [&] { return ((*core_).*command)(count, identifiers, data); }, member);
+}
+
+HRESULT ZentrelObject::RunMessages(MessageCommand command, LONG count, SAFEARRAY** identifiers,
+                                   SAFEARRAY** data, ::ZentrelStatus* result,
+                                   const Caller& member) {
   return Answer(
       result,
       [&] {

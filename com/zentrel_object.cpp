@@ -1,11 +1,13 @@
 #include "com/zentrel_object.h"
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "com/dispatch_invoke.h"
 #include "com/enumerator.h"
 #include "com/type_information.h"
+#include "platform/win32/wide.h"
 #include "support/error_frame.h"
 
 namespace qmzentrel::com {
@@ -15,6 +17,16 @@ namespace {
 bool IsZentrelInterface(REFIID riid) {
   return riid == IID__Zentrel || riid == IID_Zentrel___v0 || riid == IID_Zentrel___v1 ||
          riid == IID_Zentrel___v2;
+}
+
+// The procedures of a property go by its name.
+std::string NameOf(const ZentrelObject::Caller& member) {
+  if (member.member != nullptr) return platform::WideToUtf8(member.member);
+  std::string_view name = member.function;
+  for (const std::string_view kind : {"get_", "put_"}) {
+    if (name.starts_with(kind)) name.remove_prefix(kind.size());
+  }
+  return std::string(name);
 }
 
 struct ListedConnectionPoint {
@@ -145,12 +157,8 @@ HRESULT ZentrelObject::Run(HRESULT (*call)(void*), void* body, const Caller& mem
 }
 
 void ZentrelObject::ReportFaultOf(const Caller& member) {
-  // The procedures of a property go by its name.
-  std::string_view name = member.function;
-  for (const std::string_view kind : {"get_", "put_"}) {
-    if (name.starts_with(kind)) name.remove_prefix(kind.size());
-  }
-  ErrorFrame frame(core_->Fields(), name.data());
+  const std::string name = NameOf(member);
+  ErrorFrame frame(core_->Fields(), name.c_str());
   frame.Run([&] {
     frame.line = member.line;
     throw;

@@ -35,6 +35,32 @@ class ZentrelObject final : public _Zentrel,
   ZentrelObject(const ZentrelObject&) = delete;
   ZentrelObject& operator=(const ZentrelObject&) = delete;
 
+  /// The member that a shared routine works for: the function that calls the routine, or a member
+  /// by its name.
+  struct Caller {
+    Caller(const char* called = __builtin_FUNCTION(), int at = __builtin_LINE())
+        : function(called), line(at) {}
+    explicit Caller(const wchar_t* called, int at = __builtin_LINE()) : member(called), line(at) {}
+    const char* function = nullptr;
+    const wchar_t* member = nullptr;
+    int line;
+  };
+
+  /// The frame of every call: keeps the object alive, and turns what `body` raises into an HRESULT
+  /// with an error info. `body` returns an HRESULT. Bad memory that it meets in the arguments of
+  /// the call is a fault of the calling member.
+  template <class Body>
+  HRESULT Guarded(Body body, const Caller& member = {}) {
+    return Run([](void* call) { return (*static_cast<Body*>(call))(); }, &body, member);
+  }
+
+  /// One of the three commands over arrays of sub-device messages.
+  using MessageCommand = ZentrelStatus (Zentrel::*)(std::int32_t, const LongArray&,
+                                                    const LongArray&);
+  /// Runs it as its member of the dual interface does, over arrays that the caller holds.
+  HRESULT RunMessages(MessageCommand command, LONG count, const LongArray& identifiers,
+                      const LongArray& data, ::ZentrelStatus* result, const Caller& member = {});
+
   // IUnknown
   STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
   STDMETHODIMP_(ULONG) AddRef() override;
@@ -168,23 +194,7 @@ class ZentrelObject final : public _Zentrel,
     if (references_ == 0 && uses_ == 0) delete this;
   }
 
-  // The member that a shared routine works for, and where: the function that leaves it out of its
-  // call.
-  struct Caller {
-    Caller(const char* called = __builtin_FUNCTION(), int at = __builtin_LINE())
-        : function(called), line(at) {}
-    const char* function;
-    int line;
-  };
-
-  // The frame of every call: keeps the object alive, and turns what `body` raises into an HRESULT
-  // with an error info. `body` returns an HRESULT. Bad memory that it meets in the arguments of the
-  // call is a fault of the calling member.
-  template <class Body>
-  HRESULT Guarded(Body body, const Caller& member = {}) {
-    return Run([](void* call) { return (*static_cast<Body*>(call))(); }, &body, member);
-  }
-  // The same for all bodies: their call is the least that is made for each of them.
+  // Guarded for all bodies: their call is the least that is made for each of them.
   HRESULT Run(HRESULT (*call)(void*), void* body, const Caller& member);
 
   // Called while such a fault is handled: reports it and raises kErrorReported.
@@ -195,10 +205,8 @@ class ZentrelObject final : public _Zentrel,
   HRESULT Do(Body body, const Caller& member = {});
   template <class Out, class Body>
   HRESULT Answer(Out* result, Body body, const Caller& member = {});
-  // One that runs a command over the two arrays of sub-device messages.
-  HRESULT RunMessages(ZentrelStatus (Zentrel::*command)(std::int32_t, const LongArray&,
-                                                        const LongArray&),
-                      LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
+  // One that runs a command over two arrays of the client.
+  HRESULT RunMessages(MessageCommand command, LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
                       ::ZentrelStatus* result, const Caller& member = {});
   // One that fills a client's combo box.
   template <class Body>

@@ -200,10 +200,12 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   /// Bytes that a test message of the device writes, 0 when it is unknown.
   std::int32_t TELIC2Test_WrLength(std::int32_t Index) const;
 
+  /// Entries of an array from this index on are neither read nor stored by any command.
+  static constexpr std::int32_t kMostMessages = 29;
+
   /// These three run over the entries 0 to `NumMessages` - 1 of both arrays. S_BAD_PARAMETER for an
   /// unknown message, S_MSG_TOO_LONG for more than a frame carries; then nothing is sent. Entries
-  /// that an array lacks are error 9 through the frame, an array that its owner has locked
-  /// error 10.
+  /// that an array lacks are error 9 through the frame.
   ///
   /// Reads messages; -1 asks for none.
   ZentrelStatus TELIC2Read(std::int32_t NumMessages, const LongArray& MessageIDs,

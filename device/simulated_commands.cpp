@@ -113,7 +113,7 @@ ZentrelStatus Zentrel::SimulatedWrite() {
 void Zentrel::SimulatedMessageRead(std::int32_t NumMessages, const LongArray& MessageIDs,
                                    const LongArray& MessageData) {
   for (std::int32_t i = 0; i < NumMessages; ++i) {
-    MessageData[i] = simulator::ReadSimulatorNumber(MessageValueName(MessageIDs[i]), 0);
+    MessageData.Store(i, simulator::ReadSimulatorNumber(MessageValueName(MessageIDs[i]), 0));
   }
 }
 

@@ -17,20 +17,23 @@ namespace qmzentrel {
 class LongArray {
  public:
   LongArray() = default;
-  /// `locked`: its owner holds it in place and may not be working on it alone.
-  LongArray(std::span<std::int32_t> elements, std::int32_t lower_bound, bool locked = false)
-      : elements_(elements), lower_bound_(lower_bound), locked_(locked) {}
+  /// `stored`, when given, has a mark for each element, which is set when the element is stored.
+  LongArray(std::span<std::int32_t> elements, std::int32_t lower_bound, std::span<bool> stored = {})
+      : elements_(elements), lower_bound_(lower_bound), stored_(stored) {}
 
   bool Holds(std::int32_t index) const {
     const std::int64_t place = std::int64_t{index} - lower_bound_;
     return place >= 0 && place < static_cast<std::int64_t>(elements_.size());
   }
-  bool IsLocked() const { return locked_; }
 
   /// Error 9 for an index outside.
-  std::int32_t& operator[](std::int32_t index) const {
-    if (!Holds(index)) RaiseError(kErrorSubscriptOutOfRange);
-    return elements_[static_cast<std::size_t>(std::int64_t{index} - lower_bound_)];
+  std::int32_t operator[](std::int32_t index) const { return elements_[PlaceOf(index)]; }
+
+  /// Error 9 for an index outside.
+  void Store(std::int32_t index, std::int32_t value) const {
+    const std::size_t place = PlaceOf(index);
+    elements_[place] = value;
+    if (!stored_.empty()) stored_[place] = true;
   }
 
   /// For the error report.
@@ -39,9 +42,14 @@ class LongArray {
   }
 
  private:
+  std::size_t PlaceOf(std::int32_t index) const {
+    if (!Holds(index)) RaiseError(kErrorSubscriptOutOfRange);
+    return static_cast<std::size_t>(std::int64_t{index} - lower_bound_);
+  }
+
   std::span<std::int32_t> elements_;
   std::int32_t lower_bound_ = 0;
-  bool locked_ = false;
+  std::span<bool> stored_;
 };
 
 }  // namespace qmzentrel

@@ -24,7 +24,8 @@ constexpr std::uint8_t kTestCommand = 0xC9;
 // The longest frame that the box takes or gives in a message command.
 constexpr std::int32_t kLongestFrame = 20;
 // No more identifiers than this fit a buffer.
-constexpr std::int32_t kMostMessages = FrameBuffer::kSize - kHeaderLength;
+constexpr std::int32_t kMostMessages = Zentrel::kMostMessages;
+static_assert(kMostMessages == FrameBuffer::kSize - kHeaderLength);
 
 // The box asks the sub-device through the transponder before it answers.
 constexpr std::int32_t kReadMs = 12500;
@@ -98,14 +99,12 @@ void Unpack(const FrameBuffer& reply, std::int64_t received, const LongArray& da
     for (std::int32_t left = DataBytes(lengths(identifier)); left > 0; --left) {
       value = value << 8 | reply[position++];
     }
-    data[index] = static_cast<std::int32_t>(value);
+    data.Store(index, static_cast<std::int32_t>(value));
   }
 }
 
-// Error 10 for an array that its owner has locked, error 9 for one without the entries 0 to
-// `count` - 1.
+// Error 9 for an array without the entries 0 to `count` - 1.
 void CheckEntries(const LongArray& array, std::int32_t count) {
-  if (array.IsLocked()) RaiseError(kErrorArrayLocked);
   if (count > 0 && !(array.Holds(0) && array.Holds(count - 1))) {
     RaiseError(kErrorSubscriptOutOfRange);
   }

@@ -1,4 +1,4 @@
-#include "platform/late_bound.h"
+#include "platform/win32/late_bound.h"
 
 #include <windows.h>
 
@@ -182,6 +182,17 @@ std::optional<LateFailure> LateGet(ClientObject object, std::string_view name,
   auto failure = Get(object, name, arguments, VT_BSTR, text);
   if (!failure) value = WideToUtf8(ViewOf(V_BSTR(text.Get())));
   return failure;
+}
+
+std::optional<LateFailure> LateGet(ClientObject object, std::string_view name, VARIANT* value) {
+  return Invoke(object, name, DISPATCH_PROPERTYGET, {}, nullptr, value);
+}
+
+void LateEnsureMember(ClientObject object, std::string_view name) {
+  const OwnedBstr wide(Utf8ToWide(name));
+  const auto ex = Query<IDispatchEx>(DispatchOf(object), __uuidof(IDispatchEx));
+  DISPID id = DISPID_UNKNOWN;
+  if (ex) ex->GetDispID(wide.Get(), fdexNameEnsure | fdexNameCaseSensitive, &id);
 }
 
 std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,

@@ -1,4 +1,5 @@
 // Arrays with bounds of their own: the texts of the class and the numbers of a client.
+#include <array>
 #include <limits>
 #include <new>
 
@@ -112,7 +113,6 @@ TEST(LongArray, HasNoIndexWithoutDimensions) {
     EXPECT_FALSE(array.Holds(index)) << index;
     EXPECT_EQ(ErrorNumberOf([&] { std::ignore = array[index]; }), 9) << index;
   }
-  EXPECT_FALSE(array.IsLocked());
 }
 
 TEST(LongArray, StandsForTheClientsNumbersUnderTheClientsIndices) {
@@ -121,8 +121,9 @@ TEST(LongArray, StandsForTheClientsNumbersUnderTheClientsIndices) {
     const LongArray array(numbers, lower);
     for (std::int32_t i = 0; i < 3; ++i) {
       EXPECT_TRUE(array.Holds(lower + i)) << lower;
-      array[lower + i] = 10 * i;
+      array.Store(lower + i, 10 * i);
       EXPECT_EQ(numbers[static_cast<std::size_t>(i)], 10 * i);
+      EXPECT_EQ(array[lower + i], 10 * i);
     }
   }
 }
@@ -139,16 +140,23 @@ TEST(LongArray, HasNoIndexBesideItsOwn) {
     const LongArray array(numbers, lower);
     for (const std::int32_t index : indices) {
       EXPECT_FALSE(array.Holds(index)) << lower << ", " << index;
-      EXPECT_EQ(ErrorNumberOf([&, i = index] { array[i] = 7; }), 9) << lower << ", " << index;
+      EXPECT_EQ(ErrorNumberOf([&, i = index] { std::ignore = array[i]; }), 9)
+          << lower << ", " << index;
+      EXPECT_EQ(ErrorNumberOf([&, i = index] { array.Store(i, 7); }), 9) << lower << ", " << index;
     }
   }
   EXPECT_EQ(numbers, (std::vector<std::int32_t>{1, 2, 3}));
 }
 
-TEST(LongArray, TellsThatItsOwnerHasLockedIt) {
-  std::vector<std::int32_t> numbers{1};
-  EXPECT_FALSE(LongArray(numbers, 0).IsLocked());
-  EXPECT_TRUE(LongArray(numbers, 0, true).IsLocked());
+TEST(LongArray, MarksWhatIsStored) {
+  std::vector<std::int32_t> numbers{1, 2, 3};
+  std::array<bool, 3> stored{};
+  const LongArray array(numbers, -1, stored);
+  std::ignore = array[0];
+  EXPECT_EQ(ErrorNumberOf([&] { array.Store(2, 7); }), 9);
+  EXPECT_EQ(stored, (std::array{false, false, false}));
+  array.Store(0, 2);
+  EXPECT_EQ(stored, (std::array{false, true, false})) << "the same number again";
 }
 
 TEST(LongArray, IsReportedWithItsOwnIndices) {

@@ -27,7 +27,6 @@ struct ExpectedError {
 inline const ExpectedError kOverflow{6, "Overflow"};
 inline const ExpectedError kOutOfMemory{7, "Out of memory"};
 inline const ExpectedError kSubscript{9, "Subscript out of range"};
-inline const ExpectedError kLocked{10, "This array is fixed or temporarily locked"};
 inline const ExpectedError kTypeMismatch{13, "Type mismatch"};
 inline const ExpectedError kAccessViolation{10005, "Access Violation",
                                             "ErrorReportExceptionFilter"};

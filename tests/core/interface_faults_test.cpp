@@ -119,12 +119,12 @@ TEST_F(MessageFaults, TELIC2ReadIsReportedWhole) {
 
 TEST_F(MessageFaults, TELIC2WriteIsReportedWhole) {
   ids = {8, 10};
-  data = {0x1234, 5};
+  data = {0x1234};
   ExpectReport(
-      [this] { zentrel->TELIC2Write(2, LongArray(ids, 0), LongArray(data, 0, true)); },
-      {kLocked, kModule, "CheckEntries(MessageData, NumMessages)",
+      [this] { RunOver(kWriteCommand, 2); },
+      {kSubscript, kModule, "CheckEntries(MessageData, NumMessages)",
        Shown("NumMessages", 2) + ShownNumbers("MessageIDs", {8, 10}) +
-           ShownNumbers("MessageData", {0x1234, 5}),
+           ShownNumbers("MessageData", {0x1234}),
        ShownFrame("bytTx") + ShownFrame("bytRx") + Shown("lngTxLength", 9) + Shown("i", 2)});
 }
 

@@ -1,5 +1,6 @@
 // Sub-device messages: their lengths, and what reading, writing and testing have in common.
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <new>
 
@@ -340,13 +341,6 @@ TEST_P(FaultyArray, AtTheEndOfAllIndicesIsError9) {
   ExpectError(9, 1, three, LongArray(numbers, kLeast));
 }
 
-TEST_P(FaultyArray, ThatIsLockedIsError10) {
-  const LongArray locked(numbers, 0, true);
-  EXPECT_EQ(ExpectError(10, 2, locked, three).ErrorDescription,
-            "This array is fixed or temporarily locked");
-  ExpectError(10, 2, three, locked);
-}
-
 TEST_P(FaultyArray, IsToldFromItsOwnIndicesInTheReport) {
   const ErrorReport report = ExpectError(9, 2, three, LongArray(numbers, 1));
   EXPECT_EQ(report.parameters,
@@ -359,11 +353,10 @@ TEST_P(FaultyArray, IsToldFromItsOwnIndicesInTheReport) {
 }
 
 TEST_P(FaultyArray, ComesAfterEveryStatus) {
-  const LongArray locked(numbers, 0, true);
-  EXPECT_EQ(RunWith(-1, locked, locked), S_BAD_PARAMETER);
-  EXPECT_EQ(RunWith(30, locked, LongArray()), S_MSG_TOO_LONG);
+  EXPECT_EQ(RunWith(-1, three, LongArray()), S_BAD_PARAMETER);
+  EXPECT_EQ(RunWith(30, three, LongArray()), S_MSG_TOO_LONG);
   numbers[2] = IsTest() ? 99 : 7;
-  EXPECT_EQ(RunWith(3, locked, LongArray()), S_BAD_PARAMETER);
+  EXPECT_EQ(RunWith(3, three, LongArray()), S_BAD_PARAMETER);
   EXPECT_EQ(RunWith(5, LongArray(numbers, 1), three), S_BAD_PARAMETER)
       << "those that are there are looked at";
 }
@@ -392,7 +385,40 @@ TEST_P(AnyTelic2Command, AnArrayMayBeginBelow0) {
   }
 }
 
+TEST_P(AnyTelic2Command, MarksTheEntriesThatAReplyHasFilledAndNoOther) {
+  Open(true);
+  ids = {8, 9, 8};
+  data = {0x1234, 0xABCD, 0};
+  std::array<bool, 3> stored{};
+  const LongArray values(data, 0, stored);
+  EXPECT_EQ(RunWith(2, LongArray(ids, 0), values), S_TIMEOUT);
+  EXPECT_EQ(stored, (std::array{false, false, false}));
+  Port().Answer(reply);
+  EXPECT_EQ(RunWith(2, LongArray(ids, 0), values), S_OKAY);
+  EXPECT_EQ(stored, (std::array{!IsWrite(), !IsWrite(), false}));
+}
+
+TEST_P(AnyTelic2Command, MarksNothingWhenItEndsInAStatusBeforeItSends) {
+  std::array<bool, 17> stored{};
+  Numbers values(17);
+  Numbers identifiers(17, 10);
+  const LongArray marked(values, 0, stored);
+  EXPECT_EQ(RunWith(17, LongArray(identifiers, 0), marked), S_MSG_TOO_LONG);
+  EXPECT_EQ(RunWith(-1, LongArray(identifiers, 0), marked), S_BAD_PARAMETER);
+  EXPECT_EQ(RunWith(1, LongArray(identifiers, 0), marked), S_BAD_PORT);
+  EXPECT_EQ(std::ranges::count(stored, true), 0);
+}
+
 // --- The simulator ---
+
+TEST_P(AnyTelic2Command, MarksWhatTheSimulatorHasFilled) {
+  TheWorld().SetNumber(kSimulatorKey, "", 1);
+  ids = {8, 9};
+  data = {0, 0};
+  std::array<bool, 2> stored{};
+  EXPECT_EQ(RunWith(1, LongArray(ids, 0), LongArray(data, 0, stored)), S_OKAY);
+  EXPECT_EQ(stored, (std::array{IsRead(), false}));
+}
 
 TEST_P(AnyTelic2Command, IsAnsweredFromTheRegistryWithTheSimulatorOnAndTouchesNothingElse) {
   Open(true);

@@ -120,19 +120,44 @@ TEST_F(BoxSubDevice, TheSupplyIsSwitchedOffAfterACommandOnDemand) {
 // Arrays of variants are all that scripts have.
 TEST_F(BoxSubDevice, AnArrayOfVariantsGetsWhatWasRead) {
   Value ids = Value::VariantArray({Value::Short(8), Value::Text(L"9")});
-  Value data = Value::VariantArray({{}, {}, Value::Text(L"kept")});
-  const Outcome outcome =
-      Call(client.Object(), L"TELIC2Read", {Value::Long(2), ids, Value::TypedReferenceTo(data)});
-  EXPECT_EQ(outcome.result, DISP_E_TYPEMISMATCH) << "an element that is no number";
-  data = Value::VariantArray({{}, {}, Value::Short(7)});
+  Value data = Value::VariantArray({Value::Text(L"4660"), {}, Value::Text(L"kept")});
   EXPECT_EQ(
       Call(client.Object(), L"TELIC2Read", {Value::Long(2), ids, Value::TypedReferenceTo(data)})
           .value.AsLong(),
       S_OKAY);
   const auto* const elements = static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData);
-  const Numbers read{V_I4(&elements[0]), V_I4(&elements[1]), V_I4(&elements[2])};
-  EXPECT_EQ(read, (Numbers{0x1234, 0x5678, 7}));
+  ASSERT_EQ(V_VT(&elements[0]), VT_I4) << "the same number, but as a number";
+  EXPECT_EQ(V_I4(&elements[0]), 0x1234);
+  ASSERT_EQ(V_VT(&elements[1]), VT_I4);
+  EXPECT_EQ(V_I4(&elements[1]), 0x5678);
+  EXPECT_EQ(V_VT(&elements[2]), VT_BSTR);
+}
+
+TEST_F(BoxSubDevice, AnArrayOfVariantsStaysAsItIsWhenNoReplyFillsIt) {
+  Value data = Value::VariantArray({Value::Text(L"1"), Value::Text(L"2")});
+  const auto* const elements = static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData);
+  const auto read = [&](const std::vector<LONG>& ids) {
+    return Call(client.Object(), L"TELIC2Read",
+                {Value::Long(static_cast<LONG>(ids.size())), Value::LongArray(ids),
+                 Value::TypedReferenceTo(data)})
+        .value.AsLong();
+  };
+  Box().Tell("silence");
+  EXPECT_EQ(read({8}), S_TIMEOUT);
+  EXPECT_EQ(V_VT(&elements[0]), VT_BSTR);
+  EXPECT_EQ(read({9}), S_OKAY);
   EXPECT_EQ(V_VT(&elements[0]), VT_I4);
+  EXPECT_EQ(V_VT(&elements[1]), VT_BSTR) << "beside the one message of the reply";
+}
+
+TEST_F(BoxSubDevice, AReplyWithMoreThanAnArrayOfVariantsHoldsIsAFaultThatKeepsWhatHadRoom) {
+  Value data = Value::VariantArray({Value::Text(L"1")});
+  Box().Tell("garbage 1 9");
+  const Outcome outcome =
+      Call(client.Object(), L"TELIC2Read",
+           {Value::Long(1), Value::LongArray({17}), Value::TypedReferenceTo(data)});
+  EXPECT_EQ(outcome.scode, static_cast<HRESULT>(0x800AFFFF));
+  EXPECT_EQ(V_VT(static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData)), VT_I4);
 }
 
 // The array belongs to the command until it is over, even for the client's own event.
@@ -150,6 +175,20 @@ TEST_F(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
   EXPECT_EQ(nested, std::vector<ZentrelStatus>{S_OKAY});
   EXPECT_EQ(destroyed, std::vector<HRESULT>{DISP_E_ARRAYISLOCKED});
   EXPECT_EQ(messages.Received(), (Numbers{0x1234, 0x5678}));
+}
+
+TEST_F(BoxSubDevice, AnEventCannotTakeAnArrayOfVariantsAway) {
+  Value data = Value::VariantArray({{}});
+  SAFEARRAY* const array = V_ARRAY(&data.Raw());
+  std::vector<HRESULT> destroyed;
+  client.OnEvent([&](bool) { destroyed.push_back(SafeArrayDestroyData(array)); });
+  EXPECT_EQ(Call(client.Object(), L"TELIC2Read",
+                 {Value::Long(1), Value::LongArray({8}), Value::TypedReferenceTo(data)})
+                .value.AsLong(),
+            S_OKAY);
+  ASSERT_FALSE(destroyed.empty());
+  EXPECT_EQ(destroyed.front(), DISP_E_ARRAYISLOCKED);
+  EXPECT_EQ(V_I4(static_cast<VARIANT*>(array->pvData)), 0x1234);
 }
 
 }  // namespace

@@ -1,0 +1,24 @@
+// What code of Windows asks of automation objects beside platform/late_bound.h.
+#pragma once
+
+#include <windows.h>
+
+// After it, which it needs.
+#include <oleauto.h>
+
+#include <optional>
+#include <string_view>
+
+#include "platform/late_bound.h"
+
+namespace qmzentrel::platform {
+
+/// Reads a property as it is into `value`, which is empty. Not asked for as a method too: objects
+/// of script languages would call what they hold there.
+std::optional<LateFailure> LateGet(ClientObject object, std::string_view name, VARIANT* value);
+
+/// Makes a member where the object takes new ones, as objects of script languages do. One that it
+/// has stays as it is.
+void LateEnsureMember(ClientObject object, std::string_view name);
+
+}  // namespace qmzentrel::platform
