@@ -9,6 +9,7 @@
 
 #include <vector>
 
+#include "platform/win32/automation_number.h"
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/late_value.h"
