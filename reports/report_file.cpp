@@ -58,10 +58,41 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 // A right to append and none to write: the system puts each piece at the end of the file as it is
 // then. A link that somebody has put in the place of the file is not followed.
 OwnedHandle Open(const std::wstring& path) {
-  return OwnedHandle(CreateFileW(
-      path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, kShareAll, nullptr,
-      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  constexpr DWORD kAppend = FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
+  return OwnedHandle(CreateFileW(path.c_str(), kAppend, kShareAll, nullptr, OPEN_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
 }
+
+// One process at a time, as far as they all keep to it: not every system finds the end of a file
+// and writes there in one step. Who waits for too long goes on without.
+class Turn {
+ public:
+  explicit Turn(HANDLE file) : file_(file) {
+    constexpr DWORD kLimitMs = 1000;
+    constexpr DWORD kPauseMs = 5;
+    place_.OffsetHigh = kFarBehind;
+    const ULONGLONG begin = GetTickCount64();
+    while (!(taken_ = Lock()) && GetTickCount64() - begin < kLimitMs) Sleep(kPauseMs);
+  }
+  ~Turn() {
+    if (taken_) UnlockFileEx(file_, 0, 1, 0, &place_);
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  bool Lock() {
+    return LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                      &place_) != FALSE;
+  }
+
+  // Where no text ever comes: the lock keeps nobody from reading.
+  static constexpr DWORD kFarBehind = 0x40000000;
+
+  HANDLE file_;
+  OVERLAPPED place_{};
+  bool taken_ = false;
+};
 
 bool IsFull(HANDLE file) {
   LARGE_INTEGER size{};
@@ -105,6 +136,7 @@ DWORD AppendReport(std::string_view text) {
     file = Open(path);
   }
   if (!file.IsValid()) return GetLastError();
+  const Turn turn(file.Get());
   DWORD written = 0;
   const auto size = static_cast<DWORD>(text.size());
   if (WriteFile(file.Get(), text.data(), size, &written, nullptr) == FALSE) return GetLastError();
