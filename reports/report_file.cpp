@@ -49,7 +49,7 @@ class AccessForEveryUser {
 void MakeFolders(const std::wstring& folder) {
   const std::wstring parent = folder.substr(0, folder.rfind(L'\\'));
   AccessForEveryUser access;
-  CreateDirectoryW(parent.c_str(), access.Get());
+  CreateDirectoryW(parent.c_str(), nullptr);  // others keep their things there
   CreateDirectoryW(folder.c_str(), access.Get());
 }
 
@@ -72,7 +72,10 @@ class Turn {
     constexpr DWORD kPauseMs = 5;
     place_.OffsetHigh = kFarBehind;
     const ULONGLONG begin = GetTickCount64();
-    while (!(taken_ = Lock()) && GetTickCount64() - begin < kLimitMs) Sleep(kPauseMs);
+    while (!(taken_ = Lock()) && GetLastError() == ERROR_LOCK_VIOLATION &&
+           GetTickCount64() - begin < kLimitMs) {
+      Sleep(kPauseMs);
+    }
   }
   ~Turn() {
     if (taken_) UnlockFileEx(file_, 0, 1, 0, &place_);
