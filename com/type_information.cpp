@@ -13,6 +13,15 @@ SRWLOCK g_lock = SRWLOCK_INIT;
 // A plain pointer: it must not be released by a destructor when the process ends, after OLE.
 ITypeLib* g_library = nullptr;
 
+HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept {
+  *library = nullptr;
+  try {
+    return LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, library);
+  } catch (...) {
+    return ReportErrorInProgress();
+  }
+}
+
 HRESULT KeptTypeLibrary(platform::ComPointer<ITypeLib>& library) {
   AcquireSRWLockShared(&g_lock);
   library = platform::ComPointer<ITypeLib>(g_library);
@@ -28,15 +37,6 @@ HRESULT KeptTypeLibrary(platform::ComPointer<ITypeLib>& library) {
 }
 
 }  // namespace
-
-HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept {
-  *library = nullptr;
-  try {
-    return LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, library);
-  } catch (...) {
-    return ReportErrorInProgress();
-  }
-}
 
 HRESULT TypeInfoOf(REFGUID identifier, ITypeInfo** info) noexcept {
   platform::ComPointer<ITypeLib> library;

@@ -8,9 +8,6 @@
 
 namespace qmzentrel::com {
 
-/// Loads the library from the module's resources and hands out a reference; for registration.
-HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept;
-
 /// The description of an interface or the class. The library is loaded when somebody asks for the
 /// first time, and kept. Any thread.
 HRESULT TypeInfoOf(REFGUID identifier, ITypeInfo** info) noexcept;

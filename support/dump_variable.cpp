@@ -9,6 +9,7 @@
 #include "platform/late_bound.h"
 #include "support/conversion.h"
 #include "support/run_time_error.h"
+#include "support/shown_text.h"
 
 namespace qmzentrel {
 namespace {
@@ -61,7 +62,7 @@ std::string IndexAttribute(const std::string& index) {
 
 std::string PrintableText(const std::string& text) {
   const std::size_t zero = text.find('\0');
-  return zero == std::string::npos ? text : text.substr(0, zero) + "{Null}";
+  return zero == std::string::npos ? text : WithZerosShown(text.substr(0, zero + 1));
 }
 
 template <class Array, class Format>

@@ -19,6 +19,7 @@
 #include "support/dump_variable.h"
 #include "support/ignoring_errors.h"
 #include "support/modCOM_XTimerSupport.h"
+#include "support/shown_text.h"
 
 namespace qmzentrel::modErrorReportSupport {
 namespace {
@@ -98,7 +99,7 @@ struct Report {
     return std::string("QmZentrel has encountered a problem. We are sorry for the inconvenience.") +
            "\r\n\r\nModule: " + module + "\r\nProcedure: " + procedure +
            "\r\nLine Number: " + std::to_string(error.ErrorLine) + "\r\n\r\n" +
-           error.ErrorDescription + " (" + std::to_string(error.ErrorNumber) + ")";
+           WithZerosShown(error.ErrorDescription) + " (" + std::to_string(error.ErrorNumber) + ")";
   }
 };
 

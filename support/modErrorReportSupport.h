@@ -30,7 +30,8 @@ void StoreError(const RunTimeError& error, std::int32_t line);
 
 /// Reports the error stored last on this thread: to the external error handler, or in a message box
 /// when there is none or it fails. Where nobody could see a message box the report goes to the
-/// debugger channel. Returns the action that the error handler has chosen, else nothing.
+/// debugger channel. Both show a zero character in the description as "{Null}"; the error handler
+/// gets it as it is. Returns the action that the error handler has chosen, else nothing.
 std::string ReportError(const char* module, const char* procedure,
                         const std::string& local_variables, const std::string& module_variables,
                         const std::string& parameters);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/hardware_faults.h"
+#include "platform/win32/automation_number.h"
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/late_value.h"

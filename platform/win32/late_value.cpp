@@ -1,5 +1,6 @@
 #include "platform/win32/late_value.h"
 
+#include "platform/win32/automation_number.h"
 #include "platform/win32/bstr.h"
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/locale.h"
@@ -134,28 +135,6 @@ LateValue ToLateValue(const VARIANT& value) {
       return StructureOf(V_RECORDINFO(&value));
     default:
       return PlainTextOf(value);
-  }
-}
-
-std::int32_t AutomationNumber(HRESULT result) {
-  constexpr std::int32_t kOverflow = 6;
-  constexpr std::int32_t kOutOfMemory = 7;
-  constexpr std::int32_t kTypeMismatch = 13;
-  constexpr std::int32_t kWrongArgumentCount = 450;
-  switch (result) {
-    case DISP_E_OVERFLOW:
-      return kOverflow;
-    case E_OUTOFMEMORY:
-      return kOutOfMemory;
-    case DISP_E_TYPEMISMATCH:
-      return kTypeMismatch;
-    case DISP_E_UNKNOWNNAME:
-    case DISP_E_MEMBERNOTFOUND:
-      return kMemberNotSupported;
-    case DISP_E_BADPARAMCOUNT:
-      return kWrongArgumentCount;
-    default:
-      return HRESULT_FACILITY(result) == FACILITY_CONTROL ? HRESULT_CODE(result) : result;
   }
 }
 

@@ -16,7 +16,4 @@ HeldObject Hold(IDispatch* object);
 /// What `value` holds. Its own references stay with it.
 LateValue ToLateValue(const VARIANT& value);
 
-/// The number by which automation clients know a result code.
-std::int32_t AutomationNumber(HRESULT result);
-
 }  // namespace qmzentrel::platform

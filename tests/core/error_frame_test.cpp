@@ -477,6 +477,17 @@ TEST(RunTimeErrors, EachNumberHasItsStandardDescription) {
   EXPECT_EQ(ErrorDescription(9), "Subscript out of range");
   EXPECT_EQ(ErrorDescription(13), "Type mismatch");
   EXPECT_EQ(ErrorDescription(51), "Internal error");
+  EXPECT_EQ(ErrorDescription(70), "Permission denied");
+  EXPECT_EQ(ErrorDescription(448), "Named argument not found");
+}
+
+// Those that objects of clients fail with.
+TEST(RunTimeErrors, EachClassicNumberHasADescriptionOfItsOwn) {
+  for (const std::int32_t number :
+       {5,   6,   7,   9,   10,  11,  13,  48,  53,  57,  58,  61,  67,  70,  75, 76,
+        322, 429, 430, 432, 438, 445, 446, 447, 448, 449, 450, 451, 453, 458, 462}) {
+    EXPECT_NE(ErrorDescription(number), kOtherErrorDescription) << number;
+  }
 }
 
 TEST(RunTimeErrors, AnyOtherNumberIsAnApplicationsOrAnObjectsOwn) {

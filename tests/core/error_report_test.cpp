@@ -223,6 +223,41 @@ TEST_F(ErrorReporting, AMessageBoxThatFailsLeavesTheReportToTheDebuggerChannel) 
   EXPECT_TRUE(lines[0].starts_with(BoxText()));
 }
 
+// --- A zero character in a client's error description ---
+
+class ErrorDescriptionWithAZero : public ErrorReporting {
+ protected:
+  void FailWithZero() {
+    ErrorFrame frame(Fields(), "Read");
+    frame.Run([&] { throw RunTimeError{380, description}; });
+  }
+
+  const std::string description{"A\0B\0", 4};
+};
+
+TEST_F(ErrorDescriptionWithAZero, IsShownWholeInTheMessageBox) {
+  UninstallHandler();
+  EXPECT_EQ(ErrorNumberOf([this] { FailWithZero(); }), 65535);
+  const auto messages = TakeMessages();
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_TRUE(messages[0].text.ends_with("\r\n\r\nA{Null}B{Null} (380)")) << messages[0].text;
+}
+
+TEST_F(ErrorDescriptionWithAZero, IsShownWholeInTheDebuggerChannel) {
+  UninstallHandler();
+  TheWorld().has_desktop = false;
+  EXPECT_EQ(ErrorNumberOf([this] { FailWithZero(); }), 65535);
+  const auto lines = std::exchange(TheWorld().debugger_lines, {});
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_EQ(lines[0].find('\0'), std::string::npos);
+  EXPECT_NE(lines[0].find("A{Null}B{Null} (380)\r\n<Variables>"), std::string::npos) << lines[0];
+  EXPECT_NE(lines[0].find("<ErrorDescription>A{Null}</ErrorDescription>"), std::string::npos);
+}
+
+TEST_F(ErrorDescriptionWithAZero, ReachesTheErrorHandlerAsItIs) {
+  EXPECT_EQ(ReportOf([this] { FailWithZero(); }).ErrorDescription, description);
+}
+
 // --- Where nobody could see a message box ---
 
 TEST_F(ErrorReporting, WithoutADesktopTheReportGoesToTheDebuggerChannel) {

@@ -1,4 +1,4 @@
-// The library as a COM server: entries, identity, life, registration, file.
+// The library as a COM server: entries, identity, life, file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tests/shell/com_client.h"
-#include "tests/shell/registry_snapshot.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -22,12 +21,6 @@ class ComServer : public testing::Test {
 
   void TearDown() override { EXPECT_EQ(library.CanUnloadNow(), S_OK) << "something is left"; }
 };
-
-std::wstring GuidText(REFGUID guid) {
-  std::array<wchar_t, 39> text{};
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
-}
 
 // --- The class object ---
 
@@ -198,149 +191,6 @@ TEST_F(ComServer, TheClassDescribesItself) {
   EXPECT_EQ(provider->GetGUID(0, &identifier), E_INVALIDARG);
   EXPECT_TRUE(IsEqualGUID(identifier, GUID_NULL));
   EXPECT_EQ(provider->GetGUID(GUIDKIND_DEFAULT_SOURCE_DISP_IID, nullptr), E_POINTER);
-}
-
-// --- Registration ---
-
-// Starts and ends without a registration, whatever the prefix had before.
-class Registration : public ComServer {
- protected:
-  void SetUp() override { ASSERT_EQ(library.UnregisterServer(), S_OK); }
-  void TearDown() override {
-    EXPECT_EQ(library.UnregisterServer(), S_OK);
-    ComServer::TearDown();
-  }
-
-  const std::wstring class_key = L"CLSID\\" + GuidText(CLSID_Zentrel);
-};
-
-TEST_F(Registration, RegisteringAndUnregisteringLeavesTheRegistryAsFound) {
-  const RegistrySnapshot before = TakeRegistrySnapshot();
-  ASSERT_GT(before.size(), 100u);
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  EXPECT_NE(TakeRegistrySnapshot(), before);
-  ASSERT_EQ(library.UnregisterServer(), S_OK);
-  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
-}
-
-TEST_F(Registration, RegisteringTwiceIsRegisteringOnce) {
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  const RegistrySnapshot once = TakeRegistrySnapshot();
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  EXPECT_EQ(Differences(once, TakeRegistrySnapshot()), "");
-}
-
-// The last key that registering writes, for those who ask for the library in no locale.
-TEST_F(Registration, ARegistrationThatFailsAtItsLastKeyLeavesNothing) {
-  const RegistrySnapshot before = TakeRegistrySnapshot();
-  const std::wstring version = L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3";
-  HKEY key = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, version.c_str(), 0, nullptr, 0, KEY_READ, nullptr,
-                            &key, nullptr),
-            ERROR_SUCCESS);
-  RegCloseKey(key);
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, (version + L"\\0").c_str(), 0, nullptr,
-                            REG_OPTION_VOLATILE, KEY_READ, nullptr, &key, nullptr),
-            ERROR_SUCCESS);
-  RegCloseKey(key);
-  EXPECT_EQ(library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
-  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
-}
-
-// A copy of the library that is registered from where it lies.
-std::wstring RegisteredCopy(HMODULE module) {
-  std::array<wchar_t, MAX_PATH> path{};
-  std::array<wchar_t, MAX_PATH> folder{};
-  GetModuleFileNameW(module, path.data(), MAX_PATH);
-  GetTempPathW(MAX_PATH, folder.data());
-  std::wstring copy = std::wstring(folder.data()) + L"QmZentrel_moved.dll";
-  EXPECT_TRUE(CopyFileW(path.data(), copy.c_str(), FALSE));
-  const HMODULE loaded = LoadLibraryW(copy.c_str());
-  EXPECT_NE(loaded, nullptr);
-  using Register = HRESULT(STDAPICALLTYPE*)();
-  const auto entry = reinterpret_cast<Register>(
-      reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
-  EXPECT_EQ(entry(), S_OK);
-  FreeLibrary(loaded);
-  return copy;
-}
-
-TEST_F(Registration, ALibraryThatWasMovedAfterRegisteringIsUnregisteredAllTheSame) {
-  const RegistrySnapshot before = TakeRegistrySnapshot();
-  const std::wstring copy = RegisteredCopy(library.module);
-  ASSERT_TRUE(DeleteFileW(copy.c_str()));
-  EXPECT_EQ(library.UnregisterServer(), S_OK);
-  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
-}
-
-TEST_F(Registration, ARegistrationThatLostItsLibraryKeyIsUnregisteredAllTheSame) {
-  const RegistrySnapshot before = TakeRegistrySnapshot();
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  ASSERT_EQ(RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"TypeLib\\" + GuidText(LIBID_QmZentrel)).c_str()),
-            ERROR_SUCCESS);
-  EXPECT_EQ(library.UnregisterServer(), S_OK);
-  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
-}
-
-TEST_F(Registration, UnregisteringTwiceIsNoError) {
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  EXPECT_EQ(library.UnregisterServer(), S_OK);
-  EXPECT_EQ(library.UnregisterServer(), S_OK);
-}
-
-TEST_F(Registration, TheClassIsFoundByEverythingThatLooksForIt) {
-  ASSERT_EQ(library.RegisterServer(), S_OK);
-  std::array<wchar_t, MAX_PATH> path{};
-  GetModuleFileNameW(library.module, path.data(), MAX_PATH);
-  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32"), path.data());
-  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
-  EXPECT_EQ(ClassesText(class_key + L"\\ProgID"), L"QmZentrel.Zentrel");
-  EXPECT_EQ(ClassesText(class_key + L"\\TypeLib"), GuidText(LIBID_QmZentrel));
-  EXPECT_EQ(ClassesText(class_key + L"\\Version"), L"1.3");
-  EXPECT_EQ(ClassesText(L"QmZentrel.Zentrel\\CLSID"), GuidText(CLSID_Zentrel));
-  for (const IID& identifier : {IID__Zentrel, DIID___Zentrel}) {
-    const std::wstring key = L"Interface\\" + GuidText(identifier);
-    EXPECT_FALSE(ClassesText(key).empty());
-    EXPECT_FALSE(ClassesText(key + L"\\ProxyStubClsid32").empty());
-    EXPECT_EQ(ClassesText(key + L"\\TypeLib"), GuidText(LIBID_QmZentrel));
-    EXPECT_EQ(ClassesText(key + L"\\TypeLib", L"Version"), L"1.3");
-  }
-  for (const IID& identifier : {IID_Zentrel___v0, IID_Zentrel___v1, IID_Zentrel___v2}) {
-    const std::wstring key = L"Interface\\" + GuidText(identifier);
-    EXPECT_FALSE(ClassesText(key).empty());
-    EXPECT_FALSE(ClassesText(key + L"\\ProxyStubClsid32").empty());
-    EXPECT_EQ(ClassesText(key + L"\\Forward"), GuidText(IID__Zentrel));
-  }
-  CLSID found{};
-  EXPECT_EQ(CLSIDFromProgID(L"QmZentrel.Zentrel", &found), S_OK);
-  EXPECT_TRUE(IsEqualCLSID(found, CLSID_Zentrel));
-  ComPointer<ITypeLib> types;
-  EXPECT_EQ(LoadRegTypeLib(LIBID_QmZentrel, 1, 3, kEnglish, types.Receive()), S_OK);
-  EXPECT_EQ(LoadRegTypeLib(LIBID_QmZentrel, 1, 3, LOCALE_NEUTRAL, types.Receive()), S_OK);
-  ComPointer<IDispatch> object;
-  EXPECT_EQ(CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                             object.ReceiveVoid()),
-            S_OK);
-}
-
-// A key that lasts only until the system ends takes no lasting keys under it: a registry that
-// refuses half way.
-TEST_F(Registration, ARegistrationThatFailsHalfWayLeavesNothing) {
-  HKEY obstacle = nullptr;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CLASSES_ROOT, L"QmZentrel.Zentrel", 0, nullptr,
-                            REG_OPTION_VOLATILE, KEY_READ, nullptr, &obstacle, nullptr),
-            ERROR_SUCCESS);
-  RegCloseKey(obstacle);
-  EXPECT_EQ(library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
-  EXPECT_FALSE(TakenErrorDescription().empty());
-  RegDeleteKeyW(HKEY_CLASSES_ROOT, L"QmZentrel.Zentrel");
-  const RegistrySnapshot after = TakeRegistrySnapshot();
-  EXPECT_TRUE(ClassesText(class_key).empty());
-  EXPECT_TRUE(std::ranges::none_of(after, [](const auto& entry) {
-    return entry.first.find(GuidText(CLSID_Zentrel)) != std::wstring::npos ||
-           entry.first.find(GuidText(LIBID_QmZentrel)) != std::wstring::npos ||
-           entry.first.find(GuidText(IID_Zentrel___v0)) != std::wstring::npos;
-  }));
 }
 
 // --- The file ---

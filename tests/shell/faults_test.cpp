@@ -189,6 +189,29 @@ TEST_F(Faults, AnErrorHandlerWithAnExceptionOfItsOwnIsAsNone) {
   EXPECT_EQ(g_left_to_client, 0);
 }
 
+TEST_F(Faults, AZeroInADescriptionOfTheClientsHidesNothingBehindIt) {
+  automation::ScriptedObject box;
+  const auto refuse = [](const automation::ScriptedObject::Use& use) {
+    use.info->scode = CTL_E_INVALIDPROPERTYVALUE;
+    use.info->bstrDescription = SysAllocStringLen(L"A\0B", 3);
+    return DISP_E_EXCEPTION;
+  };
+  box.members = {
+      {L"Clear", refuse}, {L"AddItem", refuse}, {L"NewIndex", refuse}, {L"ItemData", refuse}};
+  IDispatch* object = &box;
+  VARIANT_BOOL filled = VARIANT_FALSE;
+  EXPECT_EQ(zentrel->TELIC2EnumDevices(&object, &filled), kReportedFault);
+  EXPECT_EQ(OnlyReport().description, std::wstring(L"A\0B", 3));
+
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", L"1");
+  const auto lines = automation::DebuggerLinesOf(
+      [&] { automation::WithoutDesktop([&] { zentrel->TELIC2EnumDevices(&object, &filled); }); });
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr);
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_NE(lines[0].find("\r\nA{Null}B (380)\r\n<Variables>\r\n"), std::string::npos) << lines[0];
+  EXPECT_TRUE(lines[0].ends_with("</Parameters>")) << lines[0];
+}
+
 // --- The client's own ---
 
 TEST_F(Faults, AnExceptionInAnEventSinkIsTheClients) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/shell/replaced_import.h"
+
 namespace qmzentrel::shell {
 
 struct PortOpening {
@@ -34,8 +36,7 @@ class PortOpenings {
                             DWORD disposition, DWORD flags, HANDLE pattern);
 
   static PortOpenings* current_;
-  OpenFunction* import_;  // the slot through which the library calls
-  OpenFunction system_;
+  ReplacedImport<OpenFunction> import_;
   DWORD refusal_ = ERROR_SUCCESS;
 };
 

@@ -59,6 +59,14 @@ RegistrySnapshot TakeRegistrySnapshot() {
   return snapshot;
 }
 
+RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys) {
+  RegistrySnapshot snapshot;
+  for (const std::wstring& key : keys) {
+    Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + key, L"machine\\" + key, snapshot);
+  }
+  return snapshot;
+}
+
 std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right) {
   std::string list;
   List("- ", left, right, list);

@@ -13,6 +13,9 @@ using RegistrySnapshot = std::map<std::wstring, std::vector<unsigned char>>;
 
 RegistrySnapshot TakeRegistrySnapshot();
 
+/// The same of some keys of the machine's classes only, which takes no seconds.
+RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys);
+
 /// The entries that only one of the two has, or that differ, one per line.
 std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right);
 

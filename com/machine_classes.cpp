@@ -1,0 +1,143 @@
+#include "com/machine_classes.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <ranges>
+#include <utility>
+
+#include "com/error_info.h"
+
+namespace qmzentrel::com {
+namespace {
+
+constexpr wchar_t kClasses[] = L"Software\\Classes\\";
+constexpr std::size_t kClassesLength = std::size(kClasses) - 1;
+
+class OpenKey {
+ public:
+  OpenKey() = default;
+  ~OpenKey() {
+    if (key_ != nullptr) RegCloseKey(key_);
+  }
+  OpenKey(const OpenKey&) = delete;
+  OpenKey& operator=(const OpenKey&) = delete;
+
+  LSTATUS Open(const std::wstring& path, REGSAM access) noexcept {
+    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &key_);
+  }
+  HKEY* Receive() { return &key_; }
+  HKEY Get() const { return key_; }
+
+ private:
+  HKEY key_ = nullptr;
+};
+
+void Require(LSTATUS result) {
+  if (result == ERROR_SUCCESS) return;
+  throw ComError{HRESULT_FROM_WIN32(static_cast<DWORD>(result)),
+                 result == ERROR_ACCESS_DENIED ? "Registering needs the rights of an administrator"
+                                               : "The registry refuses an entry of the component"};
+}
+
+std::wstring FullPath(const ClassesKey& key) {
+  return kClasses + key.path;
+}
+
+}  // namespace
+
+std::vector<REGSAM> ClassesViews() {
+  BOOL two_views = FALSE;
+  IsWow64Process(GetCurrentProcess(), &two_views);
+  if (two_views == FALSE) return {0};
+  return {0, KEY_WOW64_64KEY};
+}
+
+ClassesWriter::~ClassesWriter() {
+  for (const auto& change : std::views::reverse(changes_)) {
+    std::visit([](const auto& made) { TakeBack(made); }, change);
+  }
+}
+
+void ClassesWriter::Write(const ClassesKey& key, const std::wstring& name,
+                          const std::wstring& text) {
+  const std::wstring path = FullPath(key);
+  // One by one: the registry does not tell which of them were missing.
+  for (std::size_t end = kClassesLength; end < path.size(); ++end) {
+    end = std::min(path.find(L'\\', end), path.size());
+    CreateKey(path.substr(0, end), key.view);
+  }
+  WriteValue({.path = path, .view = key.view, .name = name}, text);
+}
+
+void ClassesWriter::CreateKey(const std::wstring& path, REGSAM view) {
+  changes_.reserve(changes_.size() + 1);  // what has been done must not fail to be noted
+  CreatedKey created{path, view};
+  OpenKey key;
+  DWORD disposition = 0;
+  Require(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                          KEY_READ | view, nullptr, key.Receive(), &disposition));
+  if (disposition == REG_CREATED_NEW_KEY) changes_.emplace_back(std::move(created));
+}
+
+void ClassesWriter::WriteValue(WrittenValue value, const std::wstring& text) {
+  changes_.reserve(changes_.size() + 1);
+  OpenKey key;
+  Require(key.Open(value.path, KEY_QUERY_VALUE | KEY_SET_VALUE | value.view));
+  DWORD size = 0;
+  LSTATUS read = RegQueryValueExW(key.Get(), value.name.c_str(), nullptr, nullptr, nullptr, &size);
+  if (read != ERROR_FILE_NOT_FOUND) {
+    Require(read);
+    value.replaced = true;
+    value.old_data.resize(size);
+    Require(RegQueryValueExW(key.Get(), value.name.c_str(), nullptr, &value.old_type,
+                             value.old_data.data(), &size));
+  }
+  const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+  Require(RegSetValueExW(key.Get(), value.name.c_str(), 0, REG_SZ,
+                         reinterpret_cast<const BYTE*>(text.c_str()), bytes));
+  changes_.emplace_back(std::move(value));
+}
+
+void ClassesWriter::TakeBack(const CreatedKey& key) noexcept {
+  RegDeleteKeyExW(HKEY_LOCAL_MACHINE, key.path.c_str(), key.view, 0);
+}
+
+void ClassesWriter::TakeBack(const WrittenValue& value) noexcept {
+  OpenKey key;
+  if (key.Open(value.path, KEY_SET_VALUE | value.view) != ERROR_SUCCESS) return;
+  if (value.replaced) {
+    RegSetValueExW(key.Get(), value.name.c_str(), 0, value.old_type, value.old_data.data(),
+                   static_cast<DWORD>(value.old_data.size()));
+  } else {
+    RegDeleteValueW(key.Get(), value.name.c_str());
+  }
+}
+
+void RemoveClassesKey(const ClassesKey& key) {
+  const std::wstring path = FullPath(key);
+  {
+    OpenKey opened;
+    const LSTATUS result = opened.Open(path, DELETE | KEY_READ | KEY_SET_VALUE | key.view);
+    if (result == ERROR_FILE_NOT_FOUND) return;
+    Require(result);
+    Require(RegDeleteTreeW(opened.Get(), nullptr));
+  }
+  Require(RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), key.view, 0));
+}
+
+void RemoveEmptyClassesKey(const ClassesKey& key) {
+  const std::wstring path = FullPath(key);
+  DWORD children = 0;
+  {
+    OpenKey opened;
+    const LSTATUS result = opened.Open(path, KEY_READ | key.view);
+    if (result == ERROR_FILE_NOT_FOUND) return;
+    Require(result);
+    Require(RegQueryInfoKeyW(opened.Get(), nullptr, nullptr, nullptr, &children, nullptr, nullptr,
+                             nullptr, nullptr, nullptr, nullptr, nullptr));
+  }
+  if (children == 0) Require(RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), key.view, 0));
+}
+
+}  // namespace qmzentrel::com

@@ -1,0 +1,41 @@
+#include "com/server_class.h"
+
+// After <windows.h>, which it needs.
+#include <objbase.h>
+
+#include <array>
+
+#include "com/module_path.h"
+
+namespace qmzentrel::com {
+
+ClassesKey ServerClass::Key() const {
+  return {L"CLSID\\" + GuidText(identifier)};
+}
+
+void ServerClass::Write(ClassesWriter& writer) const {
+  const ClassesKey server = Key().Below(L"InprocServer32");
+  writer.Write(Key(), L"", programmatic_identifier);
+  writer.Write(server, L"", ModulePath());
+  writer.Write(server, L"ThreadingModel", threading_model);
+  writer.Write(Key().Below(L"ProgID"), L"", programmatic_identifier);
+  const ClassesKey name{programmatic_identifier};
+  writer.Write(name, L"", programmatic_identifier);
+  writer.Write(name.Below(L"CLSID"), L"", GuidText(identifier));
+}
+
+void ServerClass::RemoveIdentifier() const {
+  RemoveClassesKey(Key());
+}
+
+void ServerClass::RemoveProgrammaticIdentifier() const {
+  RemoveClassesKey({programmatic_identifier});
+}
+
+std::wstring GuidText(REFGUID guid) {
+  std::array<wchar_t, 39> text{};  // 38 characters and the zero
+  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
+  return text.data();
+}
+
+}  // namespace qmzentrel::com
