@@ -4,12 +4,16 @@
 '
 ' PORT is the number of the COM port with the box. The script is 32-bit, as the component is: on
 ' 64-bit Windows start it with C:\Windows\SysWOW64\cscript.exe.
+' Works with and without a catalog, and with the simulator, whose dialogs then play the box.
 ' Ends with 0 when the transponder holds what was written, otherwise with 1.
 Option Explicit
 
 Const S_OKAY = 0
+Const S_BAD_PORT = 3
+Const MIF_MASK_TYPE = 15
+Const INTERFACES = "SOFTWARE\QuenmoorComms\Kernel\MIF"
 
-Dim index, zentrel, port, newUtility, newReading
+Dim index, zentrel, port, newUtility, newReading, initialised
 
 Sub Say(text)
   WScript.Echo text
@@ -29,13 +33,22 @@ Sub CheckError(what)
   WScript.Quit 1
 End Sub
 
-' The name that the catalog has for a number, the number without one.
-Function NameOr(number, property)
+' A name that no catalog has is an error that the component reports by itself, before the script can
+' handle it. Hence nobody asks MIFName; Name answers "Invalid" instead.
+Function InterfaceName()
+  InterfaceName = zentrel.Name(INTERFACES, zentrel.DeviceMIF And MIF_MASK_TYPE)
+End Function
+
+' Every catalog has interface 0, and with it the names of all intervals.
+Function IntervalName()
+  IntervalName = "Invalid"
+  If zentrel.Name(INTERFACES, 0) <> "Invalid" Then IntervalName = zentrel.TXIName
+End Function
+
+' The number alone where it has no name.
+Function NameOr(name, number)
   NameOr = number
-  On Error Resume Next
-  If property = "MIF" Then NameOr = zentrel.MIFName & " (" & number & ")"
-  If property = "TXI" Then NameOr = zentrel.TXIName & " (" & number & ")"
-  Err.Clear
+  If name <> "Invalid" And name <> "" Then NameOr = name & " (" & number & ")"
 End Function
 
 Sub ShowRecord(title)
@@ -44,8 +57,9 @@ Sub ShowRecord(title)
       zentrel.TravonelVersion
   Say "  Utility code " & zentrel.Util & ", reading " & zentrel.Reading & _
       ", tamper count " & zentrel.Tamper
-  Say "  Meter interface: " & NameOr(zentrel.DeviceMIF, "MIF")
-  Say "  Transmit interval: " & NameOr(zentrel.TXI, "TXI") & ", PLL warm-up " & zentrel.PLLWarmUpName
+  Say "  Meter interface: " & NameOr(InterfaceName(), zentrel.DeviceMIF)
+  Say "  Transmit interval: " & NameOr(IntervalName(), zentrel.TXI) & ", PLL warm-up " & _
+      zentrel.PLLWarmUpName
 End Sub
 
 If WScript.Arguments.Count <> 3 Then
@@ -68,11 +82,16 @@ CheckError "Creating the object (is the DLL registered, and is this the 32-bit s
 
 Say "Opening COM" & port
 Check "Opening the port", zentrel.DeviceOpen(port)
-Check "Initialising the box", zentrel.DeviceInit()
+initialised = zentrel.DeviceInit()
 CheckError "Opening the box"
-Say "The box answers: software " & zentrel.ZentrelVersion & ", signature " & _
-    Hex(zentrel.ZentrelSignature(0)) & " " & Hex(zentrel.ZentrelSignature(1)) & ", battery " & _
-    FormatNumber(zentrel.BatteryVoltage, 2) & " V"
+If initialised = S_BAD_PORT Then
+  Say "The simulator plays the box"
+Else
+  Check "Initialising the box", initialised
+  Say "The box answers: software " & zentrel.ZentrelVersion & ", signature " & _
+      Hex(zentrel.ZentrelSignature(0)) & " " & Hex(zentrel.ZentrelSignature(1)) & ", battery " & _
+      FormatNumber(zentrel.BatteryVoltage, 2) & " V"
+End If
 
 Check "Reading", zentrel.ReadXpdr()
 CheckError "Reading"
