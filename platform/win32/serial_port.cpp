@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,6 +15,13 @@ namespace {
 // Far more than the 36 ms that the longest command needs at 9600 baud. Beyond it the driver is
 // holding the bytes back.
 constexpr std::int64_t kWriteLimitMs = 1000;
+
+// What the driver no longer counts may still stand in the send buffer of the chip, 16 bytes in the
+// common one.
+constexpr std::size_t kChipBuffer = 16;
+
+// Beside their time on the wire bytes need that of the way there: a frame or two of a USB adapter.
+constexpr std::int64_t kOnTheWayMs = 10;
 
 std::int64_t MonotonicMs() {
   LARGE_INTEGER frequency;
@@ -32,6 +40,10 @@ class Deadline {
       : at_ms_(MonotonicMs() + std::max<std::int64_t>(in_ms, 0)) {}
   DWORD Remaining() const {
     return static_cast<DWORD>(std::max<std::int64_t>(at_ms_ - MonotonicMs(), 0));
+  }
+  // Sleep may end early by a tick of the system's clock.
+  void SleepOut() const {
+    while (const DWORD left = Remaining()) Sleep(left);
   }
 
  private:
@@ -62,6 +74,16 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings, ModemLine
   return SetCommState(port, &block) != FALSE;
 }
 
+// How many bytes the driver still has to send, 0 from one that does not count them; nothing when
+// the port has vanished.
+std::optional<DWORD> BytesHeld(HANDLE port) {
+  COMSTAT status{};
+  if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
+  const DWORD error = GetLastError();
+  if (error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED) return 0;
+  return std::nullopt;
+}
+
 // No time limit of the driver: with inherited ones reads return at once or never. The limits are
 // kept here, by cancelling.
 bool ClearTimeouts(HANDLE port) {
@@ -74,7 +96,16 @@ bool ClearTimeouts(HANDLE port) {
 struct SerialPort::State {
   OwnedHandle port;
   OwnedHandle completion;  // Signalled when the one operation under way has ended.
-  ModemLines lines;        // As the driver last took them.
+  SerialSettings settings;
+  ModemLines lines;  // As the driver last took them.
+  Deadline sent{0};  // When all that was written has passed the wire.
+
+  // Counts from the moment at which the driver has the bytes: it may begin only then.
+  void NoteWritten(std::size_t count) { sent = Deadline(sent.Remaining() + WireMs(count)); }
+
+  std::int64_t WireMs(std::size_t count) const {
+    return WireMicroseconds(settings, count) / 1000 + 1;
+  }
 
   // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
   // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
@@ -121,6 +152,7 @@ bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, Modem
   if (!state->completion.IsValid()) return false;
   if (!SetWholeControlBlock(state->port.Get(), settings, lines)) return false;
   if (!ClearTimeouts(state->port.Get())) return false;
+  state->settings = settings;
   state->lines = lines;
   state_ = std::move(state);
   return true;
@@ -150,7 +182,22 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
         return WriteFile(port, bytes.data(), size, nullptr, operation);
       },
       kWriteLimitMs);
+  state_->NoteWritten(sent.count);
   return sent.count == size;
+}
+
+bool SerialPort::AwaitSent() {
+  if (!state_) return false;
+  const Deadline limit(state_->sent.Remaining() + kWriteLimitMs);
+  Deadline sent(state_->sent.Remaining() + kOnTheWayMs);
+  while (true) {
+    sent.SleepOut();
+    const std::optional<DWORD> held = BytesHeld(state_->port.Get());
+    if (!held) return false;
+    if (*held == 0) return true;
+    if (limit.Remaining() == 0) return false;
+    sent = Deadline(state_->WireMs(*held + kChipBuffer) + kOnTheWayMs);
+  }
 }
 
 std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/message_loop.h"
+#include "platform/pause.h"
 #include "tests/contract/harness.h"
 
 namespace qmzentrel {
@@ -24,11 +25,15 @@ constexpr std::int32_t kFirstByteMs = 200;
 constexpr std::int32_t kPlentyMs = 10'000;
 
 const Bytes kCommand{contract::kDeviceCommand};
+const Bytes kLongCommand(19, 0xFE);
+// 9600 baud: start bit, 8 data bits, two stop bits.
+constexpr double kByteMs = 11 / 9.6;
 
 TEST(SerialPortContract, APortThatWasNeverOpenedDoesNothing) {
   SerialPort port;
   EXPECT_FALSE(port.IsOpen());
   EXPECT_FALSE(port.Write(kCommand));
+  EXPECT_FALSE(port.AwaitSent());
   std::array<std::uint8_t, 4> buffer{};
   EXPECT_EQ(port.Read(buffer, 0), 0u);
   port.ClearReceiveBuffer();
@@ -132,6 +137,50 @@ TEST_F(SerialDeviceContract, WritingNothingSucceeds) {
   ASSERT_TRUE(Open());
   EXPECT_TRUE(port_.Write({}));
   EXPECT_EQ(contract::DeviceReceived(0), Bytes{});
+}
+
+TEST_F(SerialDeviceContract, WhatIsSentIsWaitedForUntilItHasPassedTheWire) {
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kLongCommand));
+  EXPECT_TRUE(port_.Write(kCommand));
+  const double begin = MonotonicMs();
+  EXPECT_TRUE(port_.AwaitSent());
+  const double bytes = static_cast<double>(kLongCommand.size() + kCommand.size());
+  EXPECT_GE(MonotonicMs() - begin, bytes * kByteMs - 1);
+  EXPECT_LT(MonotonicMs() - begin, kPlentyMs / 2.0);
+  EXPECT_EQ(contract::DeviceReceived(kLongCommand.size() + kCommand.size()).back(), kCommand[0]);
+}
+
+TEST_F(SerialDeviceContract, AWaitForNothingSentIsShort) {
+  ASSERT_TRUE(Open());
+  const double begin = MonotonicMs();
+  EXPECT_TRUE(port_.AwaitSent());
+  EXPECT_LT(MonotonicMs() - begin, kFirstByteMs);
+}
+
+TEST_F(SerialDeviceContract, WhatWasWaitedForOutlivesTheClosing) {
+  contract::DeviceTakesItsTime();
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kLongCommand));
+  EXPECT_TRUE(port_.AwaitSent());
+  port_.Close();
+  EXPECT_EQ(contract::DeviceReceived(kLongCommand.size()), kLongCommand);
+}
+
+TEST_F(SerialDeviceContract, ClosingAtOnceCutsWhatIsStillOnItsWay) {
+  contract::DeviceTakesItsTime();
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kLongCommand));
+  port_.Close();
+  platform::Pause(kFirstByteMs);
+  EXPECT_LT(contract::DeviceReceived(0).size(), kLongCommand.size());
+}
+
+TEST_F(SerialDeviceContract, AVanishedPortHasNotSentWhatWasWritten) {
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kCommand));
+  contract::DeviceVanishes();
+  EXPECT_FALSE(port_.AwaitSent());
 }
 
 TEST_F(SerialDeviceContract, AFullBufferEndsTheReadEarly) {

@@ -1,9 +1,11 @@
 #include "tools/virtual_box/box_program.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 #include <variant>
 
 #include "tools/virtual_box/event_wait.h"
@@ -11,6 +13,8 @@
 
 namespace qmzentrel::virtual_box {
 namespace {
+
+constexpr std::size_t kAllThereIs = SIZE_MAX;
 
 void PrintLine(std::FILE* file, const std::string& text) {
   std::fprintf(file, "%s\n", text.c_str());
@@ -91,7 +95,7 @@ void BoxProgram::Run() {
   while (!quitting_ && !stop.IsRaised()) {
     wait.Clear();
     wait.Add(stop.Handle());
-    port_.AddTo(wait);
+    if (coming_.empty()) port_.AddTo(wait);  // what is behind it has to wait
     server_.AddTo(wait);
     wait.Until(NextDue());
 
@@ -99,7 +103,7 @@ void BoxProgram::Run() {
     const Time now = MonotonicNow();
     // A client may switch the supply on and send in one go: whatever it has switched before it sent
     // these bytes is seen now, and counts first.
-    const Bytes received = port_.Read();
+    const Bytes received = TakeBytes(now);
     TakeLines(now);
     if (!received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
@@ -120,6 +124,8 @@ void BoxProgram::Unplug() {
   if (!IsPlugged()) return;
   const Time now = MonotonicNow();
   port_.Unplug();
+  coming_.clear();
+  line_free_.reset();
   model_.DropTraffic(now);
   LogEvent("unplugged");
   // The lines end with the cable.
@@ -128,10 +134,36 @@ void BoxProgram::Unplug() {
 }
 
 std::optional<Time> BoxProgram::NextDue() const {
-  const auto model = model_.NextDue();
-  const auto server = server_.NextDue();
-  if (!model || !server) return model ? model : server;
-  return std::min(*model, *server);
+  std::optional<Time> next = model_.NextDue();
+  const auto consider = [&next](std::optional<Time> time) {
+    if (time) next = next ? std::min(*next, *time) : *time;
+  };
+  consider(server_.NextDue());
+  if (!coming_.empty()) consider(line_free_);
+  return next;
+}
+
+Bytes BoxProgram::TakeBytes(Time now) {
+  if (model_.facts.intake == 0) {
+    Bytes bytes = std::exchange(coming_, {});
+    const Bytes others = port_.Read(kAllThereIs);
+    bytes.insert(bytes.end(), others.begin(), others.end());
+    return bytes;
+  }
+  Bytes passed;
+  while (true) {
+    if (coming_.empty()) {
+      coming_ = port_.Read(1);
+      if (coming_.empty()) {
+        line_free_.reset();
+        return passed;
+      }
+      line_free_ = line_free_.value_or(now) + kByteTime;
+    }
+    if (*line_free_ > now) return passed;
+    passed.push_back(coming_.front());
+    coming_.clear();
+  }
 }
 
 void BoxProgram::TakeLines(Time now) {

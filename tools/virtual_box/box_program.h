@@ -1,6 +1,8 @@
 // The box at work: model, port, supply line, log and control channel in one loop on one thread.
 #pragma once
 
+#include <cstdio>
+#include <optional>
 #include <string>
 
 #include "tools/virtual_box/box_model.h"
@@ -38,6 +40,7 @@ class BoxProgram : public BoxHost {
 
  private:
   std::optional<Time> NextDue() const;
+  Bytes TakeBytes(Time now);
   void TakeLines(Time now);
   void LogEvent(const std::string& meaning);
 
@@ -48,6 +51,8 @@ class BoxProgram : public BoxHost {
   Port port_;
   Control control_;
   ControlServer server_;
+  Bytes coming_;                   // one byte on its way through the wire, where that takes time
+  std::optional<Time> line_free_;  // when it has passed, or the last one before it; unset when idle
   std::FILE* log_file_ = nullptr;
   bool quitting_ = false;
 };

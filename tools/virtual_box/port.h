@@ -2,6 +2,7 @@
 // Windows. Which of the two is settled when the program is linked.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -43,8 +44,9 @@ class Port {
 
   void AddTo(EventWait& wait);
 
-  /// Whatever has arrived, without waiting.
-  Bytes Read();
+  /// Whatever has arrived, at most `most` bytes, without waiting. The rest stays in the port, where
+  /// the client can still take it back.
+  Bytes Read(std::size_t most);
 
   /// Puts bytes on the line. What nobody takes is lost, as on a real line.
   void Write(std::span<const std::uint8_t> bytes);

@@ -3,6 +3,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -149,12 +150,13 @@ void Port::AddTo(EventWait& wait) {
   if (HasLines()) wait.Add(state_->lines.WatchHandle());
 }
 
-Bytes Port::Read() {
+Bytes Port::Read(std::size_t most) {
   Bytes bytes;
   if (!IsPlugged()) return bytes;
   std::uint8_t buffer[256];
   ssize_t count = 0;
-  while ((count = read(state_->box_end.Get(), buffer, sizeof buffer)) > 0) {
+  while ((count = read(state_->box_end.Get(), buffer,
+                       std::min(sizeof buffer, most - bytes.size()))) > 0) {
     bytes.insert(bytes.end(), buffer, buffer + count);
   }
   return bytes;
