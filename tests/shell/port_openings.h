@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/automation/replaced_import.h"
+
 namespace qmzentrel::shell {
 
 struct PortOpening {
@@ -29,13 +31,11 @@ class PortOpenings {
   void Allow() { refusal_ = ERROR_SUCCESS; }
 
  private:
-  using OpenFunction = decltype(&CreateFileW);
   static HANDLE WINAPI Open(LPCWSTR name, DWORD access, DWORD share_mode, SECURITY_ATTRIBUTES*,
                             DWORD disposition, DWORD flags, HANDLE pattern);
 
   static PortOpenings* current_;
-  OpenFunction* import_;  // the slot through which the library calls
-  OpenFunction system_;
+  automation::ReplacedImport<decltype(&CreateFileW)> import_;
   DWORD refusal_ = ERROR_SUCCESS;
 };
 

@@ -2,7 +2,6 @@
 // Windows. Which of the two is settled when the program is linked.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -44,9 +43,8 @@ class Port {
 
   void AddTo(EventWait& wait);
 
-  /// Whatever has arrived, at most `most` bytes, without waiting. The rest stays in the port, where
-  /// the client can still take it back.
-  Bytes Read(std::size_t most);
+  /// Whatever has arrived, without waiting.
+  Bytes Read();
 
   /// Puts bytes on the line. What nobody takes is lost, as on a real line.
   void Write(std::span<const std::uint8_t> bytes);

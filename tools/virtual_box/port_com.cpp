@@ -132,9 +132,9 @@ void Port::AddTo(EventWait& wait) {
   if (state_->lines.under_way) wait.Add(state_->lines.overlapped.hEvent);
 }
 
-Bytes Port::Read(std::size_t most) {
+Bytes Port::Read() {
   Bytes bytes;
-  while (IsPlugged() && state_->read.under_way && bytes.size() < most) {
+  while (IsPlugged() && state_->read.under_way) {
     DWORD count = 0;
     if (!GetOverlappedResult(state_->port, &state_->read.overlapped, &count, FALSE)) {
       if (GetLastError() == ERROR_IO_INCOMPLETE) break;
