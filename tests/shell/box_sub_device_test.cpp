@@ -120,9 +120,9 @@ TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThoughTheDeviceIsClosedNex
   EXPECT_EQ(Box().Frames(), expected);
 }
 
-// Its driver holds each byte until it has passed the wire; what it holds at the closing is lost,
-// and what passes after the supply has dropped is not received.
-TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowPortWhateverIsDoneNext) {
+// The box takes each byte when it would have passed the wire, and loses it when its supply has
+// dropped by then.
+TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIsDoneNext) {
   client.Close();
   Box().Tell("set intake 1");
   const std::function<void(BoxClient&)> nexts[] = {[](BoxClient& one) { one.Close(); },

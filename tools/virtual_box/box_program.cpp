@@ -1,11 +1,10 @@
 #include "tools/virtual_box/box_program.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <span>
 #include <system_error>
-#include <utility>
 #include <variant>
 
 #include "tools/virtual_box/event_wait.h"
@@ -14,7 +13,8 @@
 namespace qmzentrel::virtual_box {
 namespace {
 
-constexpr std::size_t kAllThereIs = SIZE_MAX;
+// How often the box looks for new bytes where it matters when they came.
+constexpr std::chrono::milliseconds kLook{1};
 
 void PrintLine(std::FILE* file, const std::string& text) {
   std::fprintf(file, "%s\n", text.c_str());
@@ -95,7 +95,7 @@ void BoxProgram::Run() {
   while (!quitting_ && !stop.IsRaised()) {
     wait.Clear();
     wait.Add(stop.Handle());
-    if (coming_.empty()) port_.AddTo(wait);  // what is behind it has to wait
+    port_.AddTo(wait);
     server_.AddTo(wait);
     wait.Until(NextDue());
 
@@ -103,9 +103,13 @@ void BoxProgram::Run() {
     const Time now = MonotonicNow();
     // A client may switch the supply on and send in one go: whatever it has switched before it sent
     // these bytes is seen now, and counts first.
-    const Bytes received = TakeBytes(now);
+    const Bytes received = port_.Read();
+    const bool takes_time = model_.facts.intake != 0;
+    if (takes_time) PutOnWire(received);
+    looked_ = now;
     TakeLines(now);
-    if (!received.empty()) model_.Receive(received, now);
+    PassBytes(now);
+    if (!takes_time && !received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
     port_.Write(output.bytes);
     if (output.unplug) Unplug();
@@ -124,8 +128,7 @@ void BoxProgram::Unplug() {
   if (!IsPlugged()) return;
   const Time now = MonotonicNow();
   port_.Unplug();
-  coming_.clear();
-  line_free_.reset();
+  on_wire_.clear();
   model_.DropTraffic(now);
   LogEvent("unplugged");
   // The lines end with the cable.
@@ -139,35 +142,31 @@ std::optional<Time> BoxProgram::NextDue() const {
     if (time) next = next ? std::min(*next, *time) : *time;
   };
   consider(server_.NextDue());
-  if (!coming_.empty()) consider(line_free_);
+  if (!on_wire_.empty()) consider(on_wire_.front().first);
+  if (model_.facts.intake != 0) consider(looked_ + kLook);
   return next;
 }
 
-Bytes BoxProgram::TakeBytes(Time now) {
-  if (model_.facts.intake == 0) {
-    Bytes bytes = std::exchange(coming_, {});
-    const Bytes others = port_.Read(kAllThereIs);
-    bytes.insert(bytes.end(), others.begin(), others.end());
-    return bytes;
+// Bytes that are found now may be as old as the last look. They count as that old, so that a box on
+// a busy machine does not lose what a real one would have had in time.
+void BoxProgram::PutOnWire(const Bytes& bytes) {
+  for (const std::uint8_t byte : bytes) {
+    wire_free_ = std::max(wire_free_, looked_) + kByteTime;
+    on_wire_.emplace_back(wire_free_, byte);
   }
-  Bytes passed;
-  while (true) {
-    if (coming_.empty()) {
-      coming_ = port_.Read(1);
-      if (coming_.empty()) {
-        line_free_.reset();
-        return passed;
-      }
-      line_free_ = line_free_.value_or(now) + kByteTime;
-    }
-    if (*line_free_ > now) return passed;
-    passed.push_back(coming_.front());
-    coming_.clear();
+}
+
+void BoxProgram::PassBytes(Time until) {
+  while (!on_wire_.empty() && on_wire_.front().first <= until) {
+    const auto [passed, byte] = on_wire_.front();
+    on_wire_.pop_front();
+    model_.Receive(std::span(&byte, 1), passed);
   }
 }
 
 void BoxProgram::TakeLines(Time now) {
   for (const LineChange& change : port_.TakeLineChanges()) {
+    PassBytes(change.time);
     supply_.Add(change);
     model_.SetSupply(supply_.IsOn(), std::min(change.time, now));
   }

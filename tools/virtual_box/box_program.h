@@ -1,9 +1,12 @@
 // The box at work: model, port, supply line, log and control channel in one loop on one thread.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "tools/virtual_box/box_model.h"
 #include "tools/virtual_box/control.h"
@@ -40,7 +43,8 @@ class BoxProgram : public BoxHost {
 
  private:
   std::optional<Time> NextDue() const;
-  Bytes TakeBytes(Time now);
+  void PutOnWire(const Bytes& bytes);
+  void PassBytes(Time until);
   void TakeLines(Time now);
   void LogEvent(const std::string& meaning);
 
@@ -51,8 +55,11 @@ class BoxProgram : public BoxHost {
   Port port_;
   Control control_;
   ControlServer server_;
-  Bytes coming_;                   // one byte on its way through the wire, where that takes time
-  std::optional<Time> line_free_;  // when it has passed, or the last one before it; unset when idle
+  // The bytes on their way through the wire, where that takes time, each with the moment at which
+  // it has passed.
+  std::deque<std::pair<Time, std::uint8_t>> on_wire_;
+  Time wire_free_{0};
+  Time looked_{0};  // for new bytes
   std::FILE* log_file_ = nullptr;
   bool quitting_ = false;
 };

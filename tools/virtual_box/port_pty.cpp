@@ -3,7 +3,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -101,7 +100,7 @@ std::string Port::Plug() {
 
   if (!options_.lines_dir.empty()) {
     const std::string file = "pts-" + fs::path(name).filename().string();
-    std::string reason = state->lines.Create((fs::path(options_.lines_dir) / file).string());
+    std::string reason = state->lines.Create((fs::path(options_.lines_dir) / file).string(), name);
     if (!reason.empty()) return reason;
   }
   if (!options_.link.empty()) {
@@ -150,13 +149,12 @@ void Port::AddTo(EventWait& wait) {
   if (HasLines()) wait.Add(state_->lines.WatchHandle());
 }
 
-Bytes Port::Read(std::size_t most) {
+Bytes Port::Read() {
   Bytes bytes;
   if (!IsPlugged()) return bytes;
   std::uint8_t buffer[256];
   ssize_t count = 0;
-  while ((count = read(state_->box_end.Get(), buffer,
-                       std::min(sizeof buffer, most - bytes.size()))) > 0) {
+  while ((count = read(state_->box_end.Get(), buffer, sizeof buffer)) > 0) {
     bytes.insert(bytes.end(), buffer, buffer + count);
   }
   return bytes;
