@@ -69,6 +69,16 @@ TEST_F(SentWhole, ButNotWhenTheSupplyDropsMeanwhile) {
   EXPECT_EQ(Port().Received().size(), 5U);
 }
 
+TEST_F(SentWhole, NorWhenThePortClosesMeanwhile) {
+  platform::SerialPort port;
+  ASSERT_TRUE(port.Open(kPort, {}, {}));
+  ASSERT_TRUE(port.Write(kFrame));
+  TheWorld().Advance(Milliseconds(12));
+  port.Close();
+  TheWorld().Advance(Milliseconds(50));
+  EXPECT_EQ(Port().Received(), Bytes(kFrame.begin(), kFrame.begin() + 10));
+}
+
 TEST_F(SentWhole, OrTheStatusIsATimeout) {
   Open(true);
   Port().driver_room = 18;

@@ -87,8 +87,8 @@ void SerialPort::Close() {
   TheWorld().Note("close COM" + std::to_string(state_->number));
   if (FakePort* port = state_->Port()) {
     CutWire(*port);
+    SwitchLines(*port, {});
     port->open = false;
-    port->lines = {};
   }
   state_->number = 0;
 }
