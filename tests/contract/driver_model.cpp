@@ -77,15 +77,29 @@ class DriverModel::Lock {
 };
 
 DriverModel& DriverModel::The() {
-  static auto* const model = new DriverModel;  // its thread uses it until the end of the process
-  return *model;
+  static DriverModel model;
+  return model;
 }
 
 DriverModel::DriverModel() : changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
   InitializeCriticalSection(&guard_);
   limits_ = InheritedLimits();
   imports_ = std::make_unique<Imports>();
-  CreateThread(nullptr, 0, &DriverModel::Work, this, 0, nullptr);
+  thread_ = CreateThread(nullptr, 0, &DriverModel::Work, this, 0, nullptr);
+}
+
+// The thread must not be at work when the process ends around it.
+DriverModel::~DriverModel() {
+  {
+    const Lock lock;
+    ending_ = true;
+  }
+  SetEvent(changed_);
+  WaitForSingleObject(thread_, INFINITE);
+  imports_.reset();
+  CloseHandle(thread_);
+  CloseHandle(changed_);
+  DeleteCriticalSection(&guard_);
 }
 
 void DriverModel::Reset() {
@@ -193,6 +207,7 @@ DWORD WINAPI DriverModel::Work(void* model) {
   DWORD wait = 0;
   while (WaitForSingleObject(self.changed_, wait) != WAIT_FAILED) {
     const Lock lock;
+    if (self.ending_) break;
     self.Advance();
     wait = static_cast<DWORD>(std::clamp(self.NextDue() - MonotonicMs() + 1, 1.0, kLongestMs));
   }

@@ -92,6 +92,7 @@ class DriverModel {
   class Lock;
 
   DriverModel();
+  ~DriverModel();
 
   // The functions that stand in for those of the operating system.
   static HANDLE WINAPI Open(LPCWSTR name, DWORD access, DWORD share_mode, SECURITY_ATTRIBUTES*,
@@ -118,6 +119,8 @@ class DriverModel {
 
   CRITICAL_SECTION guard_;
   HANDLE changed_;
+  HANDLE thread_ = nullptr;
+  bool ending_ = false;
   std::unique_ptr<Imports> imports_;
 
   DriverHabits habits_;

@@ -22,10 +22,10 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::int32_t kReadMs = 400;
 constexpr std::int32_t kPlentyMs = 10'000;
 constexpr double kWriteMs = 1000;
-// For a driver that ends a request late, or not before it is cancelled.
-constexpr double kBackstopMs = 500;
+// For a driver that ends a request late, or not before it is cancelled; on a busy machine.
+constexpr double kBackstopMs = 1500;
 // A stuck driver is given up after that.
-constexpr double kGivenUpMs = 2500;
+constexpr double kGivenUpMs = 4000;
 
 const Bytes kFrame{0x7E, 0x00, 0xC9, 0x0F, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 

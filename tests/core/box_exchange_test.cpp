@@ -39,7 +39,7 @@ TEST_F(BoxExchange, WithoutAnExpectedReplyTheCommandIsSentOnceAndTheCountIsZero)
 }
 
 TEST_F(BoxExchange, WithoutAnExpectedReplyTheCommandLastsUntilItsBytesHavePassedTheWire) {
-  OpenBox(true, kElectric);
+  Open(true);
   const auto start = TheWorld().now;
   EXPECT_EQ(ZentrelAccess::TxRx(*zentrel, tx, 19, rx, 0, 500), 0);
   constexpr fakes::Microseconds kNineteenBytes{19 * 11 * 1'000'000 / 9600};
