@@ -30,8 +30,12 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
     STEP const std::int32_t last_attempt = m_blnIsElectric ? Timeout / kElectricResendMs : 0;
     STEP for (; lngAttempt <= last_attempt; ++lngAttempt) {
       STEP m_PortCtrl.ClearReceiveBuffer();
-      STEP m_PortCtrl.Write(bytTx, TxLength);
-      STEP if (RxExpected == 0) break;
+      STEP const bool sent = m_PortCtrl.Write(bytTx, TxLength);
+      STEP if (RxExpected == 0) {
+        // Without a reply only time tells that the box has it: the supply must stand until then.
+        STEP if (!sent || !m_PortCtrl.AwaitSent()) lngRxCount = -1;
+        STEP break;
+      }
       STEP lngRxCount =
           m_PortCtrl.Read(bytRx, 0, 1, m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
       STEP if (lngRxCount > 0) break;

@@ -34,8 +34,8 @@ void PortControl::Close() {
   port_.Close();
 }
 
-void PortControl::Write(const FrameBuffer& buffer, std::int32_t count) {
-  port_.Write(buffer.Range(0, count));
+bool PortControl::Write(const FrameBuffer& buffer, std::int32_t count) {
+  return port_.Write(buffer.Range(0, count));
 }
 
 std::int32_t PortControl::Read(FrameBuffer& buffer, std::int32_t first, std::int32_t count,

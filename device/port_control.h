@@ -29,8 +29,12 @@ class PortControl {
 
   void ClearReceiveBuffer() { port_.ClearReceiveBuffer(); }
 
-  /// Sends the first `count` bytes. What cannot be sent is lost: the reply then stays out.
-  void Write(const FrameBuffer& buffer, std::int32_t count);
+  /// Sends the first `count` bytes; false when not all of them could be sent.
+  bool Write(const FrameBuffer& buffer, std::int32_t count);
+
+  /// Waits until what was sent has passed the wire; false when it cannot all have been sent. Needed
+  /// only where no reply shows that the box has it.
+  bool AwaitSent() { return port_.AwaitSent(); }
 
   /// Reads up to `count` bytes into `buffer` from `first` on, for at most `timeout_ms`; returns how
   /// many came.

@@ -21,6 +21,15 @@ struct SerialSettings {
   std::int32_t stop_bits = kTwoStopBits;
 };
 
+/// How long `bytes` bytes are on the wire, in microseconds: each with a start bit, its data bits, a
+/// parity bit where there is one, and its stop bits.
+constexpr std::int64_t WireMicroseconds(const SerialSettings& settings, std::size_t bytes) {
+  const std::int64_t parity_bits = settings.parity == kNoParity ? 0 : 1;
+  const std::int64_t stop_bits = settings.stop_bits == kTwoStopBits ? 2 : 1;
+  const std::int64_t bits = 1 + settings.data_bits + parity_bits + stop_bits;
+  return static_cast<std::int64_t>(bytes) * bits * 1'000'000 / settings.baud_rate;
+}
+
 /// State of the two output lines, true = on.
 struct ModemLines {
   bool dtr = false;
@@ -51,9 +60,15 @@ class SerialPort {
   /// Drops every received byte that has not been read.
   void ClearReceiveBuffer();
 
-  /// Sends all of `bytes`; false when not all could be sent within one second (the rest is
-  /// cancelled).
+  /// Hands all of `bytes` to the driver; false when not all went there within one second (the rest
+  /// is cancelled). The last of them may still be on their way: see AwaitSent.
   bool Write(std::span<const std::uint8_t> bytes);
+
+  /// Waits until what was written has had its time on the wire and the driver, where it tells,
+  /// holds nothing of it any more; before that a closing or a change of the lines cuts it. False
+  /// when it cannot all have been sent: the port has vanished, or the driver still holds bytes a
+  /// second later. Dispatches no window message and sleeps in the kernel.
+  bool AwaitSent();
 
   /// Reads until `buffer` is full or `timeout_ms` milliseconds have passed; returns how many bytes
   /// came. Dispatches no window message and sleeps in the kernel.

@@ -3,7 +3,10 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "platform/win32/handle.h"
@@ -13,7 +16,29 @@ namespace {
 
 // Far more than the 36 ms that the longest command needs at 9600 baud. Beyond it the driver is
 // holding the bytes back.
-constexpr std::int64_t kWriteLimitMs = 1000;
+constexpr DWORD kWriteLimitMs = 1000;
+
+// The limit of reads that the driver begins with: the shortest wait for a box. See SetLimit.
+constexpr DWORD kReadLimitMs = 500;
+
+// How late a driver may end a request by its own limit, which it counts in ticks of the system's
+// clock. Cancelling earlier would lose bytes: many drivers hand over nothing then.
+constexpr DWORD kPatienceMs = 100;
+
+// A cancel can be lost where it meets an arriving byte, so it is repeated. A driver that has not
+// ended its request after all of them never will.
+constexpr int kCancels = 10;
+constexpr DWORD kCancelMs = 100;
+
+// A request that fails at once, again and again, must not burn the processor.
+constexpr DWORD kLeastTurnMs = 10;
+
+// What the driver no longer counts may still stand in the send buffer of the chip, 16 bytes in the
+// common one.
+constexpr std::size_t kChipBuffer = 16;
+
+// Beside their time on the wire bytes need that of the way there: a frame or two of a USB adapter.
+constexpr DWORD kOnTheWayMs = 10;
 
 std::int64_t MonotonicMs() {
   LARGE_INTEGER frequency;
@@ -33,16 +58,21 @@ class Deadline {
   DWORD Remaining() const {
     return static_cast<DWORD>(std::max<std::int64_t>(at_ms_ - MonotonicMs(), 0));
   }
+  // Sleep may end early by a tick of the system's clock.
+  void SleepOut() const {
+    while (const DWORD left = Remaining()) Sleep(left);
+  }
 
  private:
   std::int64_t at_ms_;
 };
 
-enum class End { kCompleted, kTimedOut, kFailed };
-
-struct Transfer {
-  End end;
-  DWORD count;
+// One request, with all the memory that the driver may write to. On the heap: a driver that never
+// ends a request keeps it.
+struct Request {
+  OVERLAPPED overlapped{};
+  OwnedHandle ended{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::array<std::uint8_t, 64> bytes{};  // The longest frame has 33.
 };
 
 bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings, ModemLines lines) {
@@ -62,19 +92,57 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings, ModemLine
   return SetCommState(port, &block) != FALSE;
 }
 
-// No time limit of the driver: with inherited ones reads return at once or never. The limits are
-// kept here, by cancelling.
-bool ClearTimeouts(HANDLE port) {
-  COMMTIMEOUTS none{};
-  return SetCommTimeouts(port, &none) != FALSE;
+// How many bytes the driver still has to send, 0 from one that does not count them; nothing when
+// the port has vanished. Asking lifts the stop that a line error has put on all requests.
+std::optional<DWORD> BytesHeld(HANDLE port) {
+  COMSTAT status{};
+  if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
+  const DWORD error = GetLastError();
+  if (error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED) return 0;
+  return std::nullopt;
 }
 
 }  // namespace
 
 struct SerialPort::State {
   OwnedHandle port;
-  OwnedHandle completion;  // Signalled when the one operation under way has ended.
-  ModemLines lines;        // As the driver last took them.
+  std::unique_ptr<Request> request;  // Null once the driver has kept it: the port is dead then.
+  COMMTIMEOUTS limits{};             // As the driver has them.
+  SerialSettings settings;
+  ModemLines lines;  // As the driver last took them.
+  Deadline sent{0};  // When all that was written has passed the wire.
+
+  State(const SerialSettings& link, ModemLines at_first) : settings(link), lines(at_first) {}
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  ~State() {
+    if (!port.IsValid()) return;
+    // Some drivers hold the closing back until everything has been sent.
+    PurgeComm(port.Get(), PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
+    // The next opening begins with the lines of the last control block, before it can set its own.
+    SetWholeControlBlock(port.Get(), settings, {});
+  }
+
+  bool Open(const std::wstring& device) {
+    port = OwnedHandle(CreateFileW(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                   OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+    if (!port.IsValid()) return false;
+    request = std::make_unique<Request>();
+    if (!request->ended.IsValid()) return false;
+    // With inherited limits reads would return at once or never.
+    limits.ReadTotalTimeoutConstant = kReadLimitMs;
+    limits.WriteTotalTimeoutConstant = kWriteLimitMs;
+    return SetWholeControlBlock(port.Get(), settings, lines) &&
+           SetCommTimeouts(port.Get(), &limits) != FALSE;
+  }
+
+  // Counts from the moment at which the driver has the bytes: it may begin only then.
+  void NoteWritten(std::size_t count) { sent = Deadline(sent.Remaining() + WireMs(count)); }
+
+  std::int64_t WireMs(std::size_t count) const {
+    return WireMicroseconds(settings, count) / 1000 + 1;
+  }
 
   // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
   // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
@@ -83,45 +151,77 @@ struct SerialPort::State {
     if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) present = wanted;
   }
 
-  // Runs one read or write, begun by `start` with the OVERLAPPED it is handed, and comes back only
-  // when the driver has let go of it: its memory is on the stack.
-  template <class Start>
-  Transfer Run(Start start, DWORD limit_ms) {
-    OVERLAPPED operation{};
-    operation.hEvent = completion.Get();
-    if (start(&operation) == FALSE && GetLastError() != ERROR_IO_PENDING) {
-      return {End::kFailed, 0};
+  // Moves `size` bytes in as many turns as it takes, until the deadline or until the port has
+  // vanished; returns how many. `limit` is the driver's own for this direction; `turn` is told how
+  // many are done and how long the driver will take at most, and returns how many it has added.
+  template <class Turn>
+  std::size_t Transfer(std::size_t size, const Deadline& deadline, DWORD COMMTIMEOUTS::*limit,
+                       Turn turn) {
+    std::size_t done = 0;
+    for (bool first = true; done < size && request; first = false) {
+      const DWORD left = deadline.Remaining();
+      if (!first && left == 0) break;
+      // A limit that is too short costs a second turn where nothing comes; setting it each time
+      // would cost every exchange a call or two.
+      if (!first || limits.*limit > left + kPatienceMs / 2) SetLimit(limits.*limit, left);
+      const Deadline least(kLeastTurnMs);
+      const std::size_t count = turn(done, limits.*limit);
+      done += count;
+      if (count > 0 || deadline.Remaining() == 0) continue;
+      if (!BytesHeld(port.Get())) break;
+      Deadline(std::min(least.Remaining(), deadline.Remaining())).SleepOut();
     }
-    const bool in_time = WaitForSingleObject(completion.Get(), limit_ms) == WAIT_OBJECT_0;
-    if (!in_time) CancelIo(port.Get());
-    // Filled for a cancelled operation too: what did get through. A driver that copies at the end
-    // may count bytes of a cancelled read that it has not handed over: a cut reply is only counted.
+    return done;
+  }
+
+  // Runs one request for at most `size` bytes, begun by `start`, which the driver ends by itself
+  // within `limit_ms`, and returns the bytes that it has moved.
+  template <class Start>
+  std::span<const std::uint8_t> Run(std::size_t size, DWORD limit_ms, Start start) {
+    const auto most = static_cast<DWORD>(std::min(size, request->bytes.size()));
+    request->overlapped = {};
+    request->overlapped.hEvent = request->ended.Get();
+    if (start(*request, most) == FALSE) {
+      if (GetLastError() != ERROR_IO_PENDING) return {};
+      if (!AwaitEnd(limit_ms)) {
+        std::ignore = request.release();  // The driver may write to it at any time from now on.
+        return {};
+      }
+    }
+    // Told for a request that has failed too: what did get through.
     DWORD count = 0;
-    const BOOL whole = GetOverlappedResult(port.Get(), &operation, &count, TRUE);
-    if (whole != FALSE) return {End::kCompleted, count};
-    return {in_time ? End::kFailed : End::kTimedOut, count};
+    GetOverlappedResult(port.Get(), &request->overlapped, &count, FALSE);
+    return std::span(request->bytes).first(std::min(count, most));
+  }
+
+ private:
+  // In milliseconds; none is the shortest one, since 0 would be no limit.
+  void SetLimit(DWORD& limit, DWORD limit_ms) {
+    limit = std::max<DWORD>(limit_ms, 1);
+    SetCommTimeouts(port.Get(), &limits);
+  }
+
+  // False when the driver does not end the request, not even a cancelled one.
+  bool AwaitEnd(DWORD limit_ms) {
+    const HANDLE ended = request->ended.Get();
+    if (WaitForSingleObject(ended, limit_ms + kPatienceMs) == WAIT_OBJECT_0) return true;
+    for (int i = 0; i < kCancels; ++i) {
+      CancelIo(port.Get());
+      if (WaitForSingleObject(ended, kCancelMs) == WAIT_OBJECT_0) return true;
+    }
+    return false;
   }
 };
 
 SerialPort::SerialPort() = default;
-SerialPort::~SerialPort() {
-  Close();
-}
+SerialPort::~SerialPort() = default;
 
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
   if (number < 1) return false;
+  auto state = std::make_unique<State>(settings, lines);
   // Without the device prefix COM10 and above are not found.
-  const std::wstring device = L"\\\\.\\COM" + std::to_wstring(number);
-  auto state = std::make_unique<State>();
-  state->port = OwnedHandle(CreateFileW(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                        OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
-  if (!state->port.IsValid()) return false;
-  state->completion = OwnedHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  if (!state->completion.IsValid()) return false;
-  if (!SetWholeControlBlock(state->port.Get(), settings, lines)) return false;
-  if (!ClearTimeouts(state->port.Get())) return false;
-  state->lines = lines;
+  if (!state->Open(L"\\\\.\\COM" + std::to_wstring(number))) return false;
   state_ = std::move(state);
   return true;
 }
@@ -131,9 +231,6 @@ bool SerialPort::IsOpen() const {
 }
 
 void SerialPort::Close() {
-  if (!state_) return;
-  // Some drivers hold the closing back until everything has been sent.
-  PurgeComm(state_->port.Get(), PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
   state_.reset();
 }
 
@@ -143,38 +240,54 @@ void SerialPort::ClearReceiveBuffer() {
 
 bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   if (!state_) return false;
-  const auto size = static_cast<DWORD>(bytes.size());
-  const HANDLE port = state_->port.Get();
-  const Transfer sent = state_->Run(
-      [&](OVERLAPPED* operation) {
-        return WriteFile(port, bytes.data(), size, nullptr, operation);
-      },
-      kWriteLimitMs);
-  return sent.count == size;
+  State& state = *state_;
+  const std::size_t written = state.Transfer(
+      bytes.size(), Deadline(kWriteLimitMs), &COMMTIMEOUTS::WriteTotalTimeoutConstant,
+      [&](std::size_t done, DWORD limit_ms) {
+        const auto part = bytes.subspan(done);
+        const auto moved = state.Run(part.size(), limit_ms, [&](Request& request, DWORD most) {
+          std::ranges::copy(part.first(most), request.bytes.begin());
+          return WriteFile(state.port.Get(), request.bytes.data(), most, nullptr,
+                           &request.overlapped);
+        });
+        return moved.size();
+      });
+  state.NoteWritten(written);
+  return written == bytes.size();
+}
+
+bool SerialPort::AwaitSent() {
+  if (!state_ || !state_->request) return false;
+  const Deadline limit(state_->sent.Remaining() + kWriteLimitMs);
+  Deadline sent(state_->sent.Remaining() + kOnTheWayMs);
+  while (true) {
+    sent.SleepOut();
+    const std::optional<DWORD> held = BytesHeld(state_->port.Get());
+    if (!held) return false;
+    if (*held == 0) return true;
+    if (limit.Remaining() == 0) return false;
+    sent = Deadline(state_->WireMs(*held + kChipBuffer) + kOnTheWayMs);
+  }
 }
 
 std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {
   if (!state_) return 0;
+  State& state = *state_;
   const Deadline deadline(timeout_ms);
-  const HANDLE port = state_->port.Get();
-  std::size_t received = 0;
-  while (received < buffer.size()) {
-    const auto rest = buffer.subspan(received);
-    const Transfer got = state_->Run(
-        [&](OVERLAPPED* operation) {
-          return ReadFile(port, rest.data(), static_cast<DWORD>(rest.size()), nullptr, operation);
-        },
-        deadline.Remaining());
-    received += got.count;
-    if (got.end == End::kTimedOut) break;
-    if (got.count == 0) {
-      // The port has vanished: the operating system answers at once from now on. Sleeping the limit
-      // out makes it what it is to the exchange, a silent box, and keeps a client that tries again
-      // and again from burning the processor.
-      Sleep(deadline.Remaining());
-      break;
-    }
-  }
+  const std::size_t received = state.Transfer(
+      buffer.size(), deadline, &COMMTIMEOUTS::ReadTotalTimeoutConstant,
+      [&](std::size_t done, DWORD limit_ms) {
+        const auto part = buffer.subspan(done);
+        const auto moved = state.Run(part.size(), limit_ms, [&](Request& request, DWORD most) {
+          return ReadFile(state.port.Get(), request.bytes.data(), most, nullptr,
+                          &request.overlapped);
+        });
+        std::ranges::copy(moved, part.begin());
+        return moved.size();
+      });
+  // A port that has vanished, or whose driver is stuck, is what a silent box is: a client that
+  // tries again and again must not burn the processor.
+  if (received < buffer.size()) deadline.SleepOut();
   return received;
 }
 

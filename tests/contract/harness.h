@@ -179,6 +179,9 @@ void DeviceAnswers(const std::vector<std::uint8_t>& bytes);
 /// The device sends `bytes` at once, unasked; they have left it when this returns.
 void DeviceSends(const std::vector<std::uint8_t>& bytes);
 
+/// From now on the device takes each byte only when it has had its time on a wire at 9600 baud.
+void DeviceTakesItsTime();
+
 /// What has reached the device since ResetDevice; waits for `count` bytes, but not for ever.
 std::vector<std::uint8_t> DeviceReceived(std::size_t count);
 

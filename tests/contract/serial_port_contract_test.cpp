@@ -20,15 +20,21 @@ using platform::SerialSettings;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::int32_t kFirstByteMs = 200;
+// Long enough to tell a limit from its double on a busy machine.
+constexpr std::int32_t kSilentMs = 1200;
 // Long enough for any reply; nothing waits so long unless it goes wrong.
 constexpr std::int32_t kPlentyMs = 10'000;
 
 const Bytes kCommand{contract::kDeviceCommand};
+const Bytes kLongCommand(19, 0xFE);
+// 9600 baud: start bit, 8 data bits, two stop bits.
+constexpr double kByteMs = 11 / 9.6;
 
 TEST(SerialPortContract, APortThatWasNeverOpenedDoesNothing) {
   SerialPort port;
   EXPECT_FALSE(port.IsOpen());
   EXPECT_FALSE(port.Write(kCommand));
+  EXPECT_FALSE(port.AwaitSent());
   std::array<std::uint8_t, 4> buffer{};
   EXPECT_EQ(port.Read(buffer, 0), 0u);
   port.ClearReceiveBuffer();
@@ -134,6 +140,41 @@ TEST_F(SerialDeviceContract, WritingNothingSucceeds) {
   EXPECT_EQ(contract::DeviceReceived(0), Bytes{});
 }
 
+TEST_F(SerialDeviceContract, WhatIsSentIsWaitedForUntilItHasPassedTheWire) {
+  ASSERT_TRUE(Open());
+  const double begin = MonotonicMs();
+  EXPECT_TRUE(port_.Write(kLongCommand));
+  EXPECT_TRUE(port_.Write(kCommand));
+  EXPECT_TRUE(port_.AwaitSent());
+  const double bytes = static_cast<double>(kLongCommand.size() + kCommand.size());
+  EXPECT_GE(MonotonicMs() - begin, bytes * kByteMs - 1);
+  EXPECT_LT(MonotonicMs() - begin, kPlentyMs / 2.0);
+  EXPECT_EQ(contract::DeviceReceived(kLongCommand.size() + kCommand.size()).back(), kCommand[0]);
+}
+
+TEST_F(SerialDeviceContract, AWaitForNothingSentIsShort) {
+  ASSERT_TRUE(Open());
+  const double begin = MonotonicMs();
+  EXPECT_TRUE(port_.AwaitSent());
+  EXPECT_LT(MonotonicMs() - begin, kFirstByteMs);
+}
+
+TEST_F(SerialDeviceContract, WhatWasWaitedForOutlivesTheClosing) {
+  contract::DeviceTakesItsTime();
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kLongCommand));
+  EXPECT_TRUE(port_.AwaitSent());
+  port_.Close();
+  EXPECT_EQ(contract::DeviceReceived(kLongCommand.size()), kLongCommand);
+}
+
+TEST_F(SerialDeviceContract, AVanishedPortHasNotSentWhatWasWritten) {
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(port_.Write(kCommand));
+  contract::DeviceVanishes();
+  EXPECT_FALSE(port_.AwaitSent());
+}
+
 TEST_F(SerialDeviceContract, AFullBufferEndsTheReadEarly) {
   ASSERT_TRUE(Open());
   contract::DeviceSends({1, 2, 3});
@@ -146,8 +187,9 @@ TEST_F(SerialDeviceContract, AFullBufferEndsTheReadEarly) {
 TEST_F(SerialDeviceContract, ASilentDeviceIsWaitedForUntilTheLimit) {
   ASSERT_TRUE(Open());
   const double begin = MonotonicMs();
-  EXPECT_EQ(Read(1, kFirstByteMs), Bytes{});
-  EXPECT_GE(MonotonicMs() - begin, kFirstByteMs - contract::kTickMs);
+  EXPECT_EQ(Read(1, kSilentMs), Bytes{});
+  EXPECT_GE(MonotonicMs() - begin, kSilentMs - contract::kTickMs);
+  EXPECT_LT(MonotonicMs() - begin, 2 * kSilentMs - contract::kTickMs);
 }
 
 TEST_F(SerialDeviceContract, AShortReplyIsHandedOverAtTheLimit) {
@@ -171,6 +213,17 @@ TEST_F(SerialDeviceContract, WithoutALimitOnlyWhatIsThereIsRead) {
   contract::DeviceSends({7, 8});
   EXPECT_EQ(Read(1, kPlentyMs), Bytes{7});
   EXPECT_EQ(Read(4, 0), Bytes{8});
+}
+
+// The end of a wait may meet the arrival of a byte, each time at another moment.
+TEST_F(SerialDeviceContract, WithoutALimitNothingIsLostAndNothingHangsHoweverOften) {
+  ASSERT_TRUE(Open());
+  for (int round = 0; round < 100; ++round) {
+    ASSERT_EQ(Read(4, 0), Bytes{}) << round;
+    contract::DeviceSends({7, 8});
+    ASSERT_EQ(Read(1, kPlentyMs), Bytes{7}) << round;
+    ASSERT_EQ(Read(4, 0), Bytes{8}) << round;
+  }
 }
 
 TEST_F(SerialDeviceContract, ReadingIntoNothingReturnsAtOnce) {
@@ -266,6 +319,26 @@ TEST_F(SerialDeviceContract, OpeningWithTheLinesOffNeverPulsesThem) {
   ASSERT_TRUE(Open());
   ASSERT_TRUE(contract::DeviceSeesLines({}));
   for (const ModemLines lines : contract::LineHistoryAtDevice()) EXPECT_EQ(lines, ModemLines{});
+}
+
+TEST_F(SerialDeviceContract, OpeningAfterASessionWithTheLinesOnDoesNotPulseThemEither) {
+  ASSERT_TRUE(Open({true, true}));
+  port_.Close();
+  ASSERT_TRUE(contract::DeviceSeesLines({}));
+  const std::size_t before = contract::LineHistoryAtDevice().size();
+  ASSERT_TRUE(Open());
+  ASSERT_TRUE(contract::DeviceSeesLines({}));
+  const auto history = contract::LineHistoryAtDevice();
+  for (std::size_t i = before; i < history.size(); ++i) EXPECT_EQ(history[i], ModemLines{});
+}
+
+TEST_F(SerialDeviceContract, TheLinesGoOffWhenThePortCloses) {
+  for (const ModemLines lines : {ModemLines{true, false}, ModemLines{true, true}}) {
+    ASSERT_TRUE(Open(lines));
+    ASSERT_TRUE(contract::DeviceSeesLines(lines));
+    port_.Close();
+    EXPECT_TRUE(contract::DeviceSeesLines({}));
+  }
 }
 
 TEST_F(SerialDeviceContract, TheLinesFollowWhatIsSet) {

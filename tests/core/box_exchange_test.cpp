@@ -34,8 +34,41 @@ using Journal = std::vector<std::string>;
 
 TEST_F(BoxExchange, WithoutAnExpectedReplyTheCommandIsSentOnceAndTheCountIsZero) {
   OpenBox(true, kElectric);
-  EXPECT_EQ(JournalOf(0, 12500), (Journal{"write 80"}));
+  EXPECT_EQ(JournalOf(0, 12500), (Journal{"write 80", "sent"}));
   EXPECT_EQ(TxRx(0, 12500), 0);
+}
+
+TEST_F(BoxExchange, WithoutAnExpectedReplyTheCommandLastsUntilItsBytesHavePassedTheWire) {
+  Open(true);
+  const auto start = TheWorld().now;
+  EXPECT_EQ(ZentrelAccess::TxRx(*zentrel, tx, 19, rx, 0, 500), 0);
+  constexpr fakes::Microseconds kNineteenBytes{19 * 11 * 1'000'000 / 9600};
+  EXPECT_EQ(TheWorld().now - start, kNineteenBytes);
+}
+
+TEST_F(BoxExchange, WithoutAnExpectedReplyACommandThatTheDriverDoesNotTakeWholeCountsAsATimeout) {
+  OpenBox(true, kElectric);
+  Port().driver_room = 3;
+  EXPECT_EQ(ZentrelAccess::TxRx(*zentrel, tx, 4, rx, 0, 500), -1);
+  EXPECT_EQ(ZentrelAccess::TxRx(*zentrel, tx, 3, rx, 0, 500), 0);
+}
+
+TEST_F(BoxExchange, WithoutAnExpectedReplyACommandToAPortThatIsGoneCountsAsATimeout) {
+  OpenBox(true, kElectric);
+  Port().device = [&](std::span<const std::uint8_t>) {
+    Port().vanished = true;
+    return fakes::Reaction{};
+  };
+  EXPECT_EQ(TxRx(0, 500), -1) << "it goes while the bytes are on the wire";
+  EXPECT_EQ(TxRx(0, 500), -1) << "it has gone before";
+}
+
+TEST_F(BoxExchange, WithAnExpectedReplyNothingWaitsForTheWire) {
+  OpenBox(true, kOther);
+  const auto start = TheWorld().now;
+  Port().Answer({1});
+  EXPECT_EQ(TxRx(1, 500), 1);
+  EXPECT_EQ(TheWorld().now, start);
 }
 
 TEST_F(BoxExchange, ANonElectricBoxIsSentACommandExactlyOnceWhateverTheTimeout) {

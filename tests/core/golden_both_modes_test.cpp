@@ -135,7 +135,7 @@ TEST_P(GoldenInBothModes, Telic2TestIsOneExchangeWhoseReplyBecomesData) {
 TEST_P(GoldenInBothModes, Telic2TestOfMessagesThatHaveNoReplyWaitsForNone) {
   Open(Maintained());
   EXPECT_EQ(Run(kTestCommand, {20}, {0x11}), S_OKAY);
-  Expect(Lines("log TELIC2Test", Around(Journal{"write 7E 00 C9 02 14 11"})));
+  Expect(Lines("log TELIC2Test", Around(Journal{"write 7E 00 C9 02 14 11", "sent"})));
 }
 
 TEST_P(GoldenInBothModes, Telic2CommandsAreNotTriedAgainAfterATimeout) {

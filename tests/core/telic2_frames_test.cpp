@@ -298,10 +298,10 @@ class Telic2TestFrames : public Telic2Frames {
 TEST_F(Telic2TestFrames, WithOnlyMessagesThatHaveNoReplyHaveNoFlagAndExpectNothing) {
   EXPECT_EQ(Test({20, 20}, {0x12, 0x34}), S_OKAY);
   EXPECT_EQ(Sent(), "7E 00 C9 04 14 12 14 34");
-  EXPECT_EQ(
-      TheWorld().TakeJournal(),
-      (std::vector<std::string>{"log TELIC2Test", "supply DTR", "event True",
-                                "write 7E 00 C9 04 14 12 14 34", "supply DTR", "event False"}));
+  EXPECT_EQ(TheWorld().TakeJournal(),
+            (std::vector<std::string>{"log TELIC2Test", "supply DTR", "event True",
+                                      "write 7E 00 C9 04 14 12 14 34", "sent", "supply DTR",
+                                      "event False"}));
   EXPECT_EQ(data, (Numbers{0x12, 0x34}));
 }
 

@@ -11,6 +11,9 @@ using fakes::Microseconds;
 using fakes::Milliseconds;
 using fakes::TheWorld;
 
+// How long the driver is given to take what is written.
+constexpr Milliseconds kWriteLimit{1000};
+
 std::string NameOf(ModemLines lines) {
   if (lines.dtr && lines.rts) return "DTR and RTS";
   return lines.dtr ? "DTR" : lines.rts ? "RTS" : "off";
@@ -20,6 +23,25 @@ std::string NameOf(const SerialSettings& settings) {
   return std::to_string(settings.baud_rate) + " baud, parity " + std::to_string(settings.parity) +
          ", " + std::to_string(settings.data_bits) + " data, stop setting " +
          std::to_string(settings.stop_bits);
+}
+
+// What has not passed by now never will.
+void CutWire(FakePort& port) {
+  std::erase_if(port.wire, [](const auto& byte) { return byte.first > TheWorld().now; });
+}
+
+void PutOnWire(FakePort& port, std::span<const std::uint8_t> bytes) {
+  Microseconds begin = TheWorld().now;
+  if (!port.wire.empty()) begin = std::max(begin, port.wire.back().first);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    port.wire.emplace_back(begin + Microseconds(WireMicroseconds(port.settings, i + 1)), bytes[i]);
+  }
+}
+
+void SwitchLines(FakePort& port, ModemLines lines) {
+  if ((port.lines.dtr && !lines.dtr) || (port.lines.rts && !lines.rts)) CutWire(port);
+  port.lines = lines;
+  port.line_history.push_back(lines);
 }
 
 }  // namespace
@@ -64,8 +86,9 @@ void SerialPort::Close() {
   if (!IsOpen()) return;
   TheWorld().Note("close COM" + std::to_string(state_->number));
   if (FakePort* port = state_->Port()) {
+    CutWire(*port);
+    SwitchLines(*port, {});
     port->open = false;
-    port->lines = {};
   }
   state_->number = 0;
 }
@@ -82,7 +105,13 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   if (!port) return false;
   TheWorld().Note("write " + fakes::Hex(bytes));
   if (port->vanished) return false;
-  port->written.emplace_back(bytes.begin(), bytes.end());
+  const auto taken = bytes.first(std::min(bytes.size(), port->driver_room.value_or(bytes.size())));
+  port->written.emplace_back(taken.begin(), taken.end());
+  PutOnWire(*port, taken);
+  if (taken.size() < bytes.size()) {
+    TheWorld().Advance(kWriteLimit);
+    return false;
+  }
   fakes::Reaction reaction;
   if (!port->reactions.empty()) {
     reaction = std::move(port->reactions.front());
@@ -96,6 +125,15 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
     for (const std::uint8_t byte : chunk.bytes) port->incoming.emplace(time, byte);
   }
   return true;
+}
+
+bool SerialPort::AwaitSent() {
+  FakePort* port = state_->Port();
+  if (!port) return false;
+  fakes::World& world = TheWorld();
+  if (!port->wire.empty()) world.now = std::max(world.now, port->wire.back().first);
+  world.Note(port->vanished ? "not sent" : "sent");
+  return !port->vanished;
 }
 
 std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {
@@ -120,10 +158,19 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
 void SerialPort::SetLines(ModemLines lines) {
   TheWorld().Enter("SerialPort::SetLines");
   TheWorld().Note("supply " + NameOf(lines));
-  if (FakePort* port = state_->Port()) {
-    port->lines = lines;
-    port->line_history.push_back(lines);
-  }
+  if (FakePort* port = state_->Port()) SwitchLines(*port, lines);
 }
 
 }  // namespace qmzentrel::platform
+
+namespace qmzentrel::fakes {
+
+Bytes FakePort::Received() const {
+  Bytes received;
+  for (const auto& [passed, byte] : wire) {
+    if (passed <= TheWorld().now) received.push_back(byte);
+  }
+  return received;
+}
+
+}  // namespace qmzentrel::fakes

@@ -47,9 +47,17 @@ struct FakePort {
   platform::SerialSettings settings;
   platform::ModemLines lines;
   std::vector<platform::ModemLines> line_history;  ///< each setting since the port was there
-  std::vector<Bytes> written;
+  std::vector<Bytes> written;                      ///< what the driver was handed, write by write
+  std::optional<std::size_t> driver_room;  ///< bytes of a write that the driver takes; unset: all
+  /// Each byte with the moment at which its last bit has passed the wire. A line that goes off
+  /// takes the supply from the box, and a closing empties the driver: either cuts what has not
+  /// passed.
+  std::vector<std::pair<Microseconds, std::uint8_t>> wire;
   int clears = 0;                                      ///< of the receive buffer
   std::multimap<Microseconds, std::uint8_t> incoming;  ///< by time of arrival
+
+  /// What has reached the device by now.
+  Bytes Received() const;
 
   /// Queues a reaction that is one chunk.
   void Answer(Bytes bytes, Milliseconds after = Milliseconds{0}) {

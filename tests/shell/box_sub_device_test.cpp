@@ -1,4 +1,6 @@
 // Sub-device messages over the wire, byte for byte.
+#include <functional>
+#include <iterator>
 #include <vector>
 
 #include "tests/shell/box_test.h"
@@ -43,13 +45,20 @@ class BoxSubDevice : public BoxTest {
 
   using Command = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(LONG, SAFEARRAY**, SAFEARRAY**,
                                                           ZentrelStatus*);
-  ZentrelStatus Run(Command command, Messages& messages) {
+  ZentrelStatus Run(Command command, Messages& messages) { return Run(client, command, messages); }
+  static ZentrelStatus Run(const BoxClient& by, Command command, Messages& messages) {
     ZentrelStatus status = S_BAD_SUM;  // which no command here answers
-    EXPECT_EQ((client.Object()->*command)(messages.Count(), messages.Identifiers(), messages.Data(),
-                                          &status),
-              S_OK);
+    EXPECT_EQ(
+        (by.Object()->*command)(messages.Count(), messages.Identifiers(), messages.Data(), &status),
+        S_OK);
     return status;
   }
+
+  // As many messages without a reply as fit a frame, and the frame: 19 bytes, 22 ms on the wire.
+  static constexpr LONG kNoReply = 3;
+  static Messages LongTest() { return Messages(std::vector<LONG>(15, kNoReply)); }
+  static constexpr const char* kLongFrame =
+      "> 7E 00 C9 0F 03 03 03 03 03 03 03 03 03 03 03 03 03 03 03";
 
   TestCatalog catalog;
   BoxClient client;
@@ -96,6 +105,47 @@ TEST_F(BoxSubDevice, ATestWithoutAReplyIsSentOnceAndNothingIsAwaited) {
   EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_OKAY);
   Box().AwaitFrames(1);
   EXPECT_EQ(Box().Frames(), Journal{"> 7E 00 C9 03 03 01 5A"});
+}
+
+TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThoughTheDeviceIsClosedNext) {
+  Journal expected;
+  for (int round = 0; round < 10; ++round) {
+    Messages messages = LongTest();
+    ASSERT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_OKAY);
+    client.Close();
+    expected.emplace_back(kLongFrame);
+    Box().AwaitFrames(expected.size());
+    Open(client);
+  }
+  EXPECT_EQ(Box().Frames(), expected);
+}
+
+// The box takes each byte when it would have passed the wire, and loses it when its supply has
+// dropped by then.
+TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIsDoneNext) {
+  client.Close();
+  Box().Tell("set intake 1");
+  const std::function<void(BoxClient&)> nexts[] = {[](BoxClient& one) { one.Close(); },
+                                                   [](BoxClient& one) { Open(one); },
+                                                   [](BoxClient& one) { one.Release(); }};
+  Journal expected;
+  for (std::size_t round = 0; round < 10; ++round) {
+    BoxClient one;
+    Open(one);
+    ASSERT_EQ(Let(one.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
+    Messages messages = LongTest();
+    ASSERT_EQ(Run(one, &_Zentrel::TELIC2Test, messages), S_OKAY);
+    nexts[round % std::size(nexts)](one);
+    expected.emplace_back(kLongFrame);
+    Box().AwaitFrames(expected.size());
+  }
+  EXPECT_EQ(Box().Frames(), expected);
+}
+
+TEST_F(BoxSubDevice, ATestWithoutAReplyThroughAPortThatIsGoneIsATimeOut) {
+  Box().Tell("unplug");
+  Messages messages = LongTest();
+  EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_TIMEOUT);
 }
 
 TEST_F(BoxSubDevice, ASilentBoxIsATimeOutAndAShortReplyABadOne) {

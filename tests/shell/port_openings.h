@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/shell/replaced_import.h"
+#include "tests/automation/replaced_import.h"
 
 namespace qmzentrel::shell {
 
@@ -31,12 +31,11 @@ class PortOpenings {
   void Allow() { refusal_ = ERROR_SUCCESS; }
 
  private:
-  using OpenFunction = decltype(&CreateFileW);
   static HANDLE WINAPI Open(LPCWSTR name, DWORD access, DWORD share_mode, SECURITY_ATTRIBUTES*,
                             DWORD disposition, DWORD flags, HANDLE pattern);
 
   static PortOpenings* current_;
-  ReplacedImport<OpenFunction> import_;
+  automation::ReplacedImport<decltype(&CreateFileW)> import_;
   DWORD refusal_ = ERROR_SUCCESS;
 };
 

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/automation/replaced_import.h"
 #include "tests/shell/com_client.h"
 #include "tests/shell/registry_snapshot.h"
-#include "tests/shell/replaced_import.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -200,8 +200,8 @@ class RefusedChange {
 
   static inline RefusedChange* current_ = nullptr;
   int left_;
-  ReplacedImport<decltype(&RegCreateKeyExW)> create_;
-  ReplacedImport<decltype(&RegSetValueExW)> set_;
+  automation::ReplacedImport<decltype(&RegCreateKeyExW)> create_;
+  automation::ReplacedImport<decltype(&RegSetValueExW)> set_;
 };
 
 // Of everything that registering touches.

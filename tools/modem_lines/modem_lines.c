@@ -4,7 +4,7 @@
  * a pseudo-terminal those fail. Preloaded into the client, this library answers them for /dev/pts/N
  * when the folder named by QMZ_MODEM_LINES holds a file pts-N. The virtual box makes that file and
  * reads its supply line from it: each setting of the lines appends one record, the last is the
- * state, an empty file means both lines off.
+ * state, an empty file means both lines off. Closing the port drops both, as hardware does.
  *
  * Self-contained on purpose: 32-bit headers are not installed on a 64-bit build machine, and the
  * process that loads the library brings its own C library. */
@@ -20,7 +20,6 @@ struct Timespec {
 extern void* dlsym(void* handle, const char* name);
 extern char* getenv(const char* name);
 extern int open(const char* path, int flags, ...);
-extern int close(int file);
 extern long lseek(int file, long offset, int origin);
 extern int read(int file, void* buffer, size_t size);
 extern int write(int file, const void* buffer, size_t size);
@@ -52,6 +51,12 @@ enum {
 enum { kRecordLength = 25 };
 
 static const char kTerminalFolder[] = "/dev/pts/";
+
+static int CloseFile(int file) {
+  static int (*next)(int);
+  if (next == NULL) next = (int (*)(int))dlsym(NEXT_LIBRARY, "close");
+  return next(file);
+}
 
 /* The line file of the terminal that `port` is, open; -1 when `port` is no such terminal. */
 static int OpenLineFile(int port) {
@@ -112,8 +117,21 @@ static int AnswerLineRequest(int port, unsigned long request, unsigned* argument
       answered = AppendLines(file, *argument);
       break;
   }
-  close(file);
+  CloseFile(file);
   return answered;
+}
+
+static void DropLines(int port) {
+  const int file = OpenLineFile(port);
+  if (file < 0) return;
+  if (ReadLines(file) != 0) AppendLines(file, 0);
+  CloseFile(file);
+}
+
+/* Wine holds one descriptor for each open port, and closes it when the client closes the port. */
+int close(int file) {
+  DropLines(file);
+  return CloseFile(file);
 }
 
 /* A 32-bit program calls one or the other, depending on the width of its time type. */

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <span>
 #include <system_error>
 #include <variant>
 
@@ -11,6 +12,9 @@
 
 namespace qmzentrel::virtual_box {
 namespace {
+
+// How often the box looks for new bytes where it matters when they came.
+constexpr std::chrono::milliseconds kLook{1};
 
 void PrintLine(std::FILE* file, const std::string& text) {
   std::fprintf(file, "%s\n", text.c_str());
@@ -100,8 +104,12 @@ void BoxProgram::Run() {
     // A client may switch the supply on and send in one go: whatever it has switched before it sent
     // these bytes is seen now, and counts first.
     const Bytes received = port_.Read();
+    const bool takes_time = model_.facts.intake != 0;
+    if (takes_time) PutOnWire(received);
+    looked_ = now;
     TakeLines(now);
-    if (!received.empty()) model_.Receive(received, now);
+    PassBytes(now);
+    if (!takes_time && !received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
     port_.Write(output.bytes);
     if (output.unplug) Unplug();
@@ -120,6 +128,7 @@ void BoxProgram::Unplug() {
   if (!IsPlugged()) return;
   const Time now = MonotonicNow();
   port_.Unplug();
+  on_wire_.clear();
   model_.DropTraffic(now);
   LogEvent("unplugged");
   // The lines end with the cable.
@@ -128,14 +137,36 @@ void BoxProgram::Unplug() {
 }
 
 std::optional<Time> BoxProgram::NextDue() const {
-  const auto model = model_.NextDue();
-  const auto server = server_.NextDue();
-  if (!model || !server) return model ? model : server;
-  return std::min(*model, *server);
+  std::optional<Time> next = model_.NextDue();
+  const auto consider = [&next](std::optional<Time> time) {
+    if (time) next = next ? std::min(*next, *time) : *time;
+  };
+  consider(server_.NextDue());
+  if (!on_wire_.empty()) consider(on_wire_.front().first);
+  if (model_.facts.intake != 0) consider(looked_ + kLook);
+  return next;
+}
+
+// Bytes that are found now may be as old as the last look. They count as that old, so that a box on
+// a busy machine does not lose what a real one would have had in time.
+void BoxProgram::PutOnWire(const Bytes& bytes) {
+  for (const std::uint8_t byte : bytes) {
+    wire_free_ = std::max(wire_free_, looked_) + kByteTime;
+    on_wire_.emplace_back(wire_free_, byte);
+  }
+}
+
+void BoxProgram::PassBytes(Time until) {
+  while (!on_wire_.empty() && on_wire_.front().first <= until) {
+    const auto [passed, byte] = on_wire_.front();
+    on_wire_.pop_front();
+    model_.Receive(std::span(&byte, 1), passed);
+  }
 }
 
 void BoxProgram::TakeLines(Time now) {
   for (const LineChange& change : port_.TakeLineChanges()) {
+    PassBytes(change.time);
     supply_.Add(change);
     model_.SetSupply(supply_.IsOn(), std::min(change.time, now));
   }

@@ -1,7 +1,12 @@
 // The box at work: model, port, supply line, log and control channel in one loop on one thread.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "tools/virtual_box/box_model.h"
 #include "tools/virtual_box/control.h"
@@ -38,6 +43,8 @@ class BoxProgram : public BoxHost {
 
  private:
   std::optional<Time> NextDue() const;
+  void PutOnWire(const Bytes& bytes);
+  void PassBytes(Time until);
   void TakeLines(Time now);
   void LogEvent(const std::string& meaning);
 
@@ -48,6 +55,11 @@ class BoxProgram : public BoxHost {
   Port port_;
   Control control_;
   ControlServer server_;
+  // The bytes on their way through the wire, where that takes time, each with the moment at which
+  // it has passed.
+  std::deque<std::pair<Time, std::uint8_t>> on_wire_;
+  Time wire_free_{0};
+  Time looked_{0};  // for new bytes
   std::FILE* log_file_ = nullptr;
   bool quitting_ = false;
 };

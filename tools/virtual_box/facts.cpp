@@ -44,6 +44,7 @@ constexpr FactField kFields[] = {
     {"answer-ms", kManners, &Facts::answer_ms, kTenMinutes, kDecimal},
     {"gap-ms", kManners, &Facts::gap_ms, kTenMinutes, kDecimal},
     {"pace", kManners, &Facts::pace, 1, kDecimal},
+    {"intake", kManners, &Facts::intake, 1, kDecimal},
 };
 
 std::optional<std::uint32_t> ParseVersion(std::string_view text) {

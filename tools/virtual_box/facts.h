@@ -46,6 +46,7 @@ struct Facts {
   std::uint32_t answer_ms = 0;      ///< from the end of a command to the start of its reply
   std::uint32_t gap_ms = 100;       ///< a pause of this length ends whatever was being received
   std::uint32_t pace = 1;           ///< 1: bytes take their time on the wire, 0: at once
+  std::uint32_t intake = 0;         ///< 1: a byte is taken when it would have passed the wire
 };
 
 enum class FactGroup { kBox, kRecord, kRadio, kManners };

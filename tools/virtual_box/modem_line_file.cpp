@@ -4,8 +4,11 @@
 #include <sys/inotify.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <optional>
+
+#include "tools/virtual_box/event_wait.h"
 
 namespace qmzentrel::virtual_box {
 namespace {
@@ -26,13 +29,15 @@ std::optional<LineChange> ParseRecord(const std::string& record) {
 
 }  // namespace
 
-std::string ModemLineFile::Create(const std::string& path) {
+std::string ModemLineFile::Create(const std::string& path, const std::string& terminal) {
   Remove();
-  file_ = FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  file_ =
+      FileDescriptor(open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!file_.IsOpen()) return "cannot make " + path + ": " + std::strerror(errno);
   path_ = path;
   watch_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-  if (!watch_.IsOpen() || inotify_add_watch(watch_.Get(), path.c_str(), IN_MODIFY) < 0) {
+  if (!watch_.IsOpen() || inotify_add_watch(watch_.Get(), path.c_str(), IN_MODIFY) < 0 ||
+      inotify_add_watch(watch_.Get(), terminal.c_str(), IN_OPEN | IN_CLOSE) < 0) {
     const std::string reason = std::strerror(errno);
     Remove();
     return "cannot watch " + path + ": " + reason;
@@ -44,14 +49,14 @@ void ModemLineFile::Remove() {
   watch_.Reset();
   file_.Reset();
   partial_.clear();
+  openings_ = 0;
+  are_off_ = true;
   if (!path_.empty()) unlink(path_.c_str());
   path_.clear();
 }
 
 std::vector<LineChange> ModemLineFile::TakeChanges() {
-  alignas(inotify_event) char buffer[4096];
-  while (read(watch_.Get(), buffer, sizeof buffer) > 0) {
-  }
+  char buffer[4096];
   ssize_t count = 0;
   while ((count = read(file_.Get(), buffer, sizeof buffer)) > 0) {
     partial_.append(buffer, static_cast<std::size_t>(count));
@@ -62,7 +67,35 @@ std::vector<LineChange> ModemLineFile::TakeChanges() {
     if (const auto change = ParseRecord(partial_.substr(0, end))) changes.push_back(*change);
     partial_.erase(0, end + 1);
   }
+  if (!changes.empty()) are_off_ = !changes.back().dtr && !changes.back().rts;
+  // After the records: whoever has written one had opened the terminal before.
+  TakeOpenings();
+  if (openings_ == 0 && !are_off_) AppendOff();
   return changes;
+}
+
+void ModemLineFile::TakeOpenings() {
+  alignas(inotify_event) char buffer[4096];
+  ssize_t count = 0;
+  while ((count = read(watch_.Get(), buffer, sizeof buffer)) > 0) {
+    for (const char* at = buffer; at < buffer + count;) {
+      const auto* const event = reinterpret_cast<const inotify_event*>(at);
+      if ((event->mask & IN_OPEN) != 0) ++openings_;
+      if ((event->mask & IN_CLOSE) != 0) --openings_;
+      at += sizeof *event + event->len;
+    }
+  }
+}
+
+// Comes back as a change like those of a client.
+void ModemLineFile::AppendOff() {
+  const Time now = MonotonicNow();
+  char record[40];
+  const int length = std::snprintf(record, sizeof record, "0 0 %010lld.%09lld\n",
+                                   static_cast<long long>(now / std::chrono::seconds(1)),
+                                   static_cast<long long>((now % std::chrono::seconds(1)).count()));
+  // Not by write, which would move the place at which the next record is read.
+  if (pwrite(file_.Get(), record, static_cast<std::size_t>(length), 0) == length) are_off_ = true;
 }
 
 }  // namespace qmzentrel::virtual_box

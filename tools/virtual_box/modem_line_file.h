@@ -1,5 +1,6 @@
 // The file in which a pseudo-terminal's modem lines are kept: the preloaded modem-lines library
-// writes it in the client's process, the box reads it.
+// writes it in the client's process, the box reads it. A client that ends without closing its port
+// leaves that to the box: the lines drop when nobody has the terminal open any more.
 #pragma once
 
 #include <string>
@@ -17,8 +18,9 @@ class ModemLineFile {
   ModemLineFile(const ModemLineFile&) = delete;
   ModemLineFile& operator=(const ModemLineFile&) = delete;
 
-  /// Makes an empty file (both lines off) and watches it; the reason when that fails, else empty.
-  std::string Create(const std::string& path);
+  /// Makes an empty file (both lines off) and watches it, and who opens `terminal` from now on; the
+  /// reason when that fails, else empty.
+  std::string Create(const std::string& path, const std::string& terminal);
   void Remove();
 
   /// Becomes readable when the file has changed.
@@ -28,10 +30,15 @@ class ModemLineFile {
   std::vector<LineChange> TakeChanges();
 
  private:
+  void TakeOpenings();
+  void AppendOff();
+
   std::string path_;
   FileDescriptor file_;
   FileDescriptor watch_;
   std::string partial_;
+  int openings_ = 0;     // of the terminal that have not been closed
+  bool are_off_ = true;  // as the last record says
 };
 
 }  // namespace qmzentrel::virtual_box

@@ -100,7 +100,7 @@ std::string Port::Plug() {
 
   if (!options_.lines_dir.empty()) {
     const std::string file = "pts-" + fs::path(name).filename().string();
-    std::string reason = state->lines.Create((fs::path(options_.lines_dir) / file).string());
+    std::string reason = state->lines.Create((fs::path(options_.lines_dir) / file).string(), name);
     if (!reason.empty()) return reason;
   }
   if (!options_.link.empty()) {

@@ -7,6 +7,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -224,6 +225,43 @@ TEST_F(VirtualBoxProgram, LogsTheSameLinesToFileTraceAndControlChannel) {
   EXPECT_EQ(log[1].meaning, "Box Status");
   EXPECT_EQ(log[2].bytes.size(), 7U);
   EXPECT_LE(log[2].start, MonotonicNow());
+}
+
+TEST_F(VirtualBoxProgram, DropsTheLinesOfAClientThatEndsWithoutClosing) {
+  fs::create_directory(LinesFolder());
+  Start({"--lines", LinesFolder(), "--startup-ms", "0"});
+  FileDescriptor first = OpenPort();
+  FileDescriptor second = OpenPort();
+  SetLines(true, true);
+  EXPECT_TRUE(Do("state").starts_with("ok plugged supplied"));
+  first.Reset();
+  EXPECT_TRUE(Do("state").starts_with("ok plugged supplied")) << "another has it open";
+  second.Reset();
+  const Time begin = MonotonicNow();
+  while (!Do("state").starts_with("ok plugged unsupplied") && MonotonicNow() - begin < kPatience) {
+  }
+  const auto lines = control.Command("lines").lines;
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_TRUE(lines[1].ends_with("dtr=0 rts=0")) << lines[1];
+
+  first = OpenPort();
+  SetLines(true, false);
+  EXPECT_TRUE(Do("state").starts_with("ok plugged supplied"));
+}
+
+TEST_F(VirtualBoxProgram, TakesBytesAsSlowlyAsAWireGivesThemWhereItIsTold) {
+  Start({"--set", "intake=1", "--pace", "off"});
+  const FileDescriptor port = OpenPort();
+  const Bytes frame{0x7E, 0x20, 0xC6, 0x08, 8, 1, 2, 17, 1, 2, 3, 4};
+  // A box that was not given the processor for a while makes up for it: only the slowest counts.
+  Time slowest{0};
+  for (int round = 0; round < 10; ++round) {
+    const Time sent = MonotonicNow();
+    Write(port, frame);
+    EXPECT_EQ(Read(port, frame.size()).size(), frame.size()) << "the echo";
+    slowest = std::max(slowest, MonotonicNow() - sent);
+  }
+  EXPECT_GE(slowest, static_cast<int>(frame.size() - 1) * Time(1145833));
 }
 
 TEST_F(VirtualBoxProgram, HonoursItsSupplyLine) {

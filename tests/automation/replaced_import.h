@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace qmzentrel::shell {
+namespace qmzentrel::automation {
 
 namespace internal {
 
@@ -64,4 +64,4 @@ class ReplacedImport {
   Function system_;
 };
 
-}  // namespace qmzentrel::shell
+}  // namespace qmzentrel::automation

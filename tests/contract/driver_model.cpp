@@ -1,0 +1,447 @@
+#include "tests/contract/driver_model.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "tests/automation/replaced_import.h"
+#include "tests/contract/harness.h"
+
+namespace qmzentrel::contract {
+namespace {
+
+using platform::ModemLines;
+
+constexpr double kNever = std::numeric_limits<double>::max();
+// How long a closing may wait for what is still to be sent.
+constexpr double kClosingMs = 5000;
+// For what passes the wire.
+constexpr double kPatienceMs = 5000;
+
+// The driver's thread looks again after so long at the latest.
+constexpr double kLongestMs = 60'000;
+
+// As the operating system numbers them.
+constexpr DWORD kSuccess = 0;
+constexpr DWORD kTimeout = 0x00000102;
+constexpr DWORD kPending = 0x00000103;
+constexpr DWORD kCancelled = 0xC0000120;
+constexpr DWORD kDeviceGone = 0xC00000C0;
+
+BOOL Fail(DWORD error) {
+  SetLastError(error);
+  return FALSE;
+}
+
+// What another program left behind: reads return at once.
+COMMTIMEOUTS InheritedLimits() {
+  COMMTIMEOUTS limits{};
+  limits.ReadIntervalTimeout = MAXDWORD;
+  return limits;
+}
+
+double DueAfter(DWORD limit_ms) {
+  return limit_ms == 0 ? kNever : MonotonicMs() + limit_ms;
+}
+
+}  // namespace
+
+bool DriverModel::Request::End(DWORD status) const {
+  overlapped->InternalHigh = count;
+  overlapped->Internal = status;
+  return SetEvent(overlapped->hEvent) != FALSE;
+}
+
+struct DriverModel::Imports {
+  template <class Function>
+  using Import = automation::ReplacedImport<Function>;
+
+  HMODULE program = GetModuleHandleW(nullptr);
+  Import<decltype(&CreateFileW)> open{program, L"kernel32", "CreateFileW", &DriverModel::Open};
+  Import<decltype(&CloseHandle)> close{program, L"kernel32", "CloseHandle", &DriverModel::Close};
+  Import<decltype(&SetCommState)> state{program, L"kernel32", "SetCommState",
+                                        &DriverModel::SetState};
+  Import<decltype(&SetCommTimeouts)> limits{program, L"kernel32", "SetCommTimeouts",
+                                            &DriverModel::SetTimeouts};
+  Import<decltype(&PurgeComm)> purge{program, L"kernel32", "PurgeComm", &DriverModel::Purge};
+  Import<decltype(&EscapeCommFunction)> escape{program, L"kernel32", "EscapeCommFunction",
+                                               &DriverModel::Escape};
+  Import<decltype(&ClearCommError)> error{program, L"kernel32", "ClearCommError",
+                                          &DriverModel::ClearError};
+  Import<decltype(&CancelIo)> cancel{program, L"kernel32", "CancelIo", &DriverModel::Cancel};
+  Import<decltype(&ReadFile)> read{program, L"kernel32", "ReadFile", &DriverModel::Read};
+  Import<decltype(&WriteFile)> write{program, L"kernel32", "WriteFile", &DriverModel::Write};
+};
+
+class DriverModel::Lock {
+ public:
+  Lock() { EnterCriticalSection(&The().guard_); }
+  ~Lock() { LeaveCriticalSection(&The().guard_); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+};
+
+DriverModel& DriverModel::The() {
+  static DriverModel model;
+  return model;
+}
+
+DriverModel::DriverModel() : changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
+  InitializeCriticalSection(&guard_);
+  limits_ = InheritedLimits();
+  imports_ = std::make_unique<Imports>();
+  thread_ = CreateThread(nullptr, 0, &DriverModel::Work, this, 0, nullptr);
+}
+
+// The thread must not be at work when the process ends around it.
+DriverModel::~DriverModel() {
+  {
+    const Lock lock;
+    ending_ = true;
+  }
+  SetEvent(changed_);
+  WaitForSingleObject(thread_, INFINITE);
+  imports_.reset();
+  CloseHandle(thread_);
+  CloseHandle(changed_);
+  DeleteCriticalSection(&guard_);
+}
+
+void DriverModel::Reset() {
+  EndStuckRequests();
+  const Lock lock;
+  habits_ = {};
+  gone_ = dead_ = line_failed_ = false;
+  lines_ = lines_of_last_block_ = {};
+  line_history_.clear();
+  limits_ = InheritedLimits();
+  in_.clear();
+  out_.clear();
+  received_.clear();
+  answer_.reset();
+  calls_ = {};
+}
+
+void DriverModel::SetHabits(const DriverHabits& habits) {
+  const Lock lock;
+  habits_ = habits;
+  SetEvent(changed_);
+}
+
+// --- The device ---
+
+void DriverModel::AnswerNext(const Bytes& reply) {
+  const Lock lock;
+  answer_ = reply;
+}
+
+void DriverModel::Send(const Bytes& bytes) {
+  const Lock lock;
+  in_.insert(in_.end(), bytes.begin(), bytes.end());
+  Advance();
+  SetEvent(changed_);
+}
+
+DriverModel::Bytes DriverModel::Received(std::size_t count) {
+  for (const double begin = MonotonicMs();; Sleep(1)) {
+    const Lock lock;
+    Advance();
+    if (received_.size() >= count || MonotonicMs() - begin > kPatienceMs) return received_;
+  }
+}
+
+void DriverModel::Vanish() {
+  const Lock lock;
+  gone_ = dead_ = true;
+  for (auto* const request : {&read_, &write_}) {
+    if (*request) (*request)->End(kDeviceGone);
+    request->reset();
+  }
+  out_.clear();
+}
+
+void DriverModel::ComeBack() {
+  const Lock lock;
+  gone_ = false;
+}
+
+void DriverModel::FailLine() {
+  const Lock lock;
+  line_failed_ = true;
+  CancelRequest(read_);
+  CancelRequest(write_);
+}
+
+ModemLines DriverModel::Lines() {
+  const Lock lock;
+  return lines_;
+}
+
+std::vector<ModemLines> DriverModel::LineHistory() {
+  const Lock lock;
+  return line_history_;
+}
+
+// --- What the client has done ---
+
+DriverModel::Calls DriverModel::Seen() {
+  const Lock lock;
+  return calls_;
+}
+
+COMMTIMEOUTS DriverModel::Limits() {
+  const Lock lock;
+  return limits_;
+}
+
+bool DriverModel::EndStuckRequests() {
+  const Lock lock;
+  bool all = true;
+  for (const Request& request : stuck_) {
+    std::fill_n(request.bytes, request.size, std::uint8_t{0xEE});
+    all = request.End(kCancelled) && all;
+  }
+  stuck_.clear();
+  return all;
+}
+
+// --- The driver at work ---
+
+DWORD WINAPI DriverModel::Work(void* model) {
+  auto& self = *static_cast<DriverModel*>(model);
+  DWORD wait = 0;
+  while (WaitForSingleObject(self.changed_, wait) != WAIT_FAILED) {
+    const Lock lock;
+    if (self.ending_) break;
+    self.Advance();
+    wait = static_cast<DWORD>(std::clamp(self.NextDue() - MonotonicMs() + 1, 1.0, kLongestMs));
+  }
+  return 0;
+}
+
+double DriverModel::NextDue() const {
+  double next = kNever;
+  if (!out_.empty() && !habits_.sends_nothing) next = line_free_ms_ + habits_.byte_ms;
+  for (const auto* const request : {&read_, &write_}) {
+    if (*request) next = std::min(next, (*request)->due_ms);
+  }
+  return next;
+}
+
+void DriverModel::Advance() {
+  const double now = MonotonicMs();
+  while (!out_.empty() && !habits_.sends_nothing && line_free_ms_ + habits_.byte_ms <= now) {
+    line_free_ms_ += habits_.byte_ms;
+    received_.push_back(out_.front());
+    out_.pop_front();
+    if (received_.back() == kDeviceCommand && answer_) {
+      in_.insert(in_.end(), answer_->begin(), answer_->end());
+      answer_.reset();
+    }
+  }
+  if (read_) {
+    while (read_->count < read_->size && !in_.empty()) {
+      read_->bytes[read_->count++] = in_.front();
+      in_.pop_front();
+    }
+    const bool full = read_->count == read_->size;
+    if (full || read_->due_ms <= now) {
+      read_->End(full ? kSuccess : kTimeout);
+      read_.reset();
+    }
+  }
+  if (write_) {
+    if (!habits_.blocks_writes) {
+      write_->count = static_cast<DWORD>(
+          std::min<std::size_t>(write_->size, habits_.most_of_a_write.value_or(write_->size)));
+      if (out_.empty()) line_free_ms_ = std::max(line_free_ms_, now);
+      out_.insert(out_.end(), write_->bytes, write_->bytes + write_->count);
+    }
+    if (!habits_.blocks_writes || write_->due_ms <= now) {
+      write_->End(habits_.blocks_writes ? kTimeout : kSuccess);
+      write_.reset();
+    }
+  }
+}
+
+void DriverModel::SwitchLines(ModemLines lines) {
+  if (lines_ == lines) return;
+  lines_ = lines;
+  line_history_.push_back(lines);
+}
+
+BOOL DriverModel::Begin(std::optional<Request>& place, const Request& request) {
+  if (dead_) return Fail(ERROR_BAD_COMMAND);
+  if (line_failed_) return Fail(ERROR_OPERATION_ABORTED);
+  ResetEvent(request.overlapped->hEvent);
+  request.overlapped->Internal = kPending;
+  place = request;
+  if (!habits_.keeps_its_limits) place->due_ms = kNever;
+  Advance();
+  SetEvent(changed_);
+  return Fail(ERROR_IO_PENDING);
+}
+
+void DriverModel::CancelRequest(std::optional<Request>& request) {
+  if (!request) return;
+  if (habits_.never_ends_cancelled) {
+    stuck_.push_back(*request);
+  } else {
+    if (habits_.cancelled_reads_give_nothing) request->count = 0;
+    request->End(kCancelled);
+  }
+  request.reset();
+}
+
+// --- In place of the operating system ---
+
+HANDLE WINAPI DriverModel::Open(LPCWSTR name, DWORD access, DWORD share_mode,
+                                SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
+                                HANDLE pattern) {
+  DriverModel& self = The();
+  if (name != L"\\\\.\\COM" + std::to_wstring(kPort)) {
+    return self.imports_->open.System()(name, access, share_mode, security, disposition, flags,
+                                        pattern);
+  }
+  const Lock lock;
+  if (self.gone_ || self.handle_ != nullptr) {
+    SetLastError(self.gone_ ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
+  }
+  self.dead_ = false;
+  self.handle_ = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  if (self.habits_.opens_with_lines_of_last_block) self.SwitchLines(self.lines_of_last_block_);
+  return self.handle_;
+}
+
+BOOL WINAPI DriverModel::Close(HANDLE handle) {
+  DriverModel& self = The();
+  if (self.IsPort(handle)) {
+    for (const double begin = MonotonicMs(); MonotonicMs() - begin < kClosingMs; Sleep(1)) {
+      const Lock lock;
+      if (self.out_.empty() && !self.write_) break;
+    }
+    const Lock lock;
+    if (self.habits_.closing_drops_lines) self.SwitchLines({});
+    self.CancelRequest(self.read_);
+    self.CancelRequest(self.write_);
+    self.in_.clear();
+    self.out_.clear();
+    self.line_failed_ = false;
+    self.handle_ = nullptr;
+  }
+  return self.imports_->close.System()(handle);
+}
+
+BOOL WINAPI DriverModel::SetState(HANDLE handle, DCB* block) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->state.System()(handle, block);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  const bool has_flow_characters = block->XonChar != block->XoffChar;
+  if (!block->fBinary || !has_flow_characters || block->ByteSize < 5 || block->ByteSize > 8) {
+    return Fail(ERROR_INVALID_PARAMETER);
+  }
+  self.calls_.control_blocks.push_back(*block);
+  self.lines_of_last_block_ = {.dtr = block->fDtrControl == DTR_CONTROL_ENABLE,
+                               .rts = block->fRtsControl == RTS_CONTROL_ENABLE};
+  self.SwitchLines(self.lines_of_last_block_);
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::SetTimeouts(HANDLE handle, COMMTIMEOUTS* limits) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->limits.System()(handle, limits);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  ++self.calls_.limit_changes;
+  self.limits_ = *limits;
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::Purge(HANDLE handle, DWORD flags) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->purge.System()(handle, flags);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if ((flags & PURGE_RXCLEAR) != 0) self.in_.clear();
+  if ((flags & PURGE_TXCLEAR) != 0) self.out_.clear();
+  if ((flags & PURGE_RXABORT) != 0) self.CancelRequest(self.read_);
+  if ((flags & PURGE_TXABORT) != 0) self.CancelRequest(self.write_);
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::Escape(HANDLE handle, DWORD function) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->escape.System()(handle, function);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  self.calls_.line_functions.push_back(function);
+  ModemLines lines = self.lines_;
+  if (function == SETDTR || function == CLRDTR) lines.dtr = function == SETDTR;
+  if (function == SETRTS || function == CLRRTS) lines.rts = function == SETRTS;
+  self.SwitchLines(lines);
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* status) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->error.System()(handle, errors, status);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (!self.habits_.answers_status) return Fail(ERROR_INVALID_FUNCTION);
+  self.line_failed_ = false;
+  if (errors != nullptr) *errors = 0;
+  *status = {};
+  status->cbInQue = static_cast<DWORD>(self.in_.size());
+  status->cbOutQue = static_cast<DWORD>(self.out_.size());
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::Cancel(HANDLE handle) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->cancel.System()(handle);
+  const Lock lock;
+  ++self.calls_.cancels;
+  if (self.habits_.loses_cancels > 0) {
+    --self.habits_.loses_cancels;
+  } else {
+    self.CancelRequest(self.read_);
+    self.CancelRequest(self.write_);
+  }
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::Read(HANDLE handle, void* buffer, DWORD size, DWORD* count,
+                              OVERLAPPED* overlapped) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) {
+    return self.imports_->read.System()(handle, buffer, size, count, overlapped);
+  }
+  const Lock lock;
+  ++self.calls_.reads;
+  const COMMTIMEOUTS& limits = self.limits_;
+  const bool at_once =
+      limits.ReadIntervalTimeout == MAXDWORD && limits.ReadTotalTimeoutConstant == 0;
+  const double due =
+      at_once
+          ? 0
+          : DueAfter(limits.ReadTotalTimeoutConstant + limits.ReadTotalTimeoutMultiplier * size);
+  return self.Begin(self.read_, {overlapped, static_cast<std::uint8_t*>(buffer), size, due});
+}
+
+BOOL WINAPI DriverModel::Write(HANDLE handle, const void* buffer, DWORD size, DWORD* count,
+                               OVERLAPPED* overlapped) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) {
+    return self.imports_->write.System()(handle, buffer, size, count, overlapped);
+  }
+  const Lock lock;
+  ++self.calls_.writes;
+  const COMMTIMEOUTS& limits = self.limits_;
+  const double due =
+      DueAfter(limits.WriteTotalTimeoutConstant + limits.WriteTotalTimeoutMultiplier * size);
+  auto* const bytes = static_cast<std::uint8_t*>(const_cast<void*>(buffer));
+  return self.Begin(self.write_, {overlapped, bytes, size, due});
+}
+
+}  // namespace qmzentrel::contract

@@ -1,0 +1,146 @@
+// A serial driver in memory, behind the serial functions that this program imports. It behaves as
+// published drivers do, where the port of Wine is more forgiving.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/serial_port.h"
+
+namespace qmzentrel::contract {
+
+/// What a driver may do beside its work; as it stands, it does what most of them do.
+struct DriverHabits {
+  bool cancelled_reads_give_nothing = true;  ///< though bytes had come in
+  bool opens_with_lines_of_last_block = true;
+  bool closing_drops_lines = true;
+  bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
+  bool answers_status = true;                    ///< else ClearCommError is no function of its
+  int loses_cancels = 0;                         ///< so many cancels have no effect
+  bool never_ends_cancelled = false;             ///< a cancelled request stays pending
+  bool blocks_writes = false;                    ///< takes no byte of a write
+  bool sends_nothing = false;                    ///< takes bytes, but the line stands still
+  std::optional<std::size_t> most_of_a_write{};  ///< a write ends with so many bytes taken
+  double byte_ms = 11 / 9.6;                     ///< a byte on the wire
+};
+
+/// The port \\.\COM20. One client at a time has it open; the device behind it is silent, and
+/// answers kDeviceCommand where it was told to.
+class DriverModel {
+ public:
+  using Bytes = std::vector<std::uint8_t>;
+
+  static constexpr std::int32_t kPort = 20;
+
+  /// There is one, from its first use on.
+  static DriverModel& The();
+
+  /// As new; not while the port is open. Ends the requests that were stuck, see EndStuckRequests.
+  void Reset();
+  void SetHabits(const DriverHabits& habits);
+
+  // --- The device ---
+
+  void AnswerNext(const Bytes& reply);
+  void Send(const Bytes& bytes);
+  /// What has passed the wire; waits for `count` bytes, but not for ever.
+  Bytes Received(std::size_t count);
+  void Vanish();
+  void ComeBack();
+  /// A framing error on the line: ends every request under way, and every new one until
+  /// ClearCommError.
+  void FailLine();
+  platform::ModemLines Lines();
+  std::vector<platform::ModemLines> LineHistory();
+
+  // --- What the client has done since the last Reset ---
+
+  struct Calls {
+    int reads = 0;
+    int writes = 0;
+    int cancels = 0;
+    int limit_changes = 0;
+    std::vector<DCB> control_blocks;
+    std::vector<DWORD> line_functions;  ///< of EscapeCommFunction
+  };
+  Calls Seen();
+  COMMTIMEOUTS Limits();
+
+  /// Ends the requests that were cancelled in vain, as a driver may at any time; false when the
+  /// memory of one was no longer there.
+  bool EndStuckRequests();
+
+ private:
+  // One read or write of the client.
+  struct Request {
+    OVERLAPPED* overlapped;
+    std::uint8_t* bytes;
+    DWORD size;
+    double due_ms;
+    DWORD count = 0;
+
+    // False when its memory is no longer there.
+    bool End(DWORD status) const;
+  };
+  struct Imports;
+  class Lock;
+
+  DriverModel();
+  ~DriverModel();
+
+  // The functions that stand in for those of the operating system.
+  static HANDLE WINAPI Open(LPCWSTR name, DWORD access, DWORD share_mode, SECURITY_ATTRIBUTES*,
+                            DWORD disposition, DWORD flags, HANDLE pattern);
+  static BOOL WINAPI Close(HANDLE handle);
+  static BOOL WINAPI SetState(HANDLE handle, DCB* block);
+  static BOOL WINAPI SetTimeouts(HANDLE handle, COMMTIMEOUTS* limits);
+  static BOOL WINAPI Purge(HANDLE handle, DWORD flags);
+  static BOOL WINAPI Escape(HANDLE handle, DWORD function);
+  static BOOL WINAPI ClearError(HANDLE handle, DWORD* errors, COMSTAT* status);
+  static BOOL WINAPI Cancel(HANDLE handle);
+  static BOOL WINAPI Read(HANDLE handle, void* buffer, DWORD size, DWORD* count,
+                          OVERLAPPED* overlapped);
+  static BOOL WINAPI Write(HANDLE handle, const void* buffer, DWORD size, DWORD* count,
+                           OVERLAPPED* overlapped);
+  static DWORD WINAPI Work(void* model);
+
+  bool IsPort(HANDLE handle) const { return handle_ != nullptr && handle == handle_; }
+  BOOL Begin(std::optional<Request>& place, const Request& request);
+  void CancelRequest(std::optional<Request>& request);
+  void SwitchLines(platform::ModemLines lines);
+  void Advance();
+  double NextDue() const;
+
+  CRITICAL_SECTION guard_;
+  HANDLE changed_;
+  HANDLE thread_ = nullptr;
+  bool ending_ = false;
+  std::unique_ptr<Imports> imports_;
+
+  DriverHabits habits_;
+  HANDLE handle_ = nullptr;  // what the client has open; an event, since a handle must be something
+  bool gone_ = false;
+  bool dead_ = false;  // the port that is open has gone, whether or not it is back
+  bool line_failed_ = false;
+  platform::ModemLines lines_;
+  std::vector<platform::ModemLines> line_history_;
+  platform::ModemLines lines_of_last_block_;
+  COMMTIMEOUTS limits_{};
+  std::optional<Request> read_;
+  std::optional<Request> write_;
+  std::vector<Request> stuck_;
+  std::deque<std::uint8_t> in_;
+  std::deque<std::uint8_t> out_;
+  double line_free_ms_ = 0;
+  Bytes received_;
+  std::optional<Bytes> answer_;
+  Calls calls_;
+};
+
+}  // namespace qmzentrel::contract

@@ -1,0 +1,285 @@
+// What the port asks of its driver, and how it fares with one that has the habits of real drivers.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "platform/serial_port.h"
+#include "tests/contract/driver_model.h"
+#include "tests/contract/harness.h"
+
+namespace qmzentrel {
+namespace {
+
+using contract::DriverHabits;
+using contract::DriverModel;
+using contract::MonotonicMs;
+using platform::ModemLines;
+using platform::SerialPort;
+using platform::SerialSettings;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::int32_t kReadMs = 400;
+constexpr std::int32_t kPlentyMs = 10'000;
+constexpr double kWriteMs = 1000;
+// For a driver that ends a request late, or not before it is cancelled; on a busy machine.
+constexpr double kBackstopMs = 1500;
+// A stuck driver is given up after that.
+constexpr double kGivenUpMs = 4000;
+
+const Bytes kFrame{0x7E, 0x00, 0xC9, 0x0F, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+class SerialDriver : public testing::Test {
+ protected:
+  void SetUp() override {
+    Driver().Reset();
+    ASSERT_TRUE(Open());
+  }
+  void TearDown() override {
+    Driver().SetHabits({});
+    port.Close();
+    Driver().Reset();
+  }
+
+  static DriverModel& Driver() { return DriverModel::The(); }
+  bool Open(ModemLines lines = {}) {
+    return port.Open(DriverModel::kPort, SerialSettings{}, lines);
+  }
+  Bytes Read(std::size_t count, std::int32_t timeout_ms) {
+    Bytes buffer(count);
+    buffer.resize(port.Read(buffer, timeout_ms));
+    return buffer;
+  }
+  template <class Action>
+  static double MsOf(Action action) {
+    const double begin = MonotonicMs();
+    action();
+    return MonotonicMs() - begin;
+  }
+
+  SerialPort port;
+};
+
+// --- What is asked of every driver ---
+
+TEST_F(SerialDriver, IsToldEverySettingAndInheritsNone) {
+  const auto blocks = Driver().Seen().control_blocks;
+  ASSERT_EQ(blocks.size(), 1u);
+  DCB expected{};
+  expected.DCBlength = sizeof expected;
+  expected.BaudRate = CBR_9600;
+  expected.fBinary = TRUE;
+  expected.ByteSize = 8;
+  expected.Parity = NOPARITY;
+  expected.StopBits = TWOSTOPBITS;
+  expected.XonChar = 0x11;
+  expected.XoffChar = 0x13;
+  const auto bytes_of = [](const DCB& block) {
+    return std::string(reinterpret_cast<const char*>(&block), sizeof block);
+  };
+  EXPECT_EQ(bytes_of(blocks[0]), bytes_of(expected));
+}
+
+TEST_F(SerialDriver, HasLimitsOfItsOwnForReadsAndWritesFromTheStart) {
+  const COMMTIMEOUTS limits = Driver().Limits();
+  EXPECT_EQ(limits.ReadIntervalTimeout, 0u);
+  EXPECT_EQ(limits.ReadTotalTimeoutMultiplier, 0u);
+  EXPECT_GT(limits.ReadTotalTimeoutConstant, 0u);
+  EXPECT_EQ(limits.WriteTotalTimeoutMultiplier, 0u);
+  EXPECT_EQ(limits.WriteTotalTimeoutConstant, kWriteMs);
+}
+
+TEST_F(SerialDriver, IsHandedEachLineOnlyWhenItIsOnOrGoesOff) {
+  struct {
+    ModemLines lines;
+    std::vector<DWORD> calls;
+  } const kSteps[] = {{{}, {}},
+                      {{.dtr = true}, {SETDTR}},
+                      {{.dtr = true}, {SETDTR}},  // a driver may have dropped it meanwhile
+                      {{.dtr = true, .rts = true}, {SETDTR, SETRTS}},
+                      {{.rts = true}, {CLRDTR, SETRTS}},
+                      {{}, {CLRRTS}},
+                      {{}, {}}};
+  std::vector<DWORD> expected;
+  for (const auto& step : kSteps) {
+    port.SetLines(step.lines);
+    expected.insert(expected.end(), step.calls.begin(), step.calls.end());
+    EXPECT_EQ(Driver().Seen().line_functions, expected);
+  }
+}
+
+TEST_F(SerialDriver, GetsAControlBlockWithBothLinesOffBeforeTheClosing) {
+  ASSERT_TRUE(Open({.dtr = true, .rts = true}));
+  port.Close();
+  const DCB last = Driver().Seen().control_blocks.back();
+  EXPECT_EQ(last.fDtrControl, DWORD{DTR_CONTROL_DISABLE});
+  EXPECT_EQ(last.fRtsControl, DWORD{RTS_CONTROL_DISABLE});
+}
+
+TEST_F(SerialDriver, IsAskedNothingBeyondItsWorkInAnExchange) {
+  Driver().AnswerNext({1, 2, 3, 4, 5, 6, 7});
+  ASSERT_TRUE(port.Write(Bytes{contract::kDeviceCommand}));
+  EXPECT_EQ(Read(1, 2500), Bytes{1});
+  EXPECT_EQ(Read(6, 12500), (Bytes{2, 3, 4, 5, 6, 7}));
+  const auto seen = Driver().Seen();
+  EXPECT_EQ(seen.writes, 1);
+  EXPECT_EQ(seen.reads, 2);
+  EXPECT_EQ(seen.limit_changes, 1) << "at the opening";
+  EXPECT_EQ(seen.cancels, 0);
+}
+
+// --- Reads ---
+
+TEST_F(SerialDriver, EndsAReadByItsOwnLimitSoThatNothingThatCameIsLost) {
+  Driver().Send({1, 2, 3});
+  EXPECT_EQ(Read(19, kReadMs), (Bytes{1, 2, 3}));
+  EXPECT_EQ(Driver().Seen().cancels, 0);
+}
+
+TEST_F(SerialDriver, IsAskedOnceOrTwiceInASilentWaitHoweverLong) {
+  for (const std::int32_t limit : {2500, 500, 20, 1200}) {
+    const int before = Driver().Seen().reads;
+    const double waited = MsOf([&] { EXPECT_EQ(Read(1, limit), Bytes{}); });
+    EXPECT_GE(waited, limit - contract::kTickMs);
+    EXPECT_LT(waited, limit + kBackstopMs);
+    EXPECT_LE(Driver().Seen().reads - before, 2) << limit;
+  }
+  EXPECT_EQ(Driver().Seen().cancels, 0);
+}
+
+TEST_F(SerialDriver, ThatKnowsNoLimitsHasItsReadCancelled) {
+  Driver().SetHabits({.cancelled_reads_give_nothing = false, .keeps_its_limits = false});
+  Driver().Send({1, 2, 3});
+  Bytes got;
+  const double waited = MsOf([&] { got = Read(19, kReadMs); });
+  EXPECT_EQ(got, (Bytes{1, 2, 3}));
+  EXPECT_GE(waited, kReadMs - contract::kTickMs);
+  EXPECT_LT(waited, kReadMs + kBackstopMs);
+  EXPECT_GT(Driver().Seen().cancels, 0);
+}
+
+TEST_F(SerialDriver, ThatLosesACancelIsAskedAgain) {
+  Driver().SetHabits({.keeps_its_limits = false, .loses_cancels = 2});
+  EXPECT_LT(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs + kBackstopMs);
+  Driver().SetHabits({});
+  Driver().Send({7});
+  EXPECT_EQ(Read(1, kPlentyMs), Bytes{7});
+}
+
+TEST_F(SerialDriver, ThatNeverEndsARequestDoesNotHoldTheClient) {
+  Driver().SetHabits({.keeps_its_limits = false, .never_ends_cancelled = true});
+  EXPECT_LT(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs + kGivenUpMs);
+
+  // Dead, like a port that has vanished, until it is opened again.
+  const auto seen = Driver().Seen();
+  EXPECT_GE(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs - contract::kTickMs);
+  EXPECT_FALSE(port.Write(kFrame));
+  EXPECT_FALSE(port.AwaitSent());
+  EXPECT_EQ(Driver().Seen().reads, seen.reads);
+  EXPECT_EQ(Driver().Seen().writes, seen.writes);
+  EXPECT_TRUE(port.IsOpen());
+  EXPECT_LT(MsOf([&] { port.Close(); }), kBackstopMs);
+
+  Driver().SetHabits({});
+  ASSERT_TRUE(Open());
+  Driver().Send({7});
+  EXPECT_EQ(Read(1, kPlentyMs), Bytes{7});
+  EXPECT_TRUE(Driver().EndStuckRequests()) << "its memory must still be there";
+  Driver().Send({8});
+  EXPECT_EQ(Read(1, kPlentyMs), Bytes{8});
+}
+
+TEST_F(SerialDriver, ThatNeverEndsAWriteDoesNotHoldTheClient) {
+  Driver().SetHabits(
+      {.keeps_its_limits = false, .never_ends_cancelled = true, .blocks_writes = true});
+  EXPECT_LT(MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); }), kWriteMs + kGivenUpMs);
+  port.Close();
+  EXPECT_TRUE(Driver().EndStuckRequests());
+}
+
+// --- Line errors ---
+
+TEST_F(SerialDriver, ThatEndsAReadOnALineErrorIsAskedAgainWithinTheLimit) {
+  struct Later {
+    static DWORD WINAPI Run(void*) {
+      Sleep(50);
+      Driver().FailLine();
+      Sleep(50);
+      Driver().Send({1, 2});
+      return 0;
+    }
+  };
+  const HANDLE thread = CreateThread(nullptr, 0, &Later::Run, nullptr, 0, nullptr);
+  EXPECT_EQ(Read(2, kPlentyMs), (Bytes{1, 2}));
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+}
+
+TEST_F(SerialDriver, ThatRefusesEverythingAfterALineErrorIsCleared) {
+  Driver().FailLine();
+  EXPECT_TRUE(port.Write(kFrame));
+  EXPECT_EQ(Driver().Received(kFrame.size()), kFrame);
+  Driver().FailLine();
+  Driver().Send({9});
+  EXPECT_EQ(Read(1, kPlentyMs), Bytes{9});
+  Driver().FailLine();
+  EXPECT_GE(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs - contract::kTickMs);
+}
+
+TEST_F(SerialDriver, ThatCannotBeClearedCostsNoProcessorTime) {
+  Driver().SetHabits({.answers_status = false});
+  Driver().FailLine();
+  EXPECT_EQ(Read(1, kReadMs), Bytes{});
+  EXPECT_LE(Driver().Seen().reads, kReadMs / 5);
+}
+
+// --- Writes ---
+
+TEST_F(SerialDriver, ThatTakesAWriteInPartsIsHandedTheRest) {
+  Driver().SetHabits({.most_of_a_write = 5});
+  EXPECT_TRUE(port.Write(kFrame));
+  EXPECT_EQ(Driver().Received(kFrame.size()), kFrame);
+}
+
+TEST_F(SerialDriver, ThatTakesNothingEndsAWriteAfterASecondByItsOwnLimit) {
+  Driver().SetHabits({.blocks_writes = true});
+  const double waited = MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); });
+  EXPECT_GE(waited, kWriteMs - contract::kTickMs);
+  EXPECT_LT(waited, kWriteMs + kBackstopMs);
+  EXPECT_EQ(Driver().Seen().cancels, 0);
+  EXPECT_LE(Driver().Seen().writes, 2);
+  EXPECT_EQ(Driver().Received(0), Bytes{});
+}
+
+TEST_F(SerialDriver, ThatTakesNothingAndKnowsNoLimitsHasItsWriteCancelled) {
+  Driver().SetHabits({.keeps_its_limits = false, .blocks_writes = true});
+  const double waited = MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); });
+  EXPECT_GE(waited, kWriteMs - contract::kTickMs);
+  EXPECT_LT(waited, kWriteMs + kBackstopMs);
+}
+
+TEST_F(SerialDriver, IsWaitedForWhileItStillHoldsBytes) {
+  Driver().SetHabits({.byte_ms = 5});
+  ASSERT_TRUE(port.Write(kFrame));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(0), kFrame) << "all have passed already";
+}
+
+TEST_F(SerialDriver, ThatNeverSendsWhatItHoldsIsWaitedForASecond) {
+  Driver().SetHabits({.sends_nothing = true});
+  ASSERT_TRUE(port.Write(kFrame));
+  const double waited = MsOf([&] { EXPECT_FALSE(port.AwaitSent()); });
+  EXPECT_GE(waited, kWriteMs - contract::kTickMs);
+  EXPECT_LT(waited, kWriteMs + kBackstopMs);
+  EXPECT_LT(MsOf([&] { port.Close(); }), kBackstopMs) << "what it holds is dropped";
+}
+
+TEST_F(SerialDriver, ThatDoesNotCountWhatItHoldsIsGivenTheTimeOfTheWire) {
+  Driver().SetHabits({.answers_status = false});
+  ASSERT_TRUE(port.Write(kFrame));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(0), kFrame);
+}
+
+}  // namespace
+}  // namespace qmzentrel
