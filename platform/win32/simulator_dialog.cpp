@@ -142,6 +142,7 @@ class Dialog {
   INT_PTR Answer(HWND window, UINT message, WPARAM wide);
   void Make();
   void Begin();
+  void AlignBoxes();
   void Reveal();
   void WaitForEnd();
   void GiveBackInput();
@@ -302,15 +303,11 @@ INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
 }
 
 void Dialog::Begin() {
-  RECT arrows{0, 0, kArrowsWidth, 0};
-  MapDialogRect(window_, &arrows);
   for (const SpinControls& spin : kSpins) {
     SendMessageW(Control(spin.box), EM_LIMITTEXT, kMostDigits, 0);
-    // The control thinks that it knows its width better than the dialog.
-    const WindowPlace box = PlaceOfControl(spin.box);
-    Place(Control(spin.arrows), {box.left + box.width, box.top, arrows.right, box.height});
   }
   for (const int text : kTexts) SendMessageW(Control(text), EM_LIMITTEXT, kMostLetters, 0);
+  AlignBoxes();
   tips_.Begin(window_);
   for (const int label : kCatalogLabels) tips_.Add(Control(label));
   Refresh();
@@ -318,6 +315,24 @@ void Dialog::Begin() {
   presenter_.Placing(place);
   placed_ = true;
   Place(window_, place);
+}
+
+// As tall as the lists, which follow their font and not the design; the arrows beside their boxes
+// in the width of the design, which they do not take by themselves.
+void Dialog::AlignBoxes() {
+  RECT arrows{0, 0, kArrowsWidth, 0};
+  MapDialogRect(window_, &arrows);
+  const auto place_box = [this, height = PlaceOfControl(IDC_cboMIF).height](int id) {
+    WindowPlace box = PlaceOfControl(id);
+    box.height = height;
+    Place(Control(id), box);
+    return box;
+  };
+  for (const int text : kTexts) place_box(text);
+  for (const SpinControls& spin : kSpins) {
+    const WindowPlace box = place_box(spin.box);
+    Place(Control(spin.arrows), {box.left + box.width, box.top, arrows.right, box.height});
+  }
 }
 
 // In its designed size in the middle of the owner, or of the screen, and within the screen.

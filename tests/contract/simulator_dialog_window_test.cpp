@@ -706,6 +706,16 @@ TEST_F(SimulatorDialogWindow, EachColumnHasOneRightEdge) {
   });
 }
 
+TEST_F(SimulatorDialogWindow, BoxesAreAsTallAsLists) {
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    const RECT list = PlaceOf(dialog, IDC_cboVersion);
+    for (const int id : {IDC_udXpdrBox, IDC_udXpdr, IDC_udThresholdBox, IDC_txtBattery}) {
+      const RECT box = PlaceOf(dialog, id);
+      EXPECT_EQ(box.bottom - box.top, list.bottom - list.top) << id;
+    }
+  });
+}
+
 TEST_F(SimulatorDialogWindow, HasRoomForTheNoticeOnlyWhileThereIsOne) {
   // From the frames to the buttons, and from them to the lower edge.
   struct Room {
