@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/window_place.h"
+
 namespace qmzentrel::platform {
 
 enum class DialogList { cboMIF, cboVersion, cboTXI, cboMSI, cboSignature0, cboSignature1 };
@@ -23,10 +25,17 @@ inline constexpr std::size_t kDialogTexts = 2;
 
 enum class DialogButton { cmdOK, cmdNoXpdr, cmdNoZentrel };
 
+/// An entry of a list. `data` goes into the window as well, for programs that drive it.
+struct DialogItem {
+  std::string text;
+  std::int32_t data = 0;
+  bool operator==(const DialogItem&) const = default;
+};
+
 /// Everything that the dialog shows. Text is UTF-8.
 struct DialogContent {
   struct List {
-    std::vector<std::string> items;
+    std::vector<DialogItem> items;
     std::int32_t selected = -1;  ///< -1: none
   };
   struct Check {
@@ -47,14 +56,6 @@ struct DialogContent {
   std::string tamper_caption;  ///< of udTamper
   bool ok_enabled = false;
   std::string notice;  ///< a line of its own, empty for none
-};
-
-/// Where a window stands, in pixels of the screen.
-struct WindowPlace {
-  std::int32_t left = 0;
-  std::int32_t top = 0;
-  std::int32_t width = 0;
-  std::int32_t height = 0;
 };
 
 /// Told of what the user does while the dialog is up, on the thread that shows it. The content has
@@ -93,6 +94,9 @@ struct ScreenSize {
   std::int32_t height = 0;
 };
 ScreenSize PrimaryScreen();
+
+/// What the nearest screen to `place` leaves for windows, without the bar of the tasks say.
+WindowPlace WorkAreaNearest(const WindowPlace& place);
 
 /// The shape of the mouse pointer, until a window under it asks for another.
 enum class PointerShape { kArrow, kHourglass };

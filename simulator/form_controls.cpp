@@ -39,24 +39,22 @@ platform::DialogContent frmZentrelSim::EmptyContent() {
 
 void frmZentrelSim::FormList::Clear() {
   form_.content_.lists[Place(list_)] = {};
-  form_.item_data_[Place(list_)].clear();
 }
 
 void frmZentrelSim::FormList::AddItem(const std::string& text, std::int32_t data) {
-  form_.content_.lists[Place(list_)].items.push_back(text);
-  form_.item_data_[Place(list_)].push_back(data);
+  form_.content_.lists[Place(list_)].items.push_back({text, data});
 }
 
 std::int32_t frmZentrelSim::FormList::ListCount() const {
-  return static_cast<std::int32_t>(form_.item_data_[Place(list_)].size());
+  return static_cast<std::int32_t>(form_.content_.lists[Place(list_)].items.size());
 }
 
 std::string frmZentrelSim::FormList::List(std::int32_t index) const {
-  return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index));
+  return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index)).text;
 }
 
 std::int32_t frmZentrelSim::FormList::ItemData(std::int32_t index) const {
-  return form_.item_data_[Place(list_)].at(static_cast<std::size_t>(index));
+  return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index)).data;
 }
 
 // The text of such a box is its default member.
@@ -81,8 +79,9 @@ void frmZentrelSim::SelectData(DialogList list, std::int32_t data) {
 }
 
 std::int32_t frmZentrelSim::SelectedData(DialogList list) const {
-  const std::int32_t selected = content_.lists[Place(list)].selected;
-  return selected < 0 ? 0 : item_data_[Place(list)].at(static_cast<std::size_t>(selected));
+  const auto& entries = content_.lists[Place(list)];
+  if (entries.selected < 0) return 0;
+  return entries.items.at(static_cast<std::size_t>(entries.selected)).data;
 }
 
 std::int32_t frmZentrelSim::Signature(std::int32_t index) const {
@@ -92,7 +91,7 @@ std::int32_t frmZentrelSim::Signature(std::int32_t index) const {
 std::string frmZentrelSim::XpdrVersion() const {
   const auto& versions = content_.lists[Place(DialogList::cboVersion)];
   if (versions.selected < 0) return "";
-  return versions.items.at(static_cast<std::size_t>(versions.selected));
+  return versions.items.at(static_cast<std::size_t>(versions.selected)).text;
 }
 
 // --- Check boxes ---

@@ -24,7 +24,7 @@ constexpr const char* kBattery = "5.20";
 constexpr const char* kPlaceName = "Simulator";
 
 constexpr const char* kUnsavedNotice =
-    "The values could not be stored: access to the registry is denied. They hold until the program "
+    "The values cannot be stored: access to the registry is denied. They hold until the program "
     "ends, and the next one starts from what was stored before.";
 
 // A text that is no number is shown as it is.
@@ -66,7 +66,7 @@ void frmZentrelSim::ShowWrite() {
 void frmZentrelSim::Show(const char* caption) {
   if (!box_texts_shown_) ShowBoxTexts();  // a write before any read finds a number there
   content_.caption = caption;
-  content_.notice = SimulatorValuesAreUnsaved() ? kUnsavedNotice : "";
+  content_.notice = SimulatorValuesAreStored() ? "" : kUnsavedNotice;
   const PointerAtDialog pointer;
   const bool shown = platform::ShowSimulatorDialog(content_, *this);
   if (!shown)
@@ -168,11 +168,13 @@ void frmZentrelSim::Placing(platform::WindowPlace& place) {
   if (window_) {
     place.left = window_->place.left;
     place.top = window_->place.top;
-    return;
+  } else {
+    window_.emplace().place = place;
+    modCOM_FormHelpers::Form_RestoreState(*window_, "", kPlaceName);
+    place = window_->place;
   }
-  window_.emplace().place = place;
-  modCOM_FormHelpers::Form_RestoreState(*window_, "", kPlaceName);
-  place = window_->place;
+  // Since then a screen may have gone, or a bar has come to its edge.
+  place = platform::MovedInto(platform::WorkAreaNearest(place), place);
 }
 
 void frmZentrelSim::Hiding(const platform::WindowPlace& place) {

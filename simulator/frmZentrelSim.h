@@ -2,7 +2,6 @@
 // to the command that shows it.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <optional>
@@ -157,7 +156,6 @@ class frmZentrelSim : private platform::DialogPresenter {
   std::atomic<ZentrelStatus> m_NextStatus = S_OKAY;
 
   platform::DialogContent content_ = EmptyContent();
-  std::array<std::vector<std::int32_t>, platform::kDialogLists> item_data_;
   // States that the interlocks have been in since the click that they follow from.
   std::vector<std::pair<std::int32_t, bool>> visited_;
   bool box_texts_shown_ = false;

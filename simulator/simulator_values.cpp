@@ -56,9 +56,12 @@ void WriteSimulatorValue(const std::string& name, const Variant& value) {
   }
 }
 
-bool SimulatorValuesAreUnsaved() {
-  const ProcessLock lock;
-  return !Unsaved().empty();
+bool SimulatorValuesAreStored() {
+  {
+    const ProcessLock lock;
+    if (!Unsaved().empty()) return false;
+  }
+  return modCOM_Registry::RegCanSetValue(platform::kLocalMachine, kSimulatorKey);
 }
 
 void ForgetUnsavedSimulatorValues() {

@@ -21,8 +21,9 @@ std::string ReadSimulatorText(const std::string& name, const std::string& absent
 /// until the process ends.
 void WriteSimulatorValue(const std::string& name, const Variant& value);
 
-/// Whether some value could not be written and lives in this process only.
-bool SimulatorValuesAreUnsaved();
+/// False when the next value could not be stored, or one before could not and lives in this process
+/// only. Nothing is written to find out.
+bool SimulatorValuesAreStored();
 
 /// Forgets what could not be written, as the end of the process does; for tests.
 void ForgetUnsavedSimulatorValues();

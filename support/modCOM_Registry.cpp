@@ -389,6 +389,14 @@ bool RegSetValue(RegistryKey root, const std::string& path, const std::string& n
   return stored == platform::kRegistrySuccess && closed == platform::kRegistrySuccess;
 }
 
+bool RegCanSetValue(RegistryKey root, const std::string& path) {
+  RegistryKey key = 0;
+  const std::int32_t opened =
+      platform::RegistryOpenKey(root, platform::ToAnsi(NormaliseKeyPath(path)), kWriteAccess, key);
+  if (opened == platform::kRegistrySuccess) platform::RegistryCloseKey(key);
+  return opened == platform::kRegistrySuccess || opened == platform::kRegistryFileNotFound;
+}
+
 void RegKeys_QSort(std::vector<std::string>& Keys, std::int32_t lngFirst, std::int32_t lngLast) {
   QSort("RegKeys_QSort", "Keys", Keys, lngFirst, lngLast);
 }

@@ -82,6 +82,10 @@ bool RegGetValue(const OpenKey& key, const std::string& name, Variant& slot,
 bool RegSetValue(platform::RegistryKey root, const std::string& path, const std::string& name,
                  const Variant& data);
 
+/// Whether the values of a key can be written, as far as that shows without writing one: the key is
+/// opened for it. One that is missing is taken as one that can be made.
+bool RegCanSetValue(platform::RegistryKey root, const std::string& path);
+
 /// Sorts `Keys` from `lngFirst` to `lngLast`, -1 standing for the first and the last of all. A pass
 /// whose pivot reads as a number compares numbers, any other pass texts without case; a name that
 /// is no number, met in a pass that compares numbers, is error 13 through the frame.

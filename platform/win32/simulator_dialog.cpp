@@ -13,9 +13,13 @@
 
 #include "platform/apartment.h"
 #include "platform/hardware_faults.h"
+#include "platform/win32/caption_tips.h"
 #include "platform/win32/desktop.h"
+#include "platform/win32/locked_windows.h"
 #include "platform/win32/simulator_dialog_controls.h"
+#include "platform/win32/visual_styles.h"
 #include "platform/win32/wide.h"
+#include "platform/win32/window_text.h"
 
 // The linker's name for the start of this module, which is its handle: the client's program has no
 // such resource.
@@ -23,6 +27,8 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace qmzentrel::platform {
 namespace {
+
+const auto kModule = reinterpret_cast<HINSTANCE>(&__ImageBase);
 
 struct SpinControls {
   int arrows;
@@ -43,27 +49,23 @@ constexpr std::array<SpinControls, kDialogSpins> kSpins = {{
 constexpr std::array<int, kDialogTexts> kTexts = {IDC_txtZentrelVersion, IDC_txtBattery};
 constexpr std::array<int, 3> kButtons = {IDC_cmdOK, IDC_cmdNoXpdr, IDC_cmdNoZentrel};
 
+// Of a spin's arrows, in dialog units.
+constexpr LONG kArrowsWidth = 12;
+
 // More digits than any spin has: what is typed beyond its range shall be seen and brought into it.
 constexpr WPARAM kMostDigits = 10;
+
+// More than a box version or voltage has, and no more than the boxes show at once.
+constexpr WPARAM kMostLetters = 12;
+
+// Their captions come from a catalog, as long as it likes.
+constexpr std::array<int, 2> kCatalogLabels = {IDC_lblMSI, IDC_lblTamper};
 
 template <class Ids>
 std::optional<std::size_t> IndexOf(const Ids& ids, int id) {
   const auto found = std::ranges::find(ids, id);
   if (found == ids.end()) return std::nullopt;
   return static_cast<std::size_t>(found - ids.begin());
-}
-
-std::wstring TextOf(HWND window) {
-  const auto length = static_cast<std::size_t>(GetWindowTextLengthW(window));
-  std::wstring text(length + 1, L'\0');
-  text.resize(
-      static_cast<std::size_t>(GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
-  return text;
-}
-
-// Leaves a box alone that shows the text already: the user may have the cursor in it.
-void ShowText(HWND window, const std::wstring& text) {
-  if (TextOf(window) != text) SetWindowTextW(window, text.c_str());
 }
 
 // The number that digits stand for. Nothing when there is none, or anything else.
@@ -79,26 +81,31 @@ std::optional<std::int64_t> NumberOf(std::wstring_view digits) {
   return number;
 }
 
+WindowPlace PlaceOf(const RECT& rect) {
+  return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+}
+
 WindowPlace PlaceOf(HWND window) {
   RECT rect{};
   GetWindowRect(window, &rect);
-  return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
+  return PlaceOf(rect);
+}
+
+void Place(HWND window, const WindowPlace& place) {
+  SetWindowPos(window, nullptr, place.left, place.top, place.width, place.height,
+               SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 // The width that a drop-down list needs to show its widest entry.
 int WidthOfEntries(HWND list, const std::vector<std::wstring>& entries) {
-  const HDC device = GetDC(list);
-  const HGDIOBJ before =
-      SelectObject(device, reinterpret_cast<HGDIOBJ>(SendMessageW(list, WM_GETFONT, 0, 0)));
   int widest = 0;
-  for (const std::wstring& entry : entries) {
-    SIZE size{};
-    GetTextExtentPoint32W(device, entry.data(), static_cast<int>(entry.size()), &size);
-    widest = std::max(widest, static_cast<int>(size.cx));
-  }
-  SelectObject(device, before);
-  ReleaseDC(list, device);
+  for (const std::wstring& entry : entries) widest = std::max(widest, WidthOf(entry, list));
   return widest + GetSystemMetrics(SM_CXVSCROLL) + 4 * GetSystemMetrics(SM_CXEDGE);
+}
+
+// A wait for messages sees that something has changed: a message that was sent does not end it.
+void WakeThread() {
+  PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
 }
 
 // Raises a flag as long as it lives.
@@ -119,17 +126,27 @@ class Dialog {
  public:
   Dialog(const DialogContent& content, DialogPresenter& presenter)
       : content_(content), presenter_(presenter) {}
+  ~Dialog() { End(); }
+  Dialog(const Dialog&) = delete;
+  Dialog& operator=(const Dialog&) = delete;
 
   /// Whether a window was made. Throws what the presenter has thrown.
-  bool Show(HWND owner);
+  bool Show();
   void Refresh();
   void Hide();
   INT_PTR OnMessage(HWND window, UINT message, WPARAM wide);
 
  private:
   HWND Control(int id) const { return GetDlgItem(window_, id); }
+  WindowPlace PlaceOfControl(int id) const;
   INT_PTR Answer(HWND window, UINT message, WPARAM wide);
-  bool Begin();
+  void Make();
+  void Begin();
+  void AlignBoxes();
+  void Reveal();
+  void WaitForEnd();
+  void GiveBackInput();
+  void End();
   WindowPlace DefaultPlace() const;
   void OnCommand(int id, int code);
   void OnListChosen(std::size_t list);
@@ -147,15 +164,21 @@ class Dialog {
 
   const DialogContent& content_;
   DialogPresenter& presenter_;
+  const VisualStyles styles_{kModule, IDR_visual_styles};
+  CaptionTips tips_;
+  const HWND owner_ = ClientWindow();
+  std::optional<LockedWindows> locked_;
   HWND window_ = nullptr;
   bool made_ = false;
   bool placed_ = false;
   bool ending_ = false;
   // While the content is being shown; the controls' notifications are not the user's then.
   bool showing_ = false;
-  std::array<std::vector<std::string>, kDialogLists> shown_items_;
+  bool notice_shown_ = false;
+  std::array<std::vector<DialogItem>, kDialogLists> shown_items_;
   std::array<DialogContent::Spin, kDialogSpins> shown_spins_;
   std::exception_ptr failure_;
+  std::optional<int> quit_code_;
 };
 
 // Called by the operating system, which keeps the stack aligned to 4 bytes only.
@@ -169,23 +192,71 @@ __attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND w
   return CalledFromOutside([&] { return dialog->OnMessage(window, message, wide); });
 }
 
-bool Dialog::Show(HWND owner) {
-  const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
+// A loop of its own, and none of the operating system's: there every window that the client makes
+// meanwhile would have our styles.
+bool Dialog::Show() {
   {
     const ClientCode windows_of_the_client;
-    CallOut([&] {
-      return DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase),
-                             MAKEINTRESOURCEW(IDD_frmZentrelSim), owner, OnDialogMessage,
-                             reinterpret_cast<LPARAM>(this));
-    });
-    // The client's window is left as it was, whatever way the dialog has gone: neither locked for
-    // ever, nor unlocked when the client itself had locked it.
-    if (owner != nullptr && (IsWindowEnabled(owner) != FALSE) != owner_was_enabled) {
-      EnableWindow(owner, owner_was_enabled ? TRUE : FALSE);
-    }
+    locked_.emplace(owner_);
+    Make();
+    if (!ending_) CallOut([this] { Reveal(); });
+    WaitForEnd();
+    End();
   }
+  if (quit_code_) PostQuitMessage(*quit_code_);
   if (failure_) std::rethrow_exception(failure_);
   return made_;
+}
+
+void Dialog::Make() {
+  const VisualStyles::ForNewWindows styled(styles_);
+  const HWND made = CallOut([this] {
+    return CreateDialogParamW(kModule, MAKEINTRESOURCEW(IDD_frmZentrelSim), owner_,
+                              OnDialogMessage, reinterpret_cast<LPARAM>(this));
+  });
+  if (made == nullptr) ending_ = true;
+}
+
+void Dialog::Reveal() {
+  // The client may be dragging something.
+  if (const HWND dragging = GetCapture()) SendMessageW(dragging, WM_CANCELMODE, 0, 0);
+  const HWND first =
+      content_.ok_enabled ? Control(IDC_cmdOK) : GetNextDlgTabItem(window_, nullptr, FALSE);
+  SendMessageW(window_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(first), TRUE);
+  SetWindowPos(window_, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_SHOWWINDOW);
+  SetForegroundWindow(window_);
+}
+
+void Dialog::WaitForEnd() {
+  MSG message;
+  while (!ending_) {
+    if (CallOut([&] { return GetMessageW(&message, nullptr, 0, 0); }) == FALSE) {
+      quit_code_ = static_cast<int>(message.wParam);
+      return;
+    }
+    CallOut([&] {
+      if (IsDialogMessageW(window_, &message) != FALSE) return;
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    });
+  }
+}
+
+// The client's windows are as they were, in whatever way the dialog goes: neither locked for ever,
+// nor unlocked where the client itself had locked them. Before it has gone, or the operating system
+// would hand the keyboard to another program.
+void Dialog::GiveBackInput() {
+  const ClientCode windows_of_the_client;
+  if (locked_) locked_->Unlock();
+  if (window_ == nullptr) return;
+  if (owner_ != nullptr && GetActiveWindow() == window_) SetActiveWindow(owner_);
+  ShowWindow(window_, SW_HIDE);
+}
+
+// Also when an exception of the client's leaves past the dialog.
+void Dialog::End() {
+  GiveBackInput();
+  if (window_ != nullptr) DestroyWindow(window_);
 }
 
 void Dialog::Refresh() {
@@ -197,7 +268,8 @@ void Dialog::Refresh() {
 void Dialog::Hide() {
   if (window_ == nullptr || ending_) return;
   ending_ = true;
-  EndDialog(window_, 0);
+  if (IsWindowVisible(window_) != FALSE) GiveBackInput();
+  WakeThread();
 }
 
 INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) {
@@ -218,7 +290,8 @@ INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
     case WM_INITDIALOG:
       window_ = window;
       made_ = true;
-      return Begin() ? TRUE : FALSE;
+      Begin();
+      return FALSE;  // the keyboard comes to it once it can be seen
     case WM_COMMAND:
       if (!ending_ && !showing_) OnCommand(LOWORD(wide), HIWORD(wide));
       return TRUE;
@@ -228,6 +301,7 @@ INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
     case WM_DESTROY:
       ending_ = true;
       window_ = nullptr;
+      WakeThread();
       if (placed_) presenter_.Hiding(PlaceOf(window));
       return TRUE;
     default:
@@ -235,39 +309,55 @@ INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
   }
 }
 
-// Whether the window system shall choose the control that has the focus.
-bool Dialog::Begin() {
+void Dialog::Begin() {
   for (const SpinControls& spin : kSpins) {
     SendMessageW(Control(spin.box), EM_LIMITTEXT, kMostDigits, 0);
   }
+  for (const int text : kTexts) SendMessageW(Control(text), EM_LIMITTEXT, kMostLetters, 0);
+  AlignBoxes();
+  tips_.Begin(window_);
+  for (const int label : kCatalogLabels) tips_.Add(Control(label));
   Refresh();
   WindowPlace place = DefaultPlace();
   presenter_.Placing(place);
   placed_ = true;
-  MoveWindow(window_, place.left, place.top, place.width, place.height, FALSE);
-  if (!content_.ok_enabled) return true;
-  SetFocus(Control(IDC_cmdOK));
-  return false;
+  Place(window_, place);
+}
+
+// As tall as the lists, which follow their font and not the design; the arrows beside their boxes
+// in the width of the design, which they do not take by themselves.
+void Dialog::AlignBoxes() {
+  RECT arrows{0, 0, kArrowsWidth, 0};
+  MapDialogRect(window_, &arrows);
+  const auto place_box = [this, height = PlaceOfControl(IDC_cboMIF).height](int id) {
+    WindowPlace box = PlaceOfControl(id);
+    box.height = height;
+    Place(Control(id), box);
+    return box;
+  };
+  for (const int text : kTexts) place_box(text);
+  for (const SpinControls& spin : kSpins) {
+    const WindowPlace box = place_box(spin.box);
+    Place(Control(spin.arrows), {box.left + box.width, box.top, arrows.right, box.height});
+  }
 }
 
 // In its designed size in the middle of the owner, or of the screen, and within the screen.
 WindowPlace Dialog::DefaultPlace() const {
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof monitor;
-  const HWND owner = GetWindow(window_, GW_OWNER);
-  GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTOPRIMARY), &monitor);
-  const RECT& work = monitor.rcWork;
-  RECT around = work;
-  if (owner != nullptr && IsWindowVisible(owner) != FALSE && IsIconic(owner) == FALSE) {
-    GetWindowRect(owner, &around);
-  }
   WindowPlace place = PlaceOf(window_);
-  const LONG left = around.left + (around.right - around.left - place.width) / 2;
-  const LONG top = around.top + (around.bottom - around.top - place.height) / 2;
-  // The title bar stays in reach on a screen that is too small.
-  place.left = std::max(work.left, std::min(left, work.right - place.width));
-  place.top = std::max(work.top, std::min(top, work.bottom - place.height));
-  return place;
+  const bool in_front_of_owner =
+      owner_ != nullptr && IsWindowVisible(owner_) != FALSE && IsIconic(owner_) == FALSE;
+  const WindowPlace around = in_front_of_owner ? PlaceOf(owner_) : WorkAreaNearest({});
+  place.left = around.left + (around.width - place.width) / 2;
+  place.top = around.top + (around.height - place.height) / 2;
+  return MovedInto(WorkAreaNearest(place), place);
+}
+
+WindowPlace Dialog::PlaceOfControl(int id) const {
+  RECT rect{};
+  GetWindowRect(Control(id), &rect);
+  MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&rect), 2);
+  return PlaceOf(rect);
 }
 
 void Dialog::OnCommand(int id, int code) {
@@ -339,6 +429,7 @@ void Dialog::ShowContent() {
   }
   Enable(Control(IDC_cmdOK), content_.ok_enabled);
   ShowNotice();
+  for (const int label : kCatalogLabels) tips_.Update(Control(label));
 }
 
 void Dialog::ShowList(std::size_t list) {
@@ -346,11 +437,12 @@ void Dialog::ShowList(std::size_t list) {
   const HWND control = Control(kLists[list]);
   if (shown_items_[list] != wanted.items) {
     std::vector<std::wstring> entries;
-    for (const std::string& item : wanted.items) entries.push_back(Utf8ToWide(item));
+    for (const DialogItem& item : wanted.items) entries.push_back(Utf8ToWide(item.text));
     shown_items_[list] = wanted.items;
     SendMessageW(control, CB_RESETCONTENT, 0, 0);
-    for (const std::wstring& entry : entries) {
-      SendMessageW(control, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      SendMessageW(control, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entries[i].c_str()));
+      SendMessageW(control, CB_SETITEMDATA, i, wanted.items[i].data);
     }
     SendMessageW(control, CB_SETDROPPEDWIDTH, static_cast<WPARAM>(WidthOfEntries(control, entries)),
                  0);
@@ -388,7 +480,23 @@ void Dialog::SettleSpin(std::size_t spin) {
 void Dialog::ShowNotice() {
   const HWND notice = Control(IDC_lblNotice);
   ShowText(notice, Utf8ToWide(content_.notice));
-  ShowWindow(notice, content_.notice.empty() ? SW_HIDE : SW_SHOWNA);
+  const bool wanted = !content_.notice.empty();
+  if (wanted == notice_shown_) return;
+  notice_shown_ = wanted;
+  ShowWindow(notice, wanted ? SW_SHOWNA : SW_HIDE);
+  // The dialog is designed without it; with it the buttons make room.
+  const WindowPlace line = PlaceOfControl(IDC_lblNotice);
+  const WindowPlace above = PlaceOfControl(IDC_fraZentrel);
+  const std::int32_t room = line.top + line.height - (above.top + above.height);
+  const std::int32_t growth = wanted ? room : -room;
+  for (const int button : kButtons) {
+    WindowPlace place = PlaceOfControl(button);
+    place.top += growth;
+    Place(Control(button), place);
+  }
+  WindowPlace place = PlaceOf(window_);
+  place.height += growth;
+  Place(window_, MovedInto(WorkAreaNearest(place), place));
 }
 
 void Dialog::Enable(HWND control, bool enabled) {
@@ -421,11 +529,9 @@ class DialogInSlot {
 
 bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presenter) {
   if (!HasVisibleDesktop()) return false;
-  const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_UPDOWN_CLASS};
-  InitCommonControlsEx(&controls);
   Dialog dialog(content, presenter);
   const DialogInSlot in_slot(dialog);
-  return dialog.Show(ClientWindow());
+  return dialog.Show();
 }
 
 void RefreshSimulatorDialog() {
@@ -438,6 +544,14 @@ void HideSimulatorDialog() {
 
 ScreenSize PrimaryScreen() {
   return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+}
+
+WindowPlace WorkAreaNearest(const WindowPlace& place) {
+  const RECT rect{place.left, place.top, place.left + place.width, place.top + place.height};
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromRect(&rect, MONITOR_DEFAULTTONEAREST), &monitor);
+  return PlaceOf(monitor.rcWork);
 }
 
 void SetPointer(PointerShape shape) {

@@ -5,6 +5,9 @@
 
 #define IDD_frmZentrelSim 100
 
+// What asks for the visual styles of the desktop.
+#define IDR_visual_styles 101
+
 // The default button is found by this number when the user presses Enter.
 #define IDC_cmdOK 1
 #define IDC_cmdNoXpdr 1001

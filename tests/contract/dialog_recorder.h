@@ -68,12 +68,12 @@ class DialogRecorder : public platform::DialogPresenter {
 inline platform::DialogContent FullContent(const std::string& caption) {
   platform::DialogContent content;
   content.caption = caption;
-  content.lists = {{{{"[0] None", "[3] Pulse", "[4] Encoder"}, 1},
-                    {{"4.0", "5.1", "8.0"}, 2},
-                    {{"[0] Never", "[1] 1 minute", "[2] 5 minutes"}, 0},
-                    {{"[0] One", "[1] Two"}, 1},
-                    {{"Handheld", "Desk"}, 0},
-                    {{"Standard", "Factory"}, 1}}};
+  content.lists = {{{{{"[0] None", 0}, {"[3] Pulse", 3}, {"[4] Encoder", 4}}, 1},
+                    {{{"4.0", 0}, {"5.1", 0}, {"8.0", 0}}, 2},
+                    {{{"[0] Never", 0}, {"[1] 1 minute", 1}, {"[2] 5 minutes", 2}}, 0},
+                    {{{"[-1] One", -1}, {"[2147483647] Two", 2147483647}}, 1},
+                    {{{"Handheld", 0xA5}, {"Desk", 0x1A}}, 0},
+                    {{{"Standard", 0}, {"Factory", 0xFF}}, 1}}};
   content.checks = {{{true, true}, {false, false}, {false, true}}};
   content.spins = {{{12345678, 16777215}, {16777215, 16777215}, {17, 255}, {60, 255}, {0, 255}}};
   content.texts = {"1.3", "5.20"};

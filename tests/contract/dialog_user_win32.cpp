@@ -54,8 +54,8 @@ class RealUser final : public DialogUser {
     DialogContent shown;
     shown.caption = WideToUtf8(dialog_.Title());
     for (std::size_t i = 0; i < kLists.size(); ++i) {
-      for (const std::wstring& entry : dialog_.Entries(kLists[i])) {
-        shown.lists[i].items.push_back(WideToUtf8(entry));
+      for (const dialog_driver::Entry& entry : dialog_.Entries(kLists[i])) {
+        shown.lists[i].items.push_back({WideToUtf8(entry.text), entry.data});
       }
       shown.lists[i].selected = dialog_.Selected(kLists[i]);
     }

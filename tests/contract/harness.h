@@ -67,6 +67,9 @@ inline constexpr std::string_view kTestKey = "SOFTWARE\\QuenmoorComms\\ContractT
 void PutRegistryValue(const std::string& path, const std::string& name, std::uint32_t type,
                       std::string_view bytes);
 
+/// Runs `body` while nobody may write to kTestKey, which is there.
+void WithReadOnlyTestKey(const std::function<void()>& body);
+
 /// Removes kTestKey with everything in it.
 void RemoveTestKey();
 

@@ -56,6 +56,13 @@ void PutRegistryValue(const std::string& path, const std::string& name, std::uin
   fakes::TheWorld().registry[path][name] = {type, std::string(bytes)};
 }
 
+void WithReadOnlyTestKey(const std::function<void()>& body) {
+  auto& read_only = fakes::TheWorld().read_only_keys;
+  read_only.emplace(kTestKey);
+  body();
+  read_only.clear();
+}
+
 void RemoveTestKey() {
   std::erase_if(fakes::TheWorld().registry,
                 [](const auto& key) { return key.first.starts_with(kTestKey); });

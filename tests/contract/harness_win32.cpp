@@ -15,6 +15,7 @@
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/handle.h"
 #include "platform/win32/wide.h"
+#include "tests/automation/read_only_key.h"
 #include "tests/automation/scripted_object.h"
 #include "tests/automation/system_scenes.h"
 #include "tests/contract/harness.h"
@@ -124,6 +125,11 @@ void PutRegistryValue(const std::string& path, const std::string& name, std::uin
   RegSetValueExA(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(bytes.data()),
                  static_cast<DWORD>(bytes.size()));
   RegCloseKey(key);
+}
+
+void WithReadOnlyTestKey(const std::function<void()>& body) {
+  const automation::ReadOnlyKey read_only(platform::Utf8ToWide(std::string(kTestKey)));
+  body();
 }
 
 void RemoveTestKey() {

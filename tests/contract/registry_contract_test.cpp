@@ -272,6 +272,36 @@ TEST_F(RegistryContract, AValueIsDeletedOnce) {
   EXPECT_EQ(platform::RegistryDeleteValue(key_, "Gone"), kRegistryFileNotFound);
 }
 
+TEST_F(RegistryContract, AKeyThatMayNotBeWrittenCanBeOpenedForReadingOnly) {
+  Put("Kept", kString, "k\0"sv);
+  contract::WithReadOnlyTestKey([&] {
+    RegistryKey refused = 0;
+    constexpr std::int32_t kAccessDenied = 5;
+    EXPECT_EQ(platform::RegistryOpenKey(kLocalMachine, path_, kWriteAccess, refused),
+              kAccessDenied);
+    EXPECT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess, refused),
+              kAccessDenied);
+    EXPECT_EQ(refused, 0u);
+    ASSERT_EQ(Open(), kRegistrySuccess);
+    EXPECT_EQ(Query("Kept", data_.size()), kRegistrySuccess);
+  });
+}
+
+TEST_F(RegistryContract, AKeyThatIsOpenedForWritingIsLeftAsItWas) {
+  Put("Kept", kString, "k\0"sv);
+  RegistryKey writable = 0;
+  ASSERT_EQ(platform::RegistryOpenKey(kLocalMachine, path_, kWriteAccess, writable),
+            kRegistrySuccess);
+  EXPECT_EQ(platform::RegistryCloseKey(writable), kRegistrySuccess);
+  ASSERT_EQ(Open(), kRegistrySuccess);
+  std::string name;
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, {}, info_), kRegistrySuccess);
+  EXPECT_EQ(name, "Kept");
+  EXPECT_EQ(platform::RegistryEnumValue(key_, 1, name, {}, info_), kRegistryNoMoreItems);
+  EXPECT_EQ(platform::RegistryOpenKey(kLocalMachine, path_ + "\\Missing", kWriteAccess, writable),
+            kRegistryFileNotFound);
+}
+
 TEST_F(RegistryContract, AHandleThatIsNoneFails) {
   std::string name;
   RegistryKey key = 0;

@@ -35,7 +35,9 @@ Lines Describe(const DialogContent& content) {
   Lines lines = {"caption " + content.caption};
   for (const DialogContent::List& list : content.lists) {
     std::string line = "list " + std::to_string(list.selected) + " of";
-    for (const std::string& item : list.items) line += ' ' + item + ';';
+    for (const platform::DialogItem& item : list.items) {
+      line += ' ' + item.text + " = " + std::to_string(item.data) + ';';
+    }
     lines.push_back(line);
   }
   for (const DialogContent::Check& check : content.checks) {
@@ -94,7 +96,7 @@ TEST_F(SimulatorDialogContract, ShowsEmptyListsAndADisabledOk) {
 }
 
 TEST_F(SimulatorDialogContract, ShowsTextOfAnyLanguageAsItIs) {
-  content_.lists[0].items[1] = "[3] Z\u00e4hler \u6c34\u8868 & more";
+  content_.lists[0].items[1].text = "[3] Z\u00e4hler \u6c34\u8868 & more";
   content_.texts[1] = "5,2 \u20ac \U0001F4A7";
   content_.msi_caption = "\u03a9 && &x";
   DialogContent seen;
@@ -241,7 +243,7 @@ TEST_F(SimulatorDialogContract, TheUserSeesHisOwnChangesAtOnce) {
 
 TEST_F(SimulatorDialogContract, AChangedContentIsSeenAfterARefresh) {
   recorder_.on_told = [this](const std::string& line) {
-    content_.lists[1] = {{"9.0"}, 0};
+    content_.lists[1] = {{{"9.0", 7}}, 0};
     content_.lists[2].selected = -1;
     content_.checks[1] = {true, true};
     content_.checks[2] = {true, false};
@@ -285,7 +287,7 @@ TEST_F(SimulatorDialogContract, ARefreshBringsTheContentBack) {
 TEST_F(SimulatorDialogContract, AListMayBeRebuiltWhileItsOwnChoiceIsTold) {
   recorder_.on_told = [this](const std::string& line) {
     if (!line.starts_with("list 0")) return;
-    content_.lists[0] = {{"only one"}, 0};
+    content_.lists[0] = {{{"only one", 1}}, 0};
     RefreshSimulatorDialog();
   };
   DialogContent seen;
@@ -296,6 +298,19 @@ TEST_F(SimulatorDialogContract, AListMayBeRebuiltWhileItsOwnChoiceIsTold) {
   });
   EXPECT_EQ(Describe(seen), Describe(content_));
   EXPECT_EQ(recorder_.OfUser(), (Lines{"list 0 2", "list 0 0"}));
+}
+
+TEST_F(SimulatorDialogContract, TheDataOfAnEntryMayChangeWithoutItsText) {
+  recorder_.on_told = [this](const std::string&) {
+    content_.lists[1].items[0].data = 12;
+    RefreshSimulatorDialog();
+  };
+  DialogContent seen;
+  Show([&](DialogUser& user) {
+    user.Click(DialogCheck::chkEOL);
+    seen = user.Shown();
+  });
+  EXPECT_EQ(Of(seen.lists, DialogList::cboVersion).items[0].data, 12);
 }
 
 TEST_F(SimulatorDialogContract, ASmallerMaximumHoldsFromTheRefreshOn) {
@@ -418,7 +433,7 @@ TEST_F(SimulatorDialogContract, HidingTellsWhereTheUserHasMovedIt) {
 TEST_F(SimulatorDialogContract, CanBeShownAgainWithAnotherContent) {
   Show([](DialogUser& user) { user.Choose(DialogList::cboMIF, 2); });
   content_.caption += " again";
-  content_.lists[0] = {{"[7] Other"}, 0};
+  content_.lists[0] = {{{"[7] Other", 7}}, 0};
   DialogContent seen;
   Show([&](DialogUser& user) { seen = user.Shown(); });
   EXPECT_EQ(Describe(seen), Describe(content_));
@@ -604,6 +619,33 @@ TEST(PointerContract, HasTheShapeThatWasSetLast) {
   EXPECT_EQ(contract::PointerNow(), platform::PointerShape::kHourglass);
   platform::SetPointer(platform::PointerShape::kArrow);
   EXPECT_EQ(contract::PointerNow(), platform::PointerShape::kArrow);
+}
+
+TEST(ScreenContract, LeavesAnAreaForWindowsOnTheNearestScreen) {
+  const platform::ScreenSize screen = platform::PrimaryScreen();
+  const WindowPlace area = platform::WorkAreaNearest({100, 100, 200, 200});
+  EXPECT_GE(area.left, 0);
+  EXPECT_GE(area.top, 0);
+  EXPECT_GT(area.width, screen.width / 2);
+  EXPECT_GT(area.height, screen.height / 2);
+  EXPECT_LE(area.left + area.width, screen.width);
+  EXPECT_LE(area.top + area.height, screen.height);
+}
+
+TEST(ScreenContract, OfAPlaceThatIsOnNoScreenTheNearestOneCounts) {
+  for (const WindowPlace far_off : {WindowPlace{-9000, 100, 300, 200},
+                                    {100, -9000, 300, 200},
+                                    {90000, 100, 300, 200},
+                                    {100, 90000, 300, 200}}) {
+    const WindowPlace area = platform::WorkAreaNearest(far_off);
+    EXPECT_GT(area.width, 300);
+    EXPECT_GT(area.height, 200);
+    const WindowPlace moved = platform::MovedInto(area, far_off);
+    EXPECT_GE(moved.left, area.left);
+    EXPECT_GE(moved.top, area.top);
+    EXPECT_LE(moved.left + moved.width, area.left + area.width);
+    EXPECT_LE(moved.top + moved.height, area.top + area.height);
+  }
 }
 
 TEST(ScreenContract, HasASize) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -118,6 +119,107 @@ TEST_F(SimulatorDialogWindow, StandsInTheMiddleOfTheClientsWindow) {
   GetWindowRect(client.Get(), &around);
   EXPECT_NEAR(place.left + place.right, around.left + around.right, 2);
   EXPECT_NEAR(place.top + place.bottom, around.top + around.bottom, 2);
+}
+
+// Windows of a client of which the dialog has the last word only over some.
+struct ClientWindows {
+  const ClientWindow active;
+  const ClientWindow second;
+  const ClientWindow hidden{WS_OVERLAPPEDWINDOW};
+  const ClientWindow locked;
+  ClientWindows() {
+    EnableWindow(locked.Get(), FALSE);
+    SetActiveWindow(active.Get());
+  }
+  void ExpectEnabled(bool enabled) const {
+    EXPECT_EQ(active.IsEnabled(), enabled);
+    EXPECT_EQ(second.IsEnabled(), enabled);
+    EXPECT_EQ(hidden.IsEnabled(), enabled);
+    EXPECT_FALSE(locked.IsEnabled());
+  }
+};
+
+TEST_F(SimulatorDialogWindow, NoWindowOfTheThreadTakesInputMeanwhile) {
+  const ClientWindows client;
+  Show([&](DialogUser&, const DialogWindow&) { client.ExpectEnabled(false); });
+  client.ExpectEnabled(true);
+}
+
+TEST_F(SimulatorDialogWindow, WindowsOfOtherThreadsTakeInputMeanwhile) {
+  const ClientWindow client(WS_OVERLAPPEDWINDOW);
+  bool enabled_meanwhile = false;
+  contract::RunOnAnotherThread([&] {
+    Show([&](DialogUser&, const DialogWindow&) { enabled_meanwhile = client.IsEnabled(); });
+  });
+  EXPECT_TRUE(enabled_meanwhile);
+}
+
+TEST_F(SimulatorDialogWindow, WithoutAnActiveWindowTheThreadsOthersAreLockedAllTheSame) {
+  const ClientWindow hidden(WS_OVERLAPPEDWINDOW);
+  SetActiveWindow(nullptr);
+  bool enabled_meanwhile = true;
+  Show([&](DialogUser&, const DialogWindow&) { enabled_meanwhile = hidden.IsEnabled(); });
+  EXPECT_FALSE(enabled_meanwhile);
+  EXPECT_TRUE(hidden.IsEnabled());
+}
+
+TEST_F(SimulatorDialogWindow, InputComesBackBeforeTheDialogHasGone) {
+  const ClientWindows client;
+  bool enabled_at_hiding = false;
+  recorder_.on_hiding = [&] { enabled_at_hiding = client.second.IsEnabled(); };
+  Show([](DialogUser&, const DialogWindow&) {});
+  EXPECT_TRUE(enabled_at_hiding);
+}
+
+TEST_F(SimulatorDialogWindow, EveryWindowGetsItsInputBackHoweverTheDialogEnds) {
+  const ClientWindows client;
+  const std::vector<std::function<void(DialogUser&)>> ends = {
+      [](DialogUser& user) { user.CloseBox(); },
+      [](DialogUser& user) { user.Press(platform::DialogButton::cmdNoZentrel); },
+      [](DialogUser& user) { user.Click(platform::DialogCheck::chkEOL); },
+      [](DialogUser& user) {
+        contract::PostCall([] { contract::PostQuit(3); });
+        user.WaitFor([&user] { return !user.SeesDialog(); });
+      },
+      [](DialogUser& user) {
+        contract::PostCall([] { DestroyWindow(GetActiveWindow()); });
+        user.WaitFor([&user] { return !user.SeesDialog(); });
+      }};
+  recorder_.on_told = [](const std::string& line) {
+    if (line.starts_with("check")) throw std::runtime_error(line);
+    HideSimulatorDialog();
+  };
+  for (const auto& end : ends) {
+    try {
+      Show([&](DialogUser& user, const DialogWindow&) {
+        client.ExpectEnabled(false);
+        end(user);
+      });
+    } catch (const std::runtime_error& failure) {
+      EXPECT_STREQ(failure.what(), "check 2 ticked");
+    }
+    client.ExpectEnabled(true);
+    contract::TakeQuit();  // or the next dialog would end at once
+  }
+}
+
+// Lists windows of the dialog's own that take no input.
+BOOL CALLBACK NoteIfOursAndLocked(HWND window, LPARAM list) {
+  wchar_t kind[32] = {};
+  GetClassNameW(window, kind, 32);
+  const std::vector<std::wstring> ours = {TOOLTIPS_CLASSW, L"ComboLBox", L"#32770"};
+  if (std::ranges::find(ours, kind) != ours.end() && IsWindowEnabled(window) == FALSE) {
+    reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+  }
+  return TRUE;
+}
+
+TEST_F(SimulatorDialogWindow, WhatBelongsToTheDialogItselfTakesInput) {
+  std::vector<HWND> locked;
+  Show([&](DialogUser&, const DialogWindow&) {
+    EnumThreadWindows(thread_, NoteIfOursAndLocked, reinterpret_cast<LPARAM>(&locked));
+  });
+  EXPECT_TRUE(locked.empty());
 }
 
 TEST_F(SimulatorDialogWindow, TheClientGetsItsInputBackWhenThePresenterFails) {
@@ -421,6 +523,31 @@ TEST_F(SimulatorDialogWindow, HasAFixedBorderAndACloseBox) {
   EXPECT_NE(style & WS_SYSMENU, 0);
 }
 
+// Whether a button is of the library with the visual styles: no other one knows its ideal size.
+bool IsStyled(HWND button) {
+  SIZE size{};
+  return SendMessageW(button, BCM_GETIDEALSIZE, 0, reinterpret_cast<LPARAM>(&size)) != FALSE;
+}
+
+TEST_F(SimulatorDialogWindow, HasTheVisualStylesAndGivesThemToNoWindowOfTheClient) {
+  const auto make_button = [] {
+    return CreateWindowExW(0, L"BUTTON", L"", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr,
+                           nullptr);
+  };
+  HWND of_client = nullptr;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    for (const int id : {IDC_cmdOK, IDC_chkEOL}) EXPECT_TRUE(IsStyled(dialog.Control(id))) << id;
+    contract::PostCall([&] { of_client = make_button(); });
+    EXPECT_TRUE(Settle(user));
+  });
+  EXPECT_NE(of_client, nullptr);
+  EXPECT_FALSE(IsStyled(of_client));
+  DestroyWindow(of_client);
+  const HWND afterwards = make_button();
+  EXPECT_FALSE(IsStyled(afterwards));
+  DestroyWindow(afterwards);
+}
+
 struct Control {
   HWND window;
   int id;
@@ -486,7 +613,7 @@ TEST_F(SimulatorDialogWindow, NoCaptionIsCut) {
   content_.msi_caption = "Pulses per revolution";
   content_.tamper_caption = "Tamper";
   content_.notice =
-      "The values could not be stored: access to the registry is denied. They hold until the "
+      "The values cannot be stored: access to the registry is denied. They hold until the "
       "program ends, and the next one starts from what was stored before.";
   int measured = 0;
   Show([&](DialogUser&, const DialogWindow& dialog) {
@@ -518,14 +645,15 @@ TEST_F(SimulatorDialogWindow, TheLargestNumbersCanBeRead) {
 }
 
 TEST_F(SimulatorDialogWindow, AnOpenListIsWideEnoughForItsEntries) {
-  content_.lists[1].items[0] = "4.0 with a remark that is a good deal wider than the box is";
+  content_.lists[1].items[0].text = "4.0 with a remark that is a good deal wider than the box is";
   LRESULT width = 0;
   LONG needed = 0;
   Show([&](DialogUser&, const DialogWindow& dialog) {
     const HWND list = dialog.Control(IDC_cboVersion);
     width = SendMessageW(list, CB_GETDROPPEDWIDTH, 0, 0);
     const Control control{list, IDC_cboVersion, L"combobox", 0, {}};
-    needed = Measure(control, platform::Utf8ToWide(content_.lists[1].items[0]), DT_NOPREFIX, 0).cx;
+    needed =
+        Measure(control, platform::Utf8ToWide(content_.lists[1].items[0].text), DT_NOPREFIX, 0).cx;
   });
   EXPECT_GE(width, needed);
 }
@@ -550,6 +678,141 @@ TEST_F(SimulatorDialogWindow, NoControlCoversAnotherOrLeavesTheDialog) {
             << one.id << " and " << controls[j].id;
       }
     }
+  });
+}
+
+// ---- the layout ----
+
+RECT PlaceOf(const DialogWindow& dialog, int id) {
+  RECT place{};
+  GetWindowRect(dialog.Control(id), &place);
+  MapWindowPoints(nullptr, dialog.Window(), reinterpret_cast<POINT*>(&place), 2);
+  return place;
+}
+
+TEST_F(SimulatorDialogWindow, EachColumnHasOneRightEdge) {
+  const std::vector<std::vector<int>> columns = {
+      {IDC_cboMIF, IDC_cboVersion, IDC_udXpdr, IDC_cboSignature0, IDC_cboSignature1},
+      {IDC_udReading, IDC_udTamper, IDC_udUtil, IDC_cboTXI, IDC_cboMSI, IDC_udThreshold,
+       IDC_txtZentrelVersion, IDC_txtBattery},
+      {IDC_fraMIF, IDC_fraID},
+      {IDC_fraData, IDC_Frame1, IDC_fraZentrel, IDC_cmdNoZentrel, IDC_lblNotice}};
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    for (const std::vector<int>& column : columns) {
+      for (const int id : column) {
+        EXPECT_EQ(PlaceOf(dialog, id).right, PlaceOf(dialog, column.front()).right) << id;
+      }
+    }
+  });
+}
+
+TEST_F(SimulatorDialogWindow, BoxesAreAsTallAsLists) {
+  Show([&](DialogUser&, const DialogWindow& dialog) {
+    const RECT list = PlaceOf(dialog, IDC_cboVersion);
+    for (const int id : {IDC_udXpdrBox, IDC_udXpdr, IDC_udThresholdBox, IDC_txtBattery}) {
+      const RECT box = PlaceOf(dialog, id);
+      EXPECT_EQ(box.bottom - box.top, list.bottom - list.top) << id;
+    }
+  });
+}
+
+TEST_F(SimulatorDialogWindow, HasRoomForTheNoticeOnlyWhileThereIsOne) {
+  // From the frames to the buttons, and from them to the lower edge.
+  struct Room {
+    LONG above;
+    LONG below;
+  };
+  const auto room = [](const DialogWindow& dialog) {
+    const RECT button = PlaceOf(dialog, IDC_cmdOK);
+    RECT area{};
+    GetClientRect(dialog.Window(), &area);
+    return Room{button.top - PlaceOf(dialog, IDC_fraZentrel).bottom, area.bottom - button.bottom};
+  };
+  recorder_.on_told = [this](const std::string&) {
+    content_.notice = content_.notice.empty() ? "A line" : "";
+    RefreshSimulatorDialog();
+  };
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    const Room without = room(dialog);
+    EXPECT_NEAR(without.above, without.below, 1);  // dialog units are not whole pixels
+    user.Click(platform::DialogCheck::chkEOL);
+    const Room with = room(dialog);
+    const RECT notice = PlaceOf(dialog, IDC_lblNotice);
+    EXPECT_EQ(with.below, without.below);
+    EXPECT_EQ(PlaceOf(dialog, IDC_cmdOK).top - notice.bottom, without.above);
+    EXPECT_GT(notice.top, PlaceOf(dialog, IDC_fraZentrel).bottom);
+    user.Click(platform::DialogCheck::chkEOL);
+    EXPECT_EQ(room(dialog).above, without.above);
+    EXPECT_EQ(room(dialog).below, without.below);
+  });
+}
+
+TEST_F(SimulatorDialogWindow, GrowsAtTheLowerEdgeOfTheScreenWithoutLeavingIt) {
+  recorder_.on_told = [this](const std::string&) {
+    content_.notice = "A line";
+    RefreshSimulatorDialog();
+  };
+  Show([&](DialogUser& user, const DialogWindow&) {
+    const platform::WindowPlace before = user.Place();
+    const platform::WindowPlace area = platform::WorkAreaNearest(before);
+    user.Move(area.left, area.top + area.height - before.height);
+    user.Click(platform::DialogCheck::chkEOL);
+    const platform::WindowPlace grown = user.Place();
+    EXPECT_GT(grown.height, before.height);
+    EXPECT_EQ(grown.top + grown.height, area.top + area.height);
+  });
+}
+
+TEST_F(SimulatorDialogWindow, VersionAndBatteryTakeNoMoreLettersThanTheyShow) {
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    for (const int id : {IDC_txtZentrelVersion, IDC_txtBattery}) {
+      EXPECT_TRUE(Focus(dialog, id));
+      const HWND box = dialog.Control(id);
+      SendMessageW(box, EM_SETSEL, 0, -1);
+      for (int i = 0; i < 40; ++i) PostMessageW(box, WM_CHAR, '8', 1);
+      EXPECT_TRUE(Settle(user));
+      const std::wstring typed = dialog.Text(id);
+      EXPECT_EQ(typed.size(), 12U);
+      RECT area{};
+      SendMessageW(box, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&area));
+      const SIZE size = Measure({box, id, L"edit", 0, {}}, typed, DT_SINGLELINE, 0);
+      EXPECT_LE(size.cx, area.right - area.left);
+    }
+  });
+}
+
+// The tip that the mouse would bring up over a label; empty for none.
+std::wstring TipOf(const DialogWindow& dialog, int id) {
+  const auto tips_of = [](HWND owner) {
+    HWND tips = nullptr;
+    while ((tips = FindWindowExW(nullptr, tips, TOOLTIPS_CLASSW, nullptr)) != nullptr) {
+      if (GetWindow(tips, GW_OWNER) == owner) return tips;
+    }
+    throw std::runtime_error("the dialog has no tips");
+  };
+  wchar_t text[1024] = {};
+  TTTOOLINFOW tool{};
+  tool.cbSize = TTTOOLINFOW_V2_SIZE;
+  tool.hwnd = dialog.Window();
+  tool.uId = reinterpret_cast<UINT_PTR>(dialog.Control(id));
+  tool.lpszText = text;
+  SendMessageW(tips_of(dialog.Window()), TTM_GETTEXTW, std::size(text),
+               reinterpret_cast<LPARAM>(&tool));
+  return text;
+}
+
+TEST_F(SimulatorDialogWindow, ACaptionThatEndsInAnEllipsisHasATip) {
+  const std::string long_caption = "Litres of water & steam for each of the pulses counted";
+  content_.msi_caption = long_caption;
+  recorder_.on_told = [this](const std::string&) {
+    content_.msi_caption = "Dials & digits";
+    RefreshSimulatorDialog();
+  };
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_EQ(TipOf(dialog, IDC_lblMSI), platform::Utf8ToWide(long_caption));
+    EXPECT_EQ(TipOf(dialog, IDC_lblTamper), L"");
+    user.Click(platform::DialogCheck::chkEOL);
+    EXPECT_EQ(TipOf(dialog, IDC_lblMSI), L"");
   });
 }
 

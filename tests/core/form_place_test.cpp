@@ -295,6 +295,34 @@ TEST_F(DialogPlace, IsWhereTheUserLeftItBefore) {
   EXPECT_TRUE(Same(PlaceAtARead(), {7, 8, 600, 400}));
 }
 
+TEST_F(DialogPlace, IsMovedIntoReachAtEveryShow) {
+  PlaceAtARead([](FakeDialog& dialog) { dialog.Move(900, 700); });
+  EXPECT_TRUE(Same(PlaceAtARead(), {424, 368, 600, 400}));
+  PlaceAtARead([](FakeDialog& dialog) { dialog.Move(-900, -700); });
+  EXPECT_TRUE(Same(PlaceAtARead(), {0, 0, 600, 400}));
+}
+
+TEST_F(DialogPlace, AStoredOneDoesNotLieUnderTheBarAtAnEdgeOfTheScreen) {
+  TheWorld().work_areas = {{60, 0, 964, 728}};
+  SetNumber(kPlaceKey, "Left", 0);
+  SetNumber(kPlaceKey, "Top", 368);
+  EXPECT_TRUE(Same(PlaceAtARead(), {60, 328, 600, 400}));
+}
+
+TEST_F(DialogPlace, StaysOnAnotherScreenAsLongAsThereIsOne) {
+  const WindowPlace primary{0, 0, 1024, 768};
+  TheWorld().work_areas = {primary, {-1280, 0, 1280, 1024}};
+  PlaceAtARead([](FakeDialog& dialog) { dialog.Move(-1000, 600); });
+  EXPECT_TRUE(Same(PlaceAtARead(), {-1000, 600, 600, 400}));
+  TheWorld().work_areas = {primary};
+  EXPECT_TRUE(Same(PlaceAtARead(), {0, 368, 600, 400}));
+}
+
+TEST_F(DialogPlace, OnAScreenThatIsTooSmallTheTitleStaysInReach) {
+  TheWorld().work_areas = {{0, 30, 500, 300}};
+  EXPECT_TRUE(Same(PlaceAtARead(), {0, 30, 600, 400}));
+}
+
 TEST_F(DialogPlace, IsKeptWhenTheLastObjectGoes) {
   Create();
   auto another = Zentrel::Create();

@@ -8,6 +8,7 @@
 namespace qmzentrel::tests {
 namespace {
 
+using modCOM_Registry::RegCanSetValue;
 using modCOM_Registry::RegGetValue;
 using modCOM_Registry::RegSetValue;
 using namespace std::string_literals;
@@ -59,6 +60,29 @@ class RegistryWrite : public CoreTest {
   const std::string kCreate = "RegCreateKeyEx " + kPath;
   const std::string kClose = "RegCloseKey " + kPath;
 };
+
+// --- Whether it can be written ---
+
+TEST_F(RegistryWrite, IsFoundOutWithoutWriting) {
+  const auto can_write = [] { return RegCanSetValue(platform::kLocalMachine, kPath + "\\"); };
+  EXPECT_TRUE(can_write()) << "the key can be made";
+  EXPECT_TRUE(TheWorld().registry.empty());
+  TheWorld().SetText(kPath, kName, "text");
+  Calls();
+  EXPECT_TRUE(can_write());
+  EXPECT_EQ(Calls(), (Texts{"RegOpenKeyEx " + kPath, kClose}));
+  EXPECT_EQ(TheWorld().opened_access.back(), 2U);
+  TheWorld().read_only_keys = {kPath};
+  EXPECT_FALSE(can_write());
+  EXPECT_EQ(Held(), Text("text"));
+}
+
+TEST_F(RegistryWrite, IsDeniedByAnyFailureButThatOfAMissingKey) {
+  for (const std::int32_t code : kCodes) {
+    Fail("RegOpenKeyEx", code);
+    EXPECT_EQ(RegCanSetValue(platform::kLocalMachine, kPath), code == 2) << code;
+  }
+}
 
 // --- The stored form ---
 

@@ -122,9 +122,9 @@ TEST_F(SimulatorInterlocks, ForcingSecondaryRebuildsVersionsAndCodes) {
   StoreInterface(15, false);
   Read([](FakeDialog& dialog) {
     dialog.Choose(DialogList::cboMIF, "[5] Register");
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "9.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "9.0"}));
     EXPECT_EQ(dialog.ShownEntry(DialogList::cboVersion), "9.0");
-    EXPECT_EQ(dialog.Shown(DialogList::cboMSI).items, (Texts{"[4] 0x4", "[5] 0x5"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboMSI)), (Texts{"[4] 0x4", "[5] 0x5"}));
     EXPECT_EQ(dialog.Shown().msi_caption, "Digits");
   });
 }

@@ -9,7 +9,7 @@ namespace {
 class SimulatorLists : public SimulatorTest {
  protected:
   /// The entries of a list that a first Read shows.
-  Texts Items(DialogList list) { return At(ShownByRead().lists, list).items; }
+  Texts Items(DialogList list) { return TextsOf(At(ShownByRead().lists, list)); }
 
   /// What a Read shows once the user has chosen an interface.
   platform::DialogContent ShownWith(const std::string& meter_interface, bool secondary) {
@@ -104,6 +104,26 @@ TEST_F(SimulatorLists, OfferNoIntervalsWithoutTheirKey) {
   EXPECT_EQ(Items(DialogList::cboTXI), Texts{});
 }
 
+// --- Entries ---
+
+TEST_F(SimulatorLists, EveryEntryCarriesTheNumberThatItStandsFor) {
+  const auto data = [shown = ShownByRead()](DialogList list) {
+    std::vector<std::int32_t> numbers;
+    for (const platform::DialogItem& item : At(shown.lists, list).items) {
+      numbers.push_back(item.data);
+    }
+    return numbers;
+  };
+  using Numbers = std::vector<std::int32_t>;
+  EXPECT_EQ(data(DialogList::cboMIF), (Numbers{0, 5, 7, 15}));
+  EXPECT_EQ(data(DialogList::cboVersion), Numbers{0});
+  EXPECT_EQ(data(DialogList::cboTXI), (Numbers{0, 1, 2, 3}));
+  EXPECT_EQ(data(DialogList::cboMSI).size(), 16U);
+  EXPECT_EQ(data(DialogList::cboMSI).back(), 15);
+  EXPECT_EQ(data(DialogList::cboSignature0), (Numbers{0x1A, 0xA5, 0xA6}));
+  EXPECT_EQ(data(DialogList::cboSignature1), (Numbers{0, 2}));
+}
+
 // --- Box types and modes ---
 
 TEST_F(SimulatorLists, BoxTypesAndModesStandInTheRegistrysOwnOrderAndTheFirstIsSelected) {
@@ -112,9 +132,9 @@ TEST_F(SimulatorLists, BoxTypesAndModesStandInTheRegistrysOwnOrderAndTheFirstIsS
   SetNumber(kSimulatorKey, "Signature0", 999);  // which no entry has: the selection stays
   SetNumber(kSimulatorKey, "Signature1", 999);
   Read([](FakeDialog& dialog) {
-    EXPECT_EQ(dialog.Shown(DialogList::cboSignature0).items,
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboSignature0)),
               (Texts{"Electric", "Bench", "Short supply"}));
-    EXPECT_EQ(dialog.Shown(DialogList::cboSignature1).items, (Texts{"Fast", "Normal"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboSignature1)), (Texts{"Fast", "Normal"}));
     EXPECT_EQ(dialog.ShownEntry(DialogList::cboSignature0), "Electric");
     EXPECT_EQ(dialog.ShownEntry(DialogList::cboSignature1), "Fast");
   });
@@ -194,10 +214,10 @@ TEST_F(SimulatorLists, ClickingSecondaryRebuildsVersionsAndCodesAtOnce) {
   Read([](FakeDialog& dialog) {
     EXPECT_EQ(dialog.Shown(DialogList::cboMSI).items.size(), 3U);
     dialog.Click(DialogCheck::chkSecondary);
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "9.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "9.0"}));
     EXPECT_EQ(dialog.Shown(DialogList::cboMSI).items.size(), 16U);
     dialog.Click(DialogCheck::chkSecondary);
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "5.0", "8.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "5.0", "8.0"}));
     EXPECT_EQ(dialog.Shown(DialogList::cboMSI).items.size(), 3U);
   });
 }
@@ -219,7 +239,7 @@ TEST_F(SimulatorLists, TheLastVersionIsSelectedAndTheyStandInTheOrderOfTheirNumb
   StoreInterface(15, true);
   Read([](FakeDialog& dialog) {
     dialog.Choose(DialogList::cboMIF, "[5] Register");
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "9.0", "10.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "9.0", "10.0"}));
     EXPECT_EQ(dialog.ShownEntry(DialogList::cboVersion), "10.0");
   });
 }
@@ -240,10 +260,10 @@ TEST_F(SimulatorLists, WithoutAnyVersionKeyTheVersionsStayAsTheyAre) {
   }
   StoreInterface(0, true);
   Read([](FakeDialog& dialog) {
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "5.0", "8.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "5.0", "8.0"}));
     dialog.Choose(DialogList::cboVersion, "4.0");
     dialog.Choose(DialogList::cboMIF, "[5] Register");
-    EXPECT_EQ(dialog.Shown(DialogList::cboVersion).items, (Texts{"4.0", "5.0", "8.0"}));
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboVersion)), (Texts{"4.0", "5.0", "8.0"}));
   });
 }
 
@@ -251,7 +271,7 @@ TEST_F(SimulatorLists, WithVersionKeysButNoNumberInThemTheVersionsAreEmpty) {
   SetText(InterfaceKey(5) + "\\4.0", "Ver", "four");
   SetText(InterfaceKey(5) + "\\9.0", "Ver", "nine");
   const auto shown = ShownWith("[5] Register", true);
-  EXPECT_EQ(At(shown.lists, DialogList::cboVersion).items, Texts{});
+  EXPECT_EQ(TextsOf(At(shown.lists, DialogList::cboVersion)), Texts{});
   EXPECT_EQ(At(shown.lists, DialogList::cboVersion).selected, -1);
 }
 
@@ -259,7 +279,8 @@ TEST_F(SimulatorLists, WithVersionKeysButNoNumberInThemTheVersionsAreEmpty) {
 
 TEST_F(SimulatorLists, CodesCarryTheNamesAndTheCaptionOfTheirCatalogAndItsDefaultIsSelected) {
   const auto shown = ShownWith("[7] Encoder meter", false);  // codes of interface 0
-  EXPECT_EQ(At(shown.lists, DialogList::cboMSI).items, (Texts{"[1] low", "[2] medium", "[3] 0x3"}));
+  EXPECT_EQ(TextsOf(At(shown.lists, DialogList::cboMSI)),
+            (Texts{"[1] low", "[2] medium", "[3] 0x3"}));
   EXPECT_EQ(At(shown.lists, DialogList::cboMSI).selected, 1);
   EXPECT_EQ(shown.msi_caption, "Leakage");
 }
@@ -268,9 +289,9 @@ TEST_F(SimulatorLists, CodesWithoutACatalogAre16NumbersAndTheirCaptionIsMsi) {
   const auto shown = ShownWith("[5] Register", true);
   const auto& codes = At(shown.lists, DialogList::cboMSI);
   ASSERT_EQ(codes.items.size(), 16U);
-  EXPECT_EQ(codes.items[0], "[0] 0x0");
-  EXPECT_EQ(codes.items[10], "[10] 0xA");
-  EXPECT_EQ(codes.items[15], "[15] 0xF");
+  EXPECT_EQ(codes.items[0].text, "[0] 0x0");
+  EXPECT_EQ(codes.items[10].text, "[10] 0xA");
+  EXPECT_EQ(codes.items[15].text, "[15] 0xF");
   EXPECT_EQ(codes.selected, 0);
   EXPECT_EQ(shown.msi_caption, "MSI");
 }
@@ -289,12 +310,12 @@ TEST_F(SimulatorLists, ACodeRangeMayEndAtTheLastNumberThereIs) {
   constexpr std::int32_t kMost = 0x7FFFFFFF;
   SetRange(kKernel + "\\Plain", kMost, kMost);
   const auto shown = ShownWith("[0] Pulse", false);
-  EXPECT_EQ(At(shown.lists, DialogList::cboMSI).items, (Texts{"[2147483647] 0x7FFFFFFF"}));
+  EXPECT_EQ(TextsOf(At(shown.lists, DialogList::cboMSI)), (Texts{"[2147483647] 0x7FFFFFFF"}));
 }
 
 TEST_F(SimulatorLists, ACodeRangeThatEndsBeforeItBeginsIsEmpty) {
   SetRange(kKernel + "\\Plain", 3, 2);
-  EXPECT_EQ(At(ShownWith("[0] Pulse", false).lists, DialogList::cboMSI).items, Texts{});
+  EXPECT_EQ(TextsOf(At(ShownWith("[0] Pulse", false).lists, DialogList::cboMSI)), Texts{});
 }
 
 TEST_F(SimulatorLists, AChosenCodeIsTheOneReported) {

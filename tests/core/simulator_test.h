@@ -159,6 +159,13 @@ class SimulatorTest : public CoreTest {
     return {1, text + '\0'};
   }
 
+  /// What a list shows.
+  static Texts TextsOf(const platform::DialogContent::List& list) {
+    Texts texts;
+    for (const platform::DialogItem& item : list.items) texts.push_back(item.text);
+    return texts;
+  }
+
   template <class Array, class Name>
   static const auto& At(const Array& array, Name name) {
     return array.at(static_cast<std::size_t>(name));

@@ -467,7 +467,7 @@ TEST_P(UnsavedValues, AreTalkedOfInALineOfTheNextDialogOfAnyMode) {
   Refuse(true);
   Read(NoXpdr);
   const auto expect_notice = [](FakeDialog& dialog) {
-    EXPECT_NE(dialog.Shown().notice.find("could not be stored"), std::string::npos);
+    EXPECT_NE(dialog.Shown().notice.find("cannot be stored"), std::string::npos);
   };
   Read(expect_notice);
   Reset(expect_notice);
@@ -521,6 +521,47 @@ TEST_P(UnsavedValues, OfMessagesAreReadBack) {
   EXPECT_EQ(zentrel->TELIC2Read(2, LongArray(ids, 0), LongArray(data, 0)), S_OKAY);
   EXPECT_EQ(data, (Numbers{0x1234, -5}));
   Read([](FakeDialog& dialog) { EXPECT_NE(dialog.Shown().notice, ""); });
+}
+
+class ReadOnlyValues : public SimulatorValues {
+ protected:
+  void SetUp() override {
+    SimulatorValues::SetUp();
+    TheWorld().read_only_keys = {kSimulatorKey};
+  }
+};
+
+TEST_F(ReadOnlyValues, AreTalkedOfInTheFirstDialogOfAnyMode) {
+  for (const auto command : {&Zentrel::ReadXpdr, &Zentrel::ResetXpdr, &Zentrel::WriteXpdr}) {
+    Run(
+        [](FakeDialog& dialog) {
+          EXPECT_NE(dialog.Shown().notice.find("cannot be stored"), std::string::npos);
+        },
+        command);
+    zentrel.reset();
+  }
+}
+
+TEST_F(ReadOnlyValues, AreTalkedOfNoMoreOnceTheyCanBeStored) {
+  Read(CloseBox);
+  TheWorld().read_only_keys.clear();
+  Read([](FakeDialog& dialog) { EXPECT_EQ(dialog.Shown().notice, ""); });
+}
+
+TEST_F(SimulatorValues, NothingIsWrittenToFindOutWhetherTheyCanBeStored) {
+  Create();
+  for (const bool read_only : {false, true}) {
+    if (read_only) TheWorld().read_only_keys = {kSimulatorKey};
+    TheWorld().registry_calls.clear();
+    const StoredValues before = Stored();
+    Read(NoZentrel);
+    EXPECT_EQ(Stored(), before);
+    for (const std::string& call : TheWorld().registry_calls) {
+      EXPECT_FALSE(call.starts_with("RegCreateKeyEx") || call.starts_with("RegSetValueEx") ||
+                   call.starts_with("RegDeleteValue"))
+          << call;
+    }
+  }
 }
 
 TEST_F(SimulatorValues, OneThatCannotBeStoredDoesNotKeepTheOthers) {

@@ -1,6 +1,7 @@
 #include "tests/fakes/fake_dialog.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -40,7 +41,7 @@ const DialogContent::List& FakeDialog::Shown(DialogList list) const {
 
 std::string FakeDialog::ShownEntry(DialogList list) const {
   const DialogContent::List& shown = Shown(list);
-  return shown.selected < 0 ? "" : shown.items.at(static_cast<std::size_t>(shown.selected));
+  return shown.selected < 0 ? "" : shown.items.at(static_cast<std::size_t>(shown.selected)).text;
 }
 
 const DialogContent::Check& FakeDialog::Shown(DialogCheck check) const {
@@ -78,7 +79,7 @@ void FakeDialog::Choose(DialogList list, std::int32_t index) {
 
 void FakeDialog::Choose(DialogList list, const std::string& entry) {
   const auto& items = Shown(list).items;
-  const auto found = std::ranges::find(items, entry);
+  const auto found = std::ranges::find(items, entry, &platform::DialogItem::text);
   if (found == items.end()) throw std::out_of_range("the dialog's list has no entry " + entry);
   Choose(list, static_cast<std::int32_t>(found - items.begin()));
 }
@@ -202,6 +203,16 @@ void HideSimulatorDialog() {
 
 ScreenSize PrimaryScreen() {
   return TheWorld().screen;
+}
+
+WindowPlace WorkAreaNearest(const WindowPlace& place) {
+  const fakes::World& world = TheWorld();
+  if (world.work_areas.empty()) return {0, 0, world.screen.width, world.screen.height};
+  const auto distance = [&place](const WindowPlace& area) {
+    const WindowPlace moved = MovedInto(area, place);
+    return std::abs(moved.left - place.left) + std::abs(moved.top - place.top);
+  };
+  return *std::ranges::min_element(world.work_areas, {}, distance);
 }
 
 void SetPointer(PointerShape shape) {

@@ -8,6 +8,7 @@ namespace qmzentrel::platform {
 
 using fakes::TheWorld;
 
+constexpr std::int32_t kAccessDenied = 5;
 constexpr std::int32_t kInvalidHandle = 6;
 
 // Calls begin here: they are noted, and fail when the test says so.
@@ -45,6 +46,11 @@ static std::optional<std::string> Join(RegistryKey root, const std::string& path
   const auto start = PathOf(root);
   if (!start || path.empty()) return start;
   return *start + '\\' + path;
+}
+
+static bool IsRefused(const std::string& path, std::uint32_t access) {
+  constexpr std::uint32_t kSetValue = 2;
+  return (access & kSetValue) != 0 && TheWorld().read_only_keys.contains(path);
 }
 
 static RegistryKey NewHandle(const std::string& path) {
@@ -101,6 +107,7 @@ std::int32_t RegistryOpenKey(RegistryKey root, const std::string& path, std::uin
   const auto whole = Join(root, path);
   if (!whole) return kInvalidHandle;
   if (!HasKey(*whole)) return kRegistryFileNotFound;
+  if (IsRefused(*whole, access)) return kAccessDenied;
   key = NewHandle(*whole);
   return kRegistrySuccess;
 }
@@ -112,6 +119,7 @@ std::int32_t RegistryCreateKey(RegistryKey root, const std::string& path, std::u
   if (const auto fault = Enter("RegCreateKeyEx", path)) return *fault;
   const auto whole = Join(root, path);
   if (!whole) return kInvalidHandle;
+  if (IsRefused(*whole, access)) return kAccessDenied;
   TheWorld().registry[*whole];
   key = NewHandle(*whole);
   return kRegistrySuccess;

@@ -147,9 +147,10 @@ class World {
   std::vector<std::uint32_t> opened_access;
   std::map<std::uintptr_t, std::string> open_keys;
   std::uintptr_t next_key = 1;
-  std::optional<std::int32_t> open_result;   ///< every open fails with this
-  std::optional<std::int32_t> query_result;  ///< every query fails with this
-  std::function<void()> before_query;        ///< another program at work ahead of each query
+  std::optional<std::int32_t> open_result;           ///< every open fails with this
+  std::optional<std::int32_t> query_result;          ///< every query fails with this
+  std::set<std::string, NoCaseLess> read_only_keys;  ///< opening one for writing is refused
+  std::function<void()> before_query;  ///< another program at work ahead of each query
   /// Asked ahead of each call, by the name of the advapi32 call it stands for ("RegOpenKeyEx") and
   /// the key, value or index that it is about: a code makes the call fail with it.
   std::function<std::optional<std::int32_t>(const std::string& call, const std::string& subject)>
@@ -171,6 +172,8 @@ class World {
 
   bool has_desktop = true;
   platform::ScreenSize screen{1024, 768};
+  /// What each screen leaves for windows; all of the primary one unless told.
+  std::vector<platform::WindowPlace> work_areas;
   /// Size and position that the dialog is designed with.
   platform::WindowPlace designed_place{212, 184, 600, 400};
   /// What the user does at each dialog; one that is still up afterwards is closed by its close box.

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 
 #include "platform/win32/simulator_dialog_controls.h"
+#include "tests/automation/read_only_key.h"
 #include "tests/shell/com_client.h"
 #include "tests/shell/error_reports.h"
 #include "tests/shell/other_apartment.h"
@@ -131,6 +133,22 @@ TEST_F(Simulator, AnErrorInItsDialogEndsTheCommandAndNothingElse) {
   EXPECT_EQ(taken.front().number, L"13");
   EXPECT_EQ(Read(object.Get(), [](DialogWindow dialog) { dialog.Click(IDC_cmdNoXpdr); }),
             S_TIMEOUT);
+}
+
+TEST_F(Simulator, SaysFromTheFirstDialogOnThatValuesCannotBeStored) {
+  const auto notice = [] {
+    std::wstring shown;
+    const auto object = NewZentrel();
+    Read(object.Get(), [&shown](DialogWindow dialog) {
+      if (dialog.IsVisible(IDC_lblNotice)) shown = dialog.Text(IDC_lblNotice);
+      dialog.Click(IDC_cmdNoZentrel);
+    });
+    return shown;
+  };
+  EXPECT_EQ(notice(), L"");
+  const automation::ReadOnlyKey read_only(
+      L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator");
+  EXPECT_NE(notice().find(L"cannot be stored"), std::wstring::npos);
 }
 
 TEST_F(Simulator, SwitchedOffItAsksThePort) {

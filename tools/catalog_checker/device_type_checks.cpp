@@ -80,10 +80,12 @@ void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) 
 void CheckTestRange(const CatalogKey& tests, const Range& range) {
   constexpr const char* kOfAnother = "only the lowest byte of the number is sent";
   if (range.first < kIdentifiers.first) {
-    tests.Fault("Min", "is " + std::to_string(range.first) + ", below 0", kOfAnother);
+    tests.Fault("Min", "is " + std::to_string(range.first) + ", below 0",
+                EffectOfEnd(range.first, kOfAnother));
   }
   if (range.last > kIdentifiers.last) {
-    tests.Fault("Max", "is " + std::to_string(range.last) + ", above 255", kOfAnother);
+    tests.Fault("Max", "is " + std::to_string(range.last) + ", above 255",
+                EffectOfEnd(range.last, kOfAnother));
   }
   if (IsWithin(range, catalogs::kInvalidTestMessage)) {
     tests.Fault("Max", "lets 99, the number of \"Invalid\", into the range",

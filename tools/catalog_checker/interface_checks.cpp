@@ -11,9 +11,8 @@ using catalogs::Range;
 
 // Names are loaded from here on.
 constexpr std::int32_t kLowest = -1;
-// A transponder holds the number of its interface in four bits, and one byte around them.
+// A transponder holds the number of its interface in four bits.
 constexpr std::int32_t kLastOfTransponder = 15;
-constexpr std::int32_t kLastByte = 255;
 // Where the simulator looks for what belongs to a primary interface.
 constexpr std::int32_t kPrimary = 0;
 
@@ -72,10 +71,10 @@ void Interfaces::CheckLast(std::int32_t last) const {
   const std::string is = "is " + std::to_string(last) + ", ";
   if (last < kLowest) {
     key_.Fault("Max", is + "below -1", "no object can be created (0x800AFFFF)");
-  } else if (last > kLastByte) {
-    key_.Fault("Max", is + "more than a transponder's byte holds",
-               "each new object reads a key for every number, and fails if memory runs out; the "
-               "list of interfaces ends with error 6");
+  } else if (last > kPromptRange.last) {
+    key_.Fault("Max", is + "above " + std::to_string(kPromptRange.last),
+               "each new object reads a key for every number, a million in some 9 s, and fails if "
+               "memory runs out; the list of interfaces ends with error 6");
   } else if (last > HighestBit()) {
     key_.Fault("Max", is + "above " + std::to_string(HighestBit()),
                "the list of interfaces ends with error 6 at " + std::to_string(HighestBit() + 1));
@@ -136,9 +135,9 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
   };
   CheckValueNames(key, {"Encoder", "MSI", "IDSources", "MIF"});
   key.Number("Encoder", absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
-  key.Number("MIF", absent("it is taken as 0 where no version gives it"));
+  CheckVersioned(key, "MIF", absent("it is taken as 0 where no version gives it"));
   const auto sources =
-      key.Number("IDSources", absent("it is taken as 0 where no version gives it"));
+      CheckVersioned(key, "IDSources", absent("it is taken as 0 where no version gives it"));
   if (sources.sound && (*sources.taken & ~kAllSources) != 0) {
     key.Remark("IDSources", "has bits above bit 1", "they mean nothing");
   }

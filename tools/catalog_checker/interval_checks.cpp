@@ -20,10 +20,12 @@ void CheckIntervals(Findings& findings) {
   const Range all{0, catalogs::kLastInterval};
   const auto range = CheckRange(key, kNoneOffered);
   if (range && range->first < all.first) {
-    key.Fault("Min", "is " + std::to_string(range->first) + ", below 0", kNotWritten);
+    key.Fault("Min", "is " + std::to_string(range->first) + ", below 0",
+              EffectOfEnd(range->first, kNotWritten));
   }
   if (range && range->last > all.last) {
-    key.Fault("Max", "is " + std::to_string(range->last) + ", above 15", kNotWritten);
+    key.Fault("Max", "is " + std::to_string(range->last) + ", above 15",
+              EffectOfEnd(range->last, kNotWritten));
   }
   CheckValueNames(key, {"Min", "Max"}, all);
   for (std::int32_t n = all.first; n <= all.last; ++n) {

@@ -28,9 +28,11 @@ void CheckMsiKey(const std::string& name, Findings& findings) {
                     last.taken.value_or(defaults.range.last)};
 
   if (range.first < 0)
-    key.Fault("Min", "is " + std::to_string(range.first) + ", below 0", kNotWritten);
+    key.Fault("Min", "is " + std::to_string(range.first) + ", below 0",
+              EffectOfEnd(range.first, kNotWritten));
   if (range.last > kLast)
-    key.Fault("Max", "is " + std::to_string(range.last) + ", above 15", kNotWritten);
+    key.Fault("Max", "is " + std::to_string(range.last) + ", above 15",
+              EffectOfEnd(range.last, kNotWritten));
   if (range.last < range.first) {
     key.Fault("Max", "is " + std::to_string(range.last) + ", below Min", "no value is offered");
     return;

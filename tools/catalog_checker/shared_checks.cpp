@@ -73,9 +73,32 @@ std::optional<Range> CheckRange(const CatalogKey& key, const NumberReading& firs
   return std::nullopt;
 }
 
+std::string EffectOfEnd(std::int32_t end, const std::string& effect) {
+  if (IsWithin(kPromptRange, end)) return effect;
+  return "its numbers are looked up one by one, for seconds or longer; " + effect;
+}
+
+NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
+                             const Absence& absence) {
+  const Variant stored = key.Value(name);
+  const auto* const text = std::get_if<std::string>(&stored);
+  const auto number = text != nullptr ? NumericValue(*text) : std::nullopt;
+  if (text == nullptr || (number && RoundToLong(*number))) return key.Number(name, absence);
+  key.FaultOfData(name, "number",
+                  "the simulator's dialog fails with error " +
+                      std::to_string(number ? kErrorOverflow : kErrorTypeMismatch) +
+                      " when it is chosen",
+                  absence.effect);
+  return {};
+}
+
 void CheckBitRange(const CatalogKey& key, const Range& range) {
-  if (range.first < 0) {
-    key.Remark("Min", "is " + std::to_string(range.first), "no list offers a number below 0");
+  constexpr const char* kNotOffered = "no list offers a number below 0";
+  const std::string is = "is " + std::to_string(range.first);
+  if (range.first < kPromptRange.first) {
+    key.Fault("Min", is + ", below -1", kNotOffered);
+  } else if (range.first < 0) {
+    key.Remark("Min", is, kNotOffered);
   }
 }
 

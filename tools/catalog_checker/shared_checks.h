@@ -34,7 +34,18 @@ std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const std::stri
 std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const NumberReading& first,
                                           const NumberReading& last, const std::string& effect);
 
-/// Remarks a "Min" below 0 in a list whose entries are chosen by bits.
+/// What the component, which looks up the numbers of a range one by one, is through with at once.
+inline constexpr catalogs::Range kPromptRange{-1, 1000};
+
+/// What comes of a range with an `end` that leads to `effect`: beyond kPromptRange it takes time.
+std::string EffectOfEnd(std::int32_t end, const std::string& effect);
+
+/// Judges a value that the simulator looks up for the version chosen: unlike elsewhere, a text that
+/// is no number does not count as missing.
+NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
+                             const Absence& absence);
+
+/// Judges a "Min" below 0 in a list whose entries are chosen by bits.
 void CheckBitRange(const CatalogKey& key, const catalogs::Range& range);
 
 /// Bits in the value `name` for which there is no number in the range. -1 stands for all.

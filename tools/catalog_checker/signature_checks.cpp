@@ -20,9 +20,11 @@ std::optional<std::int32_t> HexNumber(const std::string& name) {
 void CheckEntry(const CatalogKey& key, const std::string& name, std::set<std::int32_t>& bytes) {
   const auto byte = HexNumber(name);
   if (!byte) {
-    key.Fault(name, "is not named by a hexadecimal number", "the list cannot give it a byte");
+    key.Fault(name, "is not named by a hexadecimal number",
+              "with the simulator on no object can be created (error 13)");
   } else if (*byte < 0 || *byte > kLastByte) {
-    key.Fault(name, "is named by a number that is no byte", "no box signature holds it");
+    key.Fault(name, "is named by a number that is no byte",
+              "a simulated read that has it chosen fails with error 6");
   } else if (!bytes.insert(*byte).second) {
     key.Fault(name, "names a byte that another value names, too",
               "only the first of them is ever selected again");

@@ -48,7 +48,7 @@ void CheckText(const CatalogKey& version) {
 // name, compared character by character.
 void CheckOverride(const CatalogKey& version, const std::string& name, const std::string& value,
                    const Texts& offered) {
-  version.Number(value, Optional("the simulator cannot use it"));
+  CheckVersioned(version, value, Optional("it is taken as 0"));
   if (!version.HasValue(value) || offered.empty()) return;
   const auto overrides = [&name](const std::string& text) { return name <= text; };
   if (std::ranges::none_of(offered, overrides)) {

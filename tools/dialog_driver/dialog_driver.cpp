@@ -108,7 +108,7 @@ std::wstring Describe(const DialogWindow& dialog, const NamedControl& control) {
       const auto entries = dialog.Entries(control.id);
       const std::int32_t selected = dialog.Selected(control.id);
       line += L' ' + std::to_wstring(selected) + L" of " + std::to_wstring(entries.size());
-      if (selected >= 0) line += L' ' + entries.at(static_cast<std::size_t>(selected));
+      if (selected >= 0) line += L' ' + entries.at(static_cast<std::size_t>(selected)).text;
       break;
     }
     case ControlKind::kCheck:

@@ -53,14 +53,14 @@ bool DialogWindow::IsTicked(int id) const {
   return Send(Control(id), BM_GETCHECK) == BST_CHECKED;
 }
 
-std::vector<std::wstring> DialogWindow::Entries(int list) const {
+std::vector<Entry> DialogWindow::Entries(int list) const {
   const HWND control = Control(list);
-  std::vector<std::wstring> entries(static_cast<std::size_t>(Send(control, CB_GETCOUNT)));
+  std::vector<Entry> entries(static_cast<std::size_t>(Send(control, CB_GETCOUNT)));
   for (std::size_t i = 0; i < entries.size(); ++i) {
     std::wstring text(static_cast<std::size_t>(Send(control, CB_GETLBTEXTLEN, i)) + 1, L'\0');
     const LRESULT length = Send(control, CB_GETLBTEXT, i, reinterpret_cast<LPARAM>(text.data()));
     text.resize(static_cast<std::size_t>(length));
-    entries[i] = text;
+    entries[i] = {text, static_cast<std::int32_t>(Send(control, CB_GETITEMDATA, i))};
   }
   return entries;
 }

@@ -13,6 +13,12 @@
 
 namespace qmzentrel::dialog_driver {
 
+/// Of a list, with the number that it stands for.
+struct Entry {
+  std::wstring text;
+  std::int32_t data = 0;
+};
+
 class DialogWindow {
  public:
   explicit DialogWindow(HWND window) : window_(window) {}
@@ -38,7 +44,7 @@ class DialogWindow {
   bool IsEnabled(int id) const { return IsWindowEnabled(Control(id)) != FALSE; }
   bool IsVisible(int id) const { return IsWindowVisible(Control(id)) != FALSE; }
   bool IsTicked(int id) const;
-  std::vector<std::wstring> Entries(int list) const;
+  std::vector<Entry> Entries(int list) const;
   /// Index of the selected entry, -1 when there is none.
   std::int32_t Selected(int list) const;
   std::int32_t Value(int spin) const;

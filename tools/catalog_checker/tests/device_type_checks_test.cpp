@@ -97,6 +97,18 @@ TEST_F(DeviceTypeChecks, TheRangeOfTestMessagesIsOfBytes) {
                         "it is listed twice and never sent")}));
 }
 
+TEST_F(DeviceTypeChecks, ARangeOfTestMessagesBelowMinus1OrAbove1000TakesTime) {
+  AddTests(0, 98);
+  AddTests(100, 255);
+  SetRange(kTests, -2, 1001);
+  const std::string takes_time = "its numbers are looked up one by one, for seconds or longer; ";
+  EXPECT_EQ(Faults(),
+            (Only{Fault(kTests, "Min", "is -2, below 0", takes_time + kLowByte),
+                  Fault(kTests, "Max", "is 1001, above 255", takes_time + kLowByte),
+                  Fault(kTests, "Max", "lets 99, the number of \"Invalid\", into the range",
+                        "it is listed twice and never sent")}));
+}
+
 TEST_F(DeviceTypeChecks, TestMessage99IsNeverSent) {
   SetName(kTests, 99, "Ninety-nine");
   EXPECT_EQ(Faults(), Only{Fault(TestKey(99), "", "is the number of \"Invalid\"",

@@ -55,12 +55,39 @@ TEST_F(InterfaceChecks, MaxOf31EndsTheListWithAnError) {
                                  "the list of interfaces ends with error 6 at 31")});
 }
 
-TEST_F(InterfaceChecks, AnAbsurdMaxCostsTimeAndMemory) {
-  SetNumber(kInterfaces, "Max", 0x7FFFFFFF);
+TEST_F(InterfaceChecks, AMaxAbove1000CostsTimeAndMemory) {
+  SetNumber(kInterfaces, "Max", 1000);
+  EXPECT_EQ(Faults(), Only{Fault(kInterfaces, "Max", "is 1000, above 30",
+                                 "the list of interfaces ends with error 6 at 31")});
+  for (const std::int32_t last : {1001, 0x7FFFFFFF}) {
+    SetNumber(kInterfaces, "Max", last);
+    EXPECT_EQ(Faults(),
+              Only{Fault(kInterfaces, "Max", "is " + std::to_string(last) + ", above 1000",
+                         "each new object reads a key for every number, a million in some 9 s, and "
+                         "fails if memory runs out; the list of interfaces ends with error 6")});
+  }
+}
+
+TEST_F(InterfaceChecks, MinIsNotBelowMinus1) {
+  SetNumber(kInterfaces, "Min", -2);
   EXPECT_EQ(Faults(),
-            Only{Fault(kInterfaces, "Max", "is 2147483647, more than a transponder's byte holds",
-                       "each new object reads a key for every number, and fails if memory runs "
-                       "out; the list of interfaces ends with error 6")});
+            Only{Fault(kInterfaces, "Min", "is -2, below -1", "no list offers a number below 0")});
+  EXPECT_EQ(NewRemarks(), Only());
+}
+
+TEST_F(InterfaceChecks, ATextThatIsNoNumberStopsTheSimulator) {
+  for (const char* value : {"MIF", "IDSources"}) {
+    for (const auto& [text, error] :
+         {std::pair{"both", 13}, {"", 13}, {"4000000000", 6}, {"1e20", 6}}) {
+      SetText(InterfaceKey(1), value, text);
+      EXPECT_EQ(Faults(),
+                Only{Fault(InterfaceKey(1), value, "is no number: \"" + std::string(text) + "\"",
+                           "the simulator's dialog fails with error " + std::to_string(error) +
+                               " when it is chosen")});
+    }
+    SetText(InterfaceKey(1), value, "3");
+    EXPECT_EQ(Faults(), Only());
+  }
 }
 
 TEST_F(InterfaceChecks, MinBelow0IsRemarked) {

@@ -29,6 +29,14 @@ TEST_F(IntervalChecks, TheRangeIsWhatATransponderHolds) {
                             Fault(kIntervals, "Max", "is 16, above 15", kNotWritten)}));
 }
 
+TEST_F(IntervalChecks, ARangeBelowMinus1OrAbove1000TakesTime) {
+  SetRange(kIntervals, -2, 1001);
+  const std::string takes_time = "its numbers are looked up one by one, for seconds or longer; ";
+  EXPECT_EQ(Faults(),
+            (Only{Fault(kIntervals, "Min", "is -2, below 0", takes_time + kNotWritten),
+                  Fault(kIntervals, "Max", "is 1001, above 15", takes_time + kNotWritten)}));
+}
+
 TEST_F(IntervalChecks, AnOfferedIntervalHasAName) {
   DeleteValue(kIntervals, "7");
   EXPECT_EQ(Faults(), Only{Fault(kIntervals, "7", "is missing", "it is listed as \"Unknown\"")});

@@ -43,15 +43,18 @@ TEST_F(MessageChecks, ARangeThatReaches31EndsWithAnError) {
                                  "TELIC2EnumMessages fails with error 65535")});
 }
 
-TEST_F(MessageChecks, MinBelow0IsRemarked) {
+TEST_F(MessageChecks, MinMayBeMinus1WithARemark) {
   for (std::int32_t n = 0; n < 8; ++n) {
     SetName(kMessages, n, "Further");
     SetMessage(n, 1);
   }
-  SetNumber(kMessages, "Min", -3);
+  const std::string effect = "no list offers a number below 0";
+  SetNumber(kMessages, "Min", -1);
   EXPECT_EQ(Faults(), Only());
-  EXPECT_EQ(NewRemarks(),
-            Only{Remark(kMessages, "Min", "is -3", "no list offers a number below 0")});
+  EXPECT_EQ(NewRemarks(), Only{Remark(kMessages, "Min", "is -1", effect)});
+  SetNumber(kMessages, "Min", -2);
+  EXPECT_EQ(Faults(), Only{Fault(kMessages, "Min", "is -2, below -1", effect)});
+  EXPECT_EQ(NewRemarks(), Only());
 }
 
 TEST_F(MessageChecks, AMessageInTheRangeHasAKey) {

@@ -22,7 +22,7 @@ TEST_F(SignatureChecks, AnEntryIsNamedByAHexadecimalNumber) {
   for (const char* name : {"G5", "0xA5", "&HA5", "A 5"}) {
     SetText(kSignatureTypes, name, "Box");
     EXPECT_EQ(Faults(), Only{Fault(kSignatureTypes, name, "is not named by a hexadecimal number",
-                                   "the list cannot give it a byte")});
+                                   "with the simulator on no object can be created (error 13)")});
     DeleteValue(kSignatureTypes, name);
   }
 }
@@ -31,7 +31,7 @@ TEST_F(SignatureChecks, AnEntryIsNamedByAByte) {
   for (const char* name : {"100", "FFFFFFFF"}) {
     SetText(kSignatureModes, name, "Mode");
     EXPECT_EQ(Faults(), Only{Fault(kSignatureModes, name, "is named by a number that is no byte",
-                                   "no box signature holds it")});
+                                   "a simulated read that has it chosen fails with error 6")});
     DeleteValue(kSignatureModes, name);
   }
   SetText(kSignatureModes, "ff", "Mode");

@@ -68,7 +68,7 @@ TEST_F(VersionChecks, AnotherInterfaceWithoutVersionsIsRemarked) {
 TEST_F(VersionChecks, WhatAVersionOverridesIsANumber) {
   SetText(Version(1, "4.0"), "MIF", "both");
   EXPECT_EQ(Faults(), Only{Fault(Version(1, "4.0"), "MIF", "is no number: \"both\"",
-                                 "the simulator cannot use it")});
+                                 "the simulator's dialog fails with error 13 when it is chosen")});
 }
 
 TEST_F(VersionChecks, AWordedVersionOverridesNothing) {

@@ -1,0 +1,34 @@
+#include "platform/win32/locked_windows.h"
+
+#include <algorithm>
+#include <new>
+
+namespace qmzentrel::platform {
+
+LockedWindows::LockedWindows(HWND owner) {
+  EnumThreadWindows(GetCurrentThreadId(), Collect, reinterpret_cast<LPARAM>(&windows_));
+  if (owner != nullptr && std::ranges::find(windows_, owner) == windows_.end()) {
+    windows_.push_back(owner);
+  }
+  std::erase_if(windows_, [](HWND window) { return IsWindowEnabled(window) == FALSE; });
+  for (const HWND window : windows_) EnableWindow(window, FALSE);
+}
+
+void LockedWindows::Unlock() {
+  // One that the client has destroyed meanwhile is none that can be enabled.
+  for (const HWND window : windows_) EnableWindow(window, TRUE);
+  windows_.clear();
+}
+
+// Called by the operating system, which keeps the stack aligned to 4 bytes only.
+__attribute__((force_align_arg_pointer)) BOOL CALLBACK LockedWindows::Collect(HWND window,
+                                                                              LPARAM windows) {
+  try {
+    reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
+    return TRUE;
+  } catch (const std::bad_alloc&) {
+    return FALSE;  // which cannot be thrown through the operating system
+  }
+}
+
+}  // namespace qmzentrel::platform

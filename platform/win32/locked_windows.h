@@ -1,0 +1,29 @@
+// The windows of the client while one of ours waits for the user.
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+namespace qmzentrel::platform {
+
+/// Keeps the client's windows from input as long as it lives: every top-level window of the calling
+/// thread, visible or not, and `owner`, which may be another thread's. What takes no input anyway
+/// is left alone, then and afterwards. To be made before the window that shall take input.
+class LockedWindows {
+ public:
+  explicit LockedWindows(HWND owner);
+  ~LockedWindows() { Unlock(); }
+  LockedWindows(const LockedWindows&) = delete;
+  LockedWindows& operator=(const LockedWindows&) = delete;
+
+  /// Before our window is hidden: of windows without input none would become the active one.
+  void Unlock();
+
+ private:
+  static BOOL CALLBACK Collect(HWND window, LPARAM windows);
+
+  std::vector<HWND> windows_;
+};
+
+}  // namespace qmzentrel::platform
