@@ -208,6 +208,13 @@ TEST_F(TransponderCommands, AVersion8TransponderWithTamper130ReadsAsTamper2WithT
   EXPECT_TRUE(zentrel->HasLeak());
 }
 
+TEST_F(TransponderCommands, EveryVersionFrom8To9FHasTheLeakFlag) {
+  for (const std::uint8_t version : {0x80, 0x8F, 0x90, 0x99, 0x9F}) {
+    Read({.tamper = 130, .version = version});
+    EXPECT_TRUE(zentrel->HasLeak()) << zentrel->TravonelVersion();
+  }
+}
+
 TEST_F(TransponderCommands, WithTheSecondaryInterfaceTheTamperCountKeepsTheLeakBit) {
   Read({.mif = 0x25, .tamper = 130, .version = kVersion80});
   EXPECT_EQ(zentrel->Tamper(), 130);
