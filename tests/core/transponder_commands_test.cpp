@@ -209,7 +209,7 @@ TEST_F(TransponderCommands, AVersion8TransponderWithTamper130ReadsAsTamper2WithT
 }
 
 TEST_F(TransponderCommands, EveryVersionFrom8To9FHasTheLeakFlag) {
-  for (const std::uint8_t version : {0x80, 0x8F, 0x90, 0x99, 0x9F}) {
+  for (const std::uint8_t version : Bytes{0x80, 0x8F, 0x90, 0x99, 0x9F}) {
     Read({.tamper = 130, .version = version});
     EXPECT_TRUE(zentrel->HasLeak()) << zentrel->TravonelVersion();
   }
