@@ -256,6 +256,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t ReadTimeout() const;
   bool HasBlock2() const;
   void StartVerifyDelay();
+  void WaitForVerifyDelay();
 
   // The simulator's answers
   static ZentrelStatus SimulatedBoxStatus();
@@ -271,7 +272,8 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   static bool IsValidTestMessage(std::int32_t Index);
 
   // Power
-  void WaitForClock(const float& mark);
+  void StartHoldOff();
+  void WaitForHoldOff();
   void RaisePowerStateChange(bool NewState);
   void PowerTick();
 

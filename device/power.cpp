@@ -1,11 +1,8 @@
 // The supply of the box: kept on while the port is open, or switched on for a command and off again
 // some time after the last one.
-#include <algorithm>
-#include <cmath>
-
 #include "device/Zentrel.h"
+#include "device/wait_for_clock.h"
 #include "platform/clock.h"
-#include "platform/message_loop.h"
 #include "platform/pause.h"
 
 namespace qmzentrel {
@@ -14,8 +11,8 @@ namespace {
 // The box needs this long from supply to its first command.
 constexpr std::int32_t kStartUpMs = 2500;
 
-// The clock can be set while somebody waits for it, so no sleep is longer.
-constexpr double kLongestSleepMs = 1000;
+// A box without a signature needs this long after a Box Status before it may be woken again.
+constexpr float kHoldOffSeconds = 3.75F;
 
 }  // namespace
 
@@ -46,7 +43,7 @@ void Zentrel::Power(bool NewState) {
         STEP platform::Pause(kStartUpMs);
         STEP RaisePowerStateChange(true);
       }
-      STEP WaitForClock(m_sngBoxStatusTimeout);
+      STEP WaitForHoldOff();
     }
     else {
       STEP m_lngPowerTimer = m_lngPowerTimeout;
@@ -72,15 +69,19 @@ void Zentrel::RaisePowerStateChange(bool NewState) {
   if (events_) events_->PowerStateChange(NewState);
 }
 
-// `mark` is a member, read afresh each turn: a call from within the wait may move it. Plain seconds
-// since midnight without a wrap: a mark beyond midnight is never reached, as clients know it.
-void Zentrel::WaitForClock(const float& mark) {
-  platform::YieldingWait wait;
-  for (;;) {
-    const float missing = mark - platform::SecondsSinceMidnight();
-    if (missing <= 0) return;
-    wait.Turn(static_cast<std::int32_t>(std::min(std::ceil(missing * 1000.0), kLongestSleepMs)));
-  }
+void Zentrel::StartHoldOff() {
+  m_sngBoxStatusTimeout = platform::SecondsSinceMidnight() + kHoldOffSeconds;
+}
+
+// The mark is read afresh each turn: a call from within the wait may move it. The clock has left a
+// mark behind that is further ahead than a hold-off that begins now: at midnight, on another day,
+// or when it was set back. Both are the same sum in Single, so that no rounding at the end of a day
+// can let a hold-off that has just begun seem too long.
+void Zentrel::WaitForHoldOff() {
+  WaitForClock([this] {
+    const float now = platform::SecondsSinceMidnight();
+    return m_sngBoxStatusTimeout > now + kHoldOffSeconds ? 0 : m_sngBoxStatusTimeout - now;
+  });
 }
 
 }  // namespace qmzentrel

@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "device/Zentrel.h"
-#include "platform/clock.h"
 #include "simulator/simulator_switch.h"
 #include "support/ignoring_errors.h"
 #include "support/modCOM_Hex.h"
@@ -28,8 +27,6 @@ constexpr std::uint8_t kElectricSignature = 0xA6;
 
 // Volts per step of the battery reading of the box.
 constexpr double kBatteryStep = 0.039;
-// A box without a signature needs this long after a Box Status before it may be woken again.
-constexpr float kHoldOffSeconds = 3.75F;
 
 constexpr std::int32_t kTickMs = 1000;
 constexpr std::int32_t kDefaultVerifyDelayMs = 4000;
@@ -160,9 +157,7 @@ ZentrelStatus Zentrel::BoxStatus() {
     STEP lngStatus = ZentrelCommand(bytTx, 1, bytRx, kBoxStatusLength, kBoxStatusTimeoutMs);
     STEP if (lngStatus == S_OKAY) ParseBoxStatus(bytRx, 0);
     // Whatever the status: after a time-out the signature of the Box Status before decides.
-    STEP if (ZentrelSignature(0) == 0) {
-      STEP m_sngBoxStatusTimeout = platform::SecondsSinceMidnight() + kHoldOffSeconds;
-    }
+    STEP if (ZentrelSignature(0) == 0) StartHoldOff();
     STEP return lngStatus;
   });
 }

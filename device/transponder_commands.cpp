@@ -1,6 +1,7 @@
 // Reading, resetting and writing the transponder.
 #include "device/Zentrel.h"
 #include "device/record_facts.h"
+#include "device/wait_for_clock.h"
 #include "platform/clock.h"
 #include "platform/number.h"
 #include "simulator/simulator_switch.h"
@@ -84,7 +85,7 @@ ZentrelStatus Zentrel::ReadXpdr() {
                    Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
   return frame.Run([&] {
     STEP if (simulator::SimulatorEnabled()) return SimulatedRead();
-    STEP WaitForClock(m_sngVDelayTimeout);
+    STEP WaitForVerifyDelay();
     STEP bytTx[0] = kReadBlock1;
     STEP lngStatus = CommandWithRetry("ReadXpdr", bytTx, 1, bytRx, ReadTimeout());
     STEP ParseXpdrData(lngStatus, bytRx);
@@ -123,13 +124,13 @@ ZentrelStatus Zentrel::WriteXpdr() {
     STEP if (!m_blnHasLeak && m_lngTamperCount >= kLeakFlag) m_lngTamperCount -= kLeakFlag;
     // Built before the wait: a property changed from within the wait belongs to the next write.
     STEP bytTx = Block1Frame();
-    STEP WaitForClock(m_sngVDelayTimeout);
+    STEP WaitForVerifyDelay();
     STEP lngStatus = CommandWithRetry("WriteXpdr", bytTx, kWriteLength, bytRx, kWriteMs);
     STEP if (lngStatus == S_OKAY) ParseXpdrData(S_OKAY, bytRx);
     STEP StartVerifyDelay();
     STEP if (lngStatus == S_OKAY && HasBlock2()) {
       STEP bytTx = Block2Frame();
-      STEP WaitForClock(m_sngVDelayTimeout);
+      STEP WaitForVerifyDelay();
       STEP lngStatus = CommandWithRetry("WriteXpdrRF", bytTx, kWriteLength, bytRx, kWriteMs);
       STEP if (lngStatus == S_OKAY) ParseXpdrBlock2(S_OKAY, bytRx);
       STEP StartVerifyDelay();
@@ -247,6 +248,12 @@ bool Zentrel::HasBlock2() const {
 
 void Zentrel::StartVerifyDelay() {
   m_sngVDelayTimeout = platform::SecondsSinceMidnight() + m_sngVDelay;
+}
+
+// The mark is read afresh each turn: a call from within the wait may move it. Plain seconds since
+// midnight without a wrap: a mark beyond midnight is never reached, as clients know it.
+void Zentrel::WaitForVerifyDelay() {
+  WaitForClock([this] { return m_sngVDelayTimeout - platform::SecondsSinceMidnight(); });
 }
 
 std::int32_t Zentrel::DeviceMIF() const {

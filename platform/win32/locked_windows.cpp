@@ -1,17 +1,20 @@
 #include "platform/win32/locked_windows.h"
 
+#include "platform/hardware_faults.h"
+
 #include <algorithm>
 #include <new>
 
 namespace qmzentrel::platform {
 
-LockedWindows::LockedWindows(HWND owner) {
+// Made before a window is locked: what leaves in between unlocks those that are.
+LockedWindows::LockedWindows(HWND owner) : LockedWindows() {
   EnumThreadWindows(GetCurrentThreadId(), Collect, reinterpret_cast<LPARAM>(&windows_));
   if (owner != nullptr && std::ranges::find(windows_, owner) == windows_.end()) {
     windows_.push_back(owner);
   }
   std::erase_if(windows_, [](HWND window) { return IsWindowEnabled(window) == FALSE; });
-  for (const HWND window : windows_) EnableWindow(window, FALSE);
+  for (const HWND window : windows_) CallOut([window] { return EnableWindow(window, FALSE); });
 }
 
 void LockedWindows::Unlock() {

@@ -21,6 +21,8 @@ class LockedWindows {
   void Unlock();
 
  private:
+  LockedWindows() = default;
+
   static BOOL CALLBACK Collect(HWND window, LPARAM windows);
 
   std::vector<HWND> windows_;

@@ -1,6 +1,7 @@
 // What the report service hears of the objects while a debugging session is attached. A program of
 // its own: whether there is one is asked once in a process.
 #include "support/CDebugLog.h"
+#include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
 
 namespace qmzentrel::tests {
@@ -72,6 +73,24 @@ TEST_F(DebugSession, TheClassAnnouncesItselfFirstAndEndsLast) {
                                                 {kDestroyed, "XTimer,3"},
                                                 {kDestroyed, "CDebugLog,2"},
                                                 {kDestroyed, "Zentrel,1"}}));
+}
+
+TEST_F(DebugSession, TheTimerEndsBeforeTheFormAndTheFormBeforeTheLog) {
+  auto zentrel = Zentrel::Create();
+  SetNumber(kSimulatorKey, "", 1);
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);  // shows the form, which then has a place to save
+  TakeNotices();
+  std::size_t notices_at_saving = 0;
+  TheWorld().registry_fault = [&](const std::string& call,
+                                  const std::string&) -> std::optional<std::int32_t> {
+    if (call == "RegSetValueEx") notices_at_saving = TheWorld().service_notices.size();
+    return std::nullopt;
+  };
+  zentrel.reset();
+  EXPECT_EQ(notices_at_saving, 1U);
+  EXPECT_EQ(TakeNotices(),
+            (std::vector<Notice>{
+                {kDestroyed, "XTimer,3"}, {kDestroyed, "CDebugLog,2"}, {kDestroyed, "Zentrel,1"}}));
 }
 
 TEST_F(DebugSession, AnObjectThatCannotBeMadeHasEndedAsWell) {

@@ -66,7 +66,7 @@ TEST_F(DeviceFaults, BoxStatusIsReportedWhole) {
   FailIn("SecondsSinceMidnight", ViolateAccess);
   ExpectReport(
       [this] { zentrel->BoxStatus(); },
-      {kAccessViolation, kModule, "m_sngBoxStatusTimeout = platform::Sec", "",
+      {kAccessViolation, kModule, "StartHoldOff()", "",
        ShownFrame("bytTx", {0x80}) + ShownFrame("bytRx", bad_sum) + Shown("lngStatus", S_BAD_SUM)});
 }
 
@@ -113,7 +113,7 @@ TEST_F(DeviceFaults, ReadXpdrIsReportedWhole) {
   Open(true);
   FailIn("SecondsSinceMidnight", ViolateAccess);
   ExpectReport([this] { zentrel->ReadXpdr(); },
-               {kAccessViolation, kModule, "WaitForClock(m_sngVDelayTimeout)", "",
+               {kAccessViolation, kModule, "WaitForVerifyDelay()", "",
                 ShownFrame("bytTx") + ShownFrame("bytRx") + Shown("lngStatus", 0)});
 }
 

@@ -1,4 +1,5 @@
 // Creating, opening, initialising, closing and releasing, and the facts of the box.
+#include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
 #include "tests/core/zentrel_access.h"
 
@@ -32,6 +33,25 @@ TEST_F(DeviceSession, ReleaseClosesTheDeviceWithoutAnEvent) {
   zentrel.reset();
   EXPECT_EQ(TheWorld().TakeJournal(),
             (Journal{"log Zentrel_DeviceClose", "supply off", "close COM7", "timer off"}));
+}
+
+TEST_F(DeviceSession, ReleaseErasesTheNamesFirst) {
+  SetInterfaces(0, 1, 15);
+  SetName(kInterfaces, 0, "Pulse");
+  SetText(kIntervals, "0", "14 s");
+  zentrel = Zentrel::Create();
+  const auto before = ReportOf([this] { zentrel->ZentrelSignature(2); }).module_variables;
+  ASSERT_NE(before.find("Pulse"), std::string::npos);
+  ASSERT_NE(before.find("14 s"), std::string::npos);
+  Open(false);
+  TheWorld().out_of_memory_in = {"SerialPort::SetLines"};
+  zentrel.reset();
+  TheWorld().out_of_memory_in.clear();
+  const auto reports = TakeReports();
+  ASSERT_EQ(reports.size(), 1U);
+  const std::string& after = reports[0].module_variables;
+  EXPECT_NE(after.find("<m_strMIFs>{UnInitialised Array}"), std::string::npos);
+  EXPECT_NE(after.find("<m_strTXIs>{UnInitialised Array}"), std::string::npos);
 }
 
 TEST_F(DeviceSession, AReleaseThatFailsLeavesNoTimerRunning) {

@@ -1,5 +1,9 @@
 // The supply of the box: maintained or on demand, its count-down, start-up pause and hold-off.
 #include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <stdexcept>
 
 #include "tests/core/core_test.h"
 #include "tests/core/zentrel_access.h"
@@ -261,6 +265,131 @@ TEST_F(Power, AQuitMessageInTheHoldOffIsPostedAgainOnceAfterIt) {
   TheWorld().PostQuit(Milliseconds(200), 2);
   Command();
   EXPECT_EQ(TheWorld().quits_reposted, (std::vector<std::uintptr_t>{2}));
+}
+
+// --- The hold-off and the days ---
+
+class HoldOff : public Power {
+ protected:
+  static constexpr double kSeconds = 3.75;
+  /// Near the end of a day Single clock marks are 1/128 s apart; a wait ends on a whole
+  /// millisecond.
+  static constexpr double kClockStep = 1.0 / 128 + 0.001;
+  static constexpr double kMidnight = 86'400;
+
+  void SetUp() override {
+    Power::SetUp();
+    Open(false);
+    // A wait that nothing ends fails its test instead of never returning.
+    TheWorld().Post(std::chrono::hours(100), [] { throw std::logic_error("still waiting"); });
+  }
+
+  /// A Box Status of a box without a signature, answered at `clock`; maintained meanwhile, so that
+  /// it does not wait for the hold-off before.
+  void Begin(double clock) {
+    zentrel->PowerManagement(false);
+    TheWorld().SetClock(clock);
+    Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+    ASSERT_EQ(zentrel->BoxStatus(), S_OKAY);
+    zentrel->PowerManagement(true);
+  }
+
+  /// Seconds that switching the supply on takes.
+  double SecondsOf(const std::function<void()>& action) {
+    const auto start = TheWorld().now;
+    action();
+    return std::chrono::duration<double>(TheWorld().now - start).count();
+  }
+  double SecondsToPower() {
+    return SecondsOf([this] { zentrel->Power(true); });
+  }
+};
+
+TEST_F(HoldOff, LastsItsWholeTimeAtEveryTimeOfTheDay) {
+  for (double clock = 0; clock + kSeconds < kMidnight; clock += 7.013) {
+    Begin(clock);
+    ASSERT_NEAR(SecondsToPower(), kSeconds, kClockStep) << clock;
+  }
+}
+
+TEST_F(HoldOff, LastsItsWholeTimeWhereTheClockMarksGetCoarser) {
+  for (double coarser = 1.0 / 1024; coarser < kMidnight; coarser *= 2) {
+    for (double before = 0.0; before <= kSeconds; before += 0.0431) {
+      if (before > coarser) break;
+      Begin(coarser - before);
+      ASSERT_NEAR(SecondsToPower(), kSeconds, kClockStep) << coarser << " - " << before;
+    }
+  }
+}
+
+TEST_F(HoldOff, EndsAtMidnight) {
+  for (double left = kSeconds - 0.01; left > 0.01; left -= 0.017) {
+    Begin(kMidnight - left);
+    const double seconds = SecondsToPower();
+    ASSERT_GE(seconds, left - kClockStep) << left;
+    // A sleep of the wait, of a second at most, may have begun before midnight.
+    ASSERT_LE(seconds, std::min(left + 1, kSeconds) + kClockStep) << left;
+  }
+}
+
+TEST_F(HoldOff, ThatEndedWithMidnightDoesNotComeBack) {
+  Begin(kMidnight - 1);
+  TheWorld().Advance(Milliseconds(1000));
+  for (int second = 0; second < 100; ++second) {
+    EXPECT_EQ(SecondsToPower(), 0) << second;
+    TheWorld().Advance(Milliseconds(1000));
+  }
+}
+
+TEST_F(HoldOff, OfTheDayBeforeIsOver) {
+  for (const double hours : {1.0, 12.0, 23.0, 23.99}) {
+    Begin(36'000);
+    TheWorld().Advance(std::chrono::seconds(std::lround(hours * 3600)));
+    EXPECT_EQ(SecondsToPower(), 0) << hours;
+  }
+}
+
+TEST_F(HoldOff, DoesNotKeepAProgramThatRunsOvernightFromOpeningItsPort) {
+  Begin(64'800);  // six in the evening
+  zentrel->DeviceClose();
+  TheWorld().Pump(std::chrono::hours(14));  // eight in the morning
+  EXPECT_EQ(SecondsOf([this] { EXPECT_EQ(zentrel->DeviceOpen(kPort, false), S_OKAY); }), 2.5)
+      << "the start-up pause";
+  TheWorld().TakeJournal();
+  EXPECT_EQ(Count(CommandJournal(), "write 80"), 1);
+}
+
+TEST_F(HoldOff, EndsWhenTheClockIsSetBackBeforeIt) {
+  Begin(36'000);
+  TheWorld().SetClock(32'400);
+  EXPECT_EQ(SecondsToPower(), 0);
+}
+
+TEST_F(HoldOff, EndsWhenTheClockIsSetBackWhileItIsWaitedFor) {
+  Begin(36'000);
+  TheWorld().Post(Milliseconds(1000), [] { TheWorld().SetClock(32'400); });
+  EXPECT_EQ(SecondsToPower(), 1);
+}
+
+TEST_F(HoldOff, ContinuesWhenTheClockIsSetBackByLessThanHasPassed) {
+  Begin(36'000);
+  TheWorld().Post(Milliseconds(2000), [] { TheWorld().SetClock(36'001); });
+  EXPECT_EQ(SecondsToPower(), kSeconds + 1);
+}
+
+TEST_F(HoldOff, EndsWhenTheClockIsSetForward) {
+  Begin(36'000);
+  TheWorld().Post(Milliseconds(500), [] { TheWorld().SetClock(36'004); });
+  EXPECT_EQ(SecondsToPower(), 0.5);
+}
+
+TEST_F(HoldOff, ThatBeginsWithinTheWaitIsWaitedForToo) {
+  Begin(36'000);
+  TheWorld().Post(Milliseconds(1000), [this] {
+    Port().Answer(BoxStatusReply(0x21, 100, 0, 0));
+    EXPECT_EQ(zentrel->BoxStatus(), S_OKAY);
+  });
+  EXPECT_EQ(SecondsToPower(), 2 * kSeconds);
 }
 
 // --- Set by the client, in every state ---

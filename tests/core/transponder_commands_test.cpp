@@ -208,6 +208,13 @@ TEST_F(TransponderCommands, AVersion8TransponderWithTamper130ReadsAsTamper2WithT
   EXPECT_TRUE(zentrel->HasLeak());
 }
 
+TEST_F(TransponderCommands, EveryVersionFrom8To9FHasTheLeakFlag) {
+  for (const std::uint8_t version : Bytes{0x80, 0x8F, 0x90, 0x99, 0x9F}) {
+    Read({.tamper = 130, .version = version});
+    EXPECT_TRUE(zentrel->HasLeak()) << zentrel->TravonelVersion();
+  }
+}
+
 TEST_F(TransponderCommands, WithTheSecondaryInterfaceTheTamperCountKeepsTheLeakBit) {
   Read({.mif = 0x25, .tamper = 130, .version = kVersion80});
   EXPECT_EQ(zentrel->Tamper(), 130);
@@ -232,6 +239,11 @@ TEST_F(TransponderCommands, ATamperCountOf127IsNoLeakAnd128Is) {
 TEST_F(TransponderCommands, Tamper200WithTheLeakFlagOffIsSentAs72) {
   zentrel->Tamper(200);
   EXPECT_EQ(WrittenFrame().at(5), 72);
+}
+
+TEST_F(TransponderCommands, Tamper128WithTheLeakFlagOffIsSentAs0) {
+  zentrel->Tamper(128);
+  EXPECT_EQ(WrittenFrame().at(5), 0);
 }
 
 TEST_F(TransponderCommands, Tamper5WithTheLeakFlagOnIsSentAs133) {
@@ -270,6 +282,42 @@ TEST_F(TransponderCommands, TheWriteFrameCarriesTheRecord) {
   EXPECT_EQ(WrittenFrame(),
             (Bytes{0x3A, 0x11, 0x12, 0x34, 0x56, 0x22, 0xAB, 0xCD, 0xEF, 0xC7, 0x09, 0x00}));
 }
+
+class NumbersOf24Bits : public TransponderCommands,
+                        public testing::WithParamInterface<std::int32_t> {
+ protected:
+  /// The three bytes of the number, most significant first.
+  static Bytes Wire() {
+    const auto byte = [](int shift) {
+      return static_cast<std::uint8_t>(GetParam() >> shift & 0xFF);
+    };
+    return {byte(16), byte(8), byte(0)};
+  }
+  static Bytes At(const Bytes& frame, std::ptrdiff_t first) {
+    return Bytes(frame.begin() + first, frame.begin() + first + 3);
+  }
+};
+
+TEST_P(NumbersOf24Bits, TravelMostSignificantByteFirst) {
+  zentrel->Xpdr(GetParam());
+  zentrel->Reading(~GetParam() & 0xFFFFFF);
+  Bytes frame = WrittenFrame();
+  EXPECT_EQ(At(frame, 2), Wire());
+  zentrel->Xpdr(~GetParam() & 0xFFFFFF);
+  zentrel->Reading(GetParam());
+  frame = WrittenFrame();
+  EXPECT_EQ(At(frame, 6), Wire());
+}
+
+TEST_P(NumbersOf24Bits, ArriveAsTheyWereSent) {
+  Read({.id = GetParam(), .reading = ~GetParam() & 0xFFFFFF});
+  EXPECT_EQ(zentrel->Xpdr(), GetParam());
+  EXPECT_EQ(zentrel->Reading(), ~GetParam() & 0xFFFFFF);
+}
+
+INSTANTIATE_TEST_SUITE_P(OneBitAtEachEndOfEachByte, NumbersOf24Bits,
+                         testing::Values(0x000001, 0x000080, 0x000100, 0x008000, 0x010000, 0x800000,
+                                         0x0000FF, 0x00FF00, 0xFF0000));
 
 TEST_F(TransponderCommands, TheReplyRefreshesTheRecord) {
   Port().Answer(Block1Reply({.id = 0x00FFEE, .version = kVersion40}));

@@ -31,6 +31,7 @@ BoxControl::BoxControl(const char* variable) {
     std::ranges::replace(fact, '=', ' ');
     beginning_ += ' ' + fact;
   }
+  supply_ = Tell("supply");
 }
 
 std::string BoxControl::Tell(const std::string& command) {
@@ -50,7 +51,7 @@ void BoxControl::Reset() {
   Tell("clear");
   Tell(beginning_);
   Tell("set startup-ms 0");
-  Tell("supply dtr");
+  Tell("supply " + supply_);
   Tell("plug");
   Tell("lines-clear");
   Tell("log-clear");

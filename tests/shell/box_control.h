@@ -46,6 +46,7 @@ class BoxControl {
 
   virtual_box::ControlClient client_;
   std::string beginning_;  // the command that sets all facts back
+  std::string supply_;     // the line that feeds the box in the beginning
 };
 
 }  // namespace qmzentrel::shell

@@ -8,8 +8,14 @@ namespace {
 // The handler runs on a thread of the system's and is given no context.
 HANDLE stop_event = nullptr;
 
-BOOL WINAPI OnConsoleControl(DWORD) {
-  return SetEvent(stop_event);
+BOOL WINAPI OnConsoleControl(DWORD event) {
+  SetEvent(stop_event);
+  // With these the system ends the process as soon as the handler returns; the program is to end by
+  // itself first, as on an interrupt.
+  const bool closes =
+      event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT;
+  if (closes) Sleep(INFINITE);
+  return TRUE;
 }
 
 }  // namespace

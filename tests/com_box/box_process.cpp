@@ -1,0 +1,85 @@
+#include "tests/com_box/box_process.h"
+
+#include <stdexcept>
+
+namespace qmzentrel::com_box {
+namespace {
+
+// Far beyond anything that is expected to take time; a loaded machine must not fail a test.
+constexpr DWORD kPatienceMs = 60'000;
+
+BOOL WINAPI Ignore(DWORD) {
+  return TRUE;
+}
+
+}  // namespace
+
+Process::Process(std::string command_line) {
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  HANDLE written = nullptr;
+  if (!CreatePipe(&output_, &written, &inherited, 0)) throw std::runtime_error("no pipe");
+  SetHandleInformation(output_, HANDLE_FLAG_INHERIT, 0);
+  STARTUPINFOA start{};
+  start.cb = sizeof start;
+  start.dwFlags = STARTF_USESTDHANDLES | STARTF_USESHOWWINDOW;
+  start.wShowWindow = SW_HIDE;
+  start.hStdOutput = written;
+  start.hStdError = written;
+  const BOOL started = CreateProcessA(nullptr, command_line.data(), nullptr, nullptr, TRUE,
+                                      CREATE_NEW_CONSOLE, nullptr, nullptr, &start, &process_);
+  CloseHandle(written);
+  if (!started) throw std::runtime_error("cannot start " + command_line);
+}
+
+Process::~Process() {
+  TerminateProcess(process_.hProcess, 1);
+  CloseHandle(process_.hThread);
+  CloseHandle(process_.hProcess);
+  CloseHandle(output_);
+}
+
+std::string Process::ReadLine() {
+  std::string line;
+  char c = 0;
+  DWORD count = 0;
+  while (ReadFile(output_, &c, 1, &count, nullptr) && count == 1 && c != '\n') {
+    if (c != '\r') line += c;
+  }
+  return line;
+}
+
+bool Process::PressCtrlC() const {
+  // Only whoever sits at a console can press a key there; the same key reaches this process, too.
+  FreeConsole();
+  if (!AttachConsole(process_.dwProcessId)) return false;
+  SetConsoleCtrlHandler(Ignore, TRUE);
+  const bool pressed = GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != FALSE;
+  ExitCode();
+  FreeConsole();
+  SetConsoleCtrlHandler(Ignore, FALSE);
+  return pressed;
+}
+
+unsigned long long Process::ProcessorMs() const {
+  FILETIME created;
+  FILETIME ended;
+  FILETIME kernel;
+  FILETIME user;
+  GetProcessTimes(process_.hProcess, &created, &ended, &kernel, &user);
+  constexpr unsigned long long kPerMs = 10'000;  // of 100 ns
+  const auto ticks = [](const FILETIME& time) {
+    return static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+  };
+  return (ticks(kernel) + ticks(user)) / kPerMs;
+}
+
+std::optional<DWORD> Process::ExitCode() const {
+  DWORD code = 0;
+  if (WaitForSingleObject(process_.hProcess, kPatienceMs) != WAIT_OBJECT_0 ||
+      !GetExitCodeProcess(process_.hProcess, &code)) {
+    return std::nullopt;
+  }
+  return code;
+}
+
+}  // namespace qmzentrel::com_box

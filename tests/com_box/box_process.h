@@ -1,0 +1,38 @@
+// A Windows program that a test starts, with its output and its end.
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+namespace qmzentrel::com_box {
+
+class Process {
+ public:
+  /// Runs `command_line` at a console of its own, whose window does not show.
+  explicit Process(std::string command_line);
+  /// Ends the program if it still runs.
+  ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  /// The next line of its output, without its end; waits for it. What there is when the program
+  /// has closed its output.
+  std::string ReadLine();
+
+  /// Presses Ctrl-C at its console and waits for its end, but not for ever.
+  bool PressCtrlC() const;
+
+  /// The processor time that it has taken.
+  unsigned long long ProcessorMs() const;
+
+  /// Waits for its end, but not for ever; its exit code.
+  std::optional<DWORD> ExitCode() const;
+
+ private:
+  PROCESS_INFORMATION process_{};
+  HANDLE output_ = nullptr;
+};
+
+}  // namespace qmzentrel::com_box
