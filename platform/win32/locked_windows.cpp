@@ -1,9 +1,9 @@
 #include "platform/win32/locked_windows.h"
 
-#include "platform/hardware_faults.h"
-
 #include <algorithm>
 #include <new>
+
+#include "platform/hardware_faults.h"
 
 namespace qmzentrel::platform {
 
