@@ -211,8 +211,8 @@ bool Dialog::Show() {
 void Dialog::Make() {
   const VisualStyles::ForNewWindows styled(styles_);
   const HWND made = CallOut([this] {
-    return CreateDialogParamW(kModule, MAKEINTRESOURCEW(IDD_frmZentrelSim), owner_,
-                              OnDialogMessage, reinterpret_cast<LPARAM>(this));
+    return CreateDialogParamW(kModule, MAKEINTRESOURCEW(IDD_frmZentrelSim), owner_, OnDialogMessage,
+                              reinterpret_cast<LPARAM>(this));
   });
   if (made == nullptr) ending_ = true;
 }
