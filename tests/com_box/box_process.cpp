@@ -60,19 +60,6 @@ bool Process::PressCtrlC() const {
   return pressed;
 }
 
-unsigned long long Process::ProcessorMs() const {
-  FILETIME created;
-  FILETIME ended;
-  FILETIME kernel;
-  FILETIME user;
-  GetProcessTimes(process_.hProcess, &created, &ended, &kernel, &user);
-  constexpr unsigned long long kPerMs = 10'000;  // of 100 ns
-  const auto ticks = [](const FILETIME& time) {
-    return static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-  };
-  return (ticks(kernel) + ticks(user)) / kPerMs;
-}
-
 std::optional<DWORD> Process::ExitCode() const {
   DWORD code = 0;
   if (WaitForSingleObject(process_.hProcess, kPatienceMs) != WAIT_OBJECT_0 ||

@@ -24,9 +24,6 @@ class Process {
   /// Presses Ctrl-C at its console and waits for its end, but not for ever.
   bool PressCtrlC() const;
 
-  /// The processor time that it has taken.
-  unsigned long long ProcessorMs() const;
-
   /// Waits for its end, but not for ever; its exit code.
   std::optional<DWORD> ExitCode() const;
 

@@ -92,12 +92,6 @@ TEST_F(ComBox, IsSilentWhileUnpluggedAndAnswersAfterwards) {
   EXPECT_EQ(Exchange(kBoxStatus, kBoxStatusLength).size(), kBoxStatusLength);
 }
 
-TEST_F(ComBox, SleepsUntilSomethingHappens) {
-  Told("now");
-  Sleep(1000);
-  EXPECT_LT(box->ProcessorMs(), 300U);
-}
-
 TEST_F(ComBox, CarriesTheWholeSetOfCommandsOfTheLibrary) {
   SetEnvironmentVariableA("QMZ_BOX_CONTROL", ("127.0.0.1:" + std::to_string(control_port)).c_str());
   Process client("\"" + FromEnvironment("QMZ_CLIENT_PROGRAM") +

@@ -7,6 +7,7 @@
 
 #include "tests/shell/com_client.h"
 #include "tests/shell/event_sink.h"
+#include "tests/shell/other_apartment.h"
 
 namespace qmzentrel::shell {
 namespace {
@@ -29,6 +30,22 @@ void ExpectNoGrowth(Round round) {
   for (int i = 0; i < kRounds; ++i) round();
   const std::size_t after = MemoryInUse();
   EXPECT_LT(after, before + kAllowedGrowth);
+}
+
+// Blocks that are in use on all heaps of the process.
+std::size_t BlocksInUse() {
+  HANDLE heaps[64];
+  const DWORD count = GetProcessHeaps(64, heaps);
+  std::size_t blocks = 0;
+  for (DWORD i = 0; i < count && i < 64; ++i) {
+    HeapLock(heaps[i]);
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heaps[i], &entry)) {
+      if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) ++blocks;
+    }
+    HeapUnlock(heaps[i]);
+  }
+  return blocks;
 }
 
 class Leaks : public testing::Test {
@@ -89,6 +106,26 @@ TEST_F(Leaks, WhatAFailingSinkSaysIsFreed) {
   DWORD cookie = 0;
   ASSERT_EQ(point->Advise(sink.Get(), &cookie), S_OK);
   ExpectNoGrowth([&] { zentrel->put_Power(VARIANT_TRUE); });
+}
+
+TEST_F(Leaks, WhatIsKeptForAThreadIsFreedWhenItEnds) {
+  constexpr std::size_t kThreads = 200;
+  const auto thread_with = [](void (*use)(_Zentrel & object)) {
+    OtherApartment(COINIT_APARTMENTTHREADED, [use] { use(*NewZentrel().Get()); }).Join();
+  };
+  const auto use_the_timer = [](_Zentrel& object) {
+    EXPECT_EQ(object.put_PowerManagement(VARIANT_TRUE), S_OK);
+  };
+  const auto fail = [](_Zentrel& object) {
+    LONG value = 0;
+    EXPECT_NE(object.get_ZentrelSignature(5, &value), S_OK);
+  };
+  for (void (*use)(_Zentrel&) : {+use_the_timer, +fail}) {
+    for (std::size_t i = 0; i < kThreads / 10; ++i) thread_with(use);
+    const std::size_t before = BlocksInUse();
+    for (std::size_t i = 0; i < kThreads; ++i) thread_with(use);
+    EXPECT_LT(BlocksInUse(), before + kThreads / 2);
+  }
 }
 
 TEST_F(Leaks, ObjectsAreFreed) {
