@@ -236,32 +236,53 @@ TEST_F(ClientExceptions, FromAWindowDuringTheHoldOffEndTheWait) {
   ExpectObjectAtWork();
 }
 
+TEST_F(ClientExceptions, FromAWindowDuringAReportTakeItsBoxAway) {
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", L"1");
+  const RaisingWindow window;
+  window.RaiseSoon();
+  EXPECT_TRUE(LeftByClientException([this] {
+    LONG signature = 0;
+    zentrel->get_ZentrelSignature(5, &signature);
+  }));
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr);
+  EXPECT_EQ(FindWindowW(L"#32770", L"Application Error"), nullptr);
+  EXPECT_TRUE(IsWindowEnabled(window.Window()));
+  ExpectObjectAtWork();
+}
+
 // --- The simulator's dialog ---
 
 class ExceptionsAtTheDialog : public ClientExceptions {
  protected:
   ExceptionsAtTheDialog() { catalog.Simulator(true); }
+
+  static constexpr const wchar_t* kTitle = L"Zentrel Simulator - Read";
 };
 
 TEST_F(ExceptionsAtTheDialog, TakeItAwayAndFreeIt) {
-  RaisingWindow raising(WS_OVERLAPPEDWINDOW | WS_VISIBLE);
-  constexpr int kDialogs = 100;
-  EXPECT_LT(LeftByEachRound(kDialogs,
-                            [&] {
-                              raising.RaiseSoon();
-                              EXPECT_TRUE(LeftByClientException([this] {
-                                ZentrelStatus status = S_OKAY;
-                                zentrel->ReadXpdr(&status);
-                              }));
-                              EXPECT_EQ(FindWindowW(L"#32770", L"Zentrel Simulator - Read"),
-                                        nullptr);
-                              EXPECT_TRUE(IsWindowEnabled(raising.Window()));
-                            }),
-            kNothing);
+  const RaisingWindow window(WS_OVERLAPPEDWINDOW | WS_VISIBLE);
+  const auto left_by_dialogs = [&](bool by_exception) {
+    constexpr int kDialogs = 50;
+    return LeftByEachRound(kDialogs, [&] {
+      by_exception ? window.RaiseSoon() : window.CloseSoon(kTitle);
+      const bool left = LeftByClientException([this] {
+        ZentrelStatus status = S_OKAY;
+        zentrel->ReadXpdr(&status);
+      });
+      EXPECT_EQ(left, by_exception);
+      EXPECT_EQ(FindWindowW(L"#32770", kTitle), nullptr);
+      EXPECT_TRUE(IsWindowEnabled(window.Window()));
+    });
+  };
+  // The window system keeps something of every dialog.
+  const double by_closed_ones = left_by_dialogs(false);
+  const double by_left_ones = left_by_dialogs(true);
+  constexpr double kOfTheWindowSystem = 16;
+  EXPECT_LT(by_left_ones, by_closed_ones + kOfTheWindowSystem);
   // And now as it should be.
   OtherApartment user(COINIT_APARTMENTTHREADED, [] {
     constexpr DWORD kPatienceMs = 10000;
-    const auto dialog = DialogWindow::WaitFor(L"Zentrel Simulator - Read", kPatienceMs);
+    const auto dialog = DialogWindow::WaitFor(kTitle, kPatienceMs);
     ASSERT_TRUE(dialog) << "no dialog";
     dialog->Click(IDC_cmdNoXpdr);
   });
