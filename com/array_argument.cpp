@@ -29,10 +29,8 @@ HRESULT ReadMember(IDispatch* object, std::string_view name, LCID lcid, std::int
 
 }  // namespace
 
-ArrayArgument::~ArrayArgument() {
-  if (!object_) return;
-  const platform::ClientCode object_of_the_client;
-  object_.Reset();
+ArrayArgument::~ArrayArgument() noexcept(false) {
+  if (object_) platform::CallOutToClient([this] { return object_.Detach()->Release(); });
 }
 
 HRESULT ArrayArgument::Bind(VARIANTARG& given, std::int32_t count, LCID lcid) {
@@ -91,7 +89,7 @@ HRESULT ArrayArgument::Convert(std::size_t index, LCID lcid) {
   const std::string name = std::to_string(index);
   const platform::ClientCode object_of_the_client;
   // Else it is undefined, as in the language of the object, and that is 0.
-  if (!platform::LateHasMember({object_.Get()}, name)) return S_OK;
+  if (platform::LateLacksMember({object_.Get()}, name)) return S_OK;
   return ReadMember(object_.Get(), name, lcid, entries_[index]);
 }
 

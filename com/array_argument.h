@@ -26,7 +26,7 @@ namespace qmzentrel::com {
 class ArrayArgument {
  public:
   ArrayArgument() = default;
-  ~ArrayArgument();
+  ~ArrayArgument() noexcept(false);
   ArrayArgument(const ArrayArgument&) = delete;
   ArrayArgument& operator=(const ArrayArgument&) = delete;
 

@@ -16,6 +16,7 @@ std::string TextOf(BSTR text) {
   for (std::size_t i = 0; i < view.size(); i += kPage) {
     static_cast<void>(*static_cast<const volatile wchar_t*>(&view[i]));
   }
+  if (!view.empty()) static_cast<void>(*static_cast<const volatile wchar_t*>(&view.back()));
   return platform::WideToUtf8(view);
 }
 

@@ -7,6 +7,7 @@
 #include "QmZentrel_h.h"
 #include "com/enumerator.h"
 #include "com/error_info.h"
+#include "com/held_object.h"
 #include "platform/hardware_faults.h"
 
 namespace qmzentrel::com {
@@ -100,8 +101,7 @@ void ConnectionPoint::FirePowerStateChange(bool new_state) {
     if (next == connections_.end() || next->cookie > last_at_start) return;
     called = next->cookie;
     // An exception in the sink is its owner's as well, in its last Release too.
-    const platform::ClientCode sink_of_the_client;
-    const platform::ComPointer<IDispatch> sink = next->sink;
+    const HeldObject sink(next->sink.Get());
     CallPowerStateChange(*sink.Get(), new_state);
   }
 }

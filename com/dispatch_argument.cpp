@@ -42,10 +42,8 @@ HRESULT ConversionFailure(HRESULT result) {
 
 }  // namespace
 
-BoundArgument::~BoundArgument() {
-  if (!owned_) return;
-  const platform::ClientCode object_of_the_client;
-  VariantClear(&value_);
+BoundArgument::~BoundArgument() noexcept(false) {
+  if (owned_) platform::CallOutToClient([this] { return VariantClear(&value_); });
 }
 
 HRESULT BoundArgument::Bind(VARIANTARG& given, const Parameter& parameter, std::int32_t entries,

@@ -28,7 +28,7 @@ struct Parameter {
 class BoundArgument {
  public:
   BoundArgument() = default;
-  ~BoundArgument();
+  ~BoundArgument() noexcept(false);
   BoundArgument(const BoundArgument&) = delete;
   BoundArgument& operator=(const BoundArgument&) = delete;
 

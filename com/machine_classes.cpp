@@ -114,6 +114,18 @@ void ClassesWriter::TakeBack(const WrittenValue& value) noexcept {
   }
 }
 
+std::wstring ReadClassesText(const ClassesKey& key) {
+  OpenKey open;
+  wchar_t text[128] = {};
+  DWORD size = sizeof text - sizeof *text;
+  if (open.Open(FullPath(key), KEY_QUERY_VALUE | key.view) != ERROR_SUCCESS ||
+      RegQueryValueExW(open.Get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text),
+                       &size) != ERROR_SUCCESS) {
+    return L"";
+  }
+  return text;
+}
+
 void RemoveClassesKey(const ClassesKey& key) {
   const std::wstring path = FullPath(key);
   {

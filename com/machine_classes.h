@@ -58,6 +58,9 @@ class ClassesWriter {
   std::vector<std::variant<CreatedKey, WrittenValue>> changes_;
 };
 
+/// The unnamed value of a key; empty when there is none.
+std::wstring ReadClassesText(const ClassesKey& key);
+
 /// Removes a key with everything below it, if it is there. Throws ComError.
 void RemoveClassesKey(const ClassesKey& key);
 

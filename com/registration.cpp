@@ -113,9 +113,9 @@ HRESULT UnregisterComponent() noexcept {
     }
   };
   const auto remove_interface = [&attempt](const Interface& described) {
-    attempt([&] {
-      for (const REGSAM view : ClassesViews()) RemoveClassesKey(InterfaceKey(described, view));
-    });
+    for (const REGSAM view : ClassesViews()) {
+      attempt([&] { RemoveClassesKey(InterfaceKey(described, view)); });
+    }
   };
   // Each step runs whatever became of the others: what can go, goes.
   for (const Interface& present : kInterfaces) remove_interface(present);

@@ -29,7 +29,11 @@ void ServerClass::RemoveIdentifier() const {
 }
 
 void ServerClass::RemoveProgrammaticIdentifier() const {
-  RemoveClassesKey({programmatic_identifier});
+  const ClassesKey name{programmatic_identifier};
+  const std::wstring owner = ReadClassesText(name.Below(L"CLSID"));
+  if (owner.empty() || lstrcmpiW(owner.c_str(), GuidText(identifier).c_str()) == 0) {
+    RemoveClassesKey(name);
+  }
 }
 
 std::wstring GuidText(REFGUID guid) {

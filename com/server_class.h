@@ -18,8 +18,9 @@ struct ServerClass {
 
   /// Under both its identifiers, with this library as its server. Throws ComError.
   void Write(ClassesWriter& writer) const;
-  /// Takes both keys away, whoever has written them. Throws ComError.
+  /// Takes the key away, whoever has written it. Throws ComError.
   void RemoveIdentifier() const;
+  /// The same, unless the name stands for another class by now.
   void RemoveProgrammaticIdentifier() const;
 };
 

@@ -3,6 +3,7 @@
 
 #include "com/client_array.h"
 #include "com/com_text.h"
+#include "com/held_object.h"
 #include "com/zentrel_object.h"
 
 namespace qmzentrel::com {
@@ -28,25 +29,6 @@ void Give(BSTR* result, const std::string& value) {
 void Give(::ZentrelStatus* result, ZentrelStatus value) {
   *result = static_cast<::ZentrelStatus>(value);
 }
-
-// An object of the client, held while it is worked with. What it does at that is its own; that it
-// is an object at all is for the member to find out.
-class HeldObject {
- public:
-  explicit HeldObject(IDispatch* object) : object_(object) {
-    if (object_ != nullptr) platform::CallOutToClient([&] { return object_->AddRef(); });
-  }
-  ~HeldObject() noexcept(false) {
-    if (object_ != nullptr) platform::CallOutToClient([&] { return object_->Release(); });
-  }
-  HeldObject(const HeldObject&) = delete;
-  HeldObject& operator=(const HeldObject&) = delete;
-
-  IDispatch* Get() const { return object_; }
-
- private:
-  IDispatch* object_;
-};
 
 }  // namespace
 

@@ -87,7 +87,7 @@ std::invoke_result_t<Body> RaisingFaults(Body&& body) {
 
 /// An exception of the client's own on its way past us: the client handles it outside its call to
 /// us, and everything on the way there is left. What destructors give back is given back; nobody
-/// reports it, and whoever catches everything passes it on.
+/// reports it, and whoever catches everything passes it on; in a destructor, which cannot, it ends.
 class ClientUnwinding {
  public:
   explicit ClientUnwinding(KeptUnwinding* kept) : kept_(kept) {}

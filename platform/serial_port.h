@@ -47,9 +47,10 @@ class SerialPort {
   SerialPort(const SerialPort&) = delete;
   SerialPort& operator=(const SerialPort&) = delete;
 
-  /// Opens port `number` (1 and up) with every setting stated and nothing inherited; the output
-  /// lines stand as `lines` says from the first moment, without a pulse. False when there is no
-  /// such port, it is in use, or it refuses the settings; then nothing stays open.
+  /// Opens port `number` (1 and up) with every setting stated and nothing inherited; then the
+  /// output lines stand as `lines` says, and one that is off was not on meanwhile by our doing.
+  /// False when there is no such port, it is in use, or it refuses the settings; then nothing stays
+  /// open.
   bool Open(std::int32_t number, const SerialSettings& settings, ModemLines lines);
 
   bool IsOpen() const;
@@ -60,14 +61,14 @@ class SerialPort {
   /// Drops every received byte that has not been read.
   void ClearReceiveBuffer();
 
-  /// Hands all of `bytes` to the driver; false when not all went there within one second (the rest
-  /// is cancelled). The last of them may still be on their way: see AwaitSent.
+  /// Hands all of `bytes` to the driver; false when not all went there within one second (what has
+  /// not been sent then is dropped). The last of them may still be on their way: see AwaitSent.
   bool Write(std::span<const std::uint8_t> bytes);
 
   /// Waits until what was written has had its time on the wire and the driver, where it tells,
   /// holds nothing of it any more; before that a closing or a change of the lines cuts it. False
   /// when it cannot all have been sent: the port has vanished, or the driver still holds bytes a
-  /// second later. Dispatches no window message and sleeps in the kernel.
+  /// second later, which are dropped then. Dispatches no window message and sleeps in the kernel.
   bool AwaitSent();
 
   /// Reads until `buffer` is full or `timeout_ms` milliseconds have passed; returns how many bytes

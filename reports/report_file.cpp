@@ -18,8 +18,8 @@ constexpr wchar_t kFile[] = L"reports.log";
 constexpr wchar_t kOldFile[] = L"reports.old.log";
 
 // Below the common application data every user may create, but only change what he has created
-// himself. Here the system and administrators may do everything, users read, append and set the
-// full file aside.
+// himself. Here the system and administrators may do everything, users read, write and set the full
+// file aside; who may write may also take reports away, so they prove nothing against a user.
 constexpr wchar_t kAccess[] = L"D:(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1301bf;;;BU)";
 
 std::wstring CommonFolder() {
@@ -53,14 +53,40 @@ void MakeFolders(const std::wstring& folder) {
   CreateDirectoryW(folder.c_str(), access.Get());
 }
 
+// Who waits for others waits this long at most, and looks again and again.
+constexpr DWORD kLimitMs = 1000;
+constexpr DWORD kPauseMs = 5;
+
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // A right to append and none to write: the system puts each piece at the end of the file as it is
-// then. A link that somebody has put in the place of the file is not followed.
-OwnedHandle Open(const std::wstring& path) {
+// then.
+OwnedHandle OpenNow(const std::wstring& path) {
   constexpr DWORD kAppend = FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
   return OwnedHandle(CreateFileW(path.c_str(), kAppend, kShareAll, nullptr, OPEN_ALWAYS,
                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+}
+
+bool IsLink(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION about{};
+  return GetFileInformationByHandle(file, &about) != FALSE &&
+         (about.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// A virus scanner or a backup may have the file for itself for a moment. A link that somebody has
+// put in its place is neither followed nor written to.
+OwnedHandle Open(const std::wstring& path) {
+  const ULONGLONG begin = GetTickCount64();
+  OwnedHandle file = OpenNow(path);
+  while (!file.IsValid() && GetLastError() == ERROR_SHARING_VIOLATION &&
+         GetTickCount64() - begin < kLimitMs) {
+    Sleep(kPauseMs);
+    file = OpenNow(path);
+  }
+  if (!file.IsValid() || !IsLink(file.Get())) return file;
+  file = OwnedHandle();
+  SetLastError(ERROR_ACCESS_DENIED);
+  return file;
 }
 
 // One process at a time, as far as they all keep to it: not every system finds the end of a file
@@ -68,8 +94,6 @@ OwnedHandle Open(const std::wstring& path) {
 class Turn {
  public:
   explicit Turn(HANDLE file) : file_(file) {
-    constexpr DWORD kLimitMs = 1000;
-    constexpr DWORD kPauseMs = 5;
     place_.OffsetHigh = kFarBehind;
     const ULONGLONG begin = GetTickCount64();
     while (!(taken_ = Lock()) && GetLastError() == ERROR_LOCK_VIOLATION &&

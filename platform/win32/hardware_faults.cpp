@@ -121,12 +121,15 @@ FaultRegistration* Outer(const FaultRegistration& registration) {
   return static_cast<FaultRegistration*>(registration.previous);
 }
 
-bool LeavesStackForReport(const FaultRegistration* registration) {
+// Bytes of the thread's stack below `place`.
+std::ptrdiff_t StackBelow(const void* place) {
   MEMORY_BASIC_INFORMATION stack{};
-  VirtualQuery(registration, &stack, sizeof stack);
-  return reinterpret_cast<const char*>(registration) -
-             static_cast<const char*>(stack.AllocationBase) >=
-         kStackForReport;
+  VirtualQuery(place, &stack, sizeof stack);
+  return static_cast<const char*>(place) - static_cast<const char*>(stack.AllocationBase);
+}
+
+bool LeavesStackForReport(const FaultRegistration* registration) {
+  return StackBelow(registration) >= kStackForReport;
 }
 
 [[noreturn]] void CutBackTo(FaultRegistration* registration, DWORD code, EXCEPTION_RECORD* record) {
@@ -237,6 +240,16 @@ FaultRegistration* RunningProcedure() {
   return nullptr;
 }
 
+// Where a fault goes that could not be raised at its statement.
+FaultRegistration* PlaceOfFault() {
+  FaultRegistration* const first = FirstRegistration();
+  // The statement was in an entry of ours that the client called within the call out.
+  const bool in_call_out = !IsEnd(first) && IsCallOut(*first);
+  if (in_call_out && first->code != 0 && first->cut_back_to == 0) return first;
+  FaultRegistration* const procedure = RunningProcedure();
+  return procedure != nullptr && procedure->code != 0 ? procedure : nullptr;
+}
+
 // --- Exceptions of the client that unwind past us ---
 
 // Whether a fault of ours is leading the thread back past `registration`.
@@ -250,6 +263,9 @@ bool IsCutBack(const FaultRegistration* registration) {
   return false;
 }
 
+// What asking for memory needs, with room to spare.
+constexpr std::ptrdiff_t kStackForInterruption = 32 * 1024;
+
 // The call to here and the assembler part's own.
 constexpr DWORD kStackOfCall = 1024;
 
@@ -257,6 +273,8 @@ constexpr DWORD kStackOfCall = 1024;
 // goes on: puts the stack of the unwinding aside, raises an error from where the call out was made,
 // and comes back when that has left the component.
 void LeaveProcedures(FaultRegistration* registration) {
+  // Of an overflow that the client handles; our destructors are missed rather than the handler.
+  if (StackBelow(__builtin_frame_address(0)) < kStackForInterruption) return;
   const auto end = reinterpret_cast<DWORD>(registration + 1);
   const DWORD most = end - reinterpret_cast<DWORD>(__builtin_frame_address(0)) + kStackOfCall;
   auto* const kept =
@@ -295,16 +313,19 @@ bool IsHandlingFault() {
 // one that code of others has called. Any other error that finds no handler ends the process, and
 // so does an end that no error has led to.
 void OnTerminate() {
-  if (KeptUnwinding* const kept = UnwindingInProgress()) ResumeUnwinding(kept);
-  FaultRegistration* const procedure = RunningProcedure();
-  if (procedure == nullptr || procedure->code == 0) std::abort();
+  if (KeptUnwinding* const kept = UnwindingInProgress()) {
+    abi::__cxa_end_catch();  // of whoever ended the search for a handler
+    ResumeUnwinding(kept);
+  }
+  FaultRegistration* const place = PlaceOfFault();
+  if (place == nullptr) std::abort();
   if (IsHandlingFault()) {
     abi::__cxa_end_catch();  // of whoever ended the search for a handler
   } else if (std::uncaught_exceptions() == 0) {
     std::abort();
   }
   // Else a function that raises nothing has let it past its handlers for other errors.
-  CutBackTo(procedure, procedure->code, nullptr);
+  CutBackTo(place, place->code, nullptr);
 }
 
 }  // namespace

@@ -189,11 +189,18 @@ std::optional<LateFailure> LateGet(ClientObject object, std::string_view name, V
   return Invoke(object, name, DISPATCH_PROPERTYGET, {}, nullptr, value);
 }
 
+bool LateLacksMember(ClientObject object, std::string_view name) {
+  DISPID id = DISPID_UNKNOWN;
+  const HRESULT found = FindMember(DispatchOf(object), name, id);
+  return found == DISP_E_UNKNOWNNAME || found == DISP_E_MEMBERNOTFOUND;
+}
+
 void LateEnsureMember(ClientObject object, std::string_view name) {
   const OwnedBstr wide(Utf8ToWide(name));
   const auto ex = Query<IDispatchEx>(DispatchOf(object), __uuidof(IDispatchEx));
   DISPID id = DISPID_UNKNOWN;
-  if (ex) ex->GetDispID(wide.Get(), fdexNameEnsure | fdexNameCaseSensitive, &id);
+  if (!ex) return;
+  CallOut([&] { return ex->GetDispID(wide.Get(), fdexNameEnsure | fdexNameCaseSensitive, &id); });
 }
 
 std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,

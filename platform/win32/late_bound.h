@@ -17,6 +17,9 @@ namespace qmzentrel::platform {
 /// of script languages would call what they hold there.
 std::optional<LateFailure> LateGet(ClientObject object, std::string_view name, VARIANT* value);
 
+/// Whether the object says that it has no member of that name; one that cannot say it may have it.
+bool LateLacksMember(ClientObject object, std::string_view name);
+
 /// Makes a member where the object takes new ones, as objects of script languages do. One that it
 /// has stays as it is.
 void LateEnsureMember(ClientObject object, std::string_view name);

@@ -19,7 +19,7 @@ LockedWindows::LockedWindows(HWND owner) : LockedWindows() {
 
 void LockedWindows::Unlock() {
   // One that the client has destroyed meanwhile is none that can be enabled.
-  for (const HWND window : windows_) EnableWindow(window, TRUE);
+  for (const HWND window : windows_) CallOut([window] { return EnableWindow(window, TRUE); });
   windows_.clear();
 }
 

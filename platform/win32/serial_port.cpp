@@ -18,12 +18,15 @@ namespace {
 // holding the bytes back.
 constexpr DWORD kWriteLimitMs = 1000;
 
-// The limit of reads that the driver begins with: the shortest wait for a box. See SetLimit.
+// The limit of reads that the driver begins with: the shortest wait for a box. See Transfer.
 constexpr DWORD kReadLimitMs = 500;
 
-// How late a driver may end a request by its own limit, which it counts in ticks of the system's
-// clock. Cancelling earlier would lose bytes: many drivers hand over nothing then.
-constexpr DWORD kPatienceMs = 100;
+// A limit of the driver's that ends by so much too late is good enough.
+constexpr DWORD kSlackMs = 50;
+
+// How late a driver may end a request by its own limit: a port at the other end of a network takes
+// its time. Cancelling earlier would lose bytes: many drivers hand over nothing then.
+constexpr DWORD kBackstopMs = 1000;
 
 // A cancel can be lost where it meets an arriving byte, so it is repeated. A driver that has not
 // ended its request after all of them never will.
@@ -75,7 +78,7 @@ struct Request {
   std::array<std::uint8_t, 64> bytes{};  // The longest frame has 33.
 };
 
-bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings, ModemLines lines) {
+bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   DCB block{};  // Everything not named below is off.
   block.DCBlength = sizeof block;
   block.BaudRate = static_cast<DWORD>(settings.baud_rate);
@@ -84,8 +87,8 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings, ModemLine
   block.Parity = static_cast<BYTE>(settings.parity);
   block.StopBits = static_cast<BYTE>(settings.stop_bits);
   // The default of a driver is "on", which would switch on the supply of the box.
-  block.fDtrControl = lines.dtr ? DTR_CONTROL_ENABLE : DTR_CONTROL_DISABLE;
-  block.fRtsControl = lines.rts ? RTS_CONTROL_ENABLE : RTS_CONTROL_DISABLE;
+  block.fDtrControl = DTR_CONTROL_DISABLE;
+  block.fRtsControl = RTS_CONTROL_DISABLE;
   // Flow control is off, but drivers refuse a block in which both characters are the same.
   block.XonChar = 0x11;
   block.XoffChar = 0x13;
@@ -98,8 +101,15 @@ std::optional<DWORD> BytesHeld(HANDLE port) {
   COMSTAT status{};
   if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
   const DWORD error = GetLastError();
-  if (error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED) return 0;
-  return std::nullopt;
+  switch (error) {
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED:
+    case ERROR_INVALID_PARAMETER:
+    case ERROR_CALL_NOT_IMPLEMENTED:
+      return 0;
+    default:
+      return std::nullopt;
+  }
 }
 
 }  // namespace
@@ -112,7 +122,7 @@ struct SerialPort::State {
   ModemLines lines;  // As the driver last took them.
   Deadline sent{0};  // When all that was written has passed the wire.
 
-  State(const SerialSettings& link, ModemLines at_first) : settings(link), lines(at_first) {}
+  explicit State(const SerialSettings& link) : settings(link) {}
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
@@ -121,7 +131,7 @@ struct SerialPort::State {
     // Some drivers hold the closing back until everything has been sent.
     PurgeComm(port.Get(), PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
     // The next opening begins with the lines of the last control block, before it can set its own.
-    SetWholeControlBlock(port.Get(), settings, {});
+    SetWholeControlBlock(port.Get(), settings);
   }
 
   bool Open(const std::wstring& device) {
@@ -133,7 +143,9 @@ struct SerialPort::State {
     // With inherited limits reads would return at once or never.
     limits.ReadTotalTimeoutConstant = kReadLimitMs;
     limits.WriteTotalTimeoutConstant = kWriteLimitMs;
-    return SetWholeControlBlock(port.Get(), settings, lines) &&
+    // Never with a line on: the next opening begins with the last control block, also that of a
+    // program which was ended by force.
+    return SetWholeControlBlock(port.Get(), settings) &&
            SetCommTimeouts(port.Get(), &limits) != FALSE;
   }
 
@@ -144,6 +156,9 @@ struct SerialPort::State {
     return WireMicroseconds(settings, count) / 1000 + 1;
   }
 
+  // What counts as not sent must not reach the box later, before or within the next command.
+  void DropUnsent() { PurgeComm(port.Get(), PURGE_TXABORT | PURGE_TXCLEAR); }
+
   // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
   // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
   void SetLine(bool& present, bool wanted, DWORD set, DWORD clear) {
@@ -152,18 +167,25 @@ struct SerialPort::State {
   }
 
   // Moves `size` bytes in as many turns as it takes, until the deadline or until the port has
-  // vanished; returns how many. `limit` is the driver's own for this direction; `turn` is told how
-  // many are done and how long the driver will take at most, and returns how many it has added.
+  // vanished; returns how many. `limit` is the driver's own for this direction, `usual` the one
+  // that it begins with; `turn` is told how many are done and how long the driver will take at
+  // most, and returns how many it has added.
   template <class Turn>
   std::size_t Transfer(std::size_t size, const Deadline& deadline, DWORD COMMTIMEOUTS::*limit,
-                       Turn turn) {
+                       DWORD usual, Turn turn) {
     std::size_t done = 0;
     for (bool first = true; done < size && request; first = false) {
       const DWORD left = deadline.Remaining();
       if (!first && left == 0) break;
-      // A limit that is too short costs a second turn where nothing comes; setting it each time
-      // would cost every exchange a call or two.
-      if (!first || limits.*limit > left + kPatienceMs / 2) SetLimit(limits.*limit, left);
+      // The usual limit may be too short, which costs a second turn where nothing comes; setting it
+      // each time would cost every exchange a call or two. A shorter one is left by a wait that has
+      // run out, and would cut the next request.
+      const DWORD enough = std::min(left, usual);
+      if (!first) {
+        SetLimit(limits.*limit, left);
+      } else if (limits.*limit > left + kSlackMs || limits.*limit < enough) {
+        SetLimit(limits.*limit, enough);
+      }
       const Deadline least(kLeastTurnMs);
       const std::size_t count = turn(done, limits.*limit);
       done += count;
@@ -204,7 +226,7 @@ struct SerialPort::State {
   // False when the driver does not end the request, not even a cancelled one.
   bool AwaitEnd(DWORD limit_ms) {
     const HANDLE ended = request->ended.Get();
-    if (WaitForSingleObject(ended, limit_ms + kPatienceMs) == WAIT_OBJECT_0) return true;
+    if (WaitForSingleObject(ended, limit_ms + kBackstopMs) == WAIT_OBJECT_0) return true;
     for (int i = 0; i < kCancels; ++i) {
       CancelIo(port.Get());
       if (WaitForSingleObject(ended, kCancelMs) == WAIT_OBJECT_0) return true;
@@ -219,10 +241,11 @@ SerialPort::~SerialPort() = default;
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
   if (number < 1) return false;
-  auto state = std::make_unique<State>(settings, lines);
+  auto state = std::make_unique<State>(settings);
   // Without the device prefix COM10 and above are not found.
   if (!state->Open(L"\\\\.\\COM" + std::to_wstring(number))) return false;
   state_ = std::move(state);
+  SetLines(lines);
   return true;
 }
 
@@ -243,7 +266,7 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   State& state = *state_;
   const std::size_t written = state.Transfer(
       bytes.size(), Deadline(kWriteLimitMs), &COMMTIMEOUTS::WriteTotalTimeoutConstant,
-      [&](std::size_t done, DWORD limit_ms) {
+      kWriteLimitMs, [&](std::size_t done, DWORD limit_ms) {
         const auto part = bytes.subspan(done);
         const auto moved = state.Run(part.size(), limit_ms, [&](Request& request, DWORD most) {
           std::ranges::copy(part.first(most), request.bytes.begin());
@@ -253,7 +276,9 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
         return moved.size();
       });
   state.NoteWritten(written);
-  return written == bytes.size();
+  if (written == bytes.size()) return true;
+  state.DropUnsent();
+  return false;
 }
 
 bool SerialPort::AwaitSent() {
@@ -263,9 +288,11 @@ bool SerialPort::AwaitSent() {
   while (true) {
     sent.SleepOut();
     const std::optional<DWORD> held = BytesHeld(state_->port.Get());
-    if (!held) return false;
-    if (*held == 0) return true;
-    if (limit.Remaining() == 0) return false;
+    if (held && *held == 0) return true;
+    if (!held || limit.Remaining() == 0) {
+      state_->DropUnsent();
+      return false;
+    }
     sent = Deadline(state_->WireMs(*held + kChipBuffer) + kOnTheWayMs);
   }
 }
@@ -275,7 +302,7 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
   State& state = *state_;
   const Deadline deadline(timeout_ms);
   const std::size_t received = state.Transfer(
-      buffer.size(), deadline, &COMMTIMEOUTS::ReadTotalTimeoutConstant,
+      buffer.size(), deadline, &COMMTIMEOUTS::ReadTotalTimeoutConstant, kReadLimitMs,
       [&](std::size_t done, DWORD limit_ms) {
         const auto part = buffer.subspan(done);
         const auto moved = state.Run(part.size(), limit_ms, [&](Request& request, DWORD most) {

@@ -249,14 +249,16 @@ void Dialog::GiveBackInput() {
   const ClientCode windows_of_the_client;
   if (locked_) locked_->Unlock();
   if (window_ == nullptr) return;
-  if (owner_ != nullptr && GetActiveWindow() == window_) SetActiveWindow(owner_);
-  ShowWindow(window_, SW_HIDE);
+  CallOut([this] {
+    if (owner_ != nullptr && GetActiveWindow() == window_) SetActiveWindow(owner_);
+    ShowWindow(window_, SW_HIDE);
+  });
 }
 
 // Also when an exception of the client's leaves past the dialog.
 void Dialog::End() {
   GiveBackInput();
-  if (window_ != nullptr) DestroyWindow(window_);
+  if (window_ != nullptr) CallOut([this] { return DestroyWindow(window_); });
 }
 
 void Dialog::Refresh() {

@@ -101,6 +101,8 @@ TEST_F(ComBox, CarriesTheWholeSetOfCommandsOfTheLibrary) {
     output += line + '\n';
   }
   EXPECT_EQ(client.ExitCode(), 0U) << output;
+  EXPECT_EQ(output.find("Running 0 tests"), std::string::npos) << output;
+  EXPECT_EQ(output.find("[==========] 0 tests"), std::string::npos) << output;
 }
 
 TEST_F(ComBox, EndsByItselfOnCtrlC) {

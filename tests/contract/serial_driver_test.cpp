@@ -23,9 +23,9 @@ constexpr std::int32_t kReadMs = 400;
 constexpr std::int32_t kPlentyMs = 10'000;
 constexpr double kWriteMs = 1000;
 // For a driver that ends a request late, or not before it is cancelled; on a busy machine.
-constexpr double kBackstopMs = 1500;
+constexpr double kBackstopMs = 2500;
 // A stuck driver is given up after that.
-constexpr double kGivenUpMs = 4000;
+constexpr double kGivenUpMs = 5000;
 
 const Bytes kFrame{0x7E, 0x00, 0xC9, 0x0F, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
@@ -108,12 +108,18 @@ TEST_F(SerialDriver, IsHandedEachLineOnlyWhenItIsOnOrGoesOff) {
   }
 }
 
-TEST_F(SerialDriver, GetsAControlBlockWithBothLinesOffBeforeTheClosing) {
+// A program that is ended by force closes nothing.
+TEST_F(SerialDriver, NeverGetsAControlBlockWithALineOn) {
   ASSERT_TRUE(Open({.dtr = true, .rts = true}));
+  EXPECT_EQ(Driver().Lines(), (ModemLines{.dtr = true, .rts = true}));
+  const auto before = Driver().Seen().control_blocks.size();
   port.Close();
-  const DCB last = Driver().Seen().control_blocks.back();
-  EXPECT_EQ(last.fDtrControl, DWORD{DTR_CONTROL_DISABLE});
-  EXPECT_EQ(last.fRtsControl, DWORD{RTS_CONTROL_DISABLE});
+  const auto blocks = Driver().Seen().control_blocks;
+  EXPECT_EQ(blocks.size(), before + 1) << "one more before the closing";
+  for (const DCB& block : blocks) {
+    EXPECT_EQ(block.fDtrControl, DWORD{DTR_CONTROL_DISABLE});
+    EXPECT_EQ(block.fRtsControl, DWORD{RTS_CONTROL_DISABLE});
+  }
 }
 
 TEST_F(SerialDriver, IsAskedNothingBeyondItsWorkInAnExchange) {
@@ -126,6 +132,20 @@ TEST_F(SerialDriver, IsAskedNothingBeyondItsWorkInAnExchange) {
   EXPECT_EQ(seen.reads, 2);
   EXPECT_EQ(seen.limit_changes, 1) << "at the opening";
   EXPECT_EQ(seen.cancels, 0);
+}
+
+TEST_F(SerialDriver, HasItsUsualLimitsBackAfterAWaitThatRanOut) {
+  EXPECT_EQ(Read(1, 3), Bytes{});
+  Driver().SetHabits({.blocks_writes = true});
+  EXPECT_FALSE(port.Write(kFrame));
+  Driver().SetHabits({});
+  const int before = Driver().Seen().reads;
+  Driver().AnswerNext({1, 2, 3, 4, 5, 6, 7});
+  ASSERT_TRUE(port.Write(Bytes{contract::kDeviceCommand}));
+  EXPECT_EQ(Driver().Limits().WriteTotalTimeoutConstant, kWriteMs);
+  EXPECT_EQ(Read(1, 2500), Bytes{1});
+  EXPECT_GE(Driver().Limits().ReadTotalTimeoutConstant, 500u);
+  EXPECT_EQ(Driver().Seen().reads - before, 1);
 }
 
 // --- Reads ---
@@ -272,6 +292,17 @@ TEST_F(SerialDriver, ThatNeverSendsWhatItHoldsIsWaitedForASecond) {
   EXPECT_GE(waited, kWriteMs - contract::kTickMs);
   EXPECT_LT(waited, kWriteMs + kBackstopMs);
   EXPECT_LT(MsOf([&] { port.Close(); }), kBackstopMs) << "what it holds is dropped";
+}
+
+TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
+  Driver().SetHabits({.sends_nothing = true});
+  ASSERT_TRUE(port.Write(kFrame));
+  EXPECT_FALSE(port.AwaitSent());
+  Driver().SetHabits({});
+  const Bytes next{1, 2, 3};
+  ASSERT_TRUE(port.Write(next));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(next.size()), next);
 }
 
 TEST_F(SerialDriver, ThatDoesNotCountWhatItHoldsIsGivenTheTimeOfTheWire) {

@@ -7,6 +7,7 @@
 
 #include "tests/shell/client_filter.h"
 #include "tests/shell/error_reports.h"
+#include "tests/shell/event_sink.h"
 #include "tests/shell/outside_handler.h"
 #include "tests/shell/test_catalog.h"
 
@@ -129,6 +130,29 @@ TEST_F(BadPointers, AsAnObject) {
   void* remains = no_functions;
   auto* gone = reinterpret_cast<IDispatch*>(&remains);
   ExpectFaultOf(L"TELIC2EnumTestMessages", zentrel->TELIC2EnumTestMessages(&gone, 0, &filled));
+}
+
+// In an entry that no procedure runs in, from an event: the fault is the procedure's that raised
+// it.
+TEST_F(BadPointers, OfACallWithinAnEventAreSurvived) {
+  auto* const sink = new EventSink;
+  const auto container =
+      As<IConnectionPointContainer>(zentrel.Get(), IID_IConnectionPointContainer);
+  ComPointer<IConnectionPoint> point;
+  DWORD cookie = 0;
+  ASSERT_EQ(container->FindConnectionPoint(DIID___Zentrel, point.Receive()), S_OK);
+  ASSERT_EQ(point->Advise(sink, &cookie), S_OK);
+  static _Zentrel* called;
+  called = zentrel.Get();
+  sink->on_event = [](EventSink&, EXCEPINFO*) {
+    called->QueryInterface(IID_IUnknown, Wild<void**>());
+    return S_OK;
+  };
+  EXPECT_EQ(zentrel->put_PowerManagement(VARIANT_FALSE), kReportedFault);
+  EXPECT_EQ(reports.Take().size(), 1U);
+  EXPECT_EQ(point->Unadvise(cookie), S_OK);
+  sink->on_event = nullptr;
+  sink->Release();
 }
 
 TEST_F(BadPointers, OfALateBoundCall) {

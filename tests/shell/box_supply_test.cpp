@@ -51,16 +51,16 @@ TEST_F(BoxSupply, MaintainedItIsOnFromOpeningToClosing) {
 
 TEST_F(BoxSupply, OpeningDoesNotPulseAnyLine) {
   Open(client);
-  EXPECT_EQ(Box().Lines(), Journal{"dtr=1 rts=0"});
+  EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0"}));
   ASSERT_EQ(client.BoxStatus(), S_OKAY);
   EXPECT_EQ(client.Close(), S_OKAY);
-  EXPECT_EQ(Box().Lines(), (Journal{"dtr=1 rts=0", "dtr=0 rts=0"}));
+  EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0", "dtr=0 rts=0"}));
 }
 
 TEST_F(BoxSupply, OpeningAnOpenPortAgainInterruptsItForTheClosing) {
   Open(client);
   Open(client);
-  EXPECT_EQ(Box().Lines(), (Journal{"dtr=1 rts=0", "dtr=0 rts=0", "dtr=1 rts=0"}));
+  EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0", "dtr=0 rts=0", "dtr=1 rts=0"}));
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off", "on"}));
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }

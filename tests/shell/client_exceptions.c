@@ -37,8 +37,9 @@ static EXCEPTION_DISPOSITION __cdecl Handle(EXCEPTION_RECORD* record, void* fram
     return ExceptionContinueSearch;
   }
   struct Place* volatile place = frame;
-  place->caught = record->ExceptionCode;
   UnwindTo(place, record);
+  /* As languages do that run their handler before the stack below it goes: it is all still there. */
+  place->caught = record->ExceptionCode;
   __builtin_longjmp(place->jump, 1);
 }
 

@@ -264,10 +264,10 @@ class UserWithTheClass {
                               &classes_, nullptr),
               ERROR_SUCCESS);
     constexpr wchar_t kOwn[] = L"his own";
-    for (const std::wstring& key :
-         {class_key, class_key + L"\\InprocServer32", std::wstring(L"QmZentrel.Zentrel"),
-          L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3",
-          L"Interface\\" + GuidText(IID__Zentrel)}) {
+    keys_ = {class_key, class_key + L"\\InprocServer32", std::wstring(L"QmZentrel.Zentrel"),
+             L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3",
+             L"Interface\\" + GuidText(IID__Zentrel)};
+    for (const std::wstring& key : keys_) {
       EXPECT_EQ(RegSetKeyValueW(classes_, key.c_str(), nullptr, REG_SZ, kOwn, sizeof kOwn),
                 ERROR_SUCCESS);
     }
@@ -275,14 +275,16 @@ class UserWithTheClass {
   }
   ~UserWithTheClass() {
     RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+    // Nothing else of the user's.
+    for (const std::wstring& key : keys_) RegDeleteTreeW(classes_, key.c_str());
     RegCloseKey(classes_);
-    RegDeleteTreeW(HKEY_CURRENT_USER, kPath);
   }
   UserWithTheClass(const UserWithTheClass&) = delete;
   UserWithTheClass& operator=(const UserWithTheClass&) = delete;
 
  private:
   static constexpr wchar_t kPath[] = L"Software\\Classes";
+  std::vector<std::wstring> keys_;
   HKEY classes_ = nullptr;
 };
 

@@ -70,6 +70,7 @@ void ProvokeError(HMODULE library, int round) {
   factory->Release();
   LONG signature = 0;
   Require(zentrel->get_ZentrelSignature(5, &signature) == kReportedFault, "no error", round);
+  Require(zentrel->get_Util(reinterpret_cast<LONG*>(0x10)) == kReportedFault, "no fault", round);
   Require(ThrowAndCatch(), "the host lost its own exception", round);
   Require(zentrel->Release() == 0, "the object stays", round);
 }
