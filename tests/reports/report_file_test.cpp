@@ -14,6 +14,7 @@
 #include "platform/win32/wide.h"
 #include "tests/automation/system_scenes.h"
 #include "tests/shell/com_client.h"
+#include "tests/shell/other_apartment.h"
 #include "tests/shell/registry_snapshot.h"
 
 namespace qmzentrel::shell {
@@ -333,6 +334,22 @@ TEST_F(ReportFile, ThatIsInUseLeavesTheReportToTheComponent) {
   EXPECT_EQ(ReportsOfAFaultToTheDebugger().size(), 1U);
   CloseHandle(user);
   EXPECT_EQ(Blocks(FileText(file)).size(), 1U);
+}
+
+// As a virus scanner or a backup does for a moment.
+TEST_F(ReportFile, ThatIsSoonFreeAgainGetsTheReport) {
+  EXPECT_EQ(Fail(5), kReportedFault);
+  const HANDLE user =
+      CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(user, INVALID_HANDLE_VALUE);
+  OtherApartment scanner(COINIT_MULTITHREADED, [user] {
+    constexpr DWORD kAMomentMs = 200;
+    Sleep(kAMomentMs);
+    CloseHandle(user);
+  });
+  EXPECT_EQ(Fail(5), kReportedFault);
+  scanner.Join();
+  EXPECT_EQ(Blocks(FileText(file)).size(), 2U);
 }
 
 // --- The class ---

@@ -38,7 +38,8 @@ static EXCEPTION_DISPOSITION __cdecl Handle(EXCEPTION_RECORD* record, void* fram
   }
   struct Place* volatile place = frame;
   UnwindTo(place, record);
-  /* As languages do that run their handler before the stack below it goes: it is all still there. */
+  /* As languages do that run their handler before the stack below it goes: it is all still there.
+   */
   place->caught = record->ExceptionCode;
   __builtin_longjmp(place->jump, 1);
 }

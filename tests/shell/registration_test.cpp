@@ -296,6 +296,21 @@ RegistrySnapshot PartOf(const RegistrySnapshot& snapshot, const std::wstring& ow
   return part;
 }
 
+TEST_F(Registration, OfAnotherClassUnderTheNameIsLeftAlone) {
+  constexpr wchar_t kKey[] = L"Software\\Classes\\QmZentrel.Zentrel\\CLSID";
+  constexpr wchar_t kOther[] = L"{00000000-0000-0000-C000-000000000046}";
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, REG_SZ, kOther, sizeof kOther),
+            ERROR_SUCCESS);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  wchar_t left[64] = {};
+  DWORD size = sizeof left;
+  EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, RRF_RT_REG_SZ, nullptr, left, &size),
+            ERROR_SUCCESS);
+  EXPECT_STREQ(left, kOther);
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\QmZentrel.Zentrel");
+}
+
 TEST_F(Registration, IsTheMachinesWhereTheUserHasTheClassHimself) {
   ASSERT_EQ(library.RegisterServer(), S_OK);
   const RegistrySnapshot wanted = TakeRegistrySnapshot();
