@@ -305,16 +305,13 @@ begin
   ExpectError('a variant that is no number', Read, 1, IDs, VariantsOf([0]), TypeMismatch);
 end;
 
-{ The client is looking at one of the arrays, `Locked`, while it hands both over. }
-procedure ExpectLockFault(const What: string; Command: TCommand; var IDs, Data, Locked: Variant);
+{ The client is looking at one of the arrays, `Locked`, while it hands both over: that keeps the array
+  in place and nobody from its elements. }
+procedure RunUnderLock(const What: string; Command: TCommand; var IDs, Data, Locked: Variant);
 begin
   VarArrayLock(Locked);
   try
-    try
-      Fail(What, 'status ' + IntToStr(Run(Command, 2, IDs, Data)));
-    except
-      on Error: EOleSysError do Expect(What, Error.ErrorCode, Fault);
-    end;
+    Expect(What, Run(Command, 2, IDs, Data), S_OKAY);
   finally
     VarArrayUnlock(Locked);
   end;
@@ -323,24 +320,34 @@ end;
 procedure CheckLockedArrays(const Early: _Zentrel);
 var
   IDs, Data, SomeIDs, SomeData, ReferredData: Variant;
+  RawIDs, RawData: PSafeArray;
 begin
   IDs := Numbers([8, 9]);
   Data := Numbers([6, 7]);
-  ExpectLockFault('reading with locked identifiers', Read, IDs, Data, IDs);
-  ExpectLockFault('reading into locked data', Read, IDs, Data, Data);
-  ExpectLockFault('writing locked data', Write, IDs, Data, Data);
+  RunUnderLock('reading with locked identifiers', Read, IDs, Data, IDs);
+  Data := Numbers([6, 7]);
+  RunUnderLock('reading into locked data', Read, IDs, Data, Data);
+  WriteLn('READ message-8 ', Data[0]);
+  WriteLn('READ message-9 ', Data[1]);
+  RunUnderLock('writing locked data', Write, IDs, Data, Data);
   ReferredData := VarArrayRef(Data);
-  ExpectLockFault('reading into a reference to locked data', Read, IDs, ReferredData, Data);
+  RunUnderLock('reading into a reference to locked data', Read, IDs, ReferredData, Data);
   SomeIDs := VariantsOf([8, 9]);
   SomeData := VariantsOf([6, 7]);
-  ExpectLockFault('reading with locked variants', Read, SomeIDs, SomeData, SomeIDs);
-  ExpectLockFault('reading into locked variants', Read, SomeIDs, SomeData, SomeData);
+  RunUnderLock('reading with locked variants', Read, SomeIDs, SomeData, SomeIDs);
+  SomeData := VariantsOf([6, 7]);
+  RunUnderLock('reading into locked variants', Read, SomeIDs, SomeData, SomeData);
+  WriteLn('READ message-9 ', SomeData[1]);
+  Data := Numbers([6, 7]);
+  RawIDs := SafeArrayOf(IDs);
+  RawData := SafeArrayOf(Data);
   VarArrayLock(Data);
-  ExpectEarlyFault('reading into locked data, early', Early, SafeArrayOf(IDs), SafeArrayOf(Data));
+  Expect('reading into locked data, early', Early.TELIC2Read(2, RawIDs, RawData), S_OKAY);
   VarArrayUnlock(Data);
-  Expect('locked data', Data[0], 6);
-  Expect('locked variants', SomeData[1], 7);
-  { Nothing stays locked or spoilt. }
+  WriteLn('READ message-8 ', Data[0]);
+  { Nothing stays locked: an array can get another size. }
+  VarArrayRedim(Data, 3);
+  Expect('the size of what was locked', VarArrayHighBound(Data, 1), 3);
   ExpectStatus('reading once the lock is off', Read, 2, IDs, Data, S_OKAY);
 end;
 
