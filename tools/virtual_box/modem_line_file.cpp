@@ -2,16 +2,20 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 
 #include "tools/virtual_box/event_wait.h"
 
 namespace qmzentrel::virtual_box {
 namespace {
+
+namespace fs = std::filesystem;
 
 // "1 0 0000081236.412000123": DTR, RTS, seconds of CLOCK_MONOTONIC.
 std::optional<LineChange> ParseRecord(const std::string& record) {
@@ -27,6 +31,24 @@ std::optional<LineChange> ParseRecord(const std::string& record) {
   return LineChange{std::chrono::seconds(*seconds) + Time(*nanoseconds), *dtr != 0, *rts != 0};
 }
 
+// Asked of the processes: the system tells openings that follow each other as one.
+bool IsOpenInAnotherProcess(const std::string& terminal) {
+  std::error_code error;
+  const std::string own = std::to_string(getpid());
+  for (fs::directory_iterator process("/proc", error), end; process != end;
+       process.increment(error)) {
+    const std::string number = process->path().filename().string();
+    if (number == own || number.find_first_not_of("0123456789") != std::string::npos) continue;
+    std::error_code gone;
+    for (fs::directory_iterator file(process->path() / "fd", gone);
+         file != fs::directory_iterator(); file.increment(gone)) {
+      std::error_code unreadable;
+      if (fs::read_symlink(file->path(), unreadable) == terminal) return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 std::string ModemLineFile::Create(const std::string& path, const std::string& terminal) {
@@ -35,9 +57,10 @@ std::string ModemLineFile::Create(const std::string& path, const std::string& te
       FileDescriptor(open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!file_.IsOpen()) return "cannot make " + path + ": " + std::strerror(errno);
   path_ = path;
+  terminal_ = terminal;
   watch_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   if (!watch_.IsOpen() || inotify_add_watch(watch_.Get(), path.c_str(), IN_MODIFY) < 0 ||
-      inotify_add_watch(watch_.Get(), terminal.c_str(), IN_OPEN | IN_CLOSE) < 0) {
+      inotify_add_watch(watch_.Get(), terminal.c_str(), IN_CLOSE) < 0) {
     const std::string reason = std::strerror(errno);
     Remove();
     return "cannot watch " + path + ": " + reason;
@@ -49,7 +72,7 @@ void ModemLineFile::Remove() {
   watch_.Reset();
   file_.Reset();
   partial_.clear();
-  openings_ = 0;
+  closed_ = false;
   are_off_ = true;
   if (!path_.empty()) unlink(path_.c_str());
   path_.clear();
@@ -68,20 +91,22 @@ std::vector<LineChange> ModemLineFile::TakeChanges() {
     partial_.erase(0, end + 1);
   }
   if (!changes.empty()) are_off_ = !changes.back().dtr && !changes.back().rts;
-  // After the records: whoever has written one had opened the terminal before.
-  TakeOpenings();
-  if (openings_ == 0 && !are_off_) AppendOff();
+  // After the records: whoever has written one closes the terminal afterwards.
+  TakeClosings();
+  if (closed_ && !are_off_) {
+    closed_ = false;
+    if (!IsOpenInAnotherProcess(terminal_)) AppendOff();
+  }
   return changes;
 }
 
-void ModemLineFile::TakeOpenings() {
+void ModemLineFile::TakeClosings() {
   alignas(inotify_event) char buffer[4096];
   ssize_t count = 0;
   while ((count = read(watch_.Get(), buffer, sizeof buffer)) > 0) {
     for (const char* at = buffer; at < buffer + count;) {
       const auto* const event = reinterpret_cast<const inotify_event*>(at);
-      if ((event->mask & IN_OPEN) != 0) ++openings_;
-      if ((event->mask & IN_CLOSE) != 0) --openings_;
+      if ((event->mask & IN_CLOSE) != 0) closed_ = true;
       at += sizeof *event + event->len;
     }
   }

@@ -18,7 +18,7 @@ class ModemLineFile {
   ModemLineFile(const ModemLineFile&) = delete;
   ModemLineFile& operator=(const ModemLineFile&) = delete;
 
-  /// Makes an empty file (both lines off) and watches it, and who opens `terminal` from now on; the
+  /// Makes an empty file (both lines off) and watches it, and whoever closes `terminal`; the
   /// reason when that fails, else empty.
   std::string Create(const std::string& path, const std::string& terminal);
   void Remove();
@@ -30,14 +30,15 @@ class ModemLineFile {
   std::vector<LineChange> TakeChanges();
 
  private:
-  void TakeOpenings();
+  void TakeClosings();
   void AppendOff();
 
   std::string path_;
   FileDescriptor file_;
   FileDescriptor watch_;
   std::string partial_;
-  int openings_ = 0;     // of the terminal that have not been closed
+  std::string terminal_;
+  bool closed_ = false;  // by somebody, and not looked into yet
   bool are_off_ = true;  // as the last record says
 };
 
