@@ -46,8 +46,7 @@ constexpr ModuleFields kFields = NoFields("Bench");
 
 [[gnu::noinline]] void FramedWithVariables(std::int32_t Index, std::int32_t Count) {
   std::int32_t lngStatus = 0;
-  ErrorFrame frame(kFields, "FramedWithVariables", Parameters(NAMED(Index), NAMED(Count)),
-                   Locals(NAMED(lngStatus)));
+  ErrorFrame frame(kFields, "FramedWithVariables", PARAMETERS(Index, Count), LOCALS(lngStatus));
   frame.Run([&] {
     STEP lngStatus = Index;
     STEP lngStatus += Count;
@@ -81,12 +80,9 @@ void MeasureFrame() {
                     Repeated("frame, one statement", kFast, [] { Framed(1); }),
                     Repeated("frame, three variables, three statements", kFast,
                              [] { FramedWithVariables(1, 2); })}});
-  std::printf(
-      "Bytes of a frame: %u, with two parameters and one local %u, and %u while it runs\n\n",
-      static_cast<unsigned>(sizeof(ErrorFrame<>)),
-      static_cast<unsigned>(
-          sizeof(ErrorFrame<VariableList<std::int32_t, std::int32_t>, VariableList<std::int32_t>>)),
-      static_cast<unsigned>(sizeof(platform::FaultRegistration)));
+  std::printf("Bytes of a frame: %u, and %u while it runs\n\n",
+              static_cast<unsigned>(sizeof(ErrorFrame)),
+              static_cast<unsigned>(sizeof(platform::FaultRegistration)));
 }
 
 void MeasureRaising() {

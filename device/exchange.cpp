@@ -22,9 +22,8 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
                                   std::int32_t Timeout) {
   std::int32_t lngAttempt = 0;
   std::int32_t lngRxCount = 0;
-  ErrorFrame frame(Fields(), "ZentrelTxRx",
-                   Parameters(NAMED(TxLength), NAMED(RxExpected), NAMED(Timeout)),
-                   Locals(NAMED(lngAttempt), NAMED(lngRxCount)));
+  ErrorFrame frame(Fields(), "ZentrelTxRx", PARAMETERS(TxLength, RxExpected, Timeout),
+                   LOCALS(lngAttempt, lngRxCount));
   return frame.Run([&] {
     STEP TraceBytes(">", bytTx, TxLength);
     STEP const std::int32_t last_attempt = m_blnIsElectric ? Timeout / kElectricResendMs : 0;
@@ -54,24 +53,17 @@ ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t T
                                         std::int32_t Timeout) {
   ZentrelStatus lngStatus = S_OKAY;
   std::int32_t lngRxCount = 0;
-  ErrorFrame frame(
-      Fields(), "SuppliedExchange",
-      Parameters(NAMED(bytTx), NAMED(TxLength), NAMED(bytRx), NAMED(RxExpected), NAMED(Timeout)),
-      Locals(NAMED(lngStatus), NAMED(lngRxCount)));
+  ErrorFrame frame(Fields(), "SuppliedExchange",
+                   PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout),
+                   LOCALS(lngStatus, lngRxCount));
   return frame.Run([&] {
+    STEP if (m_PortCtrl.PortOpen() < 1) lngStatus = S_BAD_PORT;
     try {
-      STEP if (m_PortCtrl.PortOpen() < 1) {
-        STEP lngStatus = S_BAD_PORT;
-      }
-      else {
+      STEP if (lngStatus == S_OKAY) {
         STEP Power(true);
         STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
-        STEP if (lngRxCount == -1) {
-          STEP lngStatus = S_TIMEOUT;
-        }
-        else if (lngRxCount != RxExpected) {
-          STEP lngStatus = S_BAD_RESPONSE;
-        }
+        STEP if (lngRxCount != RxExpected) lngStatus = S_BAD_RESPONSE;
+        STEP if (lngRxCount == -1) lngStatus = S_TIMEOUT;
       }
     } catch (...) {
       Power(false);  // a fault must not leave the box supplied for ever
@@ -86,10 +78,8 @@ ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxL
                                       FrameBuffer& bytRx, std::int32_t RxExpected,
                                       std::int32_t Timeout) {
   ZentrelStatus lngStatus = S_OKAY;
-  ErrorFrame frame(
-      Fields(), "ZentrelCommand",
-      Parameters(NAMED(bytTx), NAMED(TxLength), NAMED(bytRx), NAMED(RxExpected), NAMED(Timeout)),
-      Locals(NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "ZentrelCommand",
+                   PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout), LOCALS(lngStatus));
   return frame.Run([&] {
     STEP lngStatus = SuppliedExchange(bytTx, TxLength, bytRx, RxExpected, Timeout);
     STEP if (lngStatus == S_OKAY) lngStatus = CheckReplySum(bytRx, RxExpected);
@@ -109,8 +99,7 @@ std::string Zentrel::TraceBytes(const char* direction, const FrameBuffer& bytes,
 ZentrelStatus Zentrel::CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) const {
   std::int32_t lngSum = 0;
   std::int32_t i = 0;
-  ErrorFrame frame(Fields(), "CheckReplySum", Parameters(NAMED(bytRx), NAMED(RxLength)),
-                   Locals(NAMED(lngSum), NAMED(i)));
+  ErrorFrame frame(Fields(), "CheckReplySum", PARAMETERS(bytRx, RxLength), LOCALS(lngSum, i));
   return frame.Run([&] {
     STEP for (; i < RxLength - 1; ++i) {
       STEP lngSum += bytRx[i];

@@ -17,7 +17,7 @@ constexpr float kHoldOffSeconds = 3.75F;
 }  // namespace
 
 void Zentrel::PowerManagement(bool New_PowerManagement) {
-  ErrorFrame frame(Fields(), "PowerManagement", Parameters(NAMED(New_PowerManagement)));
+  ErrorFrame frame(Fields(), "PowerManagement", PARAMETERS(New_PowerManagement));
   frame.Run([&] {
     STEP m_blnPowerOnDemand = New_PowerManagement;
     STEP Power(!New_PowerManagement);
@@ -25,7 +25,7 @@ void Zentrel::PowerManagement(bool New_PowerManagement) {
 }
 
 void Zentrel::Power(bool NewState) {
-  ErrorFrame frame(Fields(), "Power", Parameters(NAMED(NewState)));
+  ErrorFrame frame(Fields(), "Power", PARAMETERS(NewState));
   frame.Run([&] {
     STEP if (!m_blnPowerOnDemand) {
       STEP m_XTimer->Enabled(false);
@@ -34,21 +34,21 @@ void Zentrel::Power(bool NewState) {
       // Deliberate: clients count on the pair of events around each command in this mode, though
       // the line stays on.
       STEP RaisePowerStateChange(NewState);
+      return;
     }
-    else if (NewState) {
-      STEP m_XTimer->Enabled(false);
-      STEP if (!m_blnPowerEnabled) {
-        STEP m_PortCtrl.Supply(1);
-        STEP m_blnPowerEnabled = true;
-        STEP platform::Pause(kStartUpMs);
-        STEP RaisePowerStateChange(true);
-      }
-      STEP WaitForHoldOff();
-    }
-    else {
+    STEP if (!NewState) {
       STEP m_lngPowerTimer = m_lngPowerTimeout;
       STEP m_XTimer->Enabled(true);
+      return;
     }
+    STEP m_XTimer->Enabled(false);
+    STEP if (!m_blnPowerEnabled) {
+      STEP m_PortCtrl.Supply(1);
+      STEP m_blnPowerEnabled = true;
+      STEP platform::Pause(kStartUpMs);
+      STEP RaisePowerStateChange(true);
+    }
+    STEP WaitForHoldOff();
   });
 }
 

@@ -95,8 +95,8 @@ void Zentrel::Class_Terminate() {
 
 ZentrelStatus Zentrel::DeviceOpen(std::int32_t Port, bool MaintainSupply) {
   ZentrelStatus lngStatus = S_OKAY;
-  ErrorFrame frame(Fields(), "Zentrel_DeviceOpen", Parameters(NAMED(Port), NAMED(MaintainSupply)),
-                   Locals(NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "Zentrel_DeviceOpen", PARAMETERS(Port, MaintainSupply),
+                   LOCALS(lngStatus));
   return frame.Run([&] {
     STEP LogStep("Zentrel_DeviceOpen");
     STEP if (simulator::SimulatorEnabled()) return S_OKAY;
@@ -123,7 +123,7 @@ ZentrelStatus Zentrel::DeviceOpen(std::int32_t Port, bool MaintainSupply) {
 
 ZentrelStatus Zentrel::DeviceInit() {
   ZentrelStatus lngStatus = S_BAD_PORT;
-  ErrorFrame frame(Fields(), "Zentrel_DeviceInit", Parameters(), Locals(NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "Zentrel_DeviceInit", PARAMETERS(), LOCALS(lngStatus));
   return frame.Run([&] {
     STEP LogStep("Zentrel_DeviceInit");
     STEP if (m_PortCtrl.PortOpen() > 0) {
@@ -149,8 +149,7 @@ ZentrelStatus Zentrel::BoxStatus() {
   FrameBuffer bytTx;
   FrameBuffer bytRx;
   ZentrelStatus lngStatus = S_OKAY;
-  ErrorFrame frame(Fields(), "BoxStatus", Parameters(),
-                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "BoxStatus", PARAMETERS(), LOCALS(bytTx, bytRx, lngStatus));
   return frame.Run([&] {
     STEP if (simulator::SimulatorEnabled()) return SimulatedBoxStatus();
     STEP bytTx[0] = kBoxStatusCommand;
@@ -163,7 +162,7 @@ ZentrelStatus Zentrel::BoxStatus() {
 }
 
 std::int32_t Zentrel::ZentrelSignature(std::int16_t Index) const {
-  ErrorFrame frame(Fields(), "ZentrelSignature", Parameters(NAMED(Index)));
+  ErrorFrame frame(Fields(), "ZentrelSignature", PARAMETERS(Index));
   return frame.Run([&]() -> std::int32_t {
     const auto count = static_cast<std::int16_t>(m_bytZentrelSignature.size());
     STEP if (Index < 0 || Index >= count) RaiseError(kErrorSubscriptOutOfRange);
@@ -172,7 +171,7 @@ std::int32_t Zentrel::ZentrelSignature(std::int16_t Index) const {
 }
 
 void Zentrel::ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset) {
-  ErrorFrame frame(Fields(), "ParseBoxStatus", Parameters(NAMED(bytes), NAMED(Offset)));
+  ErrorFrame frame(Fields(), "ParseBoxStatus", PARAMETERS(bytes, Offset));
   frame.Run([&] {
     STEP m_strZentrelVersion = VersionText(bytes[Offset]);
     STEP m_sngBatteryVolts = static_cast<float>(bytes[Offset + 1] * kBatteryStep);

@@ -81,8 +81,7 @@ ZentrelStatus Zentrel::ReadXpdr() {
   FrameBuffer bytTx;
   FrameBuffer bytRx;
   ZentrelStatus lngStatus = S_OKAY;
-  ErrorFrame frame(Fields(), "ReadXpdr", Parameters(),
-                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "ReadXpdr", PARAMETERS(), LOCALS(bytTx, bytRx, lngStatus));
   return frame.Run([&] {
     STEP if (simulator::SimulatorEnabled()) return SimulatedRead();
     STEP WaitForVerifyDelay();
@@ -103,7 +102,7 @@ ZentrelStatus Zentrel::ReadXpdr() {
 ZentrelStatus Zentrel::ResetXpdr() {
   FrameBuffer bytTx;
   FrameBuffer bytRx;
-  ErrorFrame frame(Fields(), "ResetXpdr", Parameters(), Locals(NAMED(bytTx), NAMED(bytRx)));
+  ErrorFrame frame(Fields(), "ResetXpdr", PARAMETERS(), LOCALS(bytTx, bytRx));
   return frame.Run([&] {
     STEP if (simulator::SimulatorEnabled()) return SimulatedReset();
     STEP bytTx[0] = kReset;
@@ -115,8 +114,7 @@ ZentrelStatus Zentrel::WriteXpdr() {
   FrameBuffer bytTx;
   FrameBuffer bytRx;
   ZentrelStatus lngStatus = S_OKAY;
-  ErrorFrame frame(Fields(), "WriteXpdr", Parameters(),
-                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngStatus)));
+  ErrorFrame frame(Fields(), "WriteXpdr", PARAMETERS(), LOCALS(bytTx, bytRx, lngStatus));
   return frame.Run([&] {
     STEP if (simulator::SimulatorEnabled()) return SimulatedWrite();
     STEP if (!RecordIsInRange()) return S_BAD_DATA;
@@ -151,7 +149,7 @@ ZentrelStatus Zentrel::CommandWithRetry(const char* step, const FrameBuffer& byt
 }
 
 void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {
-  ErrorFrame frame(Fields(), "ParseXpdrData", Parameters(NAMED(status), NAMED(bytes)));
+  ErrorFrame frame(Fields(), "ParseXpdrData", PARAMETERS(status, bytes));
   frame.Run([&] {
     STEP if (status != S_OKAY) {
       STEP DeviceMIF(0);
@@ -183,7 +181,7 @@ void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {
 }
 
 void Zentrel::ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes) {
-  ErrorFrame frame(Fields(), "ParseXpdrBlock2", Parameters(NAMED(status), NAMED(bytes)));
+  ErrorFrame frame(Fields(), "ParseXpdrBlock2", PARAMETERS(status, bytes));
   frame.Run([&] {
     const bool read = status == S_OKAY;
     STEP m_lngFreq_MSB = read ? bytes[1] : 0;

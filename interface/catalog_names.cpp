@@ -8,8 +8,7 @@ void Zentrel::LoadNames() {
   std::int32_t n = 0;
   Variant vntMax = std::int32_t{0};
   std::int32_t lngMax = 0;
-  ErrorFrame frame(Fields(), "LoadNames", Parameters(),
-                   Locals(NAMED(n), NAMED(vntMax), NAMED(lngMax)));
+  ErrorFrame frame(Fields(), "LoadNames", PARAMETERS(), LOCALS(n, vntMax, lngMax));
   frame.Run([&] {
     using modCOM_Registry::OpenKey;
     STEP const OpenKey interfaces(platform::kLocalMachine, catalogs::kInterfacesKey);
@@ -41,7 +40,7 @@ std::string Zentrel::TXIName() const {
 }
 
 std::string Zentrel::Name(const std::string& RegRootKey, std::int32_t Index) const {
-  ErrorFrame frame(Fields(), "Name", Parameters(NAMED(RegRootKey), NAMED(Index)));
+  ErrorFrame frame(Fields(), "Name", PARAMETERS(RegRootKey, Index));
   return frame.Run([&] { STEP return catalogs::ReadName(RegRootKey, Index, "Invalid"); });
 }
 

@@ -20,7 +20,7 @@ catalogs::AddEntry AddMessageTo(ComboBox& box) {
 }  // namespace
 
 void Zentrel::TELIC2Device(const std::string& New_Value) {
-  ErrorFrame frame(Fields(), "TELIC2Device", Parameters(NAMED(New_Value)));
+  ErrorFrame frame(Fields(), "TELIC2Device", PARAMETERS(New_Value));
   frame.Run([&] {
     STEP m_strTELIC2Device = New_Value;
     STEP m_strTELIC2RegRoot = catalogs::DeviceKey(New_Value);
@@ -29,8 +29,7 @@ void Zentrel::TELIC2Device(const std::string& New_Value) {
 
 bool Zentrel::TELIC2EnumDevices(const LateBound& cbo) const {
   std::vector<std::string> strDevices;
-  ErrorFrame frame(Fields(), "TELIC2EnumDevices", Parameters(NAMED(cbo)),
-                   Locals(NAMED(strDevices)));
+  ErrorFrame frame(Fields(), "TELIC2EnumDevices", PARAMETERS(cbo), LOCALS(strDevices));
   return frame.Run([&] {
     STEP if (!ComboBox::IsComboBox(cbo)) return false;
     STEP strDevices = catalogs::DeviceTypes();
@@ -44,7 +43,7 @@ bool Zentrel::TELIC2EnumDevices(const LateBound& cbo) const {
 }
 
 bool Zentrel::TELIC2EnumMessages(const LateBound& cbo, std::int32_t Default) const {
-  ErrorFrame frame(Fields(), "TELIC2EnumMessages", Parameters(NAMED(cbo), NAMED(Default)));
+  ErrorFrame frame(Fields(), "TELIC2EnumMessages", PARAMETERS(cbo, Default));
   return frame.Run([&] {
     STEP if (!ComboBox::IsComboBox(cbo)) return false;
     STEP const catalogs::MessageList messages(m_strTELIC2Device.empty() ? "" : m_strTELIC2RegRoot);
@@ -58,7 +57,7 @@ bool Zentrel::TELIC2EnumMessages(const LateBound& cbo, std::int32_t Default) con
 }
 
 bool Zentrel::TELIC2EnumTestMessages(const LateBound& cbo, std::int32_t Default) const {
-  ErrorFrame frame(Fields(), "TELIC2EnumTestMessages", Parameters(NAMED(cbo), NAMED(Default)));
+  ErrorFrame frame(Fields(), "TELIC2EnumTestMessages", PARAMETERS(cbo, Default));
   return frame.Run([&] {
     STEP if (!ComboBox::IsComboBox(cbo)) return false;
     STEP const catalogs::TestMessageList messages(m_strTELIC2RegRoot);

@@ -113,17 +113,17 @@ void CheckEntries(const LongArray& array, std::int32_t count) {
 }  // namespace
 
 std::int32_t Zentrel::TELIC2_Length(std::int32_t Index) const {
-  ErrorFrame frame(Fields(), "TELIC2_Length", Parameters(NAMED(Index)));
+  ErrorFrame frame(Fields(), "TELIC2_Length", PARAMETERS(Index));
   return frame.Run([&] { STEP return catalogs::MessageLength(Index); });
 }
 
 std::int32_t Zentrel::TELIC2Test_RdLength(std::int32_t Index) const {
-  ErrorFrame frame(Fields(), "TELIC2Test_RdLength", Parameters(NAMED(Index)));
+  ErrorFrame frame(Fields(), "TELIC2Test_RdLength", PARAMETERS(Index));
   return frame.Run([&] { STEP return catalogs::TestReadLength(m_strTELIC2RegRoot, Index); });
 }
 
 std::int32_t Zentrel::TELIC2Test_WrLength(std::int32_t Index) const {
-  ErrorFrame frame(Fields(), "TELIC2Test_WrLength", Parameters(NAMED(Index)));
+  ErrorFrame frame(Fields(), "TELIC2Test_WrLength", PARAMETERS(Index));
   return frame.Run([&] { STEP return catalogs::TestWriteLength(m_strTELIC2RegRoot, Index); });
 }
 
@@ -138,9 +138,8 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
   std::int64_t lngRxLength = 0;
   ZentrelStatus lngStatus = S_OKAY;
   std::int32_t i = 0;
-  ErrorFrame frame(
-      Fields(), "TELIC2Read", Parameters(NAMED(NumMessages), NAMED(MessageIDs), NAMED(MessageData)),
-      Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngRxLength), NAMED(lngStatus), NAMED(i)));
+  ErrorFrame frame(Fields(), "TELIC2Read", PARAMETERS(NumMessages, MessageIDs, MessageData),
+                   LOCALS(bytTx, bytRx, lngRxLength, lngStatus, i));
   return frame.Run([&] {
     STEP LogStep("TELIC2Read");
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;
@@ -175,9 +174,8 @@ ZentrelStatus Zentrel::TELIC2Write(std::int32_t NumMessages, const LongArray& Me
   FrameBuffer bytRx;
   std::int64_t lngTxLength = 0;
   std::int32_t i = 0;
-  ErrorFrame frame(Fields(), "TELIC2Write",
-                   Parameters(NAMED(NumMessages), NAMED(MessageIDs), NAMED(MessageData)),
-                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngTxLength), NAMED(i)));
+  ErrorFrame frame(Fields(), "TELIC2Write", PARAMETERS(NumMessages, MessageIDs, MessageData),
+                   LOCALS(bytTx, bytRx, lngTxLength, i));
   return frame.Run([&] {
     STEP LogStep("TELIC2Write");
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;
@@ -211,10 +209,8 @@ ZentrelStatus Zentrel::TELIC2Test(std::int32_t NumMessages, const LongArray& Mes
   std::int64_t lngReply = 0;
   ZentrelStatus lngStatus = S_OKAY;
   std::int32_t i = 0;
-  ErrorFrame frame(Fields(), "TELIC2Test",
-                   Parameters(NAMED(NumMessages), NAMED(MessageIDs), NAMED(MessageData)),
-                   Locals(NAMED(bytTx), NAMED(bytRx), NAMED(lngTxLength), NAMED(lngRxLength),
-                          NAMED(lngReply), NAMED(lngStatus), NAMED(i)));
+  ErrorFrame frame(Fields(), "TELIC2Test", PARAMETERS(NumMessages, MessageIDs, MessageData),
+                   LOCALS(bytTx, bytRx, lngTxLength, lngRxLength, lngReply, lngStatus, i));
   return frame.Run([&] {
     STEP LogStep("TELIC2Test");
     STEP if (NumMessages < 0) return S_BAD_PARAMETER;

@@ -70,8 +70,8 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
   std::vector<modCOM_Registry::Reg_KeyValues> values;
   const StructureArray shown_values;
   std::int32_t lngValue = 0;
-  ErrorFrame frame(Fields(), "LoadSignatures", Parameters(NAMED(index), NAMED(key)),
-                   Locals(NamedVariable<StructureArray>{"values", shown_values}, NAMED(lngValue)));
+  ErrorFrame frame(Fields(), "LoadSignatures", PARAMETERS(index, key),
+                   Variables("values, lngValue", shown_values, lngValue));
   frame.Run([&] {
     STEP FormList list(*this, index == 0 ? DialogList::cboSignature0 : DialogList::cboSignature1);
     STEP modCOM_Registry::RegEnumValues(kLocalMachine, key, values, false);
@@ -128,8 +128,7 @@ void frmZentrelSim::LoadMIFVersions() {
   std::int32_t lngMIF = 0;
   std::vector<std::string> strKeys;
   std::vector<std::string> strVersions;
-  ErrorFrame frame(Fields(), "LoadMIFVersions", Parameters(),
-                   Locals(NAMED(lngMIF), NAMED(strKeys), NAMED(strVersions)));
+  ErrorFrame frame(Fields(), "LoadMIFVersions", PARAMETERS(), LOCALS(lngMIF, strKeys, strVersions));
   frame.Run([&] {
     STEP lngMIF = ChosenInterface();
     STEP if (RegEnumKeys(kLocalMachine, InterfaceKey(lngMIF), strKeys, false) == 0) return;
@@ -146,8 +145,7 @@ void frmZentrelSim::LoadMIFVersions() {
 void frmZentrelSim::cboVersion_Click() {
   std::string strKey;
   std::int32_t lngSources = 0;
-  ErrorFrame frame(Fields(), "cboVersion_Click", Parameters(),
-                   Locals(NAMED(strKey), NAMED(lngSources)));
+  ErrorFrame frame(Fields(), "cboVersion_Click", PARAMETERS(), LOCALS(strKey, lngSources));
   frame.Run([&] {
     STEP if (content_.lists[static_cast<std::size_t>(DialogList::cboVersion)].selected < 0) return;
     STEP strKey = InterfaceKey(m_lngSelectedMIF);
@@ -171,10 +169,9 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
   std::string strKey;
   std::int32_t lngIndex = 0;
   Variant vntValue;
-  ErrorFrame frame(
-      Fields(), "VersionedProp",
-      Parameters(NAMED(RegRootKey), NAMED(PropName), NAMED(TargetVersion), NAMED(Default)),
-      Locals(NAMED(strKeys), NAMED(strKey), NAMED(lngIndex), NAMED(vntValue)));
+  ErrorFrame frame(Fields(), "VersionedProp",
+                   PARAMETERS(RegRootKey, PropName, TargetVersion, Default),
+                   LOCALS(strKeys, strKey, lngIndex, vntValue));
   return frame.Run([&] {
     STEP if (!TargetVersion.empty()) {
       STEP lngIndex = RegEnumKeys(kLocalMachine, RegRootKey, strKeys, true);
@@ -195,7 +192,7 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
 void frmZentrelSim::LoadMSI() {
   Variant vntEncoder = false;
   std::int32_t lngCode = 0;
-  ErrorFrame frame(Fields(), "LoadMSI", Parameters(), Locals(NAMED(vntEncoder), NAMED(lngCode)));
+  ErrorFrame frame(Fields(), "LoadMSI", PARAMETERS(), LOCALS(vntEncoder, lngCode));
   frame.Run([&] {
     STEP RegGetValue(kLocalMachine, InterfaceKey(m_lngSelectedMIF), "Encoder", vntEncoder,
                      Variant());

@@ -16,7 +16,7 @@ XTimer::~XTimer() {
 }
 
 void XTimer::Enabled(bool NewValue) {
-  ErrorFrame frame(Fields(), "Enabled", Parameters(NAMED(NewValue)));
+  ErrorFrame frame(Fields(), "Enabled", PARAMETERS(NewValue));
   frame.Run([&] {
     STEP if (NewValue == mblnEnabled) return;
     STEP mblnEnabled = NewValue;
@@ -31,7 +31,7 @@ void XTimer::Enabled(bool NewValue) {
 }
 
 void XTimer::Interval(std::int32_t NewInterval) {
-  ErrorFrame frame(Fields(), "Interval", Parameters(NAMED(NewInterval)));
+  ErrorFrame frame(Fields(), "Interval", PARAMETERS(NewInterval));
   frame.Run([&] {
     STEP if (NewInterval == mlngInterval) return;
     STEP mlngInterval = NewInterval;

@@ -1,5 +1,6 @@
 #include "support/error_frame.h"
 
+#include <algorithm>
 #include <new>
 #include <stdexcept>
 
@@ -57,19 +58,31 @@ std::string TextOrNothing(Dump dump) {
 
 }  // namespace
 
-void ErrorFrameBase::Fail(DumpList parameters, DumpList locals) const {
+std::string VariableList::Dump() const {
+  constexpr std::string_view kSeparator = ", ";
+  std::string text;
+  std::string_view names = names_;
+  for (std::size_t i = 0; i < count_; ++i) {
+    const std::size_t end = std::min(names.find(kSeparator), names.size());
+    text += dumps_[i](names.substr(0, end), addresses_[i]);
+    names.remove_prefix(std::min(end + kSeparator.size(), names.size()));
+  }
+  return text;
+}
+
+void ErrorFrame::Fail() const {
   const RunTimeError error = ErrorInProgress();
   // What fails in here, of the report itself or of the component that takes it, ends here: the
   // caller still hears of the error.
   IgnoringErrors([&] {
-    const std::string local_variables = TextOrNothing([&] { return locals(*this); });
+    const std::string local_variables = TextOrNothing([&] { return locals_.Dump(); });
     const std::string module_variables =
         TextOrNothing([&] { return fields_.dump(fields_.object); });
-    const std::string parameter_values = TextOrNothing([&] { return parameters(*this); });
+    const std::string parameters = TextOrNothing([&] { return parameters_.Dump(); });
     // After them: objects of the client show themselves there, and may meet errors of their own.
     IgnoringErrors([&] { modErrorReportSupport::StoreError(error, line); });
     modErrorReportSupport::ReportError(fields_.module, procedure_, local_variables,
-                                       module_variables, parameter_values);
+                                       module_variables, parameters);
   });
   throw ReportedError();
 }

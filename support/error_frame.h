@@ -2,7 +2,7 @@
 // statements inside it:
 //
 //   std::int32_t lngStatus = S_OKAY;
-//   ErrorFrame frame(Fields(), "Zentrel_DeviceInit", Parameters(), Locals(NAMED(lngStatus)));
+//   ErrorFrame frame(Fields(), "Zentrel_DeviceInit", PARAMETERS(), LOCALS(lngStatus));
 //   return frame.Run([&] {
 //     STEP lngStatus = BoxStatus();
 //     STEP return lngStatus;
@@ -13,9 +13,10 @@
 // chain of exception handlers: nothing is allocated or formatted.
 #pragma once
 
-#include <exception>
+#include <array>
+#include <cstddef>
 #include <string>
-#include <tuple>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -25,11 +26,9 @@
 /// Stands before each statement of a procedure: a fault is reported with this line.
 #define STEP frame.line = __LINE__;
 
-/// A variable with its name, for Parameters and Locals.
-#define NAMED(variable)                                                 \
-  ::qmzentrel::NamedVariable<std::remove_cvref_t<decltype(variable)>> { \
-#variable, variable                                                 \
-  }
+/// The variables of a procedure that its report shows, in this order, by these names.
+#define PARAMETERS(...) ::qmzentrel::Variables(#__VA_ARGS__ __VA_OPT__(, ) __VA_ARGS__)
+#define LOCALS(...) ::qmzentrel::Variables(#__VA_ARGS__ __VA_OPT__(, ) __VA_ARGS__)
 
 namespace qmzentrel {
 
@@ -45,55 +44,71 @@ constexpr ModuleFields NoFields(const char* module) {
   return {module, nullptr, [](const void*) { return std::string(); }};
 }
 
+namespace internal {
+
+/// Renders one variable, whose type it knows.
+using DumpValue = std::string (*)(std::string_view name, const void* value);
+
 template <class T>
-struct NamedVariable {
-  const char* name;
-  const T& value;
+std::string DumpValueOf(std::string_view name, const void* value) {
+  return DumpVariable(name, *static_cast<const T*>(value));
+}
+
+template <class... T>
+inline constexpr std::array<DumpValue, sizeof...(T)> kDumpValues{DumpValueOf<T>...};
+
+}  // namespace internal
+
+/// Names the variables as a report does: "lngFirst, lngLast". Refers to them.
+template <class... T>
+struct Variables {
+  explicit Variables(const char* listed, const T&... values)
+      : names(listed), addresses{&values...} {}
+
+  const char* names;
+  std::array<const void*, sizeof...(T)> addresses;
 };
 
-template <class... T>
-using VariableList = std::tuple<NamedVariable<T>...>;
-
-template <class... T>
-VariableList<T...> Parameters(NamedVariable<T>... entries) {
-  return {entries...};
-}
-
-template <class... T>
-VariableList<T...> Locals(NamedVariable<T>... entries) {
-  return {entries...};
-}
-
-/// What does not depend on the types of a procedure's variables.
-class ErrorFrameBase {
+/// Variables of whatever types, as a frame keeps them.
+class VariableList {
  public:
-  ErrorFrameBase(const ErrorFrameBase&) = delete;
-  ErrorFrameBase& operator=(const ErrorFrameBase&) = delete;
+  /// More than any procedure has in one list.
+  static constexpr std::size_t kMost = 8;
 
-  /// Line of the statement at work. Volatile: it must be in memory whenever a statement faults.
-  volatile int line = 0;
+  VariableList() = default;
+  template <class... T>
+  explicit VariableList(const Variables<T...>& variables)
+      : names_(variables.names), dumps_(internal::kDumpValues<T...>.data()), count_(sizeof...(T)) {
+    static_assert(sizeof...(T) <= kMost);
+    for (std::size_t i = 0; i < sizeof...(T); ++i) addresses_[i] = variables.addresses[i];
+  }
 
- protected:
-  ErrorFrameBase(const ModuleFields& fields, const char* procedure)
-      : fields_(fields), procedure_(procedure) {}
-
-  using DumpList = std::string (*)(const ErrorFrameBase& frame);
-
-  /// Called while an exception is handled: reports it unless that has been done, and raises
-  /// kErrorReported.
-  [[noreturn]] void Fail(DumpList parameters, DumpList locals) const;
+  /// An entry for each.
+  std::string Dump() const;
 
  private:
-  ModuleFields fields_;
-  const char* procedure_;
+  const char* names_ = "";
+  const internal::DumpValue* dumps_ = nullptr;
+  std::size_t count_ = 0;
+  // The rest is not written: a frame costs what its procedure shows.
+  std::array<const void*, kMost> addresses_;  // NOLINT(cppcoreguidelines-pro-type-member-init)
 };
 
-template <class ParameterList = VariableList<>, class LocalList = VariableList<>>
-class ErrorFrame : public ErrorFrameBase {
+class ErrorFrame {
  public:
-  ErrorFrame(const ModuleFields& fields, const char* procedure, ParameterList parameters = {},
-             LocalList locals = {})
-      : ErrorFrameBase(fields, procedure), parameters_(parameters), locals_(locals) {}
+  /// Module and procedure as the report names them.
+  ErrorFrame(const ModuleFields& fields, const char* procedure)
+      : fields_(fields), procedure_(procedure) {}
+  template <class... Parameter>
+  ErrorFrame(const ModuleFields& fields, const char* procedure,
+             const Variables<Parameter...>& parameters)
+      : fields_(fields), procedure_(procedure), parameters_(parameters) {}
+  template <class... Parameter, class... Local>
+  ErrorFrame(const ModuleFields& fields, const char* procedure,
+             const Variables<Parameter...>& parameters, const Variables<Local...>& locals)
+      : fields_(fields), procedure_(procedure), parameters_(parameters), locals_(locals) {}
+  ErrorFrame(const ErrorFrame&) = delete;
+  ErrorFrame& operator=(const ErrorFrame&) = delete;
 
   /// Runs the statements of the procedure and returns what they return.
   template <class Body>
@@ -101,28 +116,22 @@ class ErrorFrame : public ErrorFrameBase {
     try {
       return platform::RaisingFaults(std::forward<Body>(body));
     } catch (...) {
-      Fail(
-          [](const ErrorFrameBase& frame) {
-            return DumpAll(static_cast<const ErrorFrame&>(frame).parameters_);
-          },
-          [](const ErrorFrameBase& frame) {
-            return DumpAll(static_cast<const ErrorFrame&>(frame).locals_);
-          });
+      Fail();
     }
   }
 
- private:
-  template <class List>
-  static std::string DumpAll(const List& list) {
-    std::string text;
-    std::apply(
-        [&](const auto&... entry) { ((text += DumpVariable(entry.name, entry.value)), ...); },
-        list);
-    return text;
-  }
+  /// Line of the statement at work. Volatile: it must be in memory whenever a statement faults.
+  volatile int line = 0;
 
-  ParameterList parameters_;
-  LocalList locals_;
+ private:
+  /// Called while an exception is handled: reports it unless that has been done, and raises
+  /// kErrorReported.
+  [[noreturn]] void Fail() const;
+
+  ModuleFields fields_;
+  const char* procedure_;
+  VariableList parameters_;
+  VariableList locals_;
 };
 
 }  // namespace qmzentrel

@@ -17,8 +17,8 @@ std::string DumpVariable(std::string_view name, const ItemList& list) {
 bool SelectByItemData(ItemList& list, std::int32_t lngData) {
   std::int32_t lngIndex = 0;
   std::int32_t lngCount = 0;
-  ErrorFrame frame(kFields, "SelectByItemData", Parameters(NAMED(list), NAMED(lngData)),
-                   Locals(NAMED(lngIndex), NAMED(lngCount)));
+  ErrorFrame frame(kFields, "SelectByItemData", PARAMETERS(list, lngData),
+                   LOCALS(lngIndex, lngCount));
   return frame.Run([&] {
     STEP lngCount = list.ListCount();
     STEP for (; lngIndex < lngCount; ++lngIndex) {
@@ -33,8 +33,7 @@ bool SelectByItemData(ItemList& list, std::int32_t lngData) {
 bool SelectByText(ItemList& list, const std::string& strText) {
   std::int32_t lngIndex = 0;
   std::int32_t lngCount = 0;
-  ErrorFrame frame(kFields, "SelectByText", Parameters(NAMED(list), NAMED(strText)),
-                   Locals(NAMED(lngIndex), NAMED(lngCount)));
+  ErrorFrame frame(kFields, "SelectByText", PARAMETERS(list, strText), LOCALS(lngIndex, lngCount));
   return frame.Run([&] {
     STEP lngCount = list.ListCount();
     STEP for (; lngIndex < lngCount; ++lngIndex) {

@@ -49,9 +49,8 @@ std::string DumpVariable(std::string_view name, const FormWindow&) {
 void Form_SaveState(const FormWindow& frm, bool blnSaveSize, const std::string& strSection,
                     const std::string& strKeyName) {
   std::string strKey;
-  ErrorFrame frame(kFields, "Form_SaveState",
-                   Parameters(NAMED(frm), NAMED(blnSaveSize), NAMED(strSection), NAMED(strKeyName)),
-                   Locals(NAMED(strKey)));
+  ErrorFrame frame(kFields, "Form_SaveState", PARAMETERS(frm, blnSaveSize, strSection, strKeyName),
+                   LOCALS(strKey));
   frame.Run([&] {
     STEP strKey = KeyOf(strSection, strKeyName);
     STEP if (frm.state == WindowState::kNormal) {
@@ -69,9 +68,8 @@ void Form_SaveState(const FormWindow& frm, bool blnSaveSize, const std::string& 
 void Form_RestoreState(FormWindow& frm, const std::string& strSection,
                        const std::string& strKeyName) {
   std::string strKey;
-  ErrorFrame frame(kFields, "Form_RestoreState",
-                   Parameters(NAMED(frm), NAMED(strSection), NAMED(strKeyName)),
-                   Locals(NAMED(strKey)));
+  ErrorFrame frame(kFields, "Form_RestoreState", PARAMETERS(frm, strSection, strKeyName),
+                   LOCALS(strKey));
   frame.Run([&] {
     STEP strKey = KeyOf(strSection, strKeyName);
     STEP const modCOM_Registry::OpenKey key(platform::kLocalMachine, strKey);

@@ -20,8 +20,7 @@ std::string BareDigits(std::int32_t value) {
 
 std::string HexPad(std::int32_t value, std::int32_t digits) {
   std::string strHex;
-  ErrorFrame frame(NoFields("modCOM_Hex"), "HexPad", Parameters(NAMED(value), NAMED(digits)),
-                   Locals(NAMED(strHex)));
+  ErrorFrame frame(NoFields("modCOM_Hex"), "HexPad", PARAMETERS(value, digits), LOCALS(strHex));
   return frame.Run([&] {
     STEP strHex = BareDigits(value);
     STEP if (digits <= 1) return strHex;

@@ -53,8 +53,7 @@ bool IsWithinMinMax(const Variant& value, const Variant& minimum, const Variant&
   std::int32_t lngToMinimum = 0;
   std::int32_t lngToMaximum = 0;
   ErrorFrame frame(NoFields("modCOM_IsWithinMinMax"), "IsWithinMinMax",
-                   Parameters(NAMED(value), NAMED(minimum), NAMED(maximum)),
-                   Locals(NAMED(lngToMinimum), NAMED(lngToMaximum)));
+                   PARAMETERS(value, minimum, maximum), LOCALS(lngToMinimum, lngToMaximum));
   return frame.Run([&] {
     STEP lngToMinimum = Compare(value, minimum);
     STEP lngToMaximum = Compare(value, maximum);

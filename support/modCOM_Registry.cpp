@@ -256,9 +256,9 @@ int CompareWithPivot(const std::string& name, const Variant& pivot) {
   return *value < *number ? -1 : *value > *number ? 1 : 0;
 }
 
-// Quicksort after Hoare, on `list`, which the report of `procedure` names `list_name`.
+// Quicksort after Hoare. The report of `procedure` names the parameters as `parameter_names` does.
 template <class Entry>
-void QSort(const char* procedure, const char* list_name, std::vector<Entry>& list,
+void QSort(const char* procedure, const char* parameter_names, std::vector<Entry>& list,
            std::int32_t lngFirst, std::int32_t lngLast) {
   std::int32_t lngLow = 0;
   std::int32_t lngHigh = 0;
@@ -266,10 +266,8 @@ void QSort(const char* procedure, const char* list_name, std::vector<Entry>& lis
   Variant vntTempVal;
   Variant vntTestVal;
   ErrorFrame frame(NoFields("modCOM_Registry"), procedure,
-                   Parameters(NamedVariable<std::vector<Entry>>{list_name, list}, NAMED(lngFirst),
-                              NAMED(lngLast)),
-                   Locals(NAMED(lngLow), NAMED(lngHigh), NAMED(lngMiddle), NAMED(vntTempVal),
-                          NAMED(vntTestVal)));
+                   Variables(parameter_names, list, lngFirst, lngLast),
+                   LOCALS(lngLow, lngHigh, lngMiddle, vntTempVal, vntTestVal));
   frame.Run([&] {
     const auto at = [&list](std::int32_t index) -> Entry& {
       if (index < 0 || static_cast<std::size_t>(index) >= list.size()) {
@@ -295,8 +293,8 @@ void QSort(const char* procedure, const char* list_name, std::vector<Entry>& lis
         STEP lngHigh -= 1;
       }
     }
-    STEP if (lngFirst < lngHigh) QSort(procedure, list_name, list, lngFirst, lngHigh);
-    STEP if (lngLow < lngLast) QSort(procedure, list_name, list, lngLow, lngLast);
+    STEP if (lngFirst < lngHigh) QSort(procedure, parameter_names, list, lngFirst, lngHigh);
+    STEP if (lngLow < lngLast) QSort(procedure, parameter_names, list, lngLow, lngLast);
   });
 }
 
@@ -398,12 +396,12 @@ bool RegCanSetValue(RegistryKey root, const std::string& path) {
 }
 
 void RegKeys_QSort(std::vector<std::string>& Keys, std::int32_t lngFirst, std::int32_t lngLast) {
-  QSort("RegKeys_QSort", "Keys", Keys, lngFirst, lngLast);
+  QSort("RegKeys_QSort", "Keys, lngFirst, lngLast", Keys, lngFirst, lngLast);
 }
 
 void RegValues_QSort(std::vector<Reg_KeyValues>& KeyValues, std::int32_t lngFirst,
                      std::int32_t lngLast) {
-  QSort("RegValues_QSort", "KeyValues", KeyValues, lngFirst, lngLast);
+  QSort("RegValues_QSort", "KeyValues, lngFirst, lngLast", KeyValues, lngFirst, lngLast);
 }
 
 }  // namespace qmzentrel::modCOM_Registry

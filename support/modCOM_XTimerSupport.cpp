@@ -80,7 +80,7 @@ std::int32_t BeginTimer(const std::shared_ptr<XTimer>& xt, std::int32_t interval
 
 void EndTimer(const XTimer& xt) {
   std::int32_t id = 0;
-  ErrorFrame frame(Fields(), "EndTimer", Parameters(), Locals(NAMED(id)));
+  ErrorFrame frame(Fields(), "EndTimer", PARAMETERS(), LOCALS(id));
   frame.Run([&] {
     STEP id = xt.TimerID();
     STEP if (id == 0) return;
@@ -96,8 +96,7 @@ void EndTimer(const XTimer& xt) {
 void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
                std::int32_t lngSysTime) {
   try {
-    ErrorFrame frame(Fields(), "TimerProc",
-                     Parameters(NAMED(hWnd), NAMED(uMsg), NAMED(idEvent), NAMED(lngSysTime)));
+    ErrorFrame frame(Fields(), "TimerProc", PARAMETERS(hWnd, uMsg, idEvent, lngSysTime));
     frame.Run([&] {
       STEP const Slot* slot = FindSlot(idEvent);
       STEP if (!slot || idEvent == 0) {     // 0 would find a free slot

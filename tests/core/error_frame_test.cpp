@@ -69,7 +69,7 @@ TEST_F(ErrorFrameTest, TheStatementsRunOnce) {
 
 TEST_F(ErrorFrameTest, NothingIsRenderedWhileNothingFails) {
   std::int32_t lngStatus = 0;
-  ErrorFrame frame(meter.Fields(), "Calm", Parameters(), Locals(NAMED(lngStatus)));
+  ErrorFrame frame(meter.Fields(), "Calm", PARAMETERS(), LOCALS(lngStatus));
   frame.Run([&] { STEP lngStatus = 1; });
   EXPECT_EQ(module_dumps, 0);
 }
@@ -235,8 +235,8 @@ TEST_F(ErrorFrameTest, ParametersAndLocalsAreShownByNameInTheirOrder) {
   std::int32_t lngStatus = 3;
   std::string strText = "x";
   const ErrorReport report = ReportOf([&] {
-    ErrorFrame frame(meter.Fields(), "Both", Parameters(NAMED(Port), NAMED(MaintainSupply)),
-                     Locals(NAMED(lngStatus), NAMED(strText)));
+    ErrorFrame frame(meter.Fields(), "Both", PARAMETERS(Port, MaintainSupply),
+                     LOCALS(lngStatus, strText));
     frame.Run([] { RaiseError(5); });
   });
   EXPECT_EQ(report.parameters, "<Port>7</Port>\r\n<MaintainSupply>True</MaintainSupply>\r\n");
@@ -250,9 +250,7 @@ TEST_F(ErrorFrameTest, EveryKindOfVariableCanBeShown) {
   const std::vector<std::string> Keys = {"MIF"};
   const std::array<std::uint8_t, 2> bytes{1, 2};
   const ErrorReport report = ReportOf([&] {
-    ErrorFrame frame(
-        meter.Fields(), "Kinds",
-        Parameters(NAMED(Index), NAMED(status), NAMED(mark), NAMED(Keys), NAMED(bytes)));
+    ErrorFrame frame(meter.Fields(), "Kinds", PARAMETERS(Index, status, mark, Keys, bytes));
     frame.Run([] { RaiseError(5); });
   });
   EXPECT_EQ(report.parameters,
@@ -271,8 +269,7 @@ TEST_F(ErrorFrameTest, TheValuesAreThoseOfTheMomentOfTheFault) {
   std::int32_t New_Util = 1;
   std::int32_t lngCount = 1;
   const ErrorReport report = ReportOf([&] {
-    ErrorFrame frame(meter.Fields(), "Moment", Parameters(NAMED(New_Util)),
-                     Locals(NAMED(lngCount)));
+    ErrorFrame frame(meter.Fields(), "Moment", PARAMETERS(New_Util), LOCALS(lngCount));
     frame.Run([&] {
       STEP New_Util = 2;
       STEP lngCount = 3;
@@ -289,7 +286,7 @@ TEST_F(ErrorFrameTest, WhatCannotBeDescribedIsLeftOutOfTheReport) {
   meter.unprintable = true;
   const std::int32_t Port = 7;
   const ErrorReport report = ReportOf([&] {
-    ErrorFrame frame(meter.Fields(), "Partly", Parameters(NAMED(Port)));
+    ErrorFrame frame(meter.Fields(), "Partly", PARAMETERS(Port));
     frame.Run([] { RaiseError(5); });
   });
   EXPECT_EQ(report.ErrorNumber, 5);
@@ -324,7 +321,7 @@ class OneAllocationFails : public ErrorFrameTest, public testing::WithParamInter
     try {
       ErrorFrame outer(meter.Fields(), "TheProcedureOutsideOfIt");
       outer.Run([&] {
-        ErrorFrame frame(meter.Fields(), "TheProcedureThatFails", Parameters(NAMED(text)));
+        ErrorFrame frame(meter.Fields(), "TheProcedureThatFails", PARAMETERS(text));
         frame.Run([&] {
           memory.emplace(spared);
           throw std::move(failure);
@@ -383,7 +380,7 @@ TEST_F(ErrorFrameTest, AnErrorOfAnObjectThatShowsItselfIsReportedBeforeOurs) {
   };
   const LateBound cbo(object.Handle());
   EXPECT_EQ(ErrorNumberOf([&] {
-              ErrorFrame frame(meter.Fields(), "Outer", Parameters(NAMED(cbo)));
+              ErrorFrame frame(meter.Fields(), "Outer", PARAMETERS(cbo));
               frame.Run([] { RaiseError(6); });
             }),
             65535);

@@ -22,7 +22,7 @@ class ErrorReporting : public CoreTest {
   void Fail() {
     const std::int32_t Port = 7;
     const std::int32_t lngStatus = 3;
-    ErrorFrame frame(Fields(), "Read", Parameters(NAMED(Port)), Locals(NAMED(lngStatus)));
+    ErrorFrame frame(Fields(), "Read", PARAMETERS(Port), LOCALS(lngStatus));
     line = __LINE__ + 1;
     frame.Run([&] { STEP RaiseError(kErrorOverflow); });
   }

@@ -39,7 +39,7 @@ template <class Statement>
 void Procedure(Statement statement) {
   std::int32_t lngValue = 1;
   std::string strText = "at first";
-  ErrorFrame frame(Fields(), "Procedure", Parameters(), Locals(NAMED(lngValue), NAMED(strText)));
+  ErrorFrame frame(Fields(), "Procedure", PARAMETERS(), LOCALS(lngValue, strText));
   frame.Run([&] {
     const Witness witness;
     STEP lngValue = 2;

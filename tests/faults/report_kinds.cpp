@@ -16,7 +16,7 @@ constexpr std::uint32_t kAccessViolation = EXCEPTION_ACCESS_VIOLATION;
 void Written() {
   std::int32_t lngBefore = 0;
   std::int32_t lngRead = -1;
-  ErrorFrame frame(Fields(), "Written", Parameters(), Locals(NAMED(lngBefore), NAMED(lngRead)));
+  ErrorFrame frame(Fields(), "Written", PARAMETERS(), LOCALS(lngBefore, lngRead));
   frame.Run([&] {
     STEP lngBefore = 41;
     STEP lngBefore += 1;
@@ -29,7 +29,7 @@ void Written() {
 
 void Outer() {
   std::int32_t lngOuter = 1;
-  ErrorFrame frame(Fields(), "Outer", Parameters(), Locals(NAMED(lngOuter)));
+  ErrorFrame frame(Fields(), "Outer", PARAMETERS(), LOCALS(lngOuter));
   frame.Run([&] {
     STEP lngOuter = 2;
     STEP Procedure(ReadNull);
@@ -40,7 +40,7 @@ void Outer() {
 // The inner procedure ends well; the fault after it is the outer one's.
 void OuterAlone() {
   std::int32_t lngOuter = 1;
-  ErrorFrame frame(Fields(), "OuterAlone", Parameters(), Locals(NAMED(lngOuter)));
+  ErrorFrame frame(Fields(), "OuterAlone", PARAMETERS(), LOCALS(lngOuter));
   frame.Run([&] {
     STEP Procedure([] {});
     STEP lngOuter = 2;
