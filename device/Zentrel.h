@@ -2,16 +2,18 @@
 // through the box, one transponder at a time.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "device/frame_buffer.h"
 #include "device/port_control.h"
+#include "interface/box_facts.h"
 #include "interface/enumerations.h"
+#include "interface/frame_buffer.h"
 #include "interface/long_array.h"
+#include "interface/telic2_frame.h"
+#include "interface/transponder_record.h"
 #include "simulator/frmZentrelSim.h"
 #include "support/CDebugLog.h"
 #include "support/XTimer.h"
@@ -63,11 +65,11 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   ZentrelStatus BoxStatus();
 
   /// Box software version as text ("2.1"), empty before the first Box Status.
-  const std::string& ZentrelVersion() const { return m_strZentrelVersion; }
+  const std::string& ZentrelVersion() const { return box_.m_strZentrelVersion; }
   /// Signature byte 0 or 1 of the box; any other index is error 9 through the frame.
   std::int32_t ZentrelSignature(std::int16_t Index) const;
   /// Volts.
-  float BatteryVoltage() const { return m_sngBatteryVolts; }
+  float BatteryVoltage() const { return box_.m_sngBatteryVolts; }
   /// The text of a status; any other number has a text of its own.
   static std::string Status(std::int32_t Code);
 
@@ -81,37 +83,37 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   ZentrelStatus WriteXpdr();
 
   /// The MIF byte: type in bits 0 to 3, ID toggle in bit 4, secondary select in bit 5.
-  std::int32_t DeviceMIF() const;
-  void DeviceMIF(std::int32_t New_DeviceMIF);
-  bool IDToggle() const { return m_blnIDToggle; }
-  void IDToggle(bool New_IDToggle) { m_blnIDToggle = New_IDToggle; }
-  bool MIFSelect() const { return m_blnMIFSelect; }
-  void MIFSelect(bool New_MIFSelect) { m_blnMIFSelect = New_MIFSelect; }
+  std::int32_t DeviceMIF() const { return record_.DeviceMIF(); }
+  void DeviceMIF(std::int32_t New_DeviceMIF) { record_.DeviceMIF(New_DeviceMIF); }
+  bool IDToggle() const { return record_.m_blnIDToggle; }
+  void IDToggle(bool New_IDToggle) { record_.m_blnIDToggle = New_IDToggle; }
+  bool MIFSelect() const { return record_.m_blnMIFSelect; }
+  void MIFSelect(bool New_MIFSelect) { record_.m_blnMIFSelect = New_MIFSelect; }
   /// Utility code, 0 to 255.
-  std::int32_t Util() const { return m_lngUtil; }
-  void Util(std::int32_t New_Util) { m_lngUtil = New_Util; }
+  std::int32_t Util() const { return record_.m_lngUtil; }
+  void Util(std::int32_t New_Util) { record_.m_lngUtil = New_Util; }
   /// Transponder identifier, 0 to 0xFFFFFF.
-  std::int32_t Xpdr() const { return m_lngXpdrID; }
-  void Xpdr(std::int32_t New_Xpdr) { m_lngXpdrID = New_Xpdr; }
+  std::int32_t Xpdr() const { return record_.m_lngXpdrID; }
+  void Xpdr(std::int32_t New_Xpdr) { record_.m_lngXpdrID = New_Xpdr; }
   /// Tamper count, 0 to 255; on the transponder its bit 7 carries the leak flag.
-  std::int32_t Tamper() const { return m_lngTamperCount; }
-  void Tamper(std::int32_t New_Tamper) { m_lngTamperCount = New_Tamper; }
+  std::int32_t Tamper() const { return record_.m_lngTamperCount; }
+  void Tamper(std::int32_t New_Tamper) { record_.m_lngTamperCount = New_Tamper; }
   /// Meter reading, 0 to 0xFFFFFF.
-  std::int32_t Reading() const { return m_lngReading; }
-  void Reading(std::int32_t New_Reading) { m_lngReading = New_Reading; }
+  std::int32_t Reading() const { return record_.m_lngReading; }
+  void Reading(std::int32_t New_Reading) { record_.m_lngReading = New_Reading; }
   /// PLL warm-up index, 0 to 15, in steps of 0.2 ms.
-  std::int32_t PLLWarmup() const { return m_lngPLLWarmup; }
-  void PLLWarmup(std::int32_t New_PLLWarmup) { m_lngPLLWarmup = New_PLLWarmup; }
+  std::int32_t PLLWarmup() const { return record_.m_lngPLLWarmup; }
+  void PLLWarmup(std::int32_t New_PLLWarmup) { record_.m_lngPLLWarmup = New_PLLWarmup; }
   /// The warm-up time as text, "0.6 mS" for index 3.
   std::string PLLWarmUpName() const;
   /// Transmit-interval index, 0 to 15.
-  std::int32_t TXI() const { return m_lngTXI; }
-  void TXI(std::int32_t New_TXI) { m_lngTXI = New_TXI; }
+  std::int32_t TXI() const { return record_.m_lngTXI; }
+  void TXI(std::int32_t New_TXI) { record_.m_lngTXI = New_TXI; }
   /// Meter specific information, 0 to 15.
-  std::int32_t MSI() const { return m_lngMSI; }
-  void MSI(std::int32_t New_MSI) { m_lngMSI = New_MSI; }
+  std::int32_t MSI() const { return record_.m_lngMSI; }
+  void MSI(std::int32_t New_MSI) { record_.m_lngMSI = New_MSI; }
   /// Transponder software version as text, "0.0" after a failed read.
-  const std::string& TravonelVersion() const { return m_strXpdrVersion; }
+  const std::string& TravonelVersion() const { return record_.m_strXpdrVersion; }
 
   /// Verify delay in milliseconds: how long a write keeps the next read or write waiting, so that
   /// the transponder has finished storing. Error 6 when the stored seconds no longer fit.
@@ -134,25 +136,27 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   // older family over the same five stores; clients of either family rely on seeing the other's
   // changes.
 
-  std::int32_t Freq_MSB() const { return m_lngFreq_MSB; }
-  void Freq_MSB(std::int32_t New_Freq_MSB) { m_lngFreq_MSB = New_Freq_MSB; }
-  std::int32_t Freq_MID() const { return m_lngFreq_MID; }
-  void Freq_MID(std::int32_t New_Freq_MID) { m_lngFreq_MID = New_Freq_MID; }
-  std::int32_t Freq_LSB() const { return m_lngFreq_LSB; }
-  void Freq_LSB(std::int32_t New_Freq_LSB) { m_lngFreq_LSB = New_Freq_LSB; }
-  std::int32_t BR_MSB() const { return m_lngBR_MSB; }
-  void BR_MSB(std::int32_t New_BR_MSB) { m_lngBR_MSB = New_BR_MSB; }
-  std::int32_t BR_LSB() const { return M_lngBR_LSB; }
-  void BR_LSB(std::int32_t New_BR_LSB) { M_lngBR_LSB = New_BR_LSB; }
-  std::int32_t PA_CTRL() const { return m_lngPA_CTRL; }
-  void PA_CTRL(std::int32_t New_PA_CTRL) { m_lngPA_CTRL = New_PA_CTRL; }
-  std::int32_t EOL_CTRL() const { return m_lngEOL_CTRL; }
-  void EOL_CTRL(std::int32_t New_EOL_CTRL) { m_lngEOL_CTRL = New_EOL_CTRL; }
-  bool HasLeak() const { return m_blnHasLeak; }
-  void HasLeak(bool New_HasLeak) { m_blnHasLeak = New_HasLeak; }
+  std::int32_t Freq_MSB() const { return record_.radio.m_lngFreq_MSB; }
+  void Freq_MSB(std::int32_t New_Freq_MSB) { record_.radio.m_lngFreq_MSB = New_Freq_MSB; }
+  std::int32_t Freq_MID() const { return record_.radio.m_lngFreq_MID; }
+  void Freq_MID(std::int32_t New_Freq_MID) { record_.radio.m_lngFreq_MID = New_Freq_MID; }
+  std::int32_t Freq_LSB() const { return record_.radio.m_lngFreq_LSB; }
+  void Freq_LSB(std::int32_t New_Freq_LSB) { record_.radio.m_lngFreq_LSB = New_Freq_LSB; }
+  std::int32_t BR_MSB() const { return record_.radio.m_lngBR_MSB; }
+  void BR_MSB(std::int32_t New_BR_MSB) { record_.radio.m_lngBR_MSB = New_BR_MSB; }
+  std::int32_t BR_LSB() const { return record_.radio.M_lngBR_LSB; }
+  void BR_LSB(std::int32_t New_BR_LSB) { record_.radio.M_lngBR_LSB = New_BR_LSB; }
+  std::int32_t PA_CTRL() const { return record_.radio.m_lngPA_CTRL; }
+  void PA_CTRL(std::int32_t New_PA_CTRL) { record_.radio.m_lngPA_CTRL = New_PA_CTRL; }
+  std::int32_t EOL_CTRL() const { return record_.radio.m_lngEOL_CTRL; }
+  void EOL_CTRL(std::int32_t New_EOL_CTRL) { record_.radio.m_lngEOL_CTRL = New_EOL_CTRL; }
+  bool HasLeak() const { return record_.radio.m_blnHasLeak; }
+  void HasLeak(bool New_HasLeak) { record_.radio.m_blnHasLeak = New_HasLeak; }
   /// At most 255: a larger value is stored as 255.
-  std::int32_t LeakThreshold() const { return m_lngLeakTHold; }
-  void LeakThreshold(std::int32_t New_LeakThreshold);
+  std::int32_t LeakThreshold() const { return record_.radio.m_lngLeakTHold; }
+  void LeakThreshold(std::int32_t New_LeakThreshold) {
+    record_.radio.LeakThreshold(New_LeakThreshold);
+  }
 
   std::int32_t Freq_A2() const { return Freq_MSB(); }
   void Freq_A2(std::int32_t New_Freq_A2) { Freq_MSB(New_Freq_A2); }
@@ -201,7 +205,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t TELIC2Test_WrLength(std::int32_t Index) const;
 
   /// Entries of an array from this index on are neither read nor stored by any command.
-  static constexpr std::int32_t kMostMessages = 29;
+  static constexpr std::int32_t kMostMessages = telic2::kMostMessages;
 
   /// These three run over the entries 0 to `NumMessages` - 1 of both arrays. S_BAD_PARAMETER for an
   /// unknown message, S_MSG_TOO_LONG for more than a frame carries; then nothing is sent. Entries
@@ -243,33 +247,15 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
 
   // Session
   void ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset);
-  static std::string VersionText(std::uint8_t b);
 
   // Transponder commands
   ZentrelStatus CommandWithRetry(const char* step, const FrameBuffer& bytTx, std::int32_t TxLength,
                                  FrameBuffer& bytRx, std::int32_t Timeout);
   void ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes);
   void ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes);
-  bool RecordIsInRange() const;
-  FrameBuffer Block1Frame() const;
-  FrameBuffer Block2Frame() const;
   std::int32_t ReadTimeout() const;
-  bool HasBlock2() const;
   void StartVerifyDelay();
   void WaitForVerifyDelay();
-
-  // The simulator's answers
-  static ZentrelStatus SimulatedBoxStatus();
-  ZentrelStatus SimulatedRead();
-  ZentrelStatus SimulatedReset();
-  ZentrelStatus SimulatedWrite();
-  static void SimulatedMessageRead(std::int32_t NumMessages, const LongArray& MessageIDs,
-                                   const LongArray& MessageData);
-  static void SimulatedMessageWrite(std::int32_t NumMessages, const LongArray& MessageIDs,
-                                    const LongArray& MessageData);
-
-  // Sub-device messages
-  static bool IsValidTestMessage(std::int32_t Index);
 
   // Power
   void StartHoldOff();
@@ -279,38 +265,16 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
 
   ObjectLifetime lifetime_{"Zentrel"};
 
-  // In the order in which the error report shows them.
+  // The error report shows them and what is in them; its order is that of DumpFields.
   bool m_blnPowerOnDemand = false;
   bool m_blnPowerEnabled = false;
   std::int32_t m_lngPowerTimeout = 0;
   std::int32_t m_lngPowerTimer = 0;
   StringArray m_strMIFs;
   StringArray m_strTXIs;
-  std::int32_t m_lngUtil = 0;
-  std::int32_t m_lngXpdrID = 0;
-  std::int32_t m_lngReading = 0;
-  std::int32_t m_lngTamperCount = 0;
-  std::int32_t m_lngMIF = 0;
-  bool m_blnMIFSelect = false;
-  bool m_blnIDToggle = false;
-  std::int32_t m_lngMSI = 0;
-  std::int32_t m_lngPLLWarmup = 0;
-  std::int32_t m_lngTXI = 0;
-  std::string m_strXpdrVersion;
-  bool m_blnIsElectric = false;
+  TransponderRecord record_;
+  BoxFacts box_;
   std::int32_t m_lngMIFList = 0;
-  std::int32_t m_lngFreq_MSB = 0;
-  std::int32_t m_lngFreq_MID = 0;
-  std::int32_t m_lngFreq_LSB = 0;
-  std::int32_t m_lngBR_MSB = 0;
-  std::int32_t M_lngBR_LSB = 0;
-  std::int32_t m_lngPA_CTRL = 0;
-  std::int32_t m_lngEOL_CTRL = 0;
-  bool m_blnHasLeak = false;
-  std::int32_t m_lngLeakTHold = 0;
-  std::string m_strZentrelVersion;
-  std::array<std::uint8_t, 2> m_bytZentrelSignature{};
-  float m_sngBatteryVolts = 0;
   float m_sngBoxStatusTimeout = 0;
   float m_sngVDelay = 0;
   float m_sngVDelayTimeout = 0;

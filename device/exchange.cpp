@@ -26,7 +26,7 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
                    LOCALS(lngAttempt, lngRxCount));
   return frame.Run([&] {
     STEP TraceBytes(">", bytTx, TxLength);
-    STEP const std::int32_t last_attempt = m_blnIsElectric ? Timeout / kElectricResendMs : 0;
+    STEP const std::int32_t last_attempt = box_.m_blnIsElectric ? Timeout / kElectricResendMs : 0;
     STEP for (; lngAttempt <= last_attempt; ++lngAttempt) {
       STEP m_PortCtrl.ClearReceiveBuffer();
       STEP const bool sent = m_PortCtrl.Write(bytTx, TxLength);
@@ -36,7 +36,7 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
         STEP break;
       }
       STEP lngRxCount =
-          m_PortCtrl.Read(bytRx, 0, 1, m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
+          m_PortCtrl.Read(bytRx, 0, 1, box_.m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
       STEP if (lngRxCount > 0) break;
     }
     STEP if (lngRxCount > 0) {

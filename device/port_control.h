@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "device/frame_buffer.h"
+#include "interface/frame_buffer.h"
 #include "platform/serial_port.h"
 
 namespace qmzentrel {

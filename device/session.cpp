@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "device/Zentrel.h"
+#include "simulator/simulated_commands.h"
 #include "simulator/simulator_switch.h"
 #include "support/ignoring_errors.h"
-#include "support/modCOM_Hex.h"
 #include "support/modCOM_InDesignMode.h"
 #include "support/modCOM_XTimerSupport.h"
 #include "support/run_time_error.h"
@@ -20,13 +20,6 @@ constexpr std::int32_t kDataBits = 8;
 constexpr std::uint8_t kBoxStatusCommand = 0x80;
 constexpr std::int32_t kBoxStatusLength = 7;
 constexpr std::int32_t kBoxStatusTimeoutMs = 500;
-
-// Signature byte 0 names the kind of box.
-constexpr std::uint8_t kShortSupplySignature = 0xA5;
-constexpr std::uint8_t kElectricSignature = 0xA6;
-
-// Volts per step of the battery reading of the box.
-constexpr double kBatteryStep = 0.039;
 
 constexpr std::int32_t kTickMs = 1000;
 constexpr std::int32_t kDefaultVerifyDelayMs = 4000;
@@ -151,7 +144,7 @@ ZentrelStatus Zentrel::BoxStatus() {
   ZentrelStatus lngStatus = S_OKAY;
   ErrorFrame frame(Fields(), "BoxStatus", PARAMETERS(), LOCALS(bytTx, bytRx, lngStatus));
   return frame.Run([&] {
-    STEP if (simulator::SimulatorEnabled()) return SimulatedBoxStatus();
+    STEP if (simulator::SimulatorEnabled()) return simulator::BoxStatus();
     STEP bytTx[0] = kBoxStatusCommand;
     STEP lngStatus = ZentrelCommand(bytTx, 1, bytRx, kBoxStatusLength, kBoxStatusTimeoutMs);
     STEP if (lngStatus == S_OKAY) ParseBoxStatus(bytRx, 0);
@@ -164,27 +157,19 @@ ZentrelStatus Zentrel::BoxStatus() {
 std::int32_t Zentrel::ZentrelSignature(std::int16_t Index) const {
   ErrorFrame frame(Fields(), "ZentrelSignature", PARAMETERS(Index));
   return frame.Run([&]() -> std::int32_t {
-    const auto count = static_cast<std::int16_t>(m_bytZentrelSignature.size());
+    const auto count = static_cast<std::int16_t>(box_.m_bytZentrelSignature.size());
     STEP if (Index < 0 || Index >= count) RaiseError(kErrorSubscriptOutOfRange);
-    STEP return m_bytZentrelSignature[static_cast<std::size_t>(Index)];
+    STEP return box_.m_bytZentrelSignature[static_cast<std::size_t>(Index)];
   });
 }
 
 void Zentrel::ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset) {
   ErrorFrame frame(Fields(), "ParseBoxStatus", PARAMETERS(bytes, Offset));
   frame.Run([&] {
-    STEP m_strZentrelVersion = VersionText(bytes[Offset]);
-    STEP m_sngBatteryVolts = static_cast<float>(bytes[Offset + 1] * kBatteryStep);
-    STEP m_bytZentrelSignature = {bytes[Offset + 2], bytes[Offset + 3]};
-    const std::uint8_t kind = m_bytZentrelSignature[0];
+    STEP box_.Parse(bytes, Offset);
     STEP m_lngPowerTimeout =
-        PowerTimeoutOf(kind == kShortSupplySignature ? kShortSupplyPowerTimeout : kPowerTimeout);
-    STEP m_blnIsElectric = kind == kElectricSignature;
+        PowerTimeoutOf(box_.HasShortSupply() ? kShortSupplyPowerTimeout : kPowerTimeout);
   });
-}
-
-std::string Zentrel::VersionText(std::uint8_t b) {
-  return modCOM_Hex::HexPad(b >> 4, 1) + "." + modCOM_Hex::HexPad(b & 0xF, 1);
 }
 
 void Zentrel::LogStep(const char* text) {

@@ -183,6 +183,7 @@ class FormUse {
   FormUse(const FormUse&) = delete;
   FormUse& operator=(const FormUse&) = delete;
 
+  frmZentrelSim& operator*() const { return form_; }
   frmZentrelSim* operator->() const { return &form_; }
 
  private:

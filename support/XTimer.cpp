@@ -21,12 +21,11 @@ void XTimer::Enabled(bool NewValue) {
     STEP if (NewValue == mblnEnabled) return;
     STEP mblnEnabled = NewValue;
     STEP if (mlngInterval == 0) return;
-    STEP if (NewValue) {
-      STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), mlngInterval);
+    STEP if (!NewValue) {
+      STEP if (mlngTimerID != 0) modCOM_XTimerSupport::EndTimer(*this);
+      return;
     }
-    else if (mlngTimerID != 0) {
-      STEP modCOM_XTimerSupport::EndTimer(*this);
-    }
+    STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), mlngInterval);
   });
 }
 

@@ -1,6 +1,5 @@
 #include "support/error_frame.h"
 
-#include <algorithm>
 #include <new>
 #include <stdexcept>
 
@@ -57,18 +56,6 @@ std::string TextOrNothing(Dump dump) {
 }
 
 }  // namespace
-
-std::string VariableList::Dump() const {
-  constexpr std::string_view kSeparator = ", ";
-  std::string text;
-  std::string_view names = names_;
-  for (std::size_t i = 0; i < count_; ++i) {
-    const std::size_t end = std::min(names.find(kSeparator), names.size());
-    text += dumps_[i](names.substr(0, end), addresses_[i]);
-    names.remove_prefix(std::min(end + kSeparator.size(), names.size()));
-  }
-  return text;
-}
 
 void ErrorFrame::Fail() const {
   const RunTimeError error = ErrorInProgress();

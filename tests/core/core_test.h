@@ -32,6 +32,20 @@ inline void InAnotherApartment(const std::function<void()>& body) {
   });
 }
 
+/// A field of the object as the error report shows it.
+inline std::string Field(const Zentrel& zentrel, const std::string& name) {
+  const std::string all = zentrel.DumpFields();
+  const std::string tag = "<" + name + ">";
+  const std::size_t start = all.find(tag);
+  if (start == std::string::npos) return "no such field";
+  return all.substr(start + tag.size(), all.find("</", start) - start - tag.size());
+}
+
+/// A mark of the clock among them.
+inline float SecondsIn(const Zentrel& zentrel, const std::string& name) {
+  return std::stof(Field(zentrel, name));
+}
+
 /// Fails the test when the component reports a fault that the test did not ask for.
 class CoreTest : public testing::Test {
  protected:

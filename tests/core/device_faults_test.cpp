@@ -78,7 +78,7 @@ TEST_F(DeviceFaults, ZentrelSignatureIsReportedWhole) {
 
 TEST_F(DeviceFaults, ParseBoxStatusIsReportedWhole) {
   ExpectReport([this] { ZentrelAccess::ParseBoxStatus(*zentrel, rx, 30); },
-               {kSubscript, kModule, "m_bytZentrelSignature = {bytes[Offset + 2]",
+               {kSubscript, kModule, "box_.Parse(bytes, Offset)",
                 ShownFrame("bytes", {7, 8}) + Shown("Offset", 30), ""});
 }
 
@@ -139,7 +139,7 @@ TEST_F(DeviceFaults, WriteXpdrIsReportedWhole) {
   record.version = 0x80;
   Port().Answer(Block1Reply(record));
   ExpectReport([this] { zentrel->WriteXpdr(); },
-               {kOverflow, kModule, "bytTx = Block2Frame()", "",
+               {kOverflow, kModule, "bytTx = record_.Block2Frame()", "",
                 ShownFrame("bytTx", {5, 17, 0x12, 0x34, 0x56, 9, 0, 0xAB, 0xCD, 0x32, 4, 0}) +
                     ShownFrame("bytRx", Block1Reply(record)) + Shown("lngStatus", 0)});
 }
@@ -161,7 +161,7 @@ TEST_F(DeviceFaults, ParseXpdrBlock2IsReportedWhole) {
 TEST_F(DeviceFaults, PLLWarmUpNameIsReportedWhole) {
   FailIn("FormatNumber", RunOutOfMemory);
   ExpectReport([this] { zentrel->PLLWarmUpName(); },
-               {kOutOfMemory, kModule, "FormatNumber(m_lngPLLWarmup / 5.0", "", ""});
+               {kOutOfMemory, kModule, "FormatNumber(record_.m_lngPLLWarmup / 5.0", "", ""});
 }
 
 TEST_F(DeviceFaults, VDelayIsReportedWhole) {

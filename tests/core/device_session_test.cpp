@@ -1,7 +1,7 @@
 // Creating, opening, initialising, closing and releasing, and the facts of the box.
+#include "interface/version_text.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
-#include "tests/core/zentrel_access.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -17,9 +17,9 @@ TEST_F(DeviceSession, AFreshObjectHasNoBoxFactsAndTheStatedDefaults) {
   EXPECT_EQ(zentrel->BatteryVoltage(), 0.0F);
   EXPECT_EQ(zentrel->PowerTimeout(), 60);
   EXPECT_EQ(zentrel->VDelay(), 4000);
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
-  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 0.0F);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngVDelayTimeout"), 0.0F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 0.0F);
 }
 
 TEST_F(DeviceSession, CreationTouchesNoPortAndStartsNoTimer) {
@@ -86,7 +86,7 @@ TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickLivesUntilTheTickEnds) {
 TEST_F(DeviceSession, DeviceOpenSetsTheTicksLeft) {
   zentrel->PowerTimeout(33);
   EXPECT_EQ(zentrel->DeviceOpen(kPort, true), S_OKAY);
-  EXPECT_EQ(ZentrelAccess::PowerTimer(*zentrel), 33);
+  EXPECT_EQ(Field(*zentrel, "m_lngPowerTimer"), "33");
 }
 
 TEST_F(DeviceSession, DeviceOpenAppliesTheLinkSettings) {
@@ -219,55 +219,56 @@ TEST_F(DeviceSession, ABatteryByteOf100Is3Point9Volts) {
 }
 
 TEST_F(DeviceSession, EveryBatteryByteIsTheProductRoundedOnceToSingle) {
-  FrameBuffer facts;
+  FrameBuffer reply;
+  BoxFacts facts;
   for (int battery = 0; battery < 256; ++battery) {
-    facts[1] = static_cast<std::uint8_t>(battery);
-    ZentrelAccess::ParseBoxStatus(*zentrel, facts, 0);
-    EXPECT_EQ(zentrel->BatteryVoltage(), static_cast<float>(battery * 0.039));
+    reply[1] = static_cast<std::uint8_t>(battery);
+    facts.Parse(reply, 0);
+    EXPECT_EQ(facts.m_sngBatteryVolts, static_cast<float>(battery * 0.039));
   }
 }
 
 TEST_F(DeviceSession, SignatureA5ShortensThePowerTimeoutAndLeavesTheHoldOffAlone) {
   OpenBox(true, 0xA5);
   EXPECT_EQ(zentrel->PowerTimeout(), 20);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 0.0F);
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
 }
 
 TEST_F(DeviceSession, SignatureA6MakesTheBoxElectric) {
   OpenBox(true, 0xA6);
   EXPECT_EQ(zentrel->PowerTimeout(), 60);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
-  EXPECT_TRUE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 0.0F);
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "True");
 }
 
 TEST_F(DeviceSession, SignatureZeroSetsTheHoldOff) {
   TheWorld().SetClock(1000);
   OpenBox(true, 0x00);
   EXPECT_EQ(zentrel->PowerTimeout(), 60);
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 1003.75F);
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 1003.75F);
 }
 
 TEST_F(DeviceSession, AnyOtherSignatureIsANonElectricBoxWithTheLongPowerTimeout) {
   OpenBox(true, 0x77);
   EXPECT_EQ(zentrel->PowerTimeout(), 60);
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 0.0F);
 }
 
 TEST_F(DeviceSession, OnlySignatureByte0DecidesTheKindOfBox) {
   Open(true);
   Port().Answer(BoxStatusReply(0x21, 100, 0x11, 0xA6));
   zentrel->BoxStatus();
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
   EXPECT_EQ(zentrel->PowerTimeout(), 60);
 }
 
 TEST_F(DeviceSession, AnotherBoxReplacesTheKind) {
   OpenBox(true, 0xA6);
   OpenBox(true, 0xA5);
-  EXPECT_FALSE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "False");
   EXPECT_EQ(zentrel->PowerTimeout(), 20);
 }
 
@@ -275,22 +276,22 @@ TEST_F(DeviceSession, AfterATimeoutTheSignatureBeforeDecidesAboutTheHoldOff) {
   Open(true);
   TheWorld().SetClock(2000);
   EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 2002.5F + 3.75F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 2002.5F + 3.75F);
   OpenBox(true, 0xA5);
-  const float mark = ZentrelAccess::BoxStatusTimeout(*zentrel);
+  const float mark = SecondsIn(*zentrel, "m_sngBoxStatusTimeout");
   EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), mark);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), mark);
 }
 
 TEST_F(DeviceSession, EveryFailedBoxStatusOfABoxWithoutASignatureSetsTheHoldOff) {
   TheWorld().SetClock(1000);
   EXPECT_EQ(zentrel->BoxStatus(), S_BAD_PORT);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 1003.75F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 1003.75F);
   Open(true);
   TheWorld().SetClock(2000);
   Port().Answer({1, 1, 1, 1, 1, 1, 1});
   EXPECT_EQ(zentrel->BoxStatus(), S_BAD_SUM);
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 2003.75F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 2003.75F);
 }
 
 TEST_F(DeviceSession, AnIndexOutsideTheSignatureIsASubscriptError) {
@@ -304,10 +305,10 @@ TEST_F(DeviceSession, AnIndexOutsideTheSignatureIsASubscriptError) {
 }
 
 TEST_F(DeviceSession, AVersionByteIsShownAsTwoHexadecimalDigitsWithADot) {
-  EXPECT_EQ(ZentrelAccess::VersionText(0x21), "2.1");
-  EXPECT_EQ(ZentrelAccess::VersionText(0x1A), "1.A");
-  EXPECT_EQ(ZentrelAccess::VersionText(0x00), "0.0");
-  EXPECT_EQ(ZentrelAccess::VersionText(0xFF), "F.F");
+  EXPECT_EQ(VersionText(0x21), "2.1");
+  EXPECT_EQ(VersionText(0x1A), "1.A");
+  EXPECT_EQ(VersionText(0x00), "0.0");
+  EXPECT_EQ(VersionText(0xFF), "F.F");
 }
 
 // --- The line that carries the supply ---

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "device/frame_buffer.h"
+#include "interface/frame_buffer.h"
 #include "tests/core/procedure_sources.h"
 
 namespace qmzentrel::tests {

@@ -23,12 +23,12 @@ TEST_F(NameFaults, LoadNamesIsReportedWhole) {
 
 TEST_F(NameFaults, MIFNameIsReportedWhole) {
   ExpectReport([this] { zentrel->MIFName(); },
-               {kSubscript, kModule, "return m_strMIFs[m_lngMIF]", "", ""});
+               {kSubscript, kModule, "return m_strMIFs[record_.m_lngMIF]", "", ""});
 }
 
 TEST_F(NameFaults, TXINameIsReportedWhole) {
   ExpectReport([this] { zentrel->TXIName(); },
-               {kSubscript, kModule, "return m_strTXIs[m_lngTXI]", "", ""});
+               {kSubscript, kModule, "return m_strTXIs[record_.m_lngTXI]", "", ""});
 }
 
 TEST_F(NameFaults, NameIsReportedWhole) {

@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "tests/core/core_test.h"
-#include "tests/core/zentrel_access.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -36,7 +35,7 @@ class Power : public ZentrelTest {
   int TicksUntilOff() {
     for (int tick = 1; tick <= 200; ++tick) {
       TheWorld().Pump(kTick);
-      if (!ZentrelAccess::PowerEnabled(*zentrel)) return tick;
+      if (Field(*zentrel, "m_blnPowerEnabled") == "False") return tick;
     }
     return 0;
   }

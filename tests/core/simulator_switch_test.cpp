@@ -5,7 +5,6 @@
 
 #include "simulator/simulator_values.h"
 #include "tests/core/core_test.h"
-#include "tests/core/zentrel_access.h"
 #include "tests/fakes/fake_dialog.h"
 
 namespace qmzentrel::tests {
@@ -167,12 +166,12 @@ TEST_P(SimulatedCommand, NeitherWaitsForTheVerifyDelayNorStartsOne) {
   Open(true);
   Port().Answer(Block1Reply({}));
   ASSERT_EQ(zentrel->WriteXpdr(), S_OKAY);
-  const float mark = ZentrelAccess::VDelayTimeout(*zentrel);
+  const float mark = SecondsIn(*zentrel, "m_sngVDelayTimeout");
   TheWorld().TakeJournal();
   Switch(true);
   EXPECT_EQ(Run(), Answer());
   EXPECT_EQ(TheWorld().TakeJournal(), Simulated());
-  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), mark);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngVDelayTimeout"), mark);
 }
 
 TEST_P(SimulatedCommand, TakesTheRealPathWhileTheSwitchIsOff) {

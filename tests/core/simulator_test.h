@@ -130,14 +130,7 @@ class SimulatorTest : public CoreTest {
   static void NoZentrel(FakeDialog& dialog) { dialog.Press(DialogButton::cmdNoZentrel); }
   static void CloseBox(FakeDialog& dialog) { dialog.CloseBox(); }
 
-  /// A field of the object as the error report shows it.
-  std::string Field(const std::string& name) const {
-    const std::string all = zentrel->DumpFields();
-    const std::string tag = "<" + name + ">";
-    const std::size_t start = all.find(tag);
-    if (start == std::string::npos) return "no such field";
-    return all.substr(start + tag.size(), all.find("</", start) - start - tag.size());
-  }
+  std::string Field(const std::string& name) const { return tests::Field(*zentrel, name); }
 
   // --- What is stored under the simulator's key ---
 

@@ -4,9 +4,9 @@
 #include <limits>
 #include <new>
 
+#include "interface/telic2_frame.h"
 #include "simulator/simulator_values.h"
 #include "tests/core/telic2_test.h"
-#include "tests/core/zentrel_access.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -108,9 +108,9 @@ TEST_F(Telic2Lengths, AFaultIsReportedWithTheProcedureAndTheIndex) {
 
 TEST_F(Telic2Lengths, EveryTestIsValidBut99) {
   for (const std::int32_t test : {0, -1, 1, 98, 100, 0x63 + 256, kMost, kLeast}) {
-    EXPECT_TRUE(ZentrelAccess::IsValidTestMessage(test)) << test;
+    EXPECT_TRUE(telic2::IsValidTestMessage(test)) << test;
   }
-  EXPECT_FALSE(ZentrelAccess::IsValidTestMessage(99));
+  EXPECT_FALSE(telic2::IsValidTestMessage(99));
 }
 
 // --- What the three commands have in common ---

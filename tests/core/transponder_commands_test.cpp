@@ -66,7 +66,7 @@ TEST_F(TransponderCommands, ReadTakesEveryFieldOfTheReply) {
   EXPECT_EQ(zentrel->ZentrelVersion(), "3.C");
   EXPECT_EQ(zentrel->BatteryVoltage(), static_cast<float>(50 * 0.039));
   EXPECT_EQ(zentrel->ZentrelSignature(0), 0xA6);
-  EXPECT_TRUE(ZentrelAccess::IsElectric(*zentrel));
+  EXPECT_EQ(Field(*zentrel, "m_blnIsElectric"), "True");
 }
 
 TEST_F(TransponderCommands, TheTwoUpperBitsOfTheMifByteMeanNothing) {
@@ -76,7 +76,7 @@ TEST_F(TransponderCommands, TheTwoUpperBitsOfTheMifByteMeanNothing) {
 
 TEST_F(TransponderCommands, AReadDoesNotTouchTheHoldOffAsABoxStatusWould) {
   Read({.signature = 0});
-  EXPECT_EQ(ZentrelAccess::BoxStatusTimeout(*zentrel), 0.0F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngBoxStatusTimeout"), 0.0F);
 }
 
 TEST_F(TransponderCommands, ATimeoutIsTriedOnceMore) {
@@ -436,7 +436,7 @@ TEST_F(TransponderCommands, AnOutOfRangeRecordStartsNoVerifyDelay) {
   zentrel->VDelay(4000);
   zentrel->Util(256);
   zentrel->WriteXpdr();
-  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 0.0F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngVDelayTimeout"), 0.0F);
 }
 
 TEST_F(TransponderCommands, ABlock2ValueThatIsNoByteIsAnOverflowAndNothingOfBlock2IsSent) {
@@ -477,7 +477,7 @@ TEST_F(TransponderCommands, Block1AndItsVerifyDelayStandWhenBlock2Overflows) {
   Port().Answer(Block1Reply({.id = 0x00FFEE, .version = kVersion80}));
   ReportOf([&] { zentrel->WriteXpdr(); });
   EXPECT_EQ(zentrel->Xpdr(), 0x00FFEE);
-  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 1004.0F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngVDelayTimeout"), 1004.0F);
 }
 
 // --- Reset ---
@@ -664,7 +664,7 @@ TEST_F(VerifyDelay, AClockSetBackMakesTheWaitLonger) {
 TEST_F(VerifyDelay, AWriteLessThanTheDelayBeforeMidnightKeepsTheNextReadWaiting) {
   TheWorld().SetClock(86'398);
   Write();
-  EXPECT_EQ(ZentrelAccess::VDelayTimeout(*zentrel), 86'402.0F);
+  EXPECT_EQ(SecondsIn(*zentrel, "m_sngVDelayTimeout"), 86'402.0F);
   // Two midnights pass; only taking the mark away, here by a throwing message, ends the wait.
   struct Escape {};
   TheWorld().Post(std::chrono::hours(48), [] { throw Escape(); });

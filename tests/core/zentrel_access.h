@@ -22,7 +22,6 @@ struct ZentrelAccess {
                                 std::int32_t count) {
     return Zentrel::TraceBytes(direction, bytes, count);
   }
-  static std::string VersionText(std::uint8_t b) { return Zentrel::VersionText(b); }
   static void ParseBoxStatus(Zentrel& zentrel, const FrameBuffer& bytes, std::int32_t Offset) {
     zentrel.ParseBoxStatus(bytes, Offset);
   }
@@ -32,13 +31,7 @@ struct ZentrelAccess {
   static void ParseXpdrBlock2(Zentrel& zentrel, ZentrelStatus status, const FrameBuffer& bytes) {
     zentrel.ParseXpdrBlock2(status, bytes);
   }
-  static float BoxStatusTimeout(const Zentrel& zentrel) { return zentrel.m_sngBoxStatusTimeout; }
-  static float VDelayTimeout(const Zentrel& zentrel) { return zentrel.m_sngVDelayTimeout; }
-  static bool IsElectric(const Zentrel& zentrel) { return zentrel.m_blnIsElectric; }
-  static std::int32_t PowerTimer(const Zentrel& zentrel) { return zentrel.m_lngPowerTimer; }
-  static bool PowerEnabled(const Zentrel& zentrel) { return zentrel.m_blnPowerEnabled; }
-  static bool IsValidTestMessage(std::int32_t Index) { return Zentrel::IsValidTestMessage(Index); }
-  static void SetMif(Zentrel& zentrel, std::int32_t mif) { zentrel.m_lngMIF = mif; }
+  static void SetMif(Zentrel& zentrel, std::int32_t mif) { zentrel.record_.m_lngMIF = mif; }
 };
 
 }  // namespace qmzentrel

@@ -132,7 +132,7 @@ TEST_F(Faults, AnExceptionOfTheProcessorIsAFaultOfItsProcedure) {
   EXPECT_EQ(report.module, L"Zentrel");
   EXPECT_EQ(report.procedure, L"TELIC2Read");
   EXPECT_NE(
-      SourceLine("interface/telic2_messages.cpp", report.line).find("MessageIDs[i] == kNoMessage"),
+      SourceLine("device/telic2_messages.cpp", report.line).find("MessageIDs[i] == telic2::kNoMessage"),
       std::string::npos)
       << report.line;
   EXPECT_EQ(g_left_to_client, 0);

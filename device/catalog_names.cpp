@@ -31,12 +31,12 @@ void Zentrel::LoadNames() {
 
 std::string Zentrel::MIFName() const {
   ErrorFrame frame(Fields(), "MIFName");
-  return frame.Run([&] { STEP return m_strMIFs[m_lngMIF]; });
+  return frame.Run([&] { STEP return m_strMIFs[record_.m_lngMIF]; });
 }
 
 std::string Zentrel::TXIName() const {
   ErrorFrame frame(Fields(), "TXIName");
-  return frame.Run([&] { STEP return m_strTXIs[m_lngTXI]; });
+  return frame.Run([&] { STEP return m_strTXIs[record_.m_lngTXI]; });
 }
 
 std::string Zentrel::Name(const std::string& RegRootKey, std::int32_t Index) const {

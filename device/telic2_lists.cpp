@@ -2,6 +2,7 @@
 #include "device/Zentrel.h"
 #include "interface/combo_box.h"
 #include "interface/telic2_catalog.h"
+#include "interface/telic2_frame.h"
 #include "support/modCOM_Hex.h"
 
 namespace qmzentrel {
@@ -9,7 +10,6 @@ namespace {
 
 // Stands first in every list of messages: sends nothing.
 constexpr const char* kNoMessageText = "NOP";
-constexpr std::int32_t kNoMessage = -1;
 
 catalogs::AddEntry AddMessageTo(ComboBox& box) {
   return [&box](std::int32_t message, const std::string& name) {
@@ -49,7 +49,7 @@ bool Zentrel::TELIC2EnumMessages(const LateBound& cbo, std::int32_t Default) con
     STEP const catalogs::MessageList messages(m_strTELIC2Device.empty() ? "" : m_strTELIC2RegRoot);
     STEP ComboBox box(cbo);
     STEP box.Clear();
-    STEP box.AddItem(kNoMessageText, kNoMessage);
+    STEP box.AddItem(kNoMessageText, telic2::kNoMessage);
     STEP messages.Offer(AddMessageTo(box));
     STEP modCOM_CboLstHelpers::SelectByItemData(box, Default);
     return true;
@@ -63,7 +63,7 @@ bool Zentrel::TELIC2EnumTestMessages(const LateBound& cbo, std::int32_t Default)
     STEP const catalogs::TestMessageList messages(m_strTELIC2RegRoot);
     STEP ComboBox box(cbo);
     STEP box.Clear();
-    STEP box.AddItem(kNoMessageText, kNoMessage);
+    STEP box.AddItem(kNoMessageText, telic2::kNoMessage);
     STEP messages.Offer(AddMessageTo(box));
     STEP box.AddItem("Invalid", catalogs::kInvalidTestMessage);
     STEP modCOM_CboLstHelpers::SelectByItemData(box, Default);
