@@ -60,7 +60,7 @@ ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t T
       Locals(NAMED(lngStatus), NAMED(lngRxCount)));
   return frame.Run([&] {
     try {
-      STEP if (m_PortCtrl.PortOpen() < 1) {
+      STEP if (!m_PortCtrl.IsOpen()) {
         STEP lngStatus = S_BAD_PORT;
       }
       else {
