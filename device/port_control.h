@@ -25,6 +25,8 @@ class PortControl {
   /// believes it has. Which line that is says the text "SupplyLine" in the registry: DTR unless it
   /// is "RTS" or "BOTH".
   void Open(const PortSettings& settings);
+  /// Why the last opening failed, as the operating system's code; 0 when it did not.
+  std::int32_t OpenError() const { return port_.OpenError(); }
   void Close();
 
   void ClearReceiveBuffer() { port_.ClearReceiveBuffer(); }

@@ -30,6 +30,11 @@ constexpr std::int64_t WireMicroseconds(const SerialSettings& settings, std::siz
   return static_cast<std::int64_t>(bytes) * bits * 1'000'000 / settings.baud_rate;
 }
 
+// Codes of the operating system for an opening that fails. A driver that refuses the settings gives
+// one of its own choice.
+inline constexpr std::int32_t kPortMissing = 2;
+inline constexpr std::int32_t kPortInUse = 5;
+
 /// State of the two output lines, true = on.
 struct ModemLines {
   bool dtr = false;
@@ -50,8 +55,12 @@ class SerialPort {
   /// Opens port `number` (1 and up) with every setting stated and nothing inherited; then the
   /// output lines stand as `lines` says, and one that is off was not on meanwhile by our doing.
   /// False when there is no such port, it is in use, or it refuses the settings; then nothing stays
-  /// open.
+  /// open, and OpenError says why.
   bool Open(std::int32_t number, const SerialSettings& settings, ModemLines lines);
+
+  /// Why the last Open failed, as the operating system's code; 0 when it did not, or before the
+  /// first one. Kept until the next, for whoever looks into it.
+  std::int32_t OpenError() const { return open_error_; }
 
   bool IsOpen() const;
 
@@ -81,6 +90,7 @@ class SerialPort {
  private:
   struct State;
   std::unique_ptr<State> state_;
+  std::int32_t open_error_ = 0;
 };
 
 }  // namespace qmzentrel::platform

@@ -78,6 +78,12 @@ struct Request {
   std::array<std::uint8_t, 64> bytes{};  // The longest frame has 33.
 };
 
+// Why the last call failed; never 0, also for a driver that gives no reason.
+std::int32_t CauseOfFailure() {
+  const DWORD error = GetLastError();
+  return static_cast<std::int32_t>(error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE);
+}
+
 bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   DCB block{};  // Everything not named below is off.
   block.DCBlength = sizeof block;
@@ -134,19 +140,21 @@ struct SerialPort::State {
     SetWholeControlBlock(port.Get(), settings);
   }
 
-  bool Open(const std::wstring& device) {
+  // 0, or why it cannot be opened.
+  std::int32_t Open(const std::wstring& device) {
     port = OwnedHandle(CreateFileW(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
-    if (!port.IsValid()) return false;
+    if (!port.IsValid()) return CauseOfFailure();
     request = std::make_unique<Request>();
-    if (!request->ended.IsValid()) return false;
+    if (!request->ended.IsValid()) return CauseOfFailure();
     // With inherited limits reads would return at once or never.
     limits.ReadTotalTimeoutConstant = kReadLimitMs;
     limits.WriteTotalTimeoutConstant = kWriteLimitMs;
     // Never with a line on: the next opening begins with the last control block, also that of a
     // program which was ended by force.
-    return SetWholeControlBlock(port.Get(), settings) &&
-           SetCommTimeouts(port.Get(), &limits) != FALSE;
+    const bool accepted =
+        SetWholeControlBlock(port.Get(), settings) && SetCommTimeouts(port.Get(), &limits) != FALSE;
+    return accepted ? 0 : CauseOfFailure();
   }
 
   // Counts from the moment at which the driver has the bytes: it may begin only then.
@@ -240,10 +248,14 @@ SerialPort::~SerialPort() = default;
 
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
-  if (number < 1) return false;
+  if (number < 1) {
+    open_error_ = kPortMissing;
+    return false;
+  }
   auto state = std::make_unique<State>(settings);
   // Without the device prefix COM10 and above are not found.
-  if (!state->Open(L"\\\\.\\COM" + std::to_wstring(number))) return false;
+  open_error_ = state->Open(L"\\\\.\\COM" + std::to_wstring(number));
+  if (open_error_ != 0) return false;
   state_ = std::move(state);
   SetLines(lines);
   return true;

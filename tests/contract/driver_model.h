@@ -22,6 +22,7 @@ struct DriverHabits {
   bool closing_drops_lines = true;
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool answers_status = true;                    ///< else ClearCommError is no function of its
+  std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one
   int loses_cancels = 0;                         ///< so many cancels have no effect
   bool never_ends_cancelled = false;             ///< a cancelled request stays pending
   bool blocks_writes = false;                    ///< takes no byte of a write

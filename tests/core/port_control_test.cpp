@@ -17,6 +17,28 @@ class PortControlTest : public CoreTest {
   PortControl control_;
 };
 
+TEST_F(PortControlTest, TellsWhyItCouldNotBeOpened) {
+  control_.Open(kSettings);
+  EXPECT_FALSE(control_.IsOpen());
+  EXPECT_EQ(control_.OpenError(), platform::kPortMissing);
+
+  Port().open = true;  // by another program
+  control_.Open(kSettings);
+  EXPECT_FALSE(control_.IsOpen());
+  EXPECT_EQ(control_.OpenError(), platform::kPortInUse);
+
+  Port().open = false;
+  Port().refuses_settings = true;
+  control_.Open(kSettings);
+  EXPECT_FALSE(control_.IsOpen());
+  EXPECT_EQ(control_.OpenError(), 87);  // what the driver says
+
+  Port().refuses_settings = false;
+  control_.Open(kSettings);
+  EXPECT_TRUE(control_.IsOpen());
+  EXPECT_EQ(control_.OpenError(), 0);
+}
+
 TEST_F(PortControlTest, OpensWithTheSettingsThatItIsGivenEachTime) {
   Port();
   control_.Open({.number = 7, .link = {.baud_rate = 4800, .parity = 2, .data_bits = 7}});

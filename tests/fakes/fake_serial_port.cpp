@@ -44,6 +44,13 @@ void SwitchLines(FakePort& port, ModemLines lines) {
   port.line_history.push_back(lines);
 }
 
+std::int32_t WhyNotToOpen(const FakePort* port) {
+  if (port == nullptr || port->vanished) return kPortMissing;
+  if (port->open) return kPortInUse;
+  constexpr std::int32_t kInvalidParameter = 87;
+  return port->refuses_settings ? kInvalidParameter : 0;
+}
+
 }  // namespace
 
 struct SerialPort::State {
@@ -63,8 +70,8 @@ SerialPort::~SerialPort() {
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
   const auto found = TheWorld().ports.find(number);
-  const bool usable = found != TheWorld().ports.end() && !found->second.open &&
-                      !found->second.refuses_settings && !found->second.vanished;
+  open_error_ = WhyNotToOpen(found != TheWorld().ports.end() ? &found->second : nullptr);
+  const bool usable = open_error_ == 0;
   TheWorld().Note("open COM" + std::to_string(number) + " (" + NameOf(settings) + "), supply " +
                   NameOf(lines) + (usable ? "" : ": refused"));
   if (!usable) return false;
