@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/win32/deadline.h"
 #include "platform/win32/handle.h"
 
 namespace qmzentrel::platform {
@@ -42,33 +43,6 @@ constexpr std::size_t kChipBuffer = 16;
 
 // Beside their time on the wire bytes need that of the way there: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
-
-std::int64_t MonotonicMs() {
-  LARGE_INTEGER frequency;
-  LARGE_INTEGER count;
-  QueryPerformanceFrequency(&frequency);
-  QueryPerformanceCounter(&count);
-  const std::int64_t seconds = count.QuadPart / frequency.QuadPart;
-  const std::int64_t rest = count.QuadPart % frequency.QuadPart;
-  return seconds * 1000 + rest * 1000 / frequency.QuadPart;
-}
-
-// A moment on the monotonic clock; a date set by the user does not shift it.
-class Deadline {
- public:
-  explicit Deadline(std::int64_t in_ms)
-      : at_ms_(MonotonicMs() + std::max<std::int64_t>(in_ms, 0)) {}
-  DWORD Remaining() const {
-    return static_cast<DWORD>(std::max<std::int64_t>(at_ms_ - MonotonicMs(), 0));
-  }
-  // Sleep may end early by a tick of the system's clock.
-  void SleepOut() const {
-    while (const DWORD left = Remaining()) Sleep(left);
-  }
-
- private:
-  std::int64_t at_ms_;
-};
 
 // One request, with all the memory that the driver may write to. On the heap: a driver that never
 // ends a request keeps it.
