@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/window_place.h"
+#include "platform/desktop.h"
 
 namespace qmzentrel::platform {
 
@@ -87,19 +87,5 @@ bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presente
 
 void RefreshSimulatorDialog();
 void HideSimulatorDialog();
-
-/// Size of the screen in pixels.
-struct ScreenSize {
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-};
-ScreenSize PrimaryScreen();
-
-/// What the nearest screen to `place` leaves for windows, without the bar of the tasks say.
-WindowPlace WorkAreaNearest(const WindowPlace& place);
-
-/// The shape of the mouse pointer, until a window under it asks for another.
-enum class PointerShape { kArrow, kHourglass };
-void SetPointer(PointerShape shape);
 
 }  // namespace qmzentrel::platform

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/desktop.h"
 #include "platform/late_bound.h"
 #include "platform/serial_port.h"
 #include "platform/simulator_dialog.h"
@@ -144,8 +145,12 @@ class DialogUser {
 bool ShowToUser(const platform::DialogContent& content, platform::DialogPresenter& presenter,
                 const std::function<void(DialogUser& user)>& user);
 
+// ---- message boxes ----
+
 /// Runs `body`, while a user reads and closes every message box with this title. The texts read.
 std::vector<std::string> MessagesSeen(const std::string& title, const std::function<void()>& body);
+
+// ---- the desktop ----
 
 /// Runs `body` where no desktop is to be seen.
 void WithoutDesktop(const std::function<void()>& body);

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop.h"
 #include "platform/late_value.h"
 #include "platform/serial_port.h"
-#include "platform/simulator_dialog.h"
 
 namespace qmzentrel::fakes {
 
