@@ -1,6 +1,7 @@
 // Exceptions of the processor and of the operating system, as ordinary errors.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -22,15 +23,10 @@ void InstallFaultHandling(FaultRaiser raiser);
 /// An unwinding of the client's that waits for us.
 struct KeptUnwinding;
 
-/// One place in the chain that the operating system asks about an exception of this thread. The
-/// layout is known to its assembler part as well.
-struct FaultRegistration {
-  void* previous;
-  void* handler;
-  void* registers[6];         ///< to come back with
-  std::uint32_t code;         ///< of the last fault, 0: none yet
-  std::uint32_t cut_back_to;  ///< not 0 while a fault of ours is leading back here
-  KeptUnwinding* unwinding;   ///< the client's, that has led back here; null: none
+/// One place in the chain that the operating system asks about an exception of this thread. Here
+/// only for its room on the stack: what it holds is the platform's own.
+class FaultRegistration {
+  alignas(void*) std::byte room_[11 * sizeof(void*)];
 };
 
 extern "C" {
