@@ -1,3 +1,5 @@
+#include "tests/fakes/fake_desktop.h"
+
 #include <algorithm>
 #include <cstdlib>
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/hardware_faults.h"
+#include "tests/fakes/fake_world.h"
 
 namespace qmzentrel::fakes {
 

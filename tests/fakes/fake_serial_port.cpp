@@ -1,3 +1,5 @@
+#include "tests/fakes/fake_serial_port.h"
+
 #include <algorithm>
 
 #include "platform/serial_port.h"
@@ -171,6 +173,17 @@ void SerialPort::SetLines(ModemLines lines) {
 }  // namespace qmzentrel::platform
 
 namespace qmzentrel::fakes {
+
+std::string Hex(std::span<const std::uint8_t> bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0xF];
+  }
+  return text;
+}
 
 Bytes FakePort::Received() const {
   Bytes received;

@@ -1,4 +1,6 @@
 // The debugger channel, text files and per-thread slots.
+#include "tests/fakes/fake_system.h"
+
 #include <map>
 
 #include "platform/apartment.h"
