@@ -58,13 +58,13 @@ struct DialogContent {
   std::string notice;  ///< a line of its own, empty for none
 };
 
-/// Told of what the user does while the dialog is up, on the thread that shows it. The content has
-/// not been changed then: it is the presenter's to change.
+/// Told of what the user does while the dialog is up, on the thread that shows it. The dialog never
+/// changes the content itself: that is for the presenter to do.
 class DialogPresenter {
  public:
   virtual ~DialogPresenter() = default;
   /// The window has been made and is not visible yet. `place` is where it would stand, in its
-  /// designed size; what it is changed to is where it stands then.
+  /// designed size; the presenter may change it, and the window will stand there.
   virtual void Placing(WindowPlace& place) = 0;
   virtual void ListChosen(DialogList list, std::int32_t index) = 0;
   virtual void CheckClicked(DialogCheck check, bool ticked) = 0;

@@ -24,7 +24,8 @@ HWND ClientWindow() {
   if (active != nullptr && IsOfThisProcess(active)) return active;
   const HWND foreground = GetForegroundWindow();
   if (foreground == nullptr || !IsOfThisProcess(foreground)) return nullptr;
-  // Of another thread, which may be waiting for this one: locking its window would wait for it.
+  // It is another thread's. Should that one be waiting for this thread, locking its window would
+  // wait for ever: whether it answers is asked first.
   constexpr UINT kPatienceMs = 500;
   DWORD_PTR unused = 0;
   const LRESULT answered = CallOutToClient([&] {

@@ -89,8 +89,8 @@ constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
 constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
 constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
 
-// What the report of a stack overflow needs below the procedure that it is raised in, the message
-// box or the error handler included.
+// The stack that must be left below a procedure for it to report a stack overflow, with the message
+// box or the error handler.
 constexpr std::ptrdiff_t kStackForReport = 128 * 1024;
 
 // Of the processor: pending exceptions of either floating-point unit, direction, single step.
@@ -191,7 +191,7 @@ bool IsWildJump(const EXCEPTION_RECORD& record, const CONTEXT& context) {
          record.ExceptionInformation[1] == context.Eip;
 }
 
-// Whether a statement of ours is at fault, be it that it has called what is no function.
+// Whether a statement of ours is at fault; also when it has called an address without code.
 bool IsInOwnCode(const EXCEPTION_RECORD& record, const CONTEXT& context) {
   static const CodeRange own = OwnCode();
   if (own.Holds(context.Eip)) return true;
@@ -209,10 +209,10 @@ struct Between {
 Between BetweenFaultAnd(Registration* registration, DWORD stack_at_fault, bool in_own_code) {
   Between found{.innermost = registration};
   Registration* inner = FirstRegistration();
-  // The operating system's own, entered to ask us, lie below the fault.
+  // Below the fault lie those that the operating system has entered itself, in order to ask us.
   while (reinterpret_cast<DWORD>(inner) < stack_at_fault) inner = inner->previous;
   found.innermost = inner;
-  // A call to the client that has not got as far as the client.
+  // Our code was about to call the client; the client itself has not begun.
   if (in_own_code) {
     while (inner != registration && (IsCallOut(*inner) || MarksClientCode(*inner))) {
       inner = inner->previous;
@@ -223,7 +223,7 @@ Between BetweenFaultAnd(Registration* registration, DWORD stack_at_fault, bool i
       found.client = true;
     } else if (!IsCallOut(*inner)) {
       found.other = true;
-      found.call_out = nullptr;  // nothing raised there would get past this one
+      found.call_out = nullptr;  // an error raised further in would not get past this one
     } else if (found.call_out == nullptr) {
       found.call_out = inner;
     }
@@ -231,7 +231,8 @@ Between BetweenFaultAnd(Registration* registration, DWORD stack_at_fault, bool i
   return found;
 }
 
-// As a function is entered: no x87 register in use, and nothing pending.
+// Brings the processor into the state that a function expects at its entry: direction flag and
+// single step off, no x87 register in use, no floating-point exception pending.
 void ClearForCall(CONTEXT& context) {
   context.EFlags &= ~kDirectionAndTrapFlags;
   context.FloatSave.StatusWord &= ~kX87Exceptions;
@@ -243,8 +244,8 @@ void ClearForCall(CONTEXT& context) {
   *reinterpret_cast<DWORD*>(context.ExtendedRegisters + kSseStateAt) &= ~kSseExceptions;
 }
 
-// Lets the thread go on as if the statement at fault had called a function that raises. False where
-// it cannot be: the way out must lead through our own code alone.
+// Lets the thread go on as if the statement at fault had called a function that raises. False when
+// the fault is not in our own code, through which alone an error can be raised.
 bool RaiseWhereItHappened(const EXCEPTION_RECORD& record, CONTEXT& context) {
   if (!IsInOwnCode(record, context)) return false;
   if (!IsWildJump(record, context)) {
@@ -282,7 +283,7 @@ Registration* RunningProcedure() {
 // Where a fault goes that could not be raised at its statement.
 Registration* PlaceOfFault() {
   Registration* const first = FirstRegistration();
-  // The statement was in an entry of ours that the client called within the call out.
+  // The statement was in a function of ours that the client had called from within the call out.
   const bool in_call_out = !IsEnd(first) && IsCallOut(*first);
   if (in_call_out && first->code != 0 && first->cut_back_to == 0) return first;
   Registration* const procedure = RunningProcedure();
@@ -302,17 +303,17 @@ bool IsCutBack(const Registration* registration) {
   return false;
 }
 
-// What asking for memory needs, with room to spare.
+// The stack that asking for memory needs, with room to spare.
 constexpr std::ptrdiff_t kStackForInterruption = 32 * 1024;
 
-// The call to here and the assembler part's own.
+// The stack of the call to LeaveProcedures and of the assembler part.
 constexpr DWORD kStackOfCall = 1024;
 
 // Lets the destructors of our procedures run before the unwinding that has come to `registration`
 // goes on: puts the stack of the unwinding aside, raises an error from where the call out was made,
 // and comes back when that has left the component.
 void LeaveProcedures(Registration* registration) {
-  // Of an overflow that the client handles; our destructors are missed rather than the handler.
+  // The client handles an overflow of the stack. Better to miss our destructors than its handler.
   if (StackBelow(__builtin_frame_address(0)) < kStackForInterruption) return;
   const auto end = reinterpret_cast<DWORD>(registration + 1);
   const DWORD most = end - reinterpret_cast<DWORD>(__builtin_frame_address(0)) + kStackOfCall;
@@ -325,7 +326,8 @@ void LeaveProcedures(Registration* registration) {
   HeapFree(GetProcessHeap(), 0, kept);
 }
 
-// What is on its way and has found no CalledFromOutside; null when it is something else.
+// The unwinding of the client's that has found no CalledFromOutside on its way; null when something
+// else has ended the search for a handler.
 KeptUnwinding* UnwindingInProgress() {
   if (std::current_exception() == nullptr) return nullptr;
   try {
@@ -348,9 +350,9 @@ bool IsHandlingFault() {
   }
 }
 
-// The fault that could not leave the function that it was raised in: one that raises nothing, or
-// one that code of others has called. Any other error that finds no handler ends the process, and
-// so does an end that no error has led to.
+// Called when an error finds no handler. A fault goes on from here when it could not leave the
+// function that it was raised in: one that is declared to raise nothing, or one that code of others
+// has called. Any other error ends the process, and so does a call that no error has led to.
 void OnTerminate() {
   if (KeptUnwinding* const kept = UnwindingInProgress()) {
     abi::__cxa_end_catch();  // of whoever ended the search for a handler
@@ -363,7 +365,8 @@ void OnTerminate() {
   } else if (std::uncaught_exceptions() == 0) {
     std::abort();
   }
-  // Else a function that raises nothing has let it past its handlers for other errors.
+  // Otherwise the fault came to the edge of a function that is declared to raise nothing, past its
+  // handlers for other errors.
   CutBackTo(place, place->code, nullptr);
 }
 
@@ -384,7 +387,7 @@ extern "C" {
   const Between between = BetweenFaultAnd(registration, context->Esp, IsInOwnCode(fault, *context));
   if (between.client) return ExceptionContinueSearch;
   if (code == EXCEPTION_STACK_OVERFLOW && !LeavesStackForReport(registration)) {
-    return ExceptionContinueSearch;  // one further out
+    return ExceptionContinueSearch;  // a procedure further out will take it
   }
   registration->code = code;
   if (code == EXCEPTION_STACK_OVERFLOW) CutBackTo(registration, code, record);
@@ -397,8 +400,8 @@ extern "C" {
   return ExceptionContinueExecution;
 }
 
-// A call out has no opinion of an exception. But when somebody outside handles it, that leaves
-// frames of ours, whose destructors nobody else runs.
+// A call out takes no exception. But when somebody outside handles one, functions of ours are left,
+// and nobody else runs their destructors.
 [[gnu::force_align_arg_pointer]] int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record,
                                                                Registration* registration,
                                                                CONTEXT* /*context*/,
@@ -431,7 +434,7 @@ ClientUnwinding::~ClientUnwinding() {
 }
 
 void ResumeUnwinding(KeptUnwinding* kept) {
-  // The unwinding goes on with the registrations that are still there.
+  // The kept stack has the chain lead on to registrations of ours that have gone meanwhile.
   auto* const told = reinterpret_cast<Registration*>(kept->end) - 1;
   if (FirstRegistration() != told) kept->CopyOf(told)->previous = FirstRegistration();
   QmzGoOnUnwinding(kept);

@@ -22,11 +22,12 @@ constexpr DWORD kWriteLimitMs = 1000;
 // The limit of reads that the driver begins with: the shortest wait for a box. See Transfer.
 constexpr DWORD kReadLimitMs = 500;
 
-// A limit of the driver's that ends by so much too late is good enough.
+// A limit that the driver has already is kept when it ends a wait too late by no more than this.
 constexpr DWORD kSlackMs = 50;
 
-// How late a driver may end a request by its own limit: a port at the other end of a network takes
-// its time. Cancelling earlier would lose bytes: many drivers hand over nothing then.
+// How long after its limit a driver may end a request by itself: that of a port at the other end of
+// a network takes its time. Only then is the request cancelled, since many drivers hand over none
+// of the bytes of a cancelled one.
 constexpr DWORD kBackstopMs = 1000;
 
 // A cancel can be lost where it meets an arriving byte, so it is repeated. A driver that has not
@@ -37,11 +38,11 @@ constexpr DWORD kCancelMs = 100;
 // A request that fails at once, again and again, must not burn the processor.
 constexpr DWORD kLeastTurnMs = 10;
 
-// What the driver no longer counts may still stand in the send buffer of the chip, 16 bytes in the
-// common one.
+// Bytes that the driver no longer counts may still be in the send buffer of the chip, which holds
+// 16 in the common one.
 constexpr std::size_t kChipBuffer = 16;
 
-// Beside their time on the wire bytes need that of the way there: a frame or two of a USB adapter.
+// The way to the wire, before the bytes' time on it: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
 
 // One request, with all the memory that the driver may write to. On the heap: a driver that never
@@ -131,7 +132,7 @@ struct SerialPort::State {
     return accepted ? 0 : CauseOfFailure();
   }
 
-  // Counts from the moment at which the driver has the bytes: it may begin only then.
+  // To be called when the driver has the bytes: it may begin to send only then.
   void NoteWritten(std::size_t count) { sent = Deadline(sent.Remaining() + WireMs(count)); }
 
   std::int64_t WireMs(std::size_t count) const {
@@ -159,9 +160,10 @@ struct SerialPort::State {
     for (bool first = true; done < size && request; first = false) {
       const DWORD left = deadline.Remaining();
       if (!first && left == 0) break;
-      // The usual limit may be too short, which costs a second turn where nothing comes; setting it
-      // each time would cost every exchange a call or two. A shorter one is left by a wait that has
-      // run out, and would cut the next request.
+      // The first turn takes the usual limit, though it may be too short for a wait in which
+      // nothing comes: that costs a second turn, but setting the limit would cost every exchange a
+      // call or two. One that an earlier wait has left is set right when it is too long, or so
+      // short that it would cut this request.
       const DWORD enough = std::min(left, usual);
       if (!first) {
         SetLimit(limits.*limit, left);

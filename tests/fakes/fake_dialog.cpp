@@ -56,7 +56,7 @@ const std::string& FakeDialog::Shown(DialogText text) const {
   return At(shown_.texts, text);
 }
 
-// What the presenter throws ends the dialog and waits until it has gone, as in the real thing.
+// An error of the presenter's ends the dialog and is raised once that has gone, as in the real one.
 template <class Call>
 void FakeDialog::Tell(Call call) {
   try {

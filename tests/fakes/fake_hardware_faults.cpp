@@ -76,7 +76,7 @@ void RaiseWhatLedBackTo(const FaultRegistration& /*registration*/) {
 
 ClientUnwinding::~ClientUnwinding() = default;
 
-// Past the next procedure or call out, or to the client itself.
+// On to the next procedure or call out; past the last one it is the client's again.
 void ResumeUnwinding(KeptUnwinding* kept) {
   if (g_first != nullptr) throw ClientUnwinding(kept);
   throw fakes::ClientException();
