@@ -57,7 +57,7 @@ ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t T
                    PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout),
                    LOCALS(lngStatus, lngRxCount));
   return frame.Run([&] {
-    STEP if (m_PortCtrl.PortOpen() < 1) lngStatus = S_BAD_PORT;
+    STEP if (!m_PortCtrl.IsOpen()) lngStatus = S_BAD_PORT;
     try {
       STEP if (lngStatus == S_OKAY) {
         STEP Power(true);

@@ -25,9 +25,9 @@ platform::ModemLines ConfiguredSupplyLines() {
 
 }  // namespace
 
-void PortControl::Open() {
+void PortControl::Open(const PortSettings& settings) {
   supply_lines_ = ConfiguredSupplyLines();
-  port_.Open(number_, settings_, Lines());
+  port_.Open(settings.number, settings.link, Lines());
 }
 
 void PortControl::Close() {

@@ -8,23 +8,25 @@
 
 namespace qmzentrel {
 
-/// Settings may be changed at any time; port number and link settings count from the next opening,
-/// the supply at once. A closed port swallows writes and reads nothing.
+/// Which port, and how to talk to what is behind it.
+struct PortSettings {
+  std::int32_t number = 0;  ///< of the COM port, 1 and up
+  platform::SerialSettings link;
+};
+
+/// The supply may be set at any time, open or closed. A closed port swallows writes and reads
+/// nothing.
 class PortControl {
  public:
-  /// Open indicator: 1 while the port is open, else 0.
-  std::int32_t PortOpen() const { return port_.IsOpen() ? 1 : 0; }
+  bool IsOpen() const { return port_.IsOpen(); }
 
-  void PortNumber(std::int32_t number) { number_ = number; }
-  void BaudRate(std::int32_t rate) { settings_.baud_rate = rate; }
-  void Parity(std::int32_t parity) { settings_.parity = parity; }
-  void DataBits(std::int32_t bits) { settings_.data_bits = bits; }
-  void StopBits(std::int32_t bits) { settings_.stop_bits = bits; }
-
-  /// Opens the port with the settings in force. The supply line stands as last set from the first
-  /// moment on: a reopened port carries the supply that its owner believes it has. Which line that
-  /// is says the text "SupplyLine" in the registry: DTR unless it is "RTS" or "BOTH".
-  void Open();
+  /// Opens the port, or leaves it closed where that cannot be: IsOpen tells. The supply line stands
+  /// as last set from the first moment on: a reopened port carries the supply that its owner
+  /// believes it has. Which line that is says the text "SupplyLine" in the registry: DTR unless it
+  /// is "RTS" or "BOTH".
+  void Open(const PortSettings& settings);
+  /// Why the last opening failed, as the operating system's code; 0 when it did not.
+  std::int32_t OpenError() const { return port_.OpenError(); }
   void Close();
 
   void ClearReceiveBuffer() { port_.ClearReceiveBuffer(); }
@@ -48,8 +50,6 @@ class PortControl {
   platform::ModemLines Lines() const;
 
   platform::SerialPort port_;
-  std::int32_t number_ = 0;
-  platform::SerialSettings settings_;
   bool supply_on_ = false;
   platform::ModemLines supply_lines_{.dtr = true};
 };

@@ -13,8 +13,10 @@ namespace qmzentrel {
 namespace {
 
 // Link settings of the box.
-constexpr std::int32_t kBaudRate = 9600;
-constexpr std::int32_t kDataBits = 8;
+constexpr platform::SerialSettings kBoxLink{.baud_rate = 9600,
+                                            .parity = platform::kNoParity,
+                                            .data_bits = 8,
+                                            .stop_bits = platform::kTwoStopBits};
 
 // Box Status: one byte out, seven back.
 constexpr std::uint8_t kBoxStatusCommand = 0x80;
@@ -95,16 +97,11 @@ ZentrelStatus Zentrel::DeviceOpen(std::int32_t Port, bool MaintainSupply) {
     STEP if (simulator::SimulatorEnabled()) return S_OKAY;
     STEP PowerManagement(!MaintainSupply);
     STEP m_lngPowerTimer = m_lngPowerTimeout;
-    STEP if (m_PortCtrl.PortOpen() >= 1) m_PortCtrl.Close();
-    STEP m_PortCtrl.PortNumber(Port);
-    STEP m_PortCtrl.BaudRate(kBaudRate);
-    STEP m_PortCtrl.Parity(platform::kNoParity);
-    STEP m_PortCtrl.DataBits(kDataBits);
-    STEP m_PortCtrl.StopBits(platform::kTwoStopBits);
-    STEP m_PortCtrl.Open();
+    STEP if (m_PortCtrl.IsOpen()) m_PortCtrl.Close();
+    STEP m_PortCtrl.Open({.number = Port, .link = kBoxLink});
     try {
       STEP Power(true);
-      STEP lngStatus = m_PortCtrl.PortOpen() >= 1 ? S_OKAY : S_BAD_PORT;
+      STEP lngStatus = m_PortCtrl.IsOpen() ? S_OKAY : S_BAD_PORT;
     } catch (...) {
       Power(false);  // what ends the event must not leave the box supplied for ever
       throw;
@@ -119,7 +116,7 @@ ZentrelStatus Zentrel::DeviceInit() {
   ErrorFrame frame(Fields(), "Zentrel_DeviceInit", PARAMETERS(), LOCALS(lngStatus));
   return frame.Run([&] {
     STEP LogStep("Zentrel_DeviceInit");
-    STEP if (m_PortCtrl.PortOpen() > 0) {
+    STEP if (m_PortCtrl.IsOpen()) {
       STEP lngStatus = BoxStatus();
       STEP if (lngStatus == S_TIMEOUT) lngStatus = BoxStatus();
     }

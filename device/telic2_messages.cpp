@@ -61,7 +61,7 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
       STEP simulator::ReadMessages(NumMessages, MessageIDs, MessageData);
       STEP return S_OKAY;
     }
-    STEP if (m_PortCtrl.PortOpen() <= 0) LogStep("TELIC2Read - PortOpen is bad");
+    STEP if (!m_PortCtrl.IsOpen()) LogStep("TELIC2Read - PortOpen is bad");
     STEP const auto expected = static_cast<std::int32_t>(lngRxLength);
     STEP lngStatus = SuppliedExchange(bytTx, tx_length, bytRx, expected, kReadMs);
     STEP if (lngStatus == S_OKAY) telic2::Unpack(bytRx, expected, MessageData, lengths);

@@ -1,6 +1,7 @@
 // Exceptions of the processor and of the operating system, as ordinary errors.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -15,35 +16,31 @@ struct RaisedFault {
 /// Raises the error, derived from RaisedFault, that stands for the exception `code`.
 using FaultRaiser = void (*)(std::uint32_t code);
 
-/// From here on, exceptions within RaisingFaults leave through `raiser`, for the life of the
-/// process: the library stays in it. What was installed for exceptions outside stays in force.
+/// From now on an exception within RaisingFaults becomes the error that `raiser` raises, for the
+/// life of the process, in which the library then stays. An exception outside goes, as before, to
+/// the filter that was installed before ours.
 void InstallFaultHandling(FaultRaiser raiser);
 
-/// An unwinding of the client's that waits for us.
+/// An unwinding that the client has begun, interrupted until our destructors have run.
 struct KeptUnwinding;
 
-/// One place in the chain that the operating system asks about an exception of this thread. The
-/// layout is known to its assembler part as well.
-struct FaultRegistration {
-  void* previous;
-  void* handler;
-  void* registers[6];         ///< to come back with
-  std::uint32_t code;         ///< of the last fault, 0: none yet
-  std::uint32_t cut_back_to;  ///< not 0 while a fault of ours is leading back here
-  KeptUnwinding* unwinding;   ///< the client's, that has led back here; null: none
+/// One place in the chain that the operating system asks about an exception of this thread. Here
+/// only for its room on the stack: what it holds is the platform's own.
+class FaultRegistration {
+  alignas(void*) std::byte room_[11 * sizeof(void*)];
 };
 
 extern "C" {
 /// Enters `registration` into the chain, as the place of a procedure or of a call out of the
-/// component. Returns 0, and once more something else when a fault or an unwinding has led back.
-/// Costs about a nanosecond.
+/// component. Returns 0. When a fault or an unwinding has led back here it returns once more, with
+/// another value. Costs about a nanosecond.
 [[gnu::returns_twice]] int QmzEnterFaultRegistration(FaultRegistration* registration);
 [[gnu::returns_twice]] int QmzEnterCallOut(FaultRegistration* registration);
-/// Takes out what was entered last.
+/// Takes `registration`, the one entered last, out of the chain.
 void QmzLeaveFaultRegistration(FaultRegistration* registration);
 }
 
-/// Raises what has led back to `registration`: its fault, or ClientUnwinding.
+/// Raises the reason why the thread is back at `registration`: the fault, or a ClientUnwinding.
 [[noreturn]] void RaiseWhatLedBackTo(const FaultRegistration& registration);
 
 namespace internal {
@@ -58,8 +55,9 @@ template <auto kEnter, class Body>
     Entered& operator=(const Entered&) = delete;
   } entered;
   if (kEnter(&entered) != 0) RaiseWhatLedBackTo(entered);
-  // Called as a function that nothing is known about: around copies that the compiler makes itself
-  // it drops destructors, and then a fault in one would leave the registration behind.
+  // Called through a pointer that the compiler cannot see through. Were the body inlined, a copy in
+  // it that the compiler makes itself would count as raising nothing: a fault there would call no
+  // destructor, and the registration would stay in the chain.
   using Run = std::invoke_result_t<Body> (*)(Body && body);
   Run run = [](Body&& statements) -> std::invoke_result_t<Body> {
     return std::forward<Body>(statements)();
@@ -72,12 +70,12 @@ template <auto kEnter, class Body>
 
 /// Runs `body` and returns what it returns. An exception of the processor or the operating system
 /// in it is raised where it happens, like an error of the statement, so that destructors run. Where
-/// that cannot be (in a function of the operating system, in one that raises nothing, without
-/// stack), the thread is cut back to the innermost CallOut, or else to here, and it is raised from
-/// there; destructors further in do not run.
+/// that cannot be (in a function of the operating system, in one that is declared to raise nothing,
+/// when the stack is used up), the thread goes back to the innermost CallOut, or else to here, and
+/// the error is raised from there; destructors further in do not run.
 ///
-/// Informational exceptions, those of other threads, and those that somebody below handles are left
-/// alone, and so is what happens in code of the client (ClientCode).
+/// Left alone are exceptions that only inform, those of other threads, those that a function called
+/// from `body` handles itself, and those in code of the client (ClientCode).
 template <class Body>
 std::invoke_result_t<Body> RaisingFaults(Body&& body) {
   return internal::Registered<&QmzEnterFaultRegistration>(std::forward<Body>(body));
@@ -85,14 +83,15 @@ std::invoke_result_t<Body> RaisingFaults(Body&& body) {
 
 // --- Code of the client ---
 
-/// An exception of the client's own on its way past us: the client handles it outside its call to
-/// us, and everything on the way there is left. What destructors give back is given back; nobody
-/// reports it, and whoever catches everything passes it on; in a destructor, which cannot, it ends.
+/// An exception of the client's own on its way past us. The client handles it outside its call to
+/// us, so every function of ours on the way is left, and destructors give back what they hold.
+/// Nobody reports it. Whoever catches every error raises this one again; only in a destructor,
+/// which cannot, it ends.
 class ClientUnwinding {
  public:
   explicit ClientUnwinding(KeptUnwinding* kept) : kept_(kept) {}
   ClientUnwinding(ClientUnwinding&& other) noexcept : kept_(std::exchange(other.kept_, nullptr)) {}
-  /// One that nobody takes has been overtaken by another exception, which ends it.
+  /// Ends the client's exception unless it has been taken: another one has overtaken it then.
   ~ClientUnwinding();
   ClientUnwinding& operator=(ClientUnwinding&&) = delete;
 
@@ -102,12 +101,11 @@ class ClientUnwinding {
   KeptUnwinding* kept_;
 };
 
-/// Goes on with the unwinding that was interrupted for us, now that nothing of ours is left on the
-/// way.
+/// Goes on with the unwinding that was interrupted, once no function of ours is left on its way.
 [[noreturn]] void ResumeUnwinding(KeptUnwinding* kept);
 
-/// Stands within every entry through which foreign code calls the component and from which the
-/// component may call foreign code in turn. What unwinds past the component leaves it here.
+/// Stands in every function that foreign code calls and that may call foreign code in turn. An
+/// unwinding that goes past the component leaves the component here.
 template <class Body>
 std::invoke_result_t<Body> CalledFromOutside(Body&& body) {
   KeptUnwinding* kept = nullptr;
@@ -120,16 +118,16 @@ std::invoke_result_t<Body> CalledFromOutside(Body&& body) {
 }
 
 /// Stands around a call to a function that may run code of others: an object's, a window's. When an
-/// exception in there is handled outside the component, the destructors of the component up to
-/// CalledFromOutside run; not those within `body`, which does nothing but the call.
+/// exception in there is handled outside the component, the destructors of the component from here
+/// out to CalledFromOutside run. Those within `body` do not: it does nothing but the call.
 template <class Body>
 std::invoke_result_t<Body> CallOut(Body&& body) {
   return internal::Registered<&QmzEnterCallOut>(std::forward<Body>(body));
 }
 
-/// Stands around every call into code of the client: an exception there is the client's own. It is
-/// offered to the handlers that the client has around its call to us. One in our own code, at an
-/// object of the client that is none, stays ours.
+/// Stands around every call into code of the client. An exception there is the client's own and is
+/// offered to the handlers that the client has around its call to us. One in our own code stays
+/// ours, as when what the client has handed over as an object is none.
 class ClientCode {
  public:
   ClientCode();

@@ -61,7 +61,7 @@ HeldObject CreateLateObject(std::string_view programmatic_identifier);
 /// Whether the object carries data to be pasted or dropped.
 bool IsDataObject(ClientObject object);
 
-/// More members than any report is read for: a list that has not ended by then never does.
+/// More members than anybody reads in a report; a list longer than this is taken for endless.
 inline constexpr std::size_t kMostLateMembers = 10'000;
 
 /// The members of an object that can be enumerated, nothing when it cannot. More than

@@ -16,8 +16,8 @@ class YieldingWait {
   YieldingWait(const YieldingWait&) = delete;
   YieldingWait& operator=(const YieldingWait&) = delete;
 
-  /// Sleeps until a message arrives or `milliseconds` have passed, then dispatches what is waiting;
-  /// a message that posts itself again does not keep the turn.
+  /// Sleeps until a message arrives or `milliseconds` have passed, then dispatches what is waiting.
+  /// Ends also when messages post themselves again and again.
   void Turn(std::int32_t milliseconds);
 
  private:

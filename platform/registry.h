@@ -44,8 +44,8 @@ std::int32_t RegistryCreateKey(RegistryKey root, const std::string& path, std::u
 std::int32_t RegistryEnumKey(RegistryKey key, std::uint32_t index, std::string& name);
 
 /// RegEnumValueA: name, type and size of value number `index`, counted from 0, or
-/// kRegistryNoMoreItems. Fills `data`, unless it is empty, and is kRegistryMoreData when the value
-/// is longer.
+/// kRegistryNoMoreItems. `data` gets the value itself: kRegistryMoreData when it has no room for
+/// it. An empty `data` asks for no value.
 std::int32_t RegistryEnumValue(RegistryKey key, std::uint32_t index, std::string& name,
                                std::span<std::byte> data, RegistryValueInfo& info);
 

@@ -9,9 +9,8 @@ namespace qmzentrel::platform {
 /// Whether such a session is attached to the process.
 bool HasDebugSession();
 
-/// Sends the service a message with a text. The service may store the number of an instance in
-/// `instance`, now or within `timeout_ms`; null for messages that ask for none. Gives up after
-/// `timeout_ms`.
+/// Sends the service a message with a text, and gives up after `timeout_ms`. Until then the service
+/// may store the number of an instance in `instance`, which is null for messages that ask for none.
 void NotifyReportService(std::int32_t message, const std::string& text, std::int16_t* instance,
                          std::int32_t timeout_ms);
 

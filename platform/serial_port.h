@@ -30,6 +30,11 @@ constexpr std::int64_t WireMicroseconds(const SerialSettings& settings, std::siz
   return static_cast<std::int64_t>(bytes) * bits * 1'000'000 / settings.baud_rate;
 }
 
+// Codes of the operating system for an opening that fails. A driver that refuses the settings gives
+// one of its own choice.
+inline constexpr std::int32_t kPortMissing = 2;
+inline constexpr std::int32_t kPortInUse = 5;
+
 /// State of the two output lines, true = on.
 struct ModemLines {
   bool dtr = false;
@@ -48,10 +53,14 @@ class SerialPort {
   SerialPort& operator=(const SerialPort&) = delete;
 
   /// Opens port `number` (1 and up) with every setting stated and nothing inherited; then the
-  /// output lines stand as `lines` says, and one that is off was not on meanwhile by our doing.
+  /// output lines stand as `lines` says. Opening does not switch a line on that shall be off.
   /// False when there is no such port, it is in use, or it refuses the settings; then nothing stays
-  /// open.
+  /// open, and OpenError says why.
   bool Open(std::int32_t number, const SerialSettings& settings, ModemLines lines);
+
+  /// Why the last Open failed, as the operating system's code; 0 when it did not, or before the
+  /// first one. Kept until the next, for whoever looks into it.
+  std::int32_t OpenError() const { return open_error_; }
 
   bool IsOpen() const;
 
@@ -65,10 +74,11 @@ class SerialPort {
   /// not been sent then is dropped). The last of them may still be on their way: see AwaitSent.
   bool Write(std::span<const std::uint8_t> bytes);
 
-  /// Waits until what was written has had its time on the wire and the driver, where it tells,
-  /// holds nothing of it any more; before that a closing or a change of the lines cuts it. False
-  /// when it cannot all have been sent: the port has vanished, or the driver still holds bytes a
-  /// second later, which are dropped then. Dispatches no window message and sleeps in the kernel.
+  /// Waits until what was written has had its time on the wire and the driver, if it counts them,
+  /// holds no byte of it any more. Closing the port or changing the lines earlier would cut it off.
+  /// False when not all of it can have been sent: the port has vanished, or the driver still holds
+  /// bytes a second later, which are dropped then. Dispatches no window message and sleeps in the
+  /// kernel.
   bool AwaitSent();
 
   /// Reads until `buffer` is full or `timeout_ms` milliseconds have passed; returns how many bytes
@@ -81,6 +91,7 @@ class SerialPort {
  private:
   struct State;
   std::unique_ptr<State> state_;
+  std::int32_t open_error_ = 0;
 };
 
 }  // namespace qmzentrel::platform

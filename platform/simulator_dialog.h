@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/window_place.h"
+#include "platform/desktop.h"
 
 namespace qmzentrel::platform {
 
@@ -58,13 +58,13 @@ struct DialogContent {
   std::string notice;  ///< a line of its own, empty for none
 };
 
-/// Told of what the user does while the dialog is up, on the thread that shows it. The content has
-/// not been changed then: it is the presenter's to change.
+/// Told of what the user does while the dialog is up, on the thread that shows it. The dialog never
+/// changes the content itself: that is for the presenter to do.
 class DialogPresenter {
  public:
   virtual ~DialogPresenter() = default;
   /// The window has been made and is not visible yet. `place` is where it would stand, in its
-  /// designed size; what it is changed to is where it stands then.
+  /// designed size; the presenter may change it, and the window will stand there.
   virtual void Placing(WindowPlace& place) = 0;
   virtual void ListChosen(DialogList list, std::int32_t index) = 0;
   virtual void CheckClicked(DialogCheck check, bool ticked) = 0;
@@ -87,19 +87,5 @@ bool ShowSimulatorDialog(const DialogContent& content, DialogPresenter& presente
 
 void RefreshSimulatorDialog();
 void HideSimulatorDialog();
-
-/// Size of the screen in pixels.
-struct ScreenSize {
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-};
-ScreenSize PrimaryScreen();
-
-/// What the nearest screen to `place` leaves for windows, without the bar of the tasks say.
-WindowPlace WorkAreaNearest(const WindowPlace& place);
-
-/// The shape of the mouse pointer, until a window under it asks for another.
-enum class PointerShape { kArrow, kHourglass };
-void SetPointer(PointerShape shape);
 
 }  // namespace qmzentrel::platform

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/simulator_dialog.h"
+#include "platform/desktop.h"
 
 namespace qmzentrel::modCOM_FormHelpers {
 

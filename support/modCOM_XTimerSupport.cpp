@@ -9,6 +9,7 @@
 #include "support/XTimer.h"
 #include "support/error_frame.h"
 #include "support/ignoring_errors.h"
+#include "support/modErrorReportSupport.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_XTimerSupport {
@@ -60,6 +61,8 @@ Slot& FreeSlot() {
   state.mintMaxTimers = static_cast<std::int16_t>(state.mintMaxTimers + kGrowth);
   return state.maxti[used];
 }
+
+const modErrorReportSupport::GlobalVariables g_variables(DumpFields);
 
 ModuleFields Fields() {
   return {"modCOM_XTimerSupport", nullptr, [](const void*) { return DumpFields(); }};

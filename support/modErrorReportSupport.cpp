@@ -18,7 +18,6 @@
 #include "support/component_version.h"
 #include "support/dump_variable.h"
 #include "support/ignoring_errors.h"
-#include "support/modCOM_XTimerSupport.h"
 #include "support/shown_text.h"
 
 namespace qmzentrel::modErrorReportSupport {
@@ -35,6 +34,9 @@ constexpr std::int32_t ComponentID = 0;
 std::atomic<bool> HasInitialised{false};
 std::optional<ErrorReportClient> g_client;
 std::atomic<int> g_withheld{0};
+
+// Null before any constructor runs: modules add themselves in whatever order they are made.
+constinit const GlobalVariables* g_first_global_variables = nullptr;
 
 struct StoredError {
   std::int32_t ErrorNumber = 0;
@@ -105,7 +107,7 @@ struct Report {
 
 std::string VariablesText(const StoredError& error, const std::string& local_variables,
                           const std::string& module_variables, const std::string& parameters) {
-  const std::string global_variables = DumpError(error) + modCOM_XTimerSupport::DumpFields();
+  const std::string global_variables = DumpError(error) + GlobalVariables::DumpAll();
   return Section("Variables", Section("LocalVariables", local_variables) + "\r\n" +
                                   Section("ModuleVariables", module_variables) + "\r\n" +
                                   Section("GlobalVariables", global_variables) + "\r\n") +
@@ -217,6 +219,17 @@ std::string ReportError(const char* module, const char* procedure,
     platform::DebuggerOutput(report.BoxText() + "\r\n" + report.variables);
   }
   return "";
+}
+
+GlobalVariables::GlobalVariables(Dump dump)
+    : dump_(dump), next_(std::exchange(g_first_global_variables, this)) {}
+
+std::string GlobalVariables::DumpAll() {
+  std::string text;
+  for (const auto* module = g_first_global_variables; module != nullptr; module = module->next_) {
+    text += module->dump_();
+  }
+  return text;
 }
 
 ReportsWithheld::ReportsWithheld() {

@@ -36,6 +36,23 @@ std::string ReportError(const char* module, const char* procedure,
                         const std::string& local_variables, const std::string& module_variables,
                         const std::string& parameters);
 
+/// The global variables of a module, as one object at its namespace scope: every report shows them
+/// behind its own. Of a module that is not linked there are none.
+class GlobalVariables {
+ public:
+  using Dump = std::string (*)();
+
+  explicit GlobalVariables(Dump dump);
+  GlobalVariables(const GlobalVariables&) = delete;
+  GlobalVariables& operator=(const GlobalVariables&) = delete;
+
+  static std::string DumpAll();
+
+ private:
+  Dump dump_;
+  const GlobalVariables* next_;
+};
+
 /// As long as one lives, ReportError does nothing: for programs that run a procedure of the
 /// component to see whether it fails.
 class ReportsWithheld {

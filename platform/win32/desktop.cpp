@@ -1,36 +1,25 @@
-#include "platform/win32/desktop.h"
+#include "platform/desktop.h"
 
-#include "platform/hardware_faults.h"
+#include <windows.h>
+
+#include "platform/win32/window_place.h"
 
 namespace qmzentrel::platform {
-namespace {
 
-bool IsOfThisProcess(HWND window) {
-  DWORD process = 0;
-  return GetWindowThreadProcessId(window, &process) != 0 && process == GetCurrentProcessId();
+ScreenSize PrimaryScreen() {
+  return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
 }
 
-}  // namespace
-
-bool HasVisibleDesktop() {
-  USEROBJECTFLAGS flags{};
-  return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags,
-                                   nullptr) != FALSE &&
-         (flags.dwFlags & WSF_VISIBLE) != 0;
+WindowPlace WorkAreaNearest(const WindowPlace& place) {
+  const RECT rect{place.left, place.top, place.left + place.width, place.top + place.height};
+  MONITORINFO monitor{};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromRect(&rect, MONITOR_DEFAULTTONEAREST), &monitor);
+  return PlaceOf(monitor.rcWork);
 }
 
-HWND ClientWindow() {
-  const HWND active = GetActiveWindow();
-  if (active != nullptr && IsOfThisProcess(active)) return active;
-  const HWND foreground = GetForegroundWindow();
-  if (foreground == nullptr || !IsOfThisProcess(foreground)) return nullptr;
-  // Of another thread, which may be waiting for this one: locking its window would wait for it.
-  constexpr UINT kPatienceMs = 500;
-  DWORD_PTR unused = 0;
-  const LRESULT answered = CallOutToClient([&] {
-    return SendMessageTimeoutW(foreground, WM_NULL, 0, 0, SMTO_NORMAL, kPatienceMs, &unused);
-  });
-  return answered != 0 ? foreground : nullptr;
+void SetPointer(PointerShape shape) {
+  SetCursor(LoadCursorW(nullptr, shape == PointerShape::kArrow ? IDC_ARROW : IDC_WAIT));
 }
 
 }  // namespace qmzentrel::platform

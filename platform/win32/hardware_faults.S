@@ -1,27 +1,26 @@
-/* The two ends of a fault registration, and the way back to it: what no compiler can express. The
-   layout is FaultRegistration's: previous, handler, ebx esi edi ebp esp eip, code, cut_back_to,
-   unwinding. */
+/* The two ends of a fault registration, and the way back to it: what no compiler can express. */
+#include "platform/win32/fault_layout.h"
 
 	.text
 
 /* int QmzEnterFaultRegistration(FaultRegistration*), int QmzEnterCallOut(FaultRegistration*) */
 	.macro enter handler
 	movl 4(%esp), %eax
-	movl $\handler, 4(%eax)
-	movl %ebx, 8(%eax)
-	movl %esi, 12(%eax)
-	movl %edi, 16(%eax)
-	movl %ebp, 20(%eax)
+	movl $\handler, REGISTRATION_HANDLER(%eax)
+	movl %ebx, REGISTRATION_EBX(%eax)
+	movl %esi, REGISTRATION_ESI(%eax)
+	movl %edi, REGISTRATION_EDI(%eax)
+	movl %ebp, REGISTRATION_EBP(%eax)
 	leal 4(%esp), %ecx          /* the stack as it is after the return */
-	movl %ecx, 24(%eax)
+	movl %ecx, REGISTRATION_ESP(%eax)
 	movl (%esp), %ecx
-	movl %ecx, 28(%eax)
+	movl %ecx, REGISTRATION_EIP(%eax)
 	xorl %ecx, %ecx             /* nothing has led back yet */
-	movl %ecx, 32(%eax)
-	movl %ecx, 36(%eax)
-	movl %ecx, 40(%eax)
+	movl %ecx, REGISTRATION_CODE(%eax)
+	movl %ecx, REGISTRATION_CUT_BACK_TO(%eax)
+	movl %ecx, REGISTRATION_UNWINDING(%eax)
 	movl %fs:0, %ecx
-	movl %ecx, (%eax)
+	movl %ecx, REGISTRATION_PREVIOUS(%eax)
 	movl %eax, %fs:0
 	xorl %eax, %eax
 	ret
@@ -39,7 +38,7 @@ _QmzEnterCallOut:
 	.globl _QmzLeaveFaultRegistration
 _QmzLeaveFaultRegistration:
 	movl 4(%esp), %eax
-	movl (%eax), %ecx
+	movl REGISTRATION_PREVIOUS(%eax), %ecx
 	movl %ecx, %fs:0
 	ret
 
@@ -52,12 +51,12 @@ return_to:
 	cld
 	fnclex
 	emms                        /* no x87 register in use, as a function expects */
-	movl 8(%eax), %ebx
-	movl 12(%eax), %esi
-	movl 16(%eax), %edi
-	movl 20(%eax), %ebp
-	movl 24(%eax), %esp
-	movl 28(%eax), %ecx
+	movl REGISTRATION_EBX(%eax), %ebx
+	movl REGISTRATION_ESI(%eax), %esi
+	movl REGISTRATION_EDI(%eax), %edi
+	movl REGISTRATION_EBP(%eax), %ebp
+	movl REGISTRATION_ESP(%eax), %esp
+	movl REGISTRATION_EIP(%eax), %ecx
 	movl $1, %eax
 	jmp *%ecx
 
@@ -81,27 +80,24 @@ _QmzUnwindTo:
 	popl %ebp
 	ret
 
-/* The layout of KeptUnwinding: esp ebx esi edi ebp fs:0, end of the stack to keep, number of bytes,
-   bytes. */
-
 /* void QmzInterruptUnwinding(KeptUnwinding*, FaultRegistration*): keeps the stack from here to the
    end that is stated and goes back to the registration; comes back when the unwinding goes on. */
 	.globl _QmzInterruptUnwinding
 _QmzInterruptUnwinding:
 	movl 4(%esp), %eax
 	movl 8(%esp), %edx
-	movl %esp, (%eax)
-	movl %ebx, 4(%eax)
-	movl %esi, 8(%eax)
-	movl %edi, 12(%eax)
-	movl %ebp, 16(%eax)
+	movl %esp, KEPT_ESP(%eax)
+	movl %ebx, KEPT_EBX(%eax)
+	movl %esi, KEPT_ESI(%eax)
+	movl %edi, KEPT_EDI(%eax)
+	movl %ebp, KEPT_EBP(%eax)
 	movl %fs:0, %ecx
-	movl %ecx, 20(%eax)
-	movl 24(%eax), %ecx
+	movl %ecx, KEPT_FIRST_REGISTRATION(%eax)
+	movl KEPT_END(%eax), %ecx
 	subl %esp, %ecx
-	movl %ecx, 28(%eax)
+	movl %ecx, KEPT_SIZE(%eax)
 	movl %esp, %esi
-	leal 32(%eax), %edi
+	leal KEPT_BYTES(%eax), %edi
 	cld
 	rep movsb
 	movl %edx, %eax
@@ -111,16 +107,16 @@ _QmzInterruptUnwinding:
 	.globl _QmzGoOnUnwinding
 _QmzGoOnUnwinding:
 	movl 4(%esp), %eax
-	movl (%eax), %esp           /* below all that is put back */
+	movl KEPT_ESP(%eax), %esp   /* below all that is put back */
 	movl %esp, %edi
-	leal 32(%eax), %esi
-	movl 28(%eax), %ecx
+	leal KEPT_BYTES(%eax), %esi
+	movl KEPT_SIZE(%eax), %ecx
 	cld
 	rep movsb
-	movl 20(%eax), %ecx
+	movl KEPT_FIRST_REGISTRATION(%eax), %ecx
 	movl %ecx, %fs:0
-	movl 4(%eax), %ebx
-	movl 8(%eax), %esi
-	movl 12(%eax), %edi
-	movl 16(%eax), %ebp
+	movl KEPT_EBX(%eax), %ebx
+	movl KEPT_ESI(%eax), %esi
+	movl KEPT_EDI(%eax), %edi
+	movl KEPT_EBP(%eax), %ebp
 	ret

@@ -5,43 +5,77 @@
 // After it, which it needs.
 #include <malloc.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #include <cxxabi.h>
+
+#include "platform/win32/fault_layout.h"
 
 // The linker's name for the start of this module.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace qmzentrel::platform {
 
+// What a FaultRegistration holds. The operating system knows the first two members, of everybody's
+// registrations; the rest is ours.
+struct Registration {
+  Registration* previous;
+  void* handler;
+  DWORD ebx, esi, edi, ebp, esp, eip;  // to come back with
+  DWORD code;                          // of the last fault, 0: none yet
+  DWORD cut_back_to;                   // not 0 while a fault of ours is leading back here
+  KeptUnwinding* unwinding;            // the client's, that has led back here; null: none
+};
+static_assert(sizeof(Registration) == sizeof(FaultRegistration));
+static_assert(offsetof(Registration, previous) == REGISTRATION_PREVIOUS);
+static_assert(offsetof(Registration, handler) == REGISTRATION_HANDLER);
+static_assert(offsetof(Registration, ebx) == REGISTRATION_EBX);
+static_assert(offsetof(Registration, esi) == REGISTRATION_ESI);
+static_assert(offsetof(Registration, edi) == REGISTRATION_EDI);
+static_assert(offsetof(Registration, ebp) == REGISTRATION_EBP);
+static_assert(offsetof(Registration, esp) == REGISTRATION_ESP);
+static_assert(offsetof(Registration, eip) == REGISTRATION_EIP);
+static_assert(offsetof(Registration, code) == REGISTRATION_CODE);
+static_assert(offsetof(Registration, cut_back_to) == REGISTRATION_CUT_BACK_TO);
+static_assert(offsetof(Registration, unwinding) == REGISTRATION_UNWINDING);
+
 // An unwinding of the client's that has been interrupted: the stack below the registration that was
-// told of it, and how to go back there. The layout is known to the assembler part as well.
+// told of it, and how to go back there.
 struct KeptUnwinding {
-  DWORD stack;
-  DWORD registers[4];
+  DWORD esp, ebx, esi, edi, ebp;
   DWORD first_registration;
-  DWORD end;
-  DWORD size;
+  DWORD end;   // of the stack that is kept
+  DWORD size;  // of what is kept
   // The kept bytes follow.
 
   char* Bytes() { return reinterpret_cast<char*>(this + 1); }
   // The copy of what lay at `address`.
   template <class T>
   T* CopyOf(const T* address) {
-    return reinterpret_cast<T*>(Bytes() + (reinterpret_cast<DWORD>(address) - stack));
+    return reinterpret_cast<T*>(Bytes() + (reinterpret_cast<DWORD>(address) - esp));
   }
 };
-static_assert(sizeof(KeptUnwinding) == 32);
+static_assert(offsetof(KeptUnwinding, esp) == KEPT_ESP);
+static_assert(offsetof(KeptUnwinding, ebx) == KEPT_EBX);
+static_assert(offsetof(KeptUnwinding, esi) == KEPT_ESI);
+static_assert(offsetof(KeptUnwinding, edi) == KEPT_EDI);
+static_assert(offsetof(KeptUnwinding, ebp) == KEPT_EBP);
+static_assert(offsetof(KeptUnwinding, first_registration) == KEPT_FIRST_REGISTRATION);
+static_assert(offsetof(KeptUnwinding, end) == KEPT_END);
+static_assert(offsetof(KeptUnwinding, size) == KEPT_SIZE);
+static_assert(sizeof(KeptUnwinding) == KEPT_BYTES);
 
 extern "C" {
-int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, FaultRegistration* registration,
-                            CONTEXT* context, void* dispatcher);
-int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record, FaultRegistration* registration,
+int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, Registration* registration, CONTEXT* context,
+                            void* dispatcher);
+int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record, Registration* registration,
                               CONTEXT* context, void* dispatcher);
-[[noreturn]] void QmzReturnToFaultRegistration(const FaultRegistration* registration);
-void QmzUnwindTo(FaultRegistration* registration, EXCEPTION_RECORD* record);
-void QmzInterruptUnwinding(KeptUnwinding* kept, FaultRegistration* registration);
+[[noreturn]] void QmzReturnToFaultRegistration(const Registration* registration);
+void QmzUnwindTo(Registration* registration, EXCEPTION_RECORD* record);
+void QmzInterruptUnwinding(KeptUnwinding* kept, Registration* registration);
 [[noreturn]] void QmzGoOnUnwinding(const KeptUnwinding* kept);
 }
 
@@ -55,8 +89,8 @@ constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
 constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
 constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
 
-// What the report of a stack overflow needs below the procedure that it is raised in, the message
-// box or the error handler included.
+// The stack that must be left below a procedure for it to report a stack overflow, with the message
+// box or the error handler.
 constexpr std::ptrdiff_t kStackForReport = 128 * 1024;
 
 // Of the processor: pending exceptions of either floating-point unit, direction, single step.
@@ -84,41 +118,37 @@ CodeRange OwnCode() {
   return {base + headers->OptionalHeader.BaseOfCode, headers->OptionalHeader.SizeOfCode};
 }
 
-FaultRegistration* FirstRegistration() {
+Registration* FirstRegistration() {
   void* first = nullptr;
   asm("movl %%fs:0, %0" : "=r"(first));
-  return static_cast<FaultRegistration*>(first);
+  return static_cast<Registration*>(first);
 }
 
-void SetFirstRegistration(void* registration) {
+void SetFirstRegistration(Registration* registration) {
   asm volatile("movl %0, %%fs:0" : : "r"(registration) : "memory");
 }
 
 // The operating system's mark for the end of the chain.
-bool IsEnd(const FaultRegistration* registration) {
+bool IsEnd(const Registration* registration) {
   return reinterpret_cast<std::uintptr_t>(registration) == UINTPTR_MAX;
 }
 
 // Marks a call into code of the client; takes no exception.
-int __cdecl ClientCodeHandler(EXCEPTION_RECORD* /*record*/, FaultRegistration* /*registration*/,
+int __cdecl ClientCodeHandler(EXCEPTION_RECORD* /*record*/, Registration* /*registration*/,
                               CONTEXT* /*context*/, void* /*dispatcher*/) {
   return ExceptionContinueSearch;
 }
 
-bool MarksClientCode(const FaultRegistration& registration) {
+bool MarksClientCode(const Registration& registration) {
   return registration.handler == reinterpret_cast<void*>(&ClientCodeHandler);
 }
 
-bool IsProcedure(const FaultRegistration& registration) {
+bool IsProcedure(const Registration& registration) {
   return registration.handler == reinterpret_cast<void*>(&QmzFaultHandler);
 }
 
-bool IsCallOut(const FaultRegistration& registration) {
+bool IsCallOut(const Registration& registration) {
   return registration.handler == reinterpret_cast<void*>(&QmzCallOutHandler);
-}
-
-FaultRegistration* Outer(const FaultRegistration& registration) {
-  return static_cast<FaultRegistration*>(registration.previous);
 }
 
 // Bytes of the thread's stack below `place`.
@@ -128,22 +158,31 @@ std::ptrdiff_t StackBelow(const void* place) {
   return static_cast<const char*>(place) - static_cast<const char*>(stack.AllocationBase);
 }
 
-bool LeavesStackForReport(const FaultRegistration* registration) {
+bool LeavesStackForReport(const Registration* registration) {
   return StackBelow(registration) >= kStackForReport;
 }
 
-[[noreturn]] void CutBackTo(FaultRegistration* registration, DWORD code, EXCEPTION_RECORD* record) {
+[[noreturn]] void CutBackTo(Registration* registration, DWORD code, EXCEPTION_RECORD* record) {
   registration->code = code;
   registration->cut_back_to = 1;
   QmzUnwindTo(registration, record);
   QmzReturnToFaultRegistration(registration);
 }
 
+[[noreturn]] void RaiseWhatLedBack(const Registration& registration) {
+  if (registration.unwinding != nullptr) throw ClientUnwinding(registration.unwinding);
+  const DWORD code = registration.code;
+  // Or the next overflow would end the process without a word.
+  if (code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
+  g_raiser(code);
+  std::abort();
+}
+
 // Entered as if the instruction at fault had called it. The code lies in the registration: the
 // handler has no other storage that is this thread's alone.
 [[gnu::noinline, noreturn]] void RaiseAtFault() {
   asm volatile("cld\n\tfnclex" ::: "cc");
-  RaiseWhatLedBackTo(*FirstRegistration());
+  RaiseWhatLedBack(*FirstRegistration());
 }
 
 // Whether the processor was sent to an address that holds no code.
@@ -152,7 +191,7 @@ bool IsWildJump(const EXCEPTION_RECORD& record, const CONTEXT& context) {
          record.ExceptionInformation[1] == context.Eip;
 }
 
-// Whether a statement of ours is at fault, be it that it has called what is no function.
+// Whether a statement of ours is at fault; also when it has called an address without code.
 bool IsInOwnCode(const EXCEPTION_RECORD& record, const CONTEXT& context) {
   static const CodeRange own = OwnCode();
   if (own.Holds(context.Eip)) return true;
@@ -161,30 +200,30 @@ bool IsInOwnCode(const EXCEPTION_RECORD& record, const CONTEXT& context) {
 
 // Who stands between a fault and the registration that is asked about it.
 struct Between {
-  FaultRegistration* innermost;           // of all registrations, or the one asked
-  FaultRegistration* call_out = nullptr;  // the innermost one
+  Registration* innermost;           // of all registrations, or the one asked
+  Registration* call_out = nullptr;  // the innermost one
   bool client = false;
   bool other = false;
 };
 
-Between BetweenFaultAnd(FaultRegistration* registration, DWORD stack_at_fault, bool in_own_code) {
+Between BetweenFaultAnd(Registration* registration, DWORD stack_at_fault, bool in_own_code) {
   Between found{.innermost = registration};
-  FaultRegistration* inner = FirstRegistration();
-  // The operating system's own, entered to ask us, lie below the fault.
-  while (reinterpret_cast<DWORD>(inner) < stack_at_fault) inner = Outer(*inner);
+  Registration* inner = FirstRegistration();
+  // Below the fault lie those that the operating system has entered itself, in order to ask us.
+  while (reinterpret_cast<DWORD>(inner) < stack_at_fault) inner = inner->previous;
   found.innermost = inner;
-  // A call to the client that has not got as far as the client.
+  // Our code was about to call the client; the client itself has not begun.
   if (in_own_code) {
     while (inner != registration && (IsCallOut(*inner) || MarksClientCode(*inner))) {
-      inner = Outer(*inner);
+      inner = inner->previous;
     }
   }
-  for (; inner != registration && !IsEnd(inner); inner = Outer(*inner)) {
+  for (; inner != registration && !IsEnd(inner); inner = inner->previous) {
     if (MarksClientCode(*inner)) {
       found.client = true;
     } else if (!IsCallOut(*inner)) {
       found.other = true;
-      found.call_out = nullptr;  // nothing raised there would get past this one
+      found.call_out = nullptr;  // an error raised further in would not get past this one
     } else if (found.call_out == nullptr) {
       found.call_out = inner;
     }
@@ -192,7 +231,8 @@ Between BetweenFaultAnd(FaultRegistration* registration, DWORD stack_at_fault, b
   return found;
 }
 
-// As a function is entered: no x87 register in use, and nothing pending.
+// Brings the processor into the state that a function expects at its entry: direction flag and
+// single step off, no x87 register in use, no floating-point exception pending.
 void ClearForCall(CONTEXT& context) {
   context.EFlags &= ~kDirectionAndTrapFlags;
   context.FloatSave.StatusWord &= ~kX87Exceptions;
@@ -204,8 +244,8 @@ void ClearForCall(CONTEXT& context) {
   *reinterpret_cast<DWORD*>(context.ExtendedRegisters + kSseStateAt) &= ~kSseExceptions;
 }
 
-// Lets the thread go on as if the statement at fault had called a function that raises. False where
-// it cannot be: the way out must lead through our own code alone.
+// Lets the thread go on as if the statement at fault had called a function that raises. False when
+// the fault is not in our own code, through which alone an error can be raised.
 bool RaiseWhereItHappened(const EXCEPTION_RECORD& record, CONTEXT& context) {
   if (!IsInOwnCode(record, context)) return false;
   if (!IsWildJump(record, context)) {
@@ -231,9 +271,9 @@ LONG WINAPI HandOn(EXCEPTION_POINTERS* exception) {
 }
 
 // The procedure that a fault of this thread would belong to now; null when there is none.
-FaultRegistration* RunningProcedure() {
-  for (FaultRegistration* registration = FirstRegistration(); !IsEnd(registration);
-       registration = Outer(*registration)) {
+Registration* RunningProcedure() {
+  for (Registration* registration = FirstRegistration(); !IsEnd(registration);
+       registration = registration->previous) {
     if (MarksClientCode(*registration)) return nullptr;
     if (IsProcedure(*registration)) return registration;
   }
@@ -241,20 +281,20 @@ FaultRegistration* RunningProcedure() {
 }
 
 // Where a fault goes that could not be raised at its statement.
-FaultRegistration* PlaceOfFault() {
-  FaultRegistration* const first = FirstRegistration();
-  // The statement was in an entry of ours that the client called within the call out.
+Registration* PlaceOfFault() {
+  Registration* const first = FirstRegistration();
+  // The statement was in a function of ours that the client had called from within the call out.
   const bool in_call_out = !IsEnd(first) && IsCallOut(*first);
   if (in_call_out && first->code != 0 && first->cut_back_to == 0) return first;
-  FaultRegistration* const procedure = RunningProcedure();
+  Registration* const procedure = RunningProcedure();
   return procedure != nullptr && procedure->code != 0 ? procedure : nullptr;
 }
 
 // --- Exceptions of the client that unwind past us ---
 
 // Whether a fault of ours is leading the thread back past `registration`.
-bool IsCutBack(const FaultRegistration* registration) {
-  for (; !IsEnd(registration); registration = Outer(*registration)) {
+bool IsCutBack(const Registration* registration) {
+  for (; !IsEnd(registration); registration = registration->previous) {
     if ((IsProcedure(*registration) || IsCallOut(*registration)) &&
         registration->cut_back_to != 0) {
       return true;
@@ -263,17 +303,17 @@ bool IsCutBack(const FaultRegistration* registration) {
   return false;
 }
 
-// What asking for memory needs, with room to spare.
+// The stack that asking for memory needs, with room to spare.
 constexpr std::ptrdiff_t kStackForInterruption = 32 * 1024;
 
-// The call to here and the assembler part's own.
+// The stack of the call to LeaveProcedures and of the assembler part.
 constexpr DWORD kStackOfCall = 1024;
 
 // Lets the destructors of our procedures run before the unwinding that has come to `registration`
 // goes on: puts the stack of the unwinding aside, raises an error from where the call out was made,
 // and comes back when that has left the component.
-void LeaveProcedures(FaultRegistration* registration) {
-  // Of an overflow that the client handles; our destructors are missed rather than the handler.
+void LeaveProcedures(Registration* registration) {
+  // The client handles an overflow of the stack. Better to miss our destructors than its handler.
   if (StackBelow(__builtin_frame_address(0)) < kStackForInterruption) return;
   const auto end = reinterpret_cast<DWORD>(registration + 1);
   const DWORD most = end - reinterpret_cast<DWORD>(__builtin_frame_address(0)) + kStackOfCall;
@@ -286,7 +326,8 @@ void LeaveProcedures(FaultRegistration* registration) {
   HeapFree(GetProcessHeap(), 0, kept);
 }
 
-// What is on its way and has found no CalledFromOutside; null when it is something else.
+// The unwinding of the client's that has found no CalledFromOutside on its way; null when something
+// else has ended the search for a handler.
 KeptUnwinding* UnwindingInProgress() {
   if (std::current_exception() == nullptr) return nullptr;
   try {
@@ -309,22 +350,23 @@ bool IsHandlingFault() {
   }
 }
 
-// The fault that could not leave the function that it was raised in: one that raises nothing, or
-// one that code of others has called. Any other error that finds no handler ends the process, and
-// so does an end that no error has led to.
+// Called when an error finds no handler. A fault goes on from here when it could not leave the
+// function that it was raised in: one that is declared to raise nothing, or one that code of others
+// has called. Any other error ends the process, and so does a call that no error has led to.
 void OnTerminate() {
   if (KeptUnwinding* const kept = UnwindingInProgress()) {
     abi::__cxa_end_catch();  // of whoever ended the search for a handler
     ResumeUnwinding(kept);
   }
-  FaultRegistration* const place = PlaceOfFault();
+  Registration* const place = PlaceOfFault();
   if (place == nullptr) std::abort();
   if (IsHandlingFault()) {
     abi::__cxa_end_catch();  // of whoever ended the search for a handler
   } else if (std::uncaught_exceptions() == 0) {
     std::abort();
   }
-  // Else a function that raises nothing has let it past its handlers for other errors.
+  // Otherwise the fault came to the edge of a function that is declared to raise nothing, past its
+  // handlers for other errors.
   CutBackTo(place, place->code, nullptr);
 }
 
@@ -333,7 +375,7 @@ void OnTerminate() {
 extern "C" {
 
 [[gnu::force_align_arg_pointer]] int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record,
-                                                             FaultRegistration* registration,
+                                                             Registration* registration,
                                                              CONTEXT* context, void* dispatcher) {
   if ((record->ExceptionFlags & kUnwinding) != 0) {
     return QmzCallOutHandler(record, registration, context, dispatcher);
@@ -345,7 +387,7 @@ extern "C" {
   const Between between = BetweenFaultAnd(registration, context->Esp, IsInOwnCode(fault, *context));
   if (between.client) return ExceptionContinueSearch;
   if (code == EXCEPTION_STACK_OVERFLOW && !LeavesStackForReport(registration)) {
-    return ExceptionContinueSearch;  // one further out
+    return ExceptionContinueSearch;  // a procedure further out will take it
   }
   registration->code = code;
   if (code == EXCEPTION_STACK_OVERFLOW) CutBackTo(registration, code, record);
@@ -358,10 +400,10 @@ extern "C" {
   return ExceptionContinueExecution;
 }
 
-// A call out has no opinion of an exception. But when somebody outside handles it, that leaves
-// frames of ours, whose destructors nobody else runs.
+// A call out takes no exception. But when somebody outside handles one, functions of ours are left,
+// and nobody else runs their destructors.
 [[gnu::force_align_arg_pointer]] int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record,
-                                                               FaultRegistration* registration,
+                                                               Registration* registration,
                                                                CONTEXT* /*context*/,
                                                                void* /*dispatcher*/) {
   if ((record->ExceptionFlags & kUnwinding) != 0 && !IsCutBack(registration)) {
@@ -384,12 +426,7 @@ void InstallFaultHandling(FaultRaiser raiser) {
 }
 
 void RaiseWhatLedBackTo(const FaultRegistration& registration) {
-  if (registration.unwinding != nullptr) throw ClientUnwinding(registration.unwinding);
-  const std::uint32_t code = registration.code;
-  // Or the next overflow would end the process without a word.
-  if (code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
-  g_raiser(code);
-  std::abort();
+  RaiseWhatLedBack(reinterpret_cast<const Registration&>(registration));
 }
 
 ClientUnwinding::~ClientUnwinding() {
@@ -397,20 +434,21 @@ ClientUnwinding::~ClientUnwinding() {
 }
 
 void ResumeUnwinding(KeptUnwinding* kept) {
-  // The unwinding goes on with the registrations that are still there.
-  auto* const told = reinterpret_cast<FaultRegistration*>(kept->end) - 1;
+  // The kept stack has the chain lead on to registrations of ours that have gone meanwhile.
+  auto* const told = reinterpret_cast<Registration*>(kept->end) - 1;
   if (FirstRegistration() != told) kept->CopyOf(told)->previous = FirstRegistration();
   QmzGoOnUnwinding(kept);
 }
 
-ClientCode::ClientCode() : registration_{} {
-  registration_.handler = reinterpret_cast<void*>(&ClientCodeHandler);
-  registration_.previous = FirstRegistration();
-  SetFirstRegistration(&registration_);
+ClientCode::ClientCode() {
+  auto* const registration = new (&registration_) Registration{};
+  registration->handler = reinterpret_cast<void*>(&ClientCodeHandler);
+  registration->previous = FirstRegistration();
+  SetFirstRegistration(registration);
 }
 
 ClientCode::~ClientCode() {
-  SetFirstRegistration(registration_.previous);
+  SetFirstRegistration(reinterpret_cast<const Registration&>(registration_).previous);
 }
 
 }  // namespace qmzentrel::platform

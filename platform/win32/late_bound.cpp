@@ -25,7 +25,7 @@ IDispatch* DispatchOf(ClientObject object) {
   return static_cast<IDispatch*>(object.object);
 }
 
-// Languages that know no difference ask for either.
+// As languages do that make no difference between reading a property and calling a method.
 constexpr WORD kGetEither = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
 OwnedVariant VariantOf(const LateArgument& argument) {
@@ -90,7 +90,7 @@ HRESULT InvokeMember(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& param
 std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WORD flags,
                                   LateArguments arguments, const LateArgument* let_value,
                                   VARIANT* result) {
-  // Its own code may let go of it while it runs.
+  // The code of the object may release the last reference while it runs.
   const ComPointer<IDispatch> held(DispatchOf(object));
   FailureTexts failure;
   DISPID id = DISPID_UNKNOWN;
@@ -118,7 +118,7 @@ std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateA
   if (auto failure = Invoke(object, name, kGetEither, arguments, nullptr, value.Get())) {
     return failure;
   }
-  // It may be an object, which is asked for its value.
+  // The property may be an object: the conversion asks that for its value.
   const HRESULT converted = CallOut(
       [&] { return VariantChangeTypeEx(value.Get(), value.Get(), kComponentLocale, 0, type); });
   if (FAILED(converted)) return LateFailure{AutomationNumber(converted), "", ""};
@@ -229,7 +229,7 @@ std::optional<LateFailure> LateMembers(ClientObject object,
                                        std::optional<std::vector<LateValue>>& members) {
   members.reset();
   OwnedVariant enumerator;
-  // An object without one answers in many ways; it is shown by its default member then.
+  // One that cannot be enumerated may fail in any way; it is shown by its default member then.
   if (GetWellKnown(object, DISPID_NEWENUM, enumerator.Get())) return std::nullopt;
   const VARTYPE type = V_VT(enumerator.Get());
   if ((type != VT_UNKNOWN && type != VT_DISPATCH) || V_UNKNOWN(enumerator.Get()) == nullptr) {

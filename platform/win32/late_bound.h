@@ -13,8 +13,8 @@
 
 namespace qmzentrel::platform {
 
-/// Reads a property as it is into `value`, which is empty. Not asked for as a method too: objects
-/// of script languages would call what they hold there.
+/// Reads a property as it is into `value`, which is empty. The object is asked for a property only,
+/// never for a method: an object of a script language would call a function that it holds there.
 std::optional<LateFailure> LateGet(ClientObject object, std::string_view name, VARIANT* value);
 
 /// Whether the object says that it has no member of that name; one that cannot say it may have it.

@@ -8,8 +8,8 @@
 namespace qmzentrel::platform {
 
 /// Keeps the client's windows from input as long as it lives: every top-level window of the calling
-/// thread, visible or not, and `owner`, which may be another thread's. What takes no input anyway
-/// is left alone, then and afterwards. To be made before the window that shall take input.
+/// thread, visible or not, and `owner`, which may be another thread's. A window that the client had
+/// locked itself stays locked afterwards. To be made before the window that shall take input.
 class LockedWindows {
  public:
   explicit LockedWindows(HWND owner);
@@ -17,7 +17,7 @@ class LockedWindows {
   LockedWindows(const LockedWindows&) = delete;
   LockedWindows& operator=(const LockedWindows&) = delete;
 
-  /// Before our window is hidden: of windows without input none would become the active one.
+  /// To be called before our window is hidden: the operating system makes no locked window active.
   void Unlock();
 
  private:

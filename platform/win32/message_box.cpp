@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/hardware_faults.h"
-#include "platform/win32/desktop.h"
+#include "platform/win32/client_window.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {

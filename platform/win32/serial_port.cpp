@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/win32/deadline.h"
 #include "platform/win32/handle.h"
 
 namespace qmzentrel::platform {
@@ -21,11 +22,12 @@ constexpr DWORD kWriteLimitMs = 1000;
 // The limit of reads that the driver begins with: the shortest wait for a box. See Transfer.
 constexpr DWORD kReadLimitMs = 500;
 
-// A limit of the driver's that ends by so much too late is good enough.
+// A limit that the driver has already is kept when it ends a wait too late by no more than this.
 constexpr DWORD kSlackMs = 50;
 
-// How late a driver may end a request by its own limit: a port at the other end of a network takes
-// its time. Cancelling earlier would lose bytes: many drivers hand over nothing then.
+// How long after its limit a driver may end a request by itself: that of a port at the other end of
+// a network takes its time. Only then is the request cancelled, since many drivers hand over none
+// of the bytes of a cancelled one.
 constexpr DWORD kBackstopMs = 1000;
 
 // A cancel can be lost where it meets an arriving byte, so it is repeated. A driver that has not
@@ -36,39 +38,12 @@ constexpr DWORD kCancelMs = 100;
 // A request that fails at once, again and again, must not burn the processor.
 constexpr DWORD kLeastTurnMs = 10;
 
-// What the driver no longer counts may still stand in the send buffer of the chip, 16 bytes in the
-// common one.
+// Bytes that the driver no longer counts may still be in the send buffer of the chip, which holds
+// 16 in the common one.
 constexpr std::size_t kChipBuffer = 16;
 
-// Beside their time on the wire bytes need that of the way there: a frame or two of a USB adapter.
+// The way to the wire, before the bytes' time on it: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
-
-std::int64_t MonotonicMs() {
-  LARGE_INTEGER frequency;
-  LARGE_INTEGER count;
-  QueryPerformanceFrequency(&frequency);
-  QueryPerformanceCounter(&count);
-  const std::int64_t seconds = count.QuadPart / frequency.QuadPart;
-  const std::int64_t rest = count.QuadPart % frequency.QuadPart;
-  return seconds * 1000 + rest * 1000 / frequency.QuadPart;
-}
-
-// A moment on the monotonic clock; a date set by the user does not shift it.
-class Deadline {
- public:
-  explicit Deadline(std::int64_t in_ms)
-      : at_ms_(MonotonicMs() + std::max<std::int64_t>(in_ms, 0)) {}
-  DWORD Remaining() const {
-    return static_cast<DWORD>(std::max<std::int64_t>(at_ms_ - MonotonicMs(), 0));
-  }
-  // Sleep may end early by a tick of the system's clock.
-  void SleepOut() const {
-    while (const DWORD left = Remaining()) Sleep(left);
-  }
-
- private:
-  std::int64_t at_ms_;
-};
 
 // One request, with all the memory that the driver may write to. On the heap: a driver that never
 // ends a request keeps it.
@@ -77,6 +52,12 @@ struct Request {
   OwnedHandle ended{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   std::array<std::uint8_t, 64> bytes{};  // The longest frame has 33.
 };
+
+// Why the last call failed; never 0, also for a driver that gives no reason.
+std::int32_t CauseOfFailure() {
+  const DWORD error = GetLastError();
+  return static_cast<std::int32_t>(error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE);
+}
 
 bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   DCB block{};  // Everything not named below is off.
@@ -134,22 +115,24 @@ struct SerialPort::State {
     SetWholeControlBlock(port.Get(), settings);
   }
 
-  bool Open(const std::wstring& device) {
+  // 0, or why it cannot be opened.
+  std::int32_t Open(const std::wstring& device) {
     port = OwnedHandle(CreateFileW(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
-    if (!port.IsValid()) return false;
+    if (!port.IsValid()) return CauseOfFailure();
     request = std::make_unique<Request>();
-    if (!request->ended.IsValid()) return false;
+    if (!request->ended.IsValid()) return CauseOfFailure();
     // With inherited limits reads would return at once or never.
     limits.ReadTotalTimeoutConstant = kReadLimitMs;
     limits.WriteTotalTimeoutConstant = kWriteLimitMs;
     // Never with a line on: the next opening begins with the last control block, also that of a
     // program which was ended by force.
-    return SetWholeControlBlock(port.Get(), settings) &&
-           SetCommTimeouts(port.Get(), &limits) != FALSE;
+    const bool accepted =
+        SetWholeControlBlock(port.Get(), settings) && SetCommTimeouts(port.Get(), &limits) != FALSE;
+    return accepted ? 0 : CauseOfFailure();
   }
 
-  // Counts from the moment at which the driver has the bytes: it may begin only then.
+  // To be called when the driver has the bytes: it may begin to send only then.
   void NoteWritten(std::size_t count) { sent = Deadline(sent.Remaining() + WireMs(count)); }
 
   std::int64_t WireMs(std::size_t count) const {
@@ -177,9 +160,10 @@ struct SerialPort::State {
     for (bool first = true; done < size && request; first = false) {
       const DWORD left = deadline.Remaining();
       if (!first && left == 0) break;
-      // The usual limit may be too short, which costs a second turn where nothing comes; setting it
-      // each time would cost every exchange a call or two. A shorter one is left by a wait that has
-      // run out, and would cut the next request.
+      // The first turn takes the usual limit, though it may be too short for a wait in which
+      // nothing comes: that costs a second turn, but setting the limit would cost every exchange a
+      // call or two. One that an earlier wait has left is set right when it is too long, or so
+      // short that it would cut this request.
       const DWORD enough = std::min(left, usual);
       if (!first) {
         SetLimit(limits.*limit, left);
@@ -240,10 +224,14 @@ SerialPort::~SerialPort() = default;
 
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
-  if (number < 1) return false;
+  if (number < 1) {
+    open_error_ = kPortMissing;
+    return false;
+  }
   auto state = std::make_unique<State>(settings);
   // Without the device prefix COM10 and above are not found.
-  if (!state->Open(L"\\\\.\\COM" + std::to_wstring(number))) return false;
+  open_error_ = state->Open(L"\\\\.\\COM" + std::to_wstring(number));
+  if (open_error_ != 0) return false;
   state_ = std::move(state);
   SetLines(lines);
   return true;

@@ -14,11 +14,12 @@
 #include "platform/apartment.h"
 #include "platform/hardware_faults.h"
 #include "platform/win32/caption_tips.h"
-#include "platform/win32/desktop.h"
+#include "platform/win32/client_window.h"
 #include "platform/win32/locked_windows.h"
 #include "platform/win32/simulator_dialog_controls.h"
 #include "platform/win32/visual_styles.h"
 #include "platform/win32/wide.h"
+#include "platform/win32/window_place.h"
 #include "platform/win32/window_text.h"
 
 // The linker's name for the start of this module, which is its handle: the client's program has no
@@ -79,21 +80,6 @@ std::optional<std::int64_t> NumberOf(std::wstring_view digits) {
     number = std::min(number * 10 + (digit - L'0'), kLarge);
   }
   return number;
-}
-
-WindowPlace PlaceOf(const RECT& rect) {
-  return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
-}
-
-WindowPlace PlaceOf(HWND window) {
-  RECT rect{};
-  GetWindowRect(window, &rect);
-  return PlaceOf(rect);
-}
-
-void Place(HWND window, const WindowPlace& place) {
-  SetWindowPos(window, nullptr, place.left, place.top, place.width, place.height,
-               SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 // The width that a drop-down list needs to show its widest entry.
@@ -323,7 +309,7 @@ void Dialog::Begin() {
   WindowPlace place = DefaultPlace();
   presenter_.Placing(place);
   placed_ = true;
-  Place(window_, place);
+  MoveTo(window_, place);
 }
 
 // As tall as the lists, which follow their font and not the design; the arrows beside their boxes
@@ -334,13 +320,13 @@ void Dialog::AlignBoxes() {
   const auto place_box = [this, height = PlaceOfControl(IDC_cboMIF).height](int id) {
     WindowPlace box = PlaceOfControl(id);
     box.height = height;
-    Place(Control(id), box);
+    MoveTo(Control(id), box);
     return box;
   };
   for (const int text : kTexts) place_box(text);
   for (const SpinControls& spin : kSpins) {
     const WindowPlace box = place_box(spin.box);
-    Place(Control(spin.arrows), {box.left + box.width, box.top, arrows.right, box.height});
+    MoveTo(Control(spin.arrows), {box.left + box.width, box.top, arrows.right, box.height});
   }
 }
 
@@ -494,11 +480,11 @@ void Dialog::ShowNotice() {
   for (const int button : kButtons) {
     WindowPlace place = PlaceOfControl(button);
     place.top += growth;
-    Place(Control(button), place);
+    MoveTo(Control(button), place);
   }
   WindowPlace place = PlaceOf(window_);
   place.height += growth;
-  Place(window_, MovedInto(WorkAreaNearest(place), place));
+  MoveTo(window_, MovedInto(WorkAreaNearest(place), place));
 }
 
 void Dialog::Enable(HWND control, bool enabled) {
@@ -542,22 +528,6 @@ void RefreshSimulatorDialog() {
 
 void HideSimulatorDialog() {
   if (Dialog* const dialog = DialogOfThread()) dialog->Hide();
-}
-
-ScreenSize PrimaryScreen() {
-  return {GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-}
-
-WindowPlace WorkAreaNearest(const WindowPlace& place) {
-  const RECT rect{place.left, place.top, place.left + place.width, place.top + place.height};
-  MONITORINFO monitor{};
-  monitor.cbSize = sizeof monitor;
-  GetMonitorInfoW(MonitorFromRect(&rect, MONITOR_DEFAULTTONEAREST), &monitor);
-  return PlaceOf(monitor.rcWork);
-}
-
-void SetPointer(PointerShape shape) {
-  SetCursor(LoadCursorW(nullptr, shape == PointerShape::kArrow ? IDC_ARROW : IDC_WAIT));
 }
 
 }  // namespace qmzentrel::platform

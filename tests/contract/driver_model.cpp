@@ -337,6 +337,7 @@ BOOL WINAPI DriverModel::SetState(HANDLE handle, DCB* block) {
   if (!self.IsPort(handle)) return self.imports_->state.System()(handle, block);
   const Lock lock;
   if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.habits_.refuses_settings) return Fail(*self.habits_.refuses_settings);
   const bool has_flow_characters = block->XonChar != block->XoffChar;
   if (!block->fBinary || !has_flow_characters || block->ByteSize < 5 || block->ByteSize > 8) {
     return Fail(ERROR_INVALID_PARAMETER);

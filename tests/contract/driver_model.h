@@ -15,13 +15,14 @@
 
 namespace qmzentrel::contract {
 
-/// What a driver may do beside its work; as it stands, it does what most of them do.
+/// In what drivers differ; unchanged, it is what most of them do.
 struct DriverHabits {
   bool cancelled_reads_give_nothing = true;  ///< though bytes had come in
   bool opens_with_lines_of_last_block = true;
   bool closing_drops_lines = true;
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool answers_status = true;                    ///< else ClearCommError is no function of its
+  std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one
   int loses_cancels = 0;                         ///< so many cancels have no effect
   bool never_ends_cancelled = false;             ///< a cancelled request stays pending
   bool blocks_writes = false;                    ///< takes no byte of a write
@@ -30,8 +31,8 @@ struct DriverHabits {
   double byte_ms = 11 / 9.6;                     ///< a byte on the wire
 };
 
-/// The port \\.\COM20. One client at a time has it open; the device behind it is silent, and
-/// answers kDeviceCommand where it was told to.
+/// The port \\.\COM20. One client at a time has it open. The device behind it is silent but for the
+/// answer to kDeviceCommand that it was told to give.
 class DriverModel {
  public:
   using Bytes = std::vector<std::uint8_t>;
@@ -72,8 +73,8 @@ class DriverModel {
   Calls Seen();
   COMMTIMEOUTS Limits();
 
-  /// Ends the requests that were cancelled in vain, as a driver may at any time; false when the
-  /// memory of one was no longer there.
+  /// Ends the requests that were cancelled in vain, as a driver may at any time. False when the
+  /// client had freed the memory of one, which a driver would have written to.
   bool EndStuckRequests();
 
  private:
@@ -85,7 +86,7 @@ class DriverModel {
     double due_ms;
     DWORD count = 0;
 
-    // False when its memory is no longer there.
+    // False when the client has freed its memory.
     bool End(DWORD status) const;
   };
   struct Imports;

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/desktop.h"
 #include "platform/late_bound.h"
 #include "platform/serial_port.h"
 #include "platform/simulator_dialog.h"
@@ -49,13 +50,14 @@ void RunOnAnotherThread(const std::function<void()>& body);
 
 // ---- exceptions of the processor ----
 
-/// Raises one. Comes back with false when nobody has taken it.
+/// Raises one. Returns only when nobody has taken it, with false.
 bool RaiseFault(std::uint32_t code);
 
-/// Runs `body`; whether an exception of the client's language has left it and been handled outside.
+/// Runs `body`, and tells whether an exception of the client's language has left it and been
+/// handled outside.
 bool LeftByClientException(const std::function<void()>& body);
 
-/// Raises one. Objects on the way to the component are not destroyed.
+/// Raises one. Objects of the test between here and the component are not destroyed.
 [[noreturn]] void RaiseClientException();
 
 // ---- the registry ----
@@ -139,13 +141,17 @@ class DialogUser {
   virtual bool WaitFor(const std::function<bool()>& come) = 0;
 };
 
-/// Shows the dialog, while `user` is at it; uses its close box if it is still up in the end. What
-/// ShowSimulatorDialog gives. `user` may run on another thread.
+/// Shows the dialog, while `user` is at it; uses its close box if it is still up in the end.
+/// Returns what ShowSimulatorDialog does. `user` may run on another thread.
 bool ShowToUser(const platform::DialogContent& content, platform::DialogPresenter& presenter,
                 const std::function<void(DialogUser& user)>& user);
 
-/// Runs `body`, while a user reads and closes every message box with this title. The texts read.
+// ---- message boxes ----
+
+/// Runs `body`, while a user reads and closes every message box with this title. Returns the texts.
 std::vector<std::string> MessagesSeen(const std::string& title, const std::function<void()>& body);
+
+// ---- the desktop ----
 
 /// Runs `body` where no desktop is to be seen.
 void WithoutDesktop(const std::function<void()>& body);
@@ -161,8 +167,8 @@ bool HasSerialDevice();
 /// The number of the device's port.
 std::int32_t DevicePort();
 
-/// Whether a port that is open is refused to anybody else; Wine leaves that to the device. Only
-/// while the device's port is closed.
+/// Whether a port that is open is refused to anybody else; Wine leaves that to the device. To be
+/// asked only while the device's port is closed.
 bool SystemGuardsPorts();
 
 /// A number that no port has.

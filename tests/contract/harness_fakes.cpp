@@ -40,7 +40,7 @@ void PostQuit(int code) {
   fakes::TheWorld().PostQuit(fakes::Milliseconds(0), static_cast<std::uintptr_t>(code));
 }
 
-// Dispatches everything else that is due: the tests ask when nothing is.
+// Other messages that are due would be dispatched as well; the tests ask when there are none.
 std::optional<int> TakeQuit() {
   std::vector<std::uintptr_t> codes;
   fakes::TheWorld().DispatchDue([&codes](std::uintptr_t code) { codes.push_back(code); });

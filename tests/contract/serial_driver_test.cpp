@@ -148,6 +148,23 @@ TEST_F(SerialDriver, HasItsUsualLimitsBackAfterAWaitThatRanOut) {
   EXPECT_EQ(Driver().Seen().reads - before, 1);
 }
 
+// --- Openings ---
+
+TEST_F(SerialDriver, ThatRefusesItsSettingsHasItsReasonKept) {
+  port.Close();
+  Driver().SetHabits({.refuses_settings = ERROR_NOT_READY});
+  EXPECT_FALSE(Open());
+  EXPECT_EQ(port.OpenError(), ERROR_NOT_READY);
+}
+
+TEST_F(SerialDriver, ThatGivesNoReasonHasFailedAllTheSame) {
+  port.Close();
+  Driver().SetHabits({.refuses_settings = ERROR_SUCCESS});
+  EXPECT_FALSE(Open());
+  EXPECT_FALSE(port.IsOpen());
+  EXPECT_EQ(port.OpenError(), ERROR_GEN_FAILURE);
+}
+
 // --- Reads ---
 
 TEST_F(SerialDriver, EndsAReadByItsOwnLimitSoThatNothingThatCameIsLost) {

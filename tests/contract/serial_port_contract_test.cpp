@@ -42,18 +42,22 @@ TEST(SerialPortContract, APortThatWasNeverOpenedDoesNothing) {
   port.Close();
   port.Close();
   EXPECT_FALSE(port.IsOpen());
+  EXPECT_EQ(port.OpenError(), 0);
 }
 
 TEST(SerialPortContract, NumbersBelowOneAreNoPort) {
   SerialPort port;
-  EXPECT_FALSE(port.Open(0, SerialSettings{}, {}));
-  EXPECT_FALSE(port.Open(-1, SerialSettings{}, {}));
+  for (const std::int32_t number : {0, -1}) {
+    EXPECT_FALSE(port.Open(number, SerialSettings{}, {}));
+    EXPECT_EQ(port.OpenError(), platform::kPortMissing);
+  }
   EXPECT_FALSE(port.IsOpen());
 }
 
 TEST(SerialPortContract, ANumberWithoutAPortCannotBeOpened) {
   SerialPort port;
   EXPECT_FALSE(port.Open(contract::MissingPort(), SerialSettings{}, {}));
+  EXPECT_EQ(port.OpenError(), platform::kPortMissing);
   EXPECT_FALSE(port.IsOpen());
 }
 
@@ -92,6 +96,7 @@ TEST_F(SerialDeviceContract, APortInUseCannotBeOpenedByAnother) {
   ASSERT_TRUE(Open());
   SerialPort other;
   EXPECT_EQ(other.Open(contract::DevicePort(), SerialSettings{}, {}), !refused);
+  EXPECT_EQ(other.OpenError(), refused ? platform::kPortInUse : 0);
   EXPECT_EQ(other.IsOpen(), !refused);
   EXPECT_TRUE(port_.IsOpen());
 }
@@ -108,9 +113,22 @@ TEST_F(SerialDeviceContract, AnOpeningThatFailsLeavesThePortClosed) {
   EXPECT_FALSE(port_.IsOpen());
 }
 
+TEST_F(SerialDeviceContract, TheCauseOfAFailedOpeningStandsUntilTheNextOne) {
+  EXPECT_FALSE(port_.Open(contract::MissingPort(), SerialSettings{}, {}));
+  port_.Close();
+  EXPECT_EQ(port_.OpenError(), platform::kPortMissing);
+  ASSERT_TRUE(Open());
+  EXPECT_EQ(port_.OpenError(), 0);
+  port_.Close();
+  EXPECT_EQ(port_.OpenError(), 0);
+}
+
 TEST_F(SerialDeviceContract, SettingsThatThePortRefusesLeaveItClosedAndFree) {
   contract::WithRefusedSettings([this](const SerialSettings& settings) {
     EXPECT_FALSE(port_.Open(contract::DevicePort(), settings, {}));
+    for (const std::int32_t other : {0, platform::kPortMissing, platform::kPortInUse}) {
+      EXPECT_NE(port_.OpenError(), other);
+    }
   });
   EXPECT_FALSE(port_.IsOpen());
   SerialPort other;
@@ -288,6 +306,7 @@ TEST_F(SerialDeviceContract, AVanishedPortCannotBeOpenedUntilItIsBack) {
   contract::DeviceVanishes();
   port_.Close();
   EXPECT_FALSE(Open());
+  EXPECT_EQ(port_.OpenError(), platform::kPortMissing);
   contract::DeviceComesBack();
   ASSERT_TRUE(Open());
   contract::DeviceSends({0x42});

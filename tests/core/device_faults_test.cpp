@@ -42,7 +42,7 @@ TEST_F(DeviceFaults, Class_TerminateIsReportedWhole) {
 TEST_F(DeviceFaults, Zentrel_DeviceOpenIsReportedWhole) {
   RunOutOfMemoryInRegistry("RegOpenKeyEx", kMaker + "Zentrel");
   ExpectReport([this] { zentrel->DeviceOpen(kPort, true); },
-               {kOutOfMemory, kModule, "m_PortCtrl.Open()",
+               {kOutOfMemory, kModule, "m_PortCtrl.Open(",
                 Shown("Port", kPort) + Shown("MaintainSupply", true), Shown("lngStatus", 0)});
 }
 

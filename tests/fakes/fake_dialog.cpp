@@ -1,11 +1,11 @@
 #include "tests/fakes/fake_dialog.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
 #include "platform/hardware_faults.h"
+#include "tests/fakes/fake_world.h"
 
 namespace qmzentrel::fakes {
 
@@ -56,7 +56,7 @@ const std::string& FakeDialog::Shown(DialogText text) const {
   return At(shown_.texts, text);
 }
 
-// What the presenter throws ends the dialog and waits until it has gone, as in the real thing.
+// An error of the presenter's ends the dialog and is raised once that has gone, as in the real one.
 template <class Call>
 void FakeDialog::Tell(Call call) {
   try {
@@ -199,25 +199,6 @@ void RefreshSimulatorDialog() {
 void HideSimulatorDialog() {
   TheWorld().Enter("HideSimulatorDialog");
   if (fakes::g_dialog != nullptr) fakes::g_dialog->Hide();
-}
-
-ScreenSize PrimaryScreen() {
-  return TheWorld().screen;
-}
-
-WindowPlace WorkAreaNearest(const WindowPlace& place) {
-  const fakes::World& world = TheWorld();
-  if (world.work_areas.empty()) return {0, 0, world.screen.width, world.screen.height};
-  const auto distance = [&place](const WindowPlace& area) {
-    const WindowPlace moved = MovedInto(area, place);
-    return std::abs(moved.left - place.left) + std::abs(moved.top - place.top);
-  };
-  return *std::ranges::min_element(world.work_areas, {}, distance);
-}
-
-void SetPointer(PointerShape shape) {
-  TheWorld().pointers.push_back(shape);
-  TheWorld().Note(shape == PointerShape::kArrow ? "pointer arrow" : "pointer hourglass");
 }
 
 }  // namespace qmzentrel::platform

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/simulator_dialog.h"
-#include "tests/fakes/fake_world.h"
+#include "tests/fakes/fake_time.h"
 
 namespace qmzentrel::fakes {
 
@@ -63,6 +63,14 @@ class FakeDialog {
   bool gone_ = false;
   std::optional<std::uintptr_t> quit_code_;
   std::exception_ptr failure_;
+};
+
+struct FakeDialogs {
+  /// Size and position that the dialog is designed with.
+  platform::WindowPlace designed_place{212, 184, 600, 400};
+  /// What the user does at each dialog; one that is still up afterwards is closed by its close box.
+  std::function<void(FakeDialog& dialog)> dialog_user;
+  int dialogs_shown = 0;
 };
 
 }  // namespace qmzentrel::fakes

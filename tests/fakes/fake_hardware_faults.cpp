@@ -2,6 +2,7 @@
 #include "platform/hardware_faults.h"
 
 #include <cstdlib>
+#include <new>
 
 #include "tests/fakes/fake_world.h"
 #include "tests/fakes/hardware_fault.h"
@@ -9,17 +10,20 @@
 namespace qmzentrel {
 namespace {
 
+enum class Kind { kProcedure, kCallOut, kClientCode };
+
+// What a FaultRegistration holds here.
+struct Registration {
+  Registration* previous;
+  Kind kind;
+};
+static_assert(sizeof(Registration) <= sizeof(platform::FaultRegistration));
+
 platform::FaultRaiser g_raiser = nullptr;
-thread_local platform::FaultRegistration* g_first = nullptr;
+thread_local Registration* g_first = nullptr;
 
-// Any addresses that are none of a function's: the handlers of registrations.
-char g_client_mark;
-char g_call_out_mark;
-
-void Enter(platform::FaultRegistration* registration, void* handler) {
-  registration->previous = g_first;
-  registration->handler = handler;
-  g_first = registration;
+void Enter(platform::FaultRegistration* room, Kind kind) {
+  g_first = new (room) Registration{g_first, kind};
 }
 
 }  // namespace
@@ -33,11 +37,9 @@ bool RaiseHardwareFault(std::uint32_t code) {
 }
 
 bool IsInProcedure() {
-  const auto* place = g_first;
-  while (place != nullptr && place->handler == &g_call_out_mark) {
-    place = static_cast<const platform::FaultRegistration*>(place->previous);
-  }
-  return place != nullptr && place->handler != &g_client_mark;
+  const Registration* place = g_first;
+  while (place != nullptr && place->kind == Kind::kCallOut) place = place->previous;
+  return place != nullptr && place->kind == Kind::kProcedure;
 }
 
 void RaiseClientException() {
@@ -53,18 +55,18 @@ void InstallFaultHandling(FaultRaiser raiser) {
 }
 
 int QmzEnterFaultRegistration(FaultRegistration* registration) {
-  Enter(registration, nullptr);
+  Enter(registration, Kind::kProcedure);
   fakes::TheWorld().Enter("procedure");
   return 0;
 }
 
 int QmzEnterCallOut(FaultRegistration* registration) {
-  Enter(registration, &g_call_out_mark);
+  Enter(registration, Kind::kCallOut);
   return 0;
 }
 
 void QmzLeaveFaultRegistration(FaultRegistration* registration) {
-  g_first = static_cast<FaultRegistration*>(registration->previous);
+  g_first = reinterpret_cast<Registration*>(registration)->previous;
 }
 
 // Nothing leads back here: a fault is always raised where it is.
@@ -74,14 +76,14 @@ void RaiseWhatLedBackTo(const FaultRegistration& /*registration*/) {
 
 ClientUnwinding::~ClientUnwinding() = default;
 
-// Past the next procedure or call out, or to the client itself.
+// On to the next procedure or call out; past the last one it is the client's again.
 void ResumeUnwinding(KeptUnwinding* kept) {
   if (g_first != nullptr) throw ClientUnwinding(kept);
   throw fakes::ClientException();
 }
 
 ClientCode::ClientCode() {
-  Enter(&registration_, &g_client_mark);
+  Enter(&registration_, Kind::kClientCode);
 }
 
 ClientCode::~ClientCode() {

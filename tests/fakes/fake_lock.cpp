@@ -1,4 +1,4 @@
-// A lock for tests: held twice by one thread it would never end, so that is a failure of its own.
+// A lock for tests. A thread that takes it twice would wait for ever; here that is an error.
 #include <atomic>
 #include <stdexcept>
 

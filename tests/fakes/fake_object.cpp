@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/number.h"
+#include "tests/fakes/fake_world.h"
 
 namespace qmzentrel::platform {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/late_bound.h"
-#include "tests/fakes/fake_world.h"
+#include "tests/fakes/fake_registry.h"
 
 namespace qmzentrel::fakes {
 
@@ -30,6 +30,11 @@ struct FakeObject {
   std::function<platform::LateValue()> default_value;
 
   platform::ClientObject Handle() { return {this}; }
+};
+
+struct FakeClasses {
+  /// Classes that can be created, by programmatic identifier; null is a creation that fails.
+  std::map<std::string, std::function<platform::HeldObject()>> classes;
 };
 
 }  // namespace qmzentrel::fakes

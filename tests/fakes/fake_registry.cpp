@@ -1,8 +1,47 @@
+#include "tests/fakes/fake_registry.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "platform/registry.h"
 #include "tests/fakes/fake_world.h"
+
+namespace qmzentrel::fakes {
+namespace {
+
+char Lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+}  // namespace
+
+bool NoCaseLess::operator()(const std::string& left, const std::string& right) const {
+  return std::ranges::lexicographical_compare(left, right, {}, Lower, Lower);
+}
+
+void FakeRegistry::SetText(const std::string& path, const std::string& name,
+                           const std::string& text) {
+  constexpr std::uint32_t kRegSz = 1;
+  registry[path][name] = {kRegSz, text + '\0'};
+}
+
+void FakeRegistry::SetNumber(const std::string& path, const std::string& name,
+                             std::uint32_t number) {
+  constexpr std::uint32_t kRegDword = 4;
+  std::string bytes;
+  for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(number >> shift & 0xFF);
+  registry[path][name] = {kRegDword, bytes};
+}
+
+void FakeRegistry::SetTexts(const std::string& path, const std::string& name,
+                            const std::vector<std::string>& texts) {
+  constexpr std::uint32_t kRegMultiSz = 7;
+  std::string bytes;
+  for (const std::string& text : texts) bytes += text + '\0';
+  registry[path][name] = {kRegMultiSz, bytes + '\0'};
+}
+
+}  // namespace qmzentrel::fakes
 
 namespace qmzentrel::platform {
 

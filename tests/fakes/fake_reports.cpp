@@ -1,4 +1,5 @@
-// The message box and the report service.
+#include "tests/fakes/fake_reports.h"
+
 #include "platform/hardware_faults.h"
 #include "platform/message_box.h"
 #include "platform/message_loop.h"

@@ -1,3 +1,5 @@
+#include "tests/fakes/fake_serial_port.h"
+
 #include <algorithm>
 
 #include "platform/serial_port.h"
@@ -44,6 +46,13 @@ void SwitchLines(FakePort& port, ModemLines lines) {
   port.line_history.push_back(lines);
 }
 
+std::int32_t WhyNotToOpen(const FakePort* port) {
+  if (port == nullptr || port->vanished) return kPortMissing;
+  if (port->open) return kPortInUse;
+  constexpr std::int32_t kInvalidParameter = 87;
+  return port->refuses_settings ? kInvalidParameter : 0;
+}
+
 }  // namespace
 
 struct SerialPort::State {
@@ -63,8 +72,8 @@ SerialPort::~SerialPort() {
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
   const auto found = TheWorld().ports.find(number);
-  const bool usable = found != TheWorld().ports.end() && !found->second.open &&
-                      !found->second.refuses_settings && !found->second.vanished;
+  open_error_ = WhyNotToOpen(found != TheWorld().ports.end() ? &found->second : nullptr);
+  const bool usable = open_error_ == 0;
   TheWorld().Note("open COM" + std::to_string(number) + " (" + NameOf(settings) + "), supply " +
                   NameOf(lines) + (usable ? "" : ": refused"));
   if (!usable) return false;
@@ -164,6 +173,17 @@ void SerialPort::SetLines(ModemLines lines) {
 }  // namespace qmzentrel::platform
 
 namespace qmzentrel::fakes {
+
+std::string Hex(std::span<const std::uint8_t> bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0xF];
+  }
+  return text;
+}
 
 Bytes FakePort::Received() const {
   Bytes received;

@@ -1,4 +1,6 @@
 // The debugger channel, text files and per-thread slots.
+#include "tests/fakes/fake_system.h"
+
 #include <map>
 
 #include "platform/apartment.h"
@@ -14,7 +16,7 @@ using fakes::TheWorld;
 void DebuggerOutput(const std::string& text) {
   TheWorld().Enter("DebuggerOutput");
   TheWorld().debugger_lines.push_back(ToAnsi(text));
-  // The journal shows the text without time stamp and label: the order is its matter.
+  // The journal is about the order: it shows the text without time stamp and label.
   static const std::string kLabel = "  INFO   ";
   const std::size_t label = text.find(kLabel);
   TheWorld().Note("log " +
@@ -77,7 +79,7 @@ ApartmentSlot::ApartmentSlot() {
   index_ = ++next;
 }
 
-// The main thread's map is gone by the time that static slots go.
+// Leaves its entries in the maps: the main thread's map has gone before the static slots do.
 ApartmentSlot::~ApartmentSlot() = default;
 
 void* ApartmentSlot::Get() const {

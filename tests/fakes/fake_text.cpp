@@ -1,5 +1,7 @@
 // Code page 1252, English texts and the number rules of automation, as far as the component uses
 // them.
+#include "tests/fakes/fake_text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>

@@ -1,4 +1,5 @@
-// Clocks, pauses, the message loop and its timers in virtual time.
+#include "tests/fakes/fake_time.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -9,6 +10,89 @@
 #include "platform/pause.h"
 #include "platform/timer.h"
 #include "tests/fakes/fake_world.h"
+
+namespace qmzentrel::fakes {
+namespace {
+
+constexpr double kSecondsPerDay = 86400.0;
+
+}  // namespace
+
+const void* ThisThread() {
+  static thread_local char mark = 0;
+  return &mark;
+}
+
+double FakeTime::WallDays() const {
+  const Microseconds elapsed = now + wall_shift;
+  return wall_start_days + static_cast<double>(elapsed.count()) / 1e6 / kSecondsPerDay;
+}
+
+void FakeTime::SetClock(double seconds_since_midnight) {
+  const double days = WallDays();
+  const double wanted = std::floor(days) + seconds_since_midnight / kSecondsPerDay;
+  wall_shift += Microseconds(std::llround((wanted - days) * kSecondsPerDay * 1e6));
+}
+
+void FakeTime::Post(Milliseconds time, std::function<void()> action) {
+  messages_.emplace(now + time, Message{std::move(action), std::nullopt});
+}
+
+void FakeTime::PostQuit(Milliseconds time, std::uintptr_t code) {
+  messages_.emplace(now + time, Message{{}, code});
+}
+
+std::optional<Microseconds> FakeTime::NextDue() const {
+  std::optional<Microseconds> next;
+  if (!messages_.empty()) next = messages_.begin()->first;
+  for (const auto& [id, timer] : timers) {
+    if (timer.thread == ThisThread() && (!next || timer.due < *next)) next = timer.due;
+  }
+  return next;
+}
+
+void FakeTime::DispatchDue(const std::function<void(std::uintptr_t)>& on_quit) {
+  // A message that posts itself again does not keep the turn, as in the real thing.
+  int left = 64;
+  while (!messages_.empty() && messages_.begin()->first <= now && left-- > 0) {
+    const Message message = std::move(messages_.extract(messages_.begin()).mapped());
+    if (message.quit_code) {
+      on_quit(*message.quit_code);
+    } else {
+      message.action();
+    }
+  }
+  std::vector<std::int32_t> due;
+  for (const auto& [id, timer] : timers) {
+    if (timer.thread == ThisThread() && timer.due <= now) due.push_back(id);
+  }
+  for (const std::int32_t id : due) {
+    const auto timer = timers.find(id);
+    if (timer == timers.end()) continue;                                // ended by a tick before
+    timer->second.due = now + Milliseconds(timer->second.interval_ms);  // missed ticks merge
+    constexpr std::int32_t kWmTimer = 0x113;
+    timer->second.callback(0, kWmTimer, id, static_cast<std::int32_t>(now.count() / 1000));
+  }
+}
+
+void FakeTime::SleepUntilDue(Microseconds deadline) {
+  const auto next = NextDue();
+  now = std::max(now, next && *next < deadline ? *next : deadline);
+  if (clock_set_at && now >= *clock_set_at) {
+    wall_shift += clock_set_by;
+    clock_set_at.reset();
+  }
+}
+
+void FakeTime::Pump(Milliseconds time) {
+  const Microseconds end = now + time;
+  while (now < end) {
+    SleepUntilDue(end);
+    DispatchDue([](std::uintptr_t) {});
+  }
+}
+
+}  // namespace qmzentrel::fakes
 
 namespace qmzentrel::platform {
 namespace {

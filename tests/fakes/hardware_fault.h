@@ -5,9 +5,9 @@
 
 namespace qmzentrel::fakes {
 
-/// What the processor would do at this statement. Within a procedure it is raised there; in code of
-/// the client, outside every procedure, or before error reporting is set up, nobody takes it:
-/// false.
+/// Acts as if this statement had made the processor raise an exception. Within a procedure that is
+/// raised as an error. False when nobody takes it: in code of the client, outside every procedure,
+/// or before error reporting is set up.
 bool RaiseHardwareFault(std::uint32_t code);
 
 /// What a client catches outside its call to the component.

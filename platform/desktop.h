@@ -1,4 +1,4 @@
-// Where windows stand, in pixels of the screen.
+// The desktop: its screens, where windows stand on them, in pixels, and the mouse pointer.
 #pragma once
 
 #include <algorithm>
@@ -21,5 +21,19 @@ constexpr WindowPlace MovedInto(const WindowPlace& area, WindowPlace place) {
   place.top = std::max(area.top, std::min(place.top, area.top + area.height - place.height));
   return place;
 }
+
+/// Size of the primary screen.
+struct ScreenSize {
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+};
+ScreenSize PrimaryScreen();
+
+/// What the screen nearest to `place` leaves for windows: all of it but the task bar and its like.
+WindowPlace WorkAreaNearest(const WindowPlace& place);
+
+/// The shape of the mouse pointer, until a window under it asks for another.
+enum class PointerShape { kArrow, kHourglass };
+void SetPointer(PointerShape shape);
 
 }  // namespace qmzentrel::platform

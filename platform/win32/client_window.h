@@ -1,0 +1,16 @@
+// The client's window that one of ours stands in front of while it waits for the user.
+#pragma once
+
+#include <windows.h>
+
+namespace qmzentrel::platform {
+
+/// Whether anybody can see a window of this process. A service may make one, but on a desktop that
+/// nobody sees, where it would wait for ever.
+bool HasVisibleDesktop();
+
+/// The one in use: the active window of this thread, else the window of this process that the user
+/// works with. Null when there is none, or when it does not answer.
+HWND ClientWindow();
+
+}  // namespace qmzentrel::platform
