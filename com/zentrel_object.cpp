@@ -147,18 +147,6 @@ HRESULT ZentrelObject::Call(const Procedure& procedure, const Argument* argument
       procedure.member);
 }
 
-HRESULT ZentrelObject::Run(HRESULT (*call)(void*), void* body, const Caller& member) {
-  return ResultOf([&]() -> HRESULT {
-    const Use use(*this);
-    DropStaleErrorInfo();
-    try {
-      return platform::RaisingFaults([&] { return call(body); });
-    } catch (const platform::RaisedFault&) {
-      ReportFaultOf(member);
-    }
-  });
-}
-
 void ZentrelObject::ReportFaultOf(const Caller& member) {
   const std::string name = platform::WideToUtf8(member.member);
   ErrorFrame frame(core_->Fields(), name.c_str());

@@ -42,7 +42,15 @@ class ZentrelObject final : public _Zentrel,
   /// the call is a fault of `member`.
   template <class Body>
   HRESULT Guarded(Body body, const Caller& member) {
-    return Run([](void* call) { return (*static_cast<Body*>(call))(); }, &body, member);
+    return ResultOf([&]() -> HRESULT {
+      const Use use(*this);
+      DropStaleErrorInfo();
+      try {
+        return platform::RaisingFaults(body);
+      } catch (const platform::RaisedFault&) {
+        ReportFaultOf(member);
+      }
+    });
   }
 
   /// Runs a procedure of the table of members, for every kind of call. E_POINTER when `result` is
@@ -108,10 +116,8 @@ class ZentrelObject final : public _Zentrel,
     if (references_ == 0 && uses_ == 0) delete this;
   }
 
-  // Guarded for all bodies: their call is the least that is made for each of them.
-  HRESULT Run(HRESULT (*call)(void*), void* body, const Caller& member);
-
-  // Called while such a fault is handled: reports it and raises kErrorReported.
+  // Called while bad memory in the arguments of a call is handled: reports it and raises
+  // kErrorReported.
   [[noreturn]] void ReportFaultOf(const Caller& member);
 
   // ZentrelEvents
