@@ -120,14 +120,14 @@ bool IsWellFormed(const DISPPARAMS* parameters) {
 }
 
 // `result` is empty or null. The procedure writes its value straight into it.
-HRESULT Get(ZentrelObject& object, const Procedure& procedure, const Argument* arguments,
-            VARIANT* result, EXCEPINFO* failure) {
+HRESULT Get(ZentrelObject& object, const Member& member, const Procedure& procedure,
+            const Argument* arguments, VARIANT* result, EXCEPINFO* failure) {
   VARIANT dropped;
   VARIANT& value = result != nullptr ? *result : dropped;
   // The values of a variant share one place.
   const HRESULT called = object.Call(procedure, arguments, &V_I4(&value));
   if (FAILED(called)) return Failed(called, failure);
-  V_VT(&value) = procedure.result_type;
+  V_VT(&value) = member.type;
   if (result == nullptr) VariantClear(&dropped);
   return S_OK;
 }
@@ -144,7 +144,7 @@ HRESULT Get(ZentrelObject& object, const Procedure& procedure, const Argument* a
   // Out of this function's own frame, which an exception that unwinds past the procedure leaves
   // too.
   const HRESULT called = platform::CallOut(
-      [&] { return Get(object, procedure, bound_arguments.data(), result, failure); });
+      [&] { return Get(object, member, procedure, bound_arguments.data(), result, failure); });
   if (SUCCEEDED(called)) {
     arguments.WriteBack();
   } else {
@@ -161,9 +161,9 @@ HRESULT Get(ZentrelObject& object, const Procedure& procedure, const Argument* a
     return Wrong(DISP_E_PARAMNOTFOUND, 0, wrong_argument);
   }
   BoundArgument value;
-  const HRESULT bound = value.Bind(given.rgvarg[0], {nullptr, member.let_type}, 0, lcid);
+  const HRESULT bound = value.Bind(given.rgvarg[0], {nullptr, member.type}, 0, lcid);
   if (FAILED(bound)) return Wrong(bound, 0, wrong_argument);
-  const Argument argument = value.ForProcedure(member.let_type);
+  const Argument argument = value.ForProcedure(member.type);
   const HRESULT called =
       platform::CallOut([&] { return object.Call(*member.let, &argument, nullptr); });
   return FAILED(called) ? Failed(called, failure) : S_OK;
@@ -200,7 +200,7 @@ HRESULT InvokeMember(ZentrelObject& object, DISPID id, REFIID riid, LCID lcid, W
   const Procedure* const procedure = member == nullptr ? nullptr : SelectProcedure(*member, flags);
   if (procedure == nullptr) return DISP_E_MEMBERNOTFOUND;
   if (parameters->cArgs == 0 && member->Parameters().empty() && procedure != member->let) {
-    return Get(object, *procedure, nullptr, result, failure);
+    return Get(object, *member, *procedure, nullptr, result, failure);
   }
   // What the procedure raises it reports itself; this is about its arguments.
   HRESULT called = S_OK;

@@ -13,33 +13,20 @@ namespace {
   Parameter {                                                        \
     L"" #name, types::type::kVariant __VA_OPT__(, true, __VA_ARGS__) \
   }
-#define PARAMETERS(...) \
-  { EACH(PARAMETER, __VA_ARGS__) }
+#define ROW(name, id, method, get, let, type, ...) \
+  Member{L"" #name, id, method, get, let, types::type::kVariant, {EACH(PARAMETER, __VA_ARGS__)}},
 #define METHOD(name, id, type, ...) \
-  Member{L"" #name, id, &Procedures::name, nullptr, nullptr, VT_EMPTY, PARAMETERS(__VA_ARGS__)},
-#define GET(name, id, type, ...)  \
-  Member{L"" #name,               \
-         id,                      \
-         nullptr,                 \
-         &Procedures::get_##name, \
-         nullptr,                 \
-         VT_EMPTY,                \
-         PARAMETERS(__VA_ARGS__)},
-#define LET(name, id, type) \
-  Member{L"" #name, id, nullptr, nullptr, &Procedures::put_##name, types::type::kVariant, {}},
-#define PROPERTY(name, id, type)  \
-  Member{L"" #name,               \
-         id,                      \
-         nullptr,                 \
-         &Procedures::get_##name, \
-         &Procedures::put_##name, \
-         types::type::kVariant,   \
-         {}},
+  ROW(name, id, &Procedures::name, nullptr, nullptr, type, __VA_ARGS__)
+#define GET(name, id, type, ...) \
+  ROW(name, id, nullptr, &Procedures::get_##name, nullptr, type, __VA_ARGS__)
+#define LET(name, id, type) ROW(name, id, nullptr, nullptr, &Procedures::put_##name, type)
+#define PROPERTY(name, id, type) \
+  ROW(name, id, nullptr, &Procedures::get_##name, &Procedures::put_##name, type)
 // In the order of the interface.
 constexpr std::array kMembers{
 #include "com/member_table.inc"
 };
-#undef PARAMETERS
+#undef ROW
 #undef PARAMETER
 
 // --- Finding a row ---
@@ -82,12 +69,14 @@ consteval auto MembersByName() {
 
 constexpr auto kByName = MembersByName();
 
-// The identifiers are two short runs of numbers, of the methods and of the properties.
+// The identifiers are two short runs of numbers, of the methods and of the properties: from where
+// to where one of them goes.
 template <bool kMethods>
-constexpr auto kRange = std::ranges::minmax(kMembers | std::views::filter([](const Member& row) {
-                                              return (row.method != nullptr) == kMethods;
-                                            }) |
-                                            std::views::transform(&Member::id));
+consteval auto RunOfIdentifiers() {
+  const auto belongs = [](const Member& member) { return (member.method != nullptr) == kMethods; };
+  return std::ranges::minmax(kMembers | std::views::filter(belongs) |
+                             std::views::transform(&Member::id));
+}
 
 template <bool kMethods>
 class MembersById {
@@ -107,8 +96,8 @@ class MembersById {
   }
 
  private:
-  static constexpr DISPID kFirst = kRange<kMethods>.min;
-  static constexpr DISPID kLast = kRange<kMethods>.max;
+  static constexpr DISPID kFirst = RunOfIdentifiers<kMethods>().min;
+  static constexpr DISPID kLast = RunOfIdentifiers<kMethods>().max;
   static constexpr std::size_t Place(DISPID id) { return static_cast<std::size_t>(id - kFirst); }
 
   std::array<MemberIndex, static_cast<std::size_t>(kLast - kFirst + 1)> indices_{};

@@ -22,7 +22,7 @@ struct Member {
   const Procedure* method;
   const Procedure* get;
   const Procedure* let;
-  VARTYPE let_type;  ///< of the value of the let procedure
+  VARTYPE type;  ///< of what the method or the get procedure answers and the let procedure takes
   /// Of the method or the get procedure; the rest have no name.
   std::array<Parameter, kMostParameters> parameters;
 

@@ -54,9 +54,9 @@ class Argument {
 /// A method, or the get or let procedure of a property.
 struct Procedure {
   Caller member;
-  VARTYPE result_type;  ///< VT_EMPTY for a let procedure, which has none
-  /// Calls the core. `result` has room for a value of `result_type`. Raises what the core raises,
-  /// and ComError for arguments that cannot be used.
+  bool answers;  ///< as all do but let procedures
+  /// Calls the core, and puts the answer, if there is one, where `result` points to. Raises what
+  /// the core raises, and ComError for arguments that cannot be used.
   void (*run)(Zentrel& core, const Argument* arguments, void* result);
 };
 

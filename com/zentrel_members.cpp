@@ -93,7 +93,7 @@ decltype(auto) WithTaken(TypeList<First, Rest...>, const Argument* arguments, Bo
 // `Body` calls the core with what was taken.
 template <class Result, class... Types, class Body>
 consteval Procedure Answering(Caller member, Body /*body*/) {
-  return {member, Result::kVariant, [](Zentrel& core, const Argument* arguments, void* result) {
+  return {member, true, [](Zentrel& core, const Argument* arguments, void* result) {
             auto& place = *static_cast<typename Result::Given*>(result);
             place = {};
             place = Give(Result(), WithTaken(TypeList<Types...>(), arguments,
@@ -105,7 +105,7 @@ consteval Procedure Answering(Caller member, Body /*body*/) {
 
 template <class Type, class Body>
 consteval Procedure Letting(Caller member, Body /*body*/) {
-  return {member, VT_EMPTY, [](Zentrel& core, const Argument* arguments, void* /*result*/) {
+  return {member, false, [](Zentrel& core, const Argument* arguments, void* /*result*/) {
             WithTaken(TypeList<Type>(), arguments, [&](const auto& value) { Body()(core, value); });
           }};
 }

@@ -138,7 +138,7 @@ STDMETHODIMP ZentrelObject::FindConnectionPoint(REFIID riid, IConnectionPoint** 
 HRESULT ZentrelObject::Call(const Procedure& procedure, const Argument* arguments, void* result) {
   return Guarded(
       [&] {
-        if (result == nullptr && procedure.result_type != VT_EMPTY) {
+        if (procedure.answers && result == nullptr) {
           throw ComError{E_POINTER, "The result has nowhere to go"};
         }
         procedure.run(*core_, arguments, result);

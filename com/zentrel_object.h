@@ -53,8 +53,8 @@ class ZentrelObject final : public _Zentrel,
     });
   }
 
-  /// Runs a procedure of the table of members, for every kind of call. E_POINTER when `result` is
-  /// null though there is one.
+  /// Runs a procedure of the table of members, for every kind of call. E_POINTER when it
+  /// answers and `result` is null.
   HRESULT Call(const Procedure& procedure, const Argument* arguments, void* result);
 
   // IUnknown
