@@ -33,6 +33,9 @@ class ClientArray {
     view_ = LongArray(lock_->Elements<std::int32_t>(), lock_->LowerBound());
   }
 
+  /// One that is held already.
+  explicit ClientArray(const LongArray& held) : view_(held) {}
+
   const LongArray& View() const { return view_; }
 
  private:

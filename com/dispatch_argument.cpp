@@ -70,11 +70,22 @@ HRESULT BoundArgument::BindDefault(const Parameter& parameter) {
   if (!parameter.optional) return DISP_E_PARAMNOTOPTIONAL;
   V_VT(&value_) = parameter.type;
   if (parameter.type == VT_BOOL) {
-    V_BOOL(&value_) = static_cast<VARIANT_BOOL>(parameter.default_value);
+    V_BOOL(&value_) = parameter.default_value;
   } else {
     V_I4(&value_) = parameter.default_value;
   }
   return S_OK;
+}
+
+Argument BoundArgument::ForProcedure(VARTYPE type) const {
+  switch (type) {
+    case kLongArrayByReference:
+      return Argument(array_.View());
+    case kObjectByReference:
+      return Argument(object_);
+    default:
+      return Argument(V_I4(&value_));  // the values of a variant share one place
+  }
 }
 
 HRESULT BoundArgument::BindValue(VARIANTARG& given, VARTYPE type, LCID lcid) {

@@ -9,19 +9,17 @@
 #include <cstdint>
 
 #include "com/array_argument.h"
+#include "com/member_types.h"
+#include "com/procedure.h"
 
 namespace qmzentrel::com {
-
-/// In/out parameters, as their types stand in the type library.
-inline constexpr VARTYPE kLongArrayByReference = VT_BYREF | VT_ARRAY | VT_I4;
-inline constexpr VARTYPE kObjectByReference = VT_BYREF | VT_DISPATCH;
 
 /// A parameter as published.
 struct Parameter {
   const wchar_t* name;  ///< null for the value of a let procedure
   VARTYPE type;
   bool optional = false;
-  std::int32_t default_value = 0;  ///< of an optional parameter
+  std::int16_t default_value = 0;  ///< of an optional parameter
 };
 
 /// Holds the converted value, or refers to the client's own, until the call is over.
@@ -47,11 +45,8 @@ class BoundArgument {
   void WriteBack() { array_.WriteBack(); }
 
   std::int32_t Number() const { return V_I4(&value_); }
-  /// A Boolean as well: both lie in the same place.
-  std::int16_t ShortNumber() const { return V_I2(&value_); }
-  BSTR Text() const { return V_BSTR(&value_); }
-  const LongArray& Array() const { return array_.View(); }
-  IDispatch** Object() const { return object_; }
+  /// For a procedure, as bound to a parameter of `type`.
+  Argument ForProcedure(VARTYPE type) const;
 
  private:
   HRESULT BindValue(VARIANTARG& given, VARTYPE type, LCID lcid);

@@ -22,9 +22,9 @@ bool IsNull(REFIID identifier) {
 // The procedure that a call with these flags means. A client that cannot tell a method from a
 // property asks for both at once.
 const Procedure* SelectProcedure(const Member& member, WORD flags) {
-  if (member.method && (flags & DISPATCH_METHOD) != 0) return &member.method;
-  if (member.get && (flags & DISPATCH_PROPERTYGET) != 0) return &member.get;
-  if (member.let && (flags & DISPATCH_PROPERTYPUT) != 0) return &member.let;
+  if (member.method != nullptr && (flags & DISPATCH_METHOD) != 0) return member.method;
+  if (member.get != nullptr && (flags & DISPATCH_PROPERTYGET) != 0) return member.get;
+  if (member.let != nullptr && (flags & DISPATCH_PROPERTYPUT) != 0) return member.let;
   return nullptr;
 }
 
@@ -61,7 +61,13 @@ class ArgumentList {
     return S_OK;
   }
 
-  const BoundArgument* Bound() const { return bound_.data(); }
+  std::array<Argument, kMostParameters> ForProcedure() const {
+    std::array<Argument, kMostParameters> arguments;
+    for (std::size_t i = 0; i < expected_.size(); ++i) {
+      arguments[i] = bound_[i].ForProcedure(expected_[i].type);
+    }
+    return arguments;
+  }
 
   void WriteBack() {
     for (BoundArgument& argument : bound_) argument.WriteBack();
@@ -114,13 +120,14 @@ bool IsWellFormed(const DISPPARAMS* parameters) {
 }
 
 // `result` is empty or null. The procedure writes its value straight into it.
-HRESULT Get(ZentrelObject& object, const Procedure& procedure, const BoundArgument* arguments,
-            VARIANT* result, EXCEPINFO* failure) {
+HRESULT Get(ZentrelObject& object, const Member& member, const Procedure& procedure,
+            const Argument* arguments, VARIANT* result, EXCEPINFO* failure) {
   VARIANT dropped;
   VARIANT& value = result != nullptr ? *result : dropped;
-  const HRESULT called = procedure.call(object, arguments, value);
+  // The values of a variant share one place.
+  const HRESULT called = object.Call(procedure, arguments, &V_I4(&value));
   if (FAILED(called)) return Failed(called, failure);
-  V_VT(&value) = procedure.result_type;
+  V_VT(&value) = member.type;
   if (result == nullptr) VariantClear(&dropped);
   return S_OK;
 }
@@ -133,10 +140,11 @@ HRESULT Get(ZentrelObject& object, const Procedure& procedure, const BoundArgume
   ArgumentList arguments(given, member.Parameters());
   const HRESULT bound = arguments.Bind(lcid, wrong_argument);
   if (FAILED(bound)) return bound;
+  const auto bound_arguments = arguments.ForProcedure();
   // Out of this function's own frame, which an exception that unwinds past the procedure leaves
   // too.
-  const HRESULT called =
-      platform::CallOut([&] { return Get(object, procedure, arguments.Bound(), result, failure); });
+  const HRESULT called = platform::CallOut(
+      [&] { return Get(object, member, procedure, bound_arguments.data(), result, failure); });
   if (SUCCEEDED(called)) {
     arguments.WriteBack();
   } else {
@@ -153,11 +161,11 @@ HRESULT Get(ZentrelObject& object, const Procedure& procedure, const BoundArgume
     return Wrong(DISP_E_PARAMNOTFOUND, 0, wrong_argument);
   }
   BoundArgument value;
-  const HRESULT bound = value.Bind(given.rgvarg[0], member.let_value, 0, lcid);
+  const HRESULT bound = value.Bind(given.rgvarg[0], {nullptr, member.type}, 0, lcid);
   if (FAILED(bound)) return Wrong(bound, 0, wrong_argument);
-  VARIANT nothing;
+  const Argument argument = value.ForProcedure(member.type);
   const HRESULT called =
-      platform::CallOut([&] { return member.let.call(object, &value, nothing); });
+      platform::CallOut([&] { return object.Call(*member.let, &argument, nullptr); });
   return FAILED(called) ? Failed(called, failure) : S_OK;
 }
 
@@ -191,20 +199,20 @@ HRESULT InvokeMember(ZentrelObject& object, DISPID id, REFIID riid, LCID lcid, W
   const Member* const member = FindMember(id);
   const Procedure* const procedure = member == nullptr ? nullptr : SelectProcedure(*member, flags);
   if (procedure == nullptr) return DISP_E_MEMBERNOTFOUND;
-  if (parameters->cArgs == 0 && member->parameter_count == 0 && procedure != &member->let) {
-    return Get(object, *procedure, nullptr, result, failure);
+  if (parameters->cArgs == 0 && member->Parameters().empty() && procedure != member->let) {
+    return Get(object, *member, *procedure, nullptr, result, failure);
   }
   // What the procedure raises it reports itself; this is about its arguments.
   HRESULT called = S_OK;
   const HRESULT raised = object.Guarded(
       [&] {
-        called = procedure == &member->let
+        called = procedure == member->let
                      ? Let(object, *member, *parameters, lcid, failure, wrong_argument)
                      : CallWithArguments(object, *member, *procedure, *parameters, lcid, result,
                                          failure, wrong_argument);
         return S_OK;
       },
-      ZentrelObject::Caller(member->name));
+      Caller(member->name));
   return FAILED(raised) ? Failed(raised, failure) : called;
 }
 

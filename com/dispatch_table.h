@@ -9,35 +9,28 @@
 #include <string_view>
 
 #include "com/dispatch_argument.h"
+#include "com/procedure.h"
 
 namespace qmzentrel::com {
 
-class ZentrelObject;
-
-/// One procedure of a member: a method, or the get or let procedure of a property.
-struct Procedure {
-  /// Calls the procedure. `result` has room for a value of `result_type`.
-  HRESULT (*call)(ZentrelObject& object, const BoundArgument* arguments, VARIANT& result) = nullptr;
-  VARTYPE result_type = VT_EMPTY;
-
-  explicit operator bool() const { return call != nullptr; }
-};
-
 inline constexpr std::size_t kMostParameters = 3;
 
-/// A method has only `method`; a property has `get`, `let` or both.
+/// A method has only `method`; a property has `get`, `let` or both. What it has not is null.
 struct Member {
   const wchar_t* name;
   DISPID id;
-  Procedure method;
-  Procedure get;
-  Procedure let;
-  /// Of the method or the get procedure.
+  const Procedure* method;
+  const Procedure* get;
+  const Procedure* let;
+  VARTYPE type;  ///< of what the method or the get procedure answers and the let procedure takes
+  /// Of the method or the get procedure; the rest have no name.
   std::array<Parameter, kMostParameters> parameters;
-  std::size_t parameter_count;
-  Parameter let_value;
 
-  std::span<const Parameter> Parameters() const { return {parameters.data(), parameter_count}; }
+  std::span<const Parameter> Parameters() const {
+    std::size_t count = 0;
+    while (count < parameters.size() && parameters[count].name != nullptr) ++count;
+    return {parameters.data(), count};
+  }
 };
 
 /// The member with that identifier, null when there is none.

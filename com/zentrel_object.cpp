@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "com/dispatch_invoke.h"
 #include "com/enumerator.h"
@@ -17,16 +16,6 @@ namespace {
 bool IsZentrelInterface(REFIID riid) {
   return riid == IID__Zentrel || riid == IID_Zentrel___v0 || riid == IID_Zentrel___v1 ||
          riid == IID_Zentrel___v2;
-}
-
-// The procedures of a property go by its name.
-std::string NameOf(const ZentrelObject::Caller& member) {
-  if (member.member != nullptr) return platform::WideToUtf8(member.member);
-  std::string_view name = member.function;
-  for (const std::string_view kind : {"get_", "put_"}) {
-    if (name.starts_with(kind)) name.remove_prefix(kind.size());
-  }
-  return std::string(name);
 }
 
 struct ListedConnectionPoint {
@@ -129,10 +118,12 @@ STDMETHODIMP ZentrelObject::EnumConnectionPoints(IEnumConnectionPoints** enumera
                                      IConnectionPoint*, ListedConnectionPoint>;
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
-  return Guarded([&] {
-    *enumerator = new PointEnumerator({{platform::ComPointer<IConnectionPoint>(&events_)}});
-    return S_OK;
-  });
+  return Guarded(
+      [&] {
+        *enumerator = new PointEnumerator({{platform::ComPointer<IConnectionPoint>(&events_)}});
+        return S_OK;
+      },
+      Caller(L"EnumConnectionPoints"));
 }
 
 STDMETHODIMP ZentrelObject::FindConnectionPoint(REFIID riid, IConnectionPoint** point) {
@@ -144,20 +135,20 @@ STDMETHODIMP ZentrelObject::FindConnectionPoint(REFIID riid, IConnectionPoint** 
   return S_OK;
 }
 
-HRESULT ZentrelObject::Run(HRESULT (*call)(void*), void* body, const Caller& member) {
-  return ResultOf([&]() -> HRESULT {
-    const Use use(*this);
-    DropStaleErrorInfo();
-    try {
-      return platform::RaisingFaults([&] { return call(body); });
-    } catch (const platform::RaisedFault&) {
-      ReportFaultOf(member);
-    }
-  });
+HRESULT ZentrelObject::Call(const Procedure& procedure, const Argument* arguments, void* result) {
+  return Guarded(
+      [&] {
+        if (procedure.answers && result == nullptr) {
+          throw ComError{E_POINTER, "The result has nowhere to go"};
+        }
+        procedure.run(*core_, arguments, result);
+        return S_OK;
+      },
+      procedure.member);
 }
 
 void ZentrelObject::ReportFaultOf(const Caller& member) {
-  const std::string name = NameOf(member);
+  const std::string name = platform::WideToUtf8(member.member);
   ErrorFrame frame(core_->Fields(), name.c_str());
   frame.Run([&] {
     frame.line = member.line;

@@ -13,7 +13,9 @@
 #include "QmZentrel_h.h"
 #include "com/connection_point.h"
 #include "com/error_info.h"
+#include "com/member_types.h"
 #include "com/module_count.h"
+#include "com/procedure.h"
 #include "device/Zentrel.h"
 #include "platform/hardware_faults.h"
 #include "platform/win32/com_pointer.h"
@@ -35,31 +37,25 @@ class ZentrelObject final : public _Zentrel,
   ZentrelObject(const ZentrelObject&) = delete;
   ZentrelObject& operator=(const ZentrelObject&) = delete;
 
-  /// The member that a shared routine works for: the function that calls the routine, or a member
-  /// by its name.
-  struct Caller {
-    Caller(const char* called = __builtin_FUNCTION(), int at = __builtin_LINE())
-        : function(called), line(at) {}
-    explicit Caller(const wchar_t* called, int at = __builtin_LINE()) : member(called), line(at) {}
-    const char* function = nullptr;
-    const wchar_t* member = nullptr;
-    int line;
-  };
-
   /// The frame of every call: keeps the object alive, and turns what `body` raises into an HRESULT
   /// with an error info. `body` returns an HRESULT. Bad memory that it meets in the arguments of
-  /// the call is a fault of the calling member.
+  /// the call is a fault of `member`.
   template <class Body>
-  HRESULT Guarded(Body body, const Caller& member = {}) {
-    return Run([](void* call) { return (*static_cast<Body*>(call))(); }, &body, member);
+  HRESULT Guarded(Body body, const Caller& member) {
+    return ResultOf([&]() -> HRESULT {
+      const Use use(*this);
+      DropStaleErrorInfo();
+      try {
+        return platform::RaisingFaults(body);
+      } catch (const platform::RaisedFault&) {
+        ReportFaultOf(member);
+      }
+    });
   }
 
-  /// One of the three commands over arrays of sub-device messages.
-  using MessageCommand = ZentrelStatus (Zentrel::*)(std::int32_t, const LongArray&,
-                                                    const LongArray&);
-  /// Runs it as its member of the dual interface does, over arrays that the caller holds.
-  HRESULT RunMessages(MessageCommand command, LONG count, const LongArray& identifiers,
-                      const LongArray& data, ::ZentrelStatus* result, const Caller& member = {});
+  /// Runs a procedure of the table of members, for every kind of call. E_POINTER when it
+  /// answers and `result` is null.
+  HRESULT Call(const Procedure& procedure, const Argument* arguments, void* result);
 
   // IUnknown
   STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
@@ -75,90 +71,16 @@ class ZentrelObject final : public _Zentrel,
                       VARIANT* result, EXCEPINFO* failure, UINT* wrong_argument) override;
 
   // _Zentrel, in its order
-  STDMETHODIMP BoxStatus(::ZentrelStatus* Result) override;
-  STDMETHODIMP ReadXpdr(::ZentrelStatus* Result) override;
-  STDMETHODIMP ResetXpdr(::ZentrelStatus* Result) override;
-  STDMETHODIMP WriteXpdr(::ZentrelStatus* Result) override;
-  STDMETHODIMP get_IDToggle(VARIANT_BOOL* Result) override;
-  STDMETHODIMP put_IDToggle(VARIANT_BOOL NewValue) override;
-  STDMETHODIMP get_MIFSelect(VARIANT_BOOL* Result) override;
-  STDMETHODIMP put_MIFSelect(VARIANT_BOOL NewValue) override;
-  STDMETHODIMP get_DeviceMIF(LONG* Result) override;
-  STDMETHODIMP put_DeviceMIF(LONG NewValue) override;
-  STDMETHODIMP get_MIFName(BSTR* Result) override;
-  STDMETHODIMP get_Util(LONG* Result) override;
-  STDMETHODIMP put_Util(LONG NewValue) override;
-  STDMETHODIMP get_Xpdr(LONG* Result) override;
-  STDMETHODIMP put_Xpdr(LONG NewValue) override;
-  STDMETHODIMP get_Tamper(LONG* Result) override;
-  STDMETHODIMP put_Tamper(LONG NewValue) override;
-  STDMETHODIMP get_Reading(LONG* Result) override;
-  STDMETHODIMP put_Reading(LONG NewValue) override;
-  STDMETHODIMP get_PLLWarmup(LONG* Result) override;
-  STDMETHODIMP put_PLLWarmup(LONG NewValue) override;
-  STDMETHODIMP get_PLLWarmUpName(BSTR* Result) override;
-  STDMETHODIMP get_TXI(LONG* Result) override;
-  STDMETHODIMP put_TXI(LONG NewValue) override;
-  STDMETHODIMP get_TXIName(BSTR* Result) override;
-  STDMETHODIMP get_MSI(LONG* Result) override;
-  STDMETHODIMP put_MSI(LONG NewValue) override;
-  STDMETHODIMP get_TravonelVersion(BSTR* Result) override;
-  STDMETHODIMP get_ZentrelVersion(BSTR* Result) override;
-  STDMETHODIMP get_ZentrelSignature(short Index, LONG* Result) override;
-  STDMETHODIMP get_BatteryVoltage(float* Result) override;
-  STDMETHODIMP get_PowerTimeout(LONG* Result) override;
-  STDMETHODIMP put_PowerTimeout(LONG NewValue) override;
-  STDMETHODIMP get_VDelay(LONG* Result) override;
-  STDMETHODIMP put_VDelay(LONG NewValue) override;
-  STDMETHODIMP Status(::ZentrelStatus Code, BSTR* Result) override;
-  STDMETHODIMP put_PowerManagement(VARIANT_BOOL NewValue) override;
-  STDMETHODIMP DeviceOpen(LONG Port, VARIANT_BOOL MaintainSupply, ::ZentrelStatus* Result) override;
-  STDMETHODIMP DeviceInit(::ZentrelStatus* Result) override;
-  STDMETHODIMP DeviceClose(::ZentrelStatus* Result) override;
-  STDMETHODIMP put_Power(VARIANT_BOOL NewValue) override;
-  STDMETHODIMP get_Name(BSTR RegRootKey, LONG Index, BSTR* Result) override;
-  STDMETHODIMP TELIC2Read(LONG NumMessages, SAFEARRAY** MessageIDs, SAFEARRAY** MessageData,
-                          ::ZentrelStatus* Result) override;
-  STDMETHODIMP TELIC2Write(LONG NumMessages, SAFEARRAY** MessageIDs, SAFEARRAY** MessageData,
-                           ::ZentrelStatus* Result) override;
-  STDMETHODIMP TELIC2Test(LONG NumMessages, SAFEARRAY** MessageIDs, SAFEARRAY** MessageData,
-                          ::ZentrelStatus* Result) override;
-  STDMETHODIMP get_TELIC2Device(BSTR* Result) override;
-  STDMETHODIMP put_TELIC2Device(BSTR NewValue) override;
-  STDMETHODIMP TELIC2EnumDevices(IDispatch** cbo, VARIANT_BOOL* Result) override;
-  STDMETHODIMP TELIC2EnumMessages(IDispatch** cbo, LONG Default, VARIANT_BOOL* Result) override;
-  STDMETHODIMP get_TELIC2_Length(LONG Index, LONG* Result) override;
-  STDMETHODIMP TELIC2EnumTestMessages(IDispatch** cbo, LONG Default, VARIANT_BOOL* Result) override;
-  STDMETHODIMP get_TELIC2Test_RdLength(LONG Index, LONG* Result) override;
-  STDMETHODIMP get_TELIC2Test_WrLength(LONG Index, LONG* Result) override;
-  STDMETHODIMP get_Freq_A2(LONG* Result) override;
-  STDMETHODIMP put_Freq_A2(LONG NewValue) override;
-  STDMETHODIMP get_Freq_A1(LONG* Result) override;
-  STDMETHODIMP put_Freq_A1(LONG NewValue) override;
-  STDMETHODIMP get_Freq_A0(LONG* Result) override;
-  STDMETHODIMP put_Freq_A0(LONG NewValue) override;
-  STDMETHODIMP get_Clock_A(LONG* Result) override;
-  STDMETHODIMP put_Clock_A(LONG NewValue) override;
-  STDMETHODIMP get_PA_Power(LONG* Result) override;
-  STDMETHODIMP put_PA_Power(LONG NewValue) override;
-  STDMETHODIMP get_HasLeak(VARIANT_BOOL* Result) override;
-  STDMETHODIMP put_HasLeak(VARIANT_BOOL NewValue) override;
-  STDMETHODIMP get_LeakThreshold(LONG* Result) override;
-  STDMETHODIMP put_LeakThreshold(LONG NewValue) override;
-  STDMETHODIMP get_Freq_MSB(LONG* Result) override;
-  STDMETHODIMP put_Freq_MSB(LONG NewValue) override;
-  STDMETHODIMP get_Freq_MID(LONG* Result) override;
-  STDMETHODIMP put_Freq_MID(LONG NewValue) override;
-  STDMETHODIMP get_Freq_LSB(LONG* Result) override;
-  STDMETHODIMP put_Freq_LSB(LONG NewValue) override;
-  STDMETHODIMP get_BR_MSB(LONG* Result) override;
-  STDMETHODIMP put_BR_MSB(LONG NewValue) override;
-  STDMETHODIMP get_BR_LSB(LONG* Result) override;
-  STDMETHODIMP put_BR_LSB(LONG NewValue) override;
-  STDMETHODIMP get_EOL_CTRL(LONG* Result) override;
-  STDMETHODIMP put_EOL_CTRL(LONG NewValue) override;
-  STDMETHODIMP get_PA_CTRL(LONG* Result) override;
-  STDMETHODIMP put_PA_CTRL(LONG NewValue) override;
+#define DECLARED(type, name, ...) types::type::Given name
+#define ANSWERED(procedure, type, ...)                                                          \
+  STDMETHODIMP procedure(EACH(DECLARED, __VA_ARGS__) __VA_OPT__(, ) types::type::Given* Result) \
+      override;
+#define METHOD(name, id, type, ...) ANSWERED(name, type, __VA_ARGS__)
+#define GET(name, id, type, ...) ANSWERED(get_##name, type, __VA_ARGS__)
+#define LET(name, id, type) STDMETHODIMP put_##name(types::type::Given NewValue) override;
+#include "com/member_table.inc"
+#undef ANSWERED
+#undef DECLARED
 
   // ISupportErrorInfo
   STDMETHODIMP InterfaceSupportsErrorInfo(REFIID riid) override;
@@ -194,23 +116,9 @@ class ZentrelObject final : public _Zentrel,
     if (references_ == 0 && uses_ == 0) delete this;
   }
 
-  // Guarded for all bodies: their call is the least that is made for each of them.
-  HRESULT Run(HRESULT (*call)(void*), void* body, const Caller& member);
-
-  // Called while such a fault is handled: reports it and raises kErrorReported.
+  // Called while bad memory in the arguments of a call is handled: reports it and raises
+  // kErrorReported.
   [[noreturn]] void ReportFaultOf(const Caller& member);
-
-  // Members of the dual interface: one without a result, and one whose `body` returns it.
-  template <class Body>
-  HRESULT Do(Body body, const Caller& member = {});
-  template <class Out, class Body>
-  HRESULT Answer(Out* result, Body body, const Caller& member = {});
-  // One that runs a command over two arrays of the client.
-  HRESULT RunMessages(MessageCommand command, LONG count, SAFEARRAY** identifiers, SAFEARRAY** data,
-                      ::ZentrelStatus* result, const Caller& member = {});
-  // One that fills a client's combo box.
-  template <class Body>
-  HRESULT FillBox(IDispatch** box, VARIANT_BOOL* result, Body body, const Caller& member = {});
 
   // ZentrelEvents
   void PowerStateChange(bool NewState) override;

@@ -10,6 +10,7 @@
 
 #include "tests/type_library/expected_library.h"
 #include "tests/type_library/library_reader.h"
+#include "tests/type_library/table_members.h"
 
 namespace qmzentrel::type_library {
 namespace {
@@ -51,10 +52,10 @@ std::string ExpectedFunction(const ExpectedMember& member, Procedures procedure,
          parameters + ") " + result;
 }
 
-std::vector<std::string> ExpectedFunctions(Side side) {
+std::vector<std::string> ExpectedFunctions(const std::vector<ExpectedMember>& members, Side side) {
   std::vector<std::string> functions;
   int slot = kDispatchSlots;
-  for (const ExpectedMember& member : kExpectedMembers) {
+  for (const ExpectedMember& member : members) {
     for (const Procedures procedure : {kMethod, kGet, kLet}) {
       if ((member.procedures & procedure) == 0) continue;
       functions.push_back(ExpectedFunction(member, procedure, slot, side));
@@ -64,9 +65,9 @@ std::vector<std::string> ExpectedFunctions(Side side) {
   return functions;
 }
 
-void ExpectFunctions(ITypeInfo& type, Side side) {
+void ExpectFunctions(ITypeInfo& type, const std::vector<ExpectedMember>& members, Side side) {
   const std::vector<std::string> actual = FunctionsOf(type);
-  const std::vector<std::string> expected = ExpectedFunctions(side);
+  const std::vector<std::string> expected = ExpectedFunctions(members, side);
   ASSERT_EQ(expected.size(), kProcedureCount);
   ASSERT_EQ(actual.size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(actual[i], expected[i]);
@@ -187,14 +188,20 @@ TEST_F(LibraryEntries, EveryEarlierVersionStandsForTheInterface) {
 }
 
 TEST_F(ZentrelInterface, HasEveryMemberForLateBoundClients) {
-  ExpectFunctions(*interface_, Side::kDispatch);
+  ExpectFunctions(*interface_, kExpectedMembers, Side::kDispatch);
   ExpectMemberHelp(*interface_);
 }
 
 TEST_F(ZentrelInterface, HasEveryMemberInItsSlotForEarlyBoundClients) {
   const TypeInfo table = ImplementedType(*interface_, -1);
-  ExpectFunctions(*table, Side::kVirtualTable);
+  ExpectFunctions(*table, kExpectedMembers, Side::kVirtualTable);
   ExpectMemberHelp(*table);
+}
+
+// Name, identifier, kind, slot, parameters with their names, types and defaults, and result.
+TEST_F(ZentrelInterface, IsWhatTheTableOfMembersSays) {
+  ExpectFunctions(*interface_, MembersOfTheTable(), Side::kDispatch);
+  ExpectFunctions(*ImplementedType(*interface_, -1), MembersOfTheTable(), Side::kVirtualTable);
 }
 
 TEST_F(ZentrelInterface, TheVirtualTableSideIsTheSameInterface) {
