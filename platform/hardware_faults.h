@@ -6,6 +6,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "platform/erased_call.h"
+
 namespace qmzentrel::platform {
 
 /// Base of every error that stands for such an exception.
@@ -24,49 +26,9 @@ void InstallFaultHandling(FaultRaiser raiser);
 /// An unwinding that the client has begun, interrupted until our destructors have run.
 struct KeptUnwinding;
 
-/// One place in the chain that the operating system asks about an exception of this thread. Here
-/// only for its room on the stack: what it holds is the platform's own.
-class FaultRegistration {
-  alignas(void*) std::byte room_[11 * sizeof(void*)];
-};
-
-extern "C" {
-/// Enters `registration` into the chain, as the place of a procedure or of a call out of the
-/// component. Returns 0. When a fault or an unwinding has led back here it returns once more, with
-/// another value. Costs about a nanosecond.
-[[gnu::returns_twice]] int QmzEnterFaultRegistration(FaultRegistration* registration);
-[[gnu::returns_twice]] int QmzEnterCallOut(FaultRegistration* registration);
-/// Takes `registration`, the one entered last, out of the chain.
-void QmzLeaveFaultRegistration(FaultRegistration* registration);
-}
-
-/// Raises the reason why the thread is back at `registration`: the fault, or a ClientUnwinding.
-[[noreturn]] void RaiseWhatLedBackTo(const FaultRegistration& registration);
-
-namespace internal {
-
-// Enters a registration, and leaves it on every way out.
-template <auto kEnter, class Body>
-[[gnu::noinline]] std::invoke_result_t<Body> Registered(Body&& body) {
-  struct Entered : FaultRegistration {
-    Entered() = default;
-    ~Entered() { QmzLeaveFaultRegistration(this); }
-    Entered(const Entered&) = delete;
-    Entered& operator=(const Entered&) = delete;
-  } entered;
-  if (kEnter(&entered) != 0) RaiseWhatLedBackTo(entered);
-  // Called through a pointer that the compiler cannot see through. Were the body inlined, a copy in
-  // it that the compiler makes itself would count as raising nothing: a fault there would call no
-  // destructor, and the registration would stay in the chain.
-  using Run = std::invoke_result_t<Body> (*)(Body && body);
-  Run run = [](Body&& statements) -> std::invoke_result_t<Body> {
-    return std::forward<Body>(statements)();
-  };
-  asm("" : "+r"(run));
-  return run(std::forward<Body>(body));
-}
-
-}  // namespace internal
+/// RaisingFaults and CallOut without the type of their body.
+void RunAsProcedure(ErasedCall run, void* call);
+void RunAsCallOut(ErasedCall run, void* call);
 
 /// Runs `body` and returns what it returns. An exception of the processor or the operating system
 /// in it is raised where it happens, like an error of the statement, so that destructors run. Where
@@ -78,7 +40,7 @@ template <auto kEnter, class Body>
 /// from `body` handles itself, and those in code of the client (ClientCode).
 template <class Body>
 std::invoke_result_t<Body> RaisingFaults(Body&& body) {
-  return internal::Registered<&QmzEnterFaultRegistration>(std::forward<Body>(body));
+  return CallErased(RunAsProcedure, std::forward<Body>(body));
 }
 
 // --- Code of the client ---
@@ -122,7 +84,7 @@ std::invoke_result_t<Body> CalledFromOutside(Body&& body) {
 /// out to CalledFromOutside run. Those within `body` do not: it does nothing but the call.
 template <class Body>
 std::invoke_result_t<Body> CallOut(Body&& body) {
-  return internal::Registered<&QmzEnterCallOut>(std::forward<Body>(body));
+  return CallErased(RunAsCallOut, std::forward<Body>(body));
 }
 
 /// Stands around every call into code of the client. An exception there is the client's own and is
@@ -136,7 +98,9 @@ class ClientCode {
   ClientCode& operator=(const ClientCode&) = delete;
 
  private:
-  FaultRegistration registration_;
+  // Room for a place in the chain that the operating system asks about an exception.
+  static constexpr std::size_t kRoom = 11 * sizeof(void*);
+  alignas(void*) std::byte registration_[kRoom];
 };
 
 /// A CallOut whose exceptions are the client's own.

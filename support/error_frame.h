@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/hardware_faults.h"
+#include "platform/erased_call.h"
 #include "support/variables.h"
 
 /// Stands before each statement of a procedure: a fault is reported with this line.
@@ -59,17 +59,17 @@ class ErrorFrame {
   /// Runs the statements of the procedure and returns what they return.
   template <class Body>
   std::invoke_result_t<Body> Run(Body&& body) {
-    try {
-      return platform::RaisingFaults(std::forward<Body>(body));
-    } catch (...) {
-      Fail();
-    }
+    return platform::CallErased(
+        [this](platform::ErasedCall run, void* call) { RunStatements(run, call); },
+        std::forward<Body>(body));
   }
 
   /// Line of the statement at work. Volatile: it must be in memory whenever a statement faults.
   volatile int line = 0;
 
  private:
+  void RunStatements(platform::ErasedCall run, void* call) const;
+
   /// Called while an exception is handled: reports it unless that has been done, and raises
   /// kErrorReported.
   [[noreturn]] void Fail() const;

@@ -10,7 +10,7 @@ namespace qmzentrel {
 template <class Statement>
 void IgnoringErrors(Statement statement) {
   try {
-    platform::RaisingFaults(statement);
+    platform::RaisingFaults([&] { statement(); });
   } catch (const platform::ClientUnwinding&) {
     throw;
   } catch (...) {

@@ -1,7 +1,6 @@
 // The chain of registrations, without the operating system to ask it.
 #include "platform/hardware_faults.h"
 
-#include <cstdlib>
 #include <new>
 
 #include "tests/fakes/fake_world.h"
@@ -12,18 +11,21 @@ namespace {
 
 enum class Kind { kProcedure, kCallOut, kClientCode };
 
-// What a FaultRegistration holds here.
 struct Registration {
   Registration* previous;
   Kind kind;
 };
-static_assert(sizeof(Registration) <= sizeof(platform::FaultRegistration));
 
 platform::FaultRaiser g_raiser = nullptr;
 thread_local Registration* g_first = nullptr;
 
-void Enter(platform::FaultRegistration* room, Kind kind) {
-  g_first = new (room) Registration{g_first, kind};
+void RunWithin(Kind kind, platform::ErasedCall run, void* call) {
+  struct Entered : Registration {
+    ~Entered() { g_first = previous; }
+  } entered{{g_first, kind}};
+  g_first = &entered;
+  if (kind == Kind::kProcedure) fakes::TheWorld().Enter("procedure");
+  run(call);
 }
 
 }  // namespace
@@ -54,24 +56,12 @@ void InstallFaultHandling(FaultRaiser raiser) {
   g_raiser = raiser;
 }
 
-int QmzEnterFaultRegistration(FaultRegistration* registration) {
-  Enter(registration, Kind::kProcedure);
-  fakes::TheWorld().Enter("procedure");
-  return 0;
+void RunAsProcedure(ErasedCall run, void* call) {
+  RunWithin(Kind::kProcedure, run, call);
 }
 
-int QmzEnterCallOut(FaultRegistration* registration) {
-  Enter(registration, Kind::kCallOut);
-  return 0;
-}
-
-void QmzLeaveFaultRegistration(FaultRegistration* registration) {
-  g_first = reinterpret_cast<Registration*>(registration)->previous;
-}
-
-// Nothing leads back here: a fault is always raised where it is.
-void RaiseWhatLedBackTo(const FaultRegistration& /*registration*/) {
-  std::abort();
+void RunAsCallOut(ErasedCall run, void* call) {
+  RunWithin(Kind::kCallOut, run, call);
 }
 
 ClientUnwinding::~ClientUnwinding() = default;
@@ -83,11 +73,12 @@ void ResumeUnwinding(KeptUnwinding* kept) {
 }
 
 ClientCode::ClientCode() {
-  Enter(&registration_, Kind::kClientCode);
+  static_assert(sizeof(Registration) <= kRoom);
+  g_first = new (&registration_) Registration{g_first, Kind::kClientCode};
 }
 
 ClientCode::~ClientCode() {
-  QmzLeaveFaultRegistration(&registration_);
+  g_first = g_first->previous;
 }
 
 }  // namespace platform

@@ -1,0 +1,37 @@
+// A call that leaves its type behind, so that what is done around calls exists once and not for
+// each of them.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace qmzentrel::platform {
+
+/// `call` is what the function was made for.
+using ErasedCall = void (*)(void* call);
+
+/// Has `around(run, call)` run `body`, by run(call), and returns what `body` returns. `around`
+/// raises or runs it exactly once.
+template <class Around, class Body>
+std::invoke_result_t<Body> CallErased(Around around, Body&& body) {
+  using Statements = std::remove_reference_t<Body>;
+  using Result = std::invoke_result_t<Body>;
+  if constexpr (std::is_void_v<Result>) {
+    around([](void* call) { (*static_cast<Statements*>(call))(); }, std::addressof(body));
+  } else {
+    struct Call {
+      Statements& body;
+      std::optional<Result> result;
+    } call{body, std::nullopt};
+    around(
+        [](void* made) {
+          static_cast<Call*>(made)->result.emplace(static_cast<Call*>(made)->body());
+        },
+        &call);
+    return std::move(*call.result);
+  }
+}
+
+}  // namespace qmzentrel::platform
