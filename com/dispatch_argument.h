@@ -16,8 +16,8 @@ namespace qmzentrel::com {
 
 /// A parameter as published.
 struct Parameter {
-  const wchar_t* name;  ///< null for the value of a let procedure
-  VARTYPE type;
+  const wchar_t* name = nullptr;  ///< null for the value of a let procedure
+  VARTYPE type = VT_EMPTY;
   bool optional = false;
   std::int16_t default_value = 0;  ///< of an optional parameter
 };

@@ -176,7 +176,7 @@ HRESULT GetIDsOfMemberNames(REFIID riid, LPOLESTR* names, UINT count, DISPID* id
   if (count == 0) return S_OK;
   if (names == nullptr || ids == nullptr) return E_POINTER;
   std::fill_n(ids, count, DISPID_UNKNOWN);
-  if (std::any_of(names, names + count, [](LPOLESTR name) { return name == nullptr; })) {
+  if (std::any_of(names, names + count, [](const OLECHAR* name) { return name == nullptr; })) {
     return E_POINTER;
   }
   const Member* const member = FindMember(names[0]);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <ranges>
+#include <limits>
 
 #include "com/member_types.h"
 
@@ -69,16 +69,24 @@ consteval auto MembersByName() {
 
 constexpr auto kByName = MembersByName();
 
-// The identifiers are two short runs of numbers, of the methods and of the properties: from where
-// to where one of them goes.
-template <bool kMethods>
-consteval auto RunOfIdentifiers() {
-  const auto belongs = [](const Member& member) { return (member.method != nullptr) == kMethods; };
-  return std::ranges::minmax(kMembers | std::views::filter(belongs) |
-                             std::views::transform(&Member::id));
-}
+struct Run {
+  DISPID first;
+  DISPID last;
+};
 
-template <bool kMethods>
+// The identifiers are two short runs of numbers, of the methods and of the properties.
+consteval Run RunOf(bool methods) {
+  Run run{std::numeric_limits<DISPID>::max(), 0};
+  for (const Member& member : kMembers) {
+    if ((member.method != nullptr) != methods) continue;
+    run = {std::min(run.first, member.id), std::max(run.last, member.id)};
+  }
+  return run;
+}
+constexpr Run kMethodIds = RunOf(true);
+constexpr Run kPropertyIds = RunOf(false);
+
+template <DISPID kFirst, DISPID kLast>
 class MembersById {
  public:
   consteval MembersById() {
@@ -88,7 +96,7 @@ class MembersById {
     }
   }
 
-  static constexpr bool Covers(DISPID id) { return id >= kFirst && id <= kLast; }
+  constexpr bool Covers(DISPID id) const { return id >= kFirst && id <= kLast; }
 
   constexpr const Member* Find(DISPID id) const {
     const MemberIndex index = indices_[Place(id)];
@@ -96,15 +104,13 @@ class MembersById {
   }
 
  private:
-  static constexpr DISPID kFirst = RunOfIdentifiers<kMethods>().min;
-  static constexpr DISPID kLast = RunOfIdentifiers<kMethods>().max;
   static constexpr std::size_t Place(DISPID id) { return static_cast<std::size_t>(id - kFirst); }
 
   std::array<MemberIndex, static_cast<std::size_t>(kLast - kFirst + 1)> indices_{};
 };
 
-constexpr MembersById<true> kMethods;
-constexpr MembersById<false> kProperties;
+constexpr MembersById<kMethodIds.first, kMethodIds.last> kMethods;
+constexpr MembersById<kPropertyIds.first, kPropertyIds.last> kProperties;
 
 }  // namespace
 

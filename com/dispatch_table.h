@@ -17,14 +17,15 @@ inline constexpr std::size_t kMostParameters = 3;
 
 /// A method has only `method`; a property has `get`, `let` or both. What it has not is null.
 struct Member {
-  const wchar_t* name;
-  DISPID id;
-  const Procedure* method;
-  const Procedure* get;
-  const Procedure* let;
-  VARTYPE type;  ///< of what the method or the get procedure answers and the let procedure takes
+  const wchar_t* name = nullptr;
+  DISPID id = DISPID_UNKNOWN;
+  const Procedure* method = nullptr;
+  const Procedure* get = nullptr;
+  const Procedure* let = nullptr;
+  /// Of what the method or the get procedure answers and the let procedure takes.
+  VARTYPE type = VT_EMPTY;
   /// Of the method or the get procedure; the rest have no name.
-  std::array<Parameter, kMostParameters> parameters;
+  std::array<Parameter, kMostParameters> parameters{};
 
   std::span<const Parameter> Parameters() const {
     std::size_t count = 0;

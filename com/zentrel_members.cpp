@@ -1,5 +1,6 @@
 // The procedures of the dual interface, one for one from the table of members: each converts types
 // and calls the procedure of the core that has its name.
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 
