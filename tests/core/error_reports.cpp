@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "tests/fakes/fake_world.h"
+
 namespace qmzentrel::tests {
 namespace {
 
