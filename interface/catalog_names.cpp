@@ -1,6 +1,7 @@
 // What the class offers of the catalogs: the names of the record's values, and of any numbered key.
 #include "device/Zentrel.h"
 #include "interface/catalogs.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel {
 
@@ -25,7 +26,7 @@ void Zentrel::LoadNames() {
     STEP const OpenKey intervals(platform::kLocalMachine, catalogs::kIntervalsKey);
     STEP m_strTXIs.ReDim(0, catalogs::kLastInterval);
     STEP for (n = 0; n <= catalogs::kLastInterval; ++n) {
-      STEP m_strTXIs[n] = catalogs::ReadText(intervals, std::to_string(n), "");
+      STEP m_strTXIs[n] = registry::Text(intervals, std::to_string(n), "");
     }
   });
 }

@@ -31,14 +31,6 @@ struct Range {
 /// "Min" to "Max" of a key. Empty when either is missing or no number.
 Range ReadRange(const modCOM_Registry::OpenKey& key);
 
-/// A value that is a whole number, however it is stored, or `absent`.
-std::int32_t ReadNumber(const modCOM_Registry::OpenKey& key, const std::string& name,
-                        std::int32_t absent);
-
-/// A value that is a text, or `absent`.
-std::string ReadText(const modCOM_Registry::OpenKey& key, const std::string& name,
-                     const std::string& absent);
-
 /// The unnamed value of the key that has the number `number` below `parent`, or `absent`.
 std::string ReadName(const modCOM_Registry::OpenKey& parent, std::int32_t number,
                      const std::string& absent);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "support/modCOM_Common.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel::catalogs {
 namespace {
@@ -16,7 +17,7 @@ constexpr std::int32_t kAllMessages = -1;
 std::int32_t NumberOf(const std::string& messages_key, std::int32_t message,
                       const std::string& value) {
   const OpenKey key(platform::kLocalMachine, messages_key + "\\" + std::to_string(message));
-  return ReadNumber(key, value, 0);
+  return registry::Number(key, value, 0);
 }
 
 }  // namespace
@@ -35,8 +36,8 @@ MessageList::MessageList(const std::string& device_key)
     : key_(platform::kLocalMachine, kMessagesKey),
       range_(ReadRange(key_)),
       commands_(device_key.empty() ? kAllMessages
-                                   : ReadNumber(OpenKey(platform::kLocalMachine, device_key),
-                                                "Commands", kAllMessages)) {}
+                                   : registry::Number(OpenKey(platform::kLocalMachine, device_key),
+                                                      "Commands", kAllMessages)) {}
 
 void MessageList::Offer(const AddEntry& add) const {
   // There is no bit below 0, hence nothing to offer there.

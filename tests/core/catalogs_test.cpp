@@ -41,55 +41,14 @@ class Catalogs : public CoreTest {
 
 class CatalogValues : public Catalogs {
  protected:
-  static std::int32_t Number(std::int32_t absent) {
-    return catalogs::ReadNumber(Key(), "v", absent);
-  }
-  static std::string Text(const std::string& absent) {
-    return catalogs::ReadText(Key(), "v", absent);
-  }
   static std::pair<std::int32_t, std::int32_t> Range() {
-    const catalogs::Range range = catalogs::ReadRange(Key());
+    const catalogs::Range range = catalogs::ReadRange({platform::kLocalMachine, kKey});
     return {range.first, range.last};
   }
   static constexpr std::pair<std::int32_t, std::int32_t> kNone{0, -1};
 
-  static OpenKey Key() { return {platform::kLocalMachine, kKey}; }
   inline static const std::string kKey = kMaker + "Key";
 };
-
-TEST_F(CatalogValues, ANumberIsReadHoweverItIsStored) {
-  SetNumber(kKey, "v", -7);
-  EXPECT_EQ(Number(3), -7);
-  SetText(kKey, "v", "-7");
-  EXPECT_EQ(Number(3), -7);
-  SetText(kKey, "v", "&H1F");
-  EXPECT_EQ(Number(3), 31);
-}
-
-TEST_F(CatalogValues, ANumberThatIsMissingOrNoneIsTheDefault) {
-  EXPECT_EQ(Number(3), 3);
-  SetText(kKey, "other", "x");
-  EXPECT_EQ(Number(3), 3);
-  SetText(kKey, "v", "x");
-  EXPECT_EQ(Number(3), 3);
-  TheWorld().SetTexts(kKey, "v", {"1"});
-  EXPECT_EQ(Number(3), 3);
-}
-
-TEST_F(CatalogValues, ATextIsReadAsItIs) {
-  SetText(kKey, "v", " a \xE4");
-  EXPECT_EQ(Text("default"), " a \xC3\xA4");
-  SetText(kKey, "v", "");
-  EXPECT_EQ(Text("default"), "");
-}
-
-TEST_F(CatalogValues, ATextThatIsMissingOrNoneIsTheDefault) {
-  EXPECT_EQ(Text("default"), "default");
-  SetNumber(kKey, "v", 5);
-  EXPECT_EQ(Text("default"), "default");
-  TheWorld().SetTexts(kKey, "v", {"a", "b"});
-  EXPECT_EQ(Text("default"), "default");
-}
 
 TEST_F(CatalogValues, ARangeNeedsBothEnds) {
   EXPECT_EQ(Range(), kNone);
@@ -104,14 +63,12 @@ TEST_F(CatalogValues, ARangeNeedsBothEnds) {
   EXPECT_EQ(Range(), kNone);
 }
 
-TEST_F(CatalogValues, NothingIsReadFromAKeyThatIsNotOpen) {
-  SetNumber(kKey, "v", 5);
+TEST_F(CatalogValues, AKeyThatIsNotOpenHasNoRange) {
+  SetRange(kKey, 0, 5);
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
     TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
       return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
     };
-    EXPECT_EQ(Number(3), 3) << call;
-    EXPECT_EQ(Text("default"), "default") << call;
     EXPECT_EQ(Range(), kNone) << call;
   }
 }
