@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "interface/catalog_layout.h"
 #include "platform/text.h"
 #include "support/registry_values.h"
 
@@ -10,9 +11,8 @@ namespace {
 
 // A line that does not carry the supply stays off.
 platform::ModemLines ConfiguredSupplyLines() {
-  const std::string line = registry::Text(
-      {platform::kLocalMachine, std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel"},
-      "SupplyLine", "");
+  const std::string line = registry::Text({platform::kLocalMachine, catalogs::kBoxKey},
+                                          catalogs::value::kSupplyLine, "");
   const auto is = [&line](const char* wanted) {
     return platform::CompareTextNoCase(line, wanted) == 0;
   };

@@ -24,7 +24,7 @@ std::string Key(const std::string& parent, std::int32_t number) {
 // "Ver" as a text, however it is stored; empty when it is no number.
 std::string ReadVersion(const OpenKey& key) {
   Variant slot;
-  RegGetValue(key, "Ver", slot);
+  RegGetValue(key, value::kVer, slot);
   if (const auto* number = std::get_if<std::int32_t>(&slot)) return std::to_string(*number);
   const auto* text = std::get_if<std::string>(&slot);
   return text != nullptr && NumericValue(*text) ? *text : "";
@@ -33,8 +33,8 @@ std::string ReadVersion(const OpenKey& key) {
 }  // namespace
 
 Range ReadRange(const OpenKey& key) {
-  const auto first = registry::Number(key, "Min");
-  const auto last = registry::Number(key, "Max");
+  const auto first = registry::Number(key, value::kMin);
+  const auto last = registry::Number(key, value::kMax);
   return first && last ? Range{*first, *last} : Range{};
 }
 
@@ -55,7 +55,7 @@ bool HasBit(std::int32_t mask, std::int32_t number) {
 void OfferInterfaces(const AddEntry& add) {
   const OpenKey key(platform::kLocalMachine, kInterfacesKey);
   const Range range = ReadRange(key);
-  const std::int32_t mask = registry::Number(key, "Mask", 0);
+  const std::int32_t mask = registry::Number(key, value::kMask, 0);
   // There is no bit below 0, hence nothing to offer there.
   for (std::int64_t n = std::max(range.first, 0); n <= range.last; ++n) {
     const auto number = static_cast<std::int32_t>(n);
@@ -86,12 +86,13 @@ std::vector<std::string> VersionsOf(std::int32_t meter_interface) {
 
 MsiDescription MsiOf(std::int32_t meter_interface) {
   const OpenKey interface_key(platform::kLocalMachine, Key(kInterfacesKey, meter_interface));
-  const OpenKey key(platform::kLocalMachine, kKernelKey + registry::Text(interface_key, "MSI", ""));
+  const OpenKey key(platform::kLocalMachine,
+                    kKernelKey + registry::Text(interface_key, value::kMsi, ""));
   MsiDescription msi;
-  msi.caption = registry::Text(key, "Caption", msi.caption);
-  msi.range = {registry::Number(key, "Min", msi.range.first),
-               registry::Number(key, "Max", msi.range.last)};
-  msi.preselected = registry::Number(key, "Default", msi.preselected);
+  msi.caption = registry::Text(key, value::kCaption, msi.caption);
+  msi.range = {registry::Number(key, value::kMin, msi.range.first),
+               registry::Number(key, value::kMax, msi.range.last)};
+  msi.preselected = registry::Number(key, value::kDefault, msi.preselected);
   for (std::int64_t n = msi.range.first; n <= msi.range.last; ++n) {
     const auto value = static_cast<std::int32_t>(n);
     const std::string bare = "0x" + modCOM_Hex::HexPad(value, 1);

@@ -7,14 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "interface/catalog_layout.h"
 #include "support/modCOM_Registry.h"
 
 namespace qmzentrel::catalogs {
-
-/// Keys below HKEY_LOCAL_MACHINE.
-inline constexpr const char* kKernelKey = "SOFTWARE\\QuenmoorComms\\Kernel\\";
-inline constexpr const char* kInterfacesKey = "SOFTWARE\\QuenmoorComms\\Kernel\\MIF\\";
-inline constexpr const char* kIntervalsKey = "SOFTWARE\\QuenmoorComms\\Kernel\\TXI\\";
 
 /// Transmit-interval indices are 0 to 15: the transponder has four bits for them.
 inline constexpr std::int32_t kLastInterval = 15;

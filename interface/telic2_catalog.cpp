@@ -10,7 +10,6 @@ namespace {
 
 using modCOM_Registry::OpenKey;
 
-constexpr const char* kTestMessages = "TestMessages";
 constexpr const char* kNoName = "Invalid";
 constexpr std::int32_t kAllMessages = -1;
 
@@ -37,7 +36,7 @@ MessageList::MessageList(const std::string& device_key)
       range_(ReadRange(key_)),
       commands_(device_key.empty() ? kAllMessages
                                    : registry::Number(OpenKey(platform::kLocalMachine, device_key),
-                                                      "Commands", kAllMessages)) {}
+                                                      value::kCommands, kAllMessages)) {}
 
 void MessageList::Offer(const AddEntry& add) const {
   // There is no bit below 0, hence nothing to offer there.
@@ -48,7 +47,7 @@ void MessageList::Offer(const AddEntry& add) const {
 }
 
 TestMessageList::TestMessageList(const std::string& device_key)
-    : key_(platform::kLocalMachine, device_key + kTestMessages), range_(ReadRange(key_)) {}
+    : key_(platform::kLocalMachine, device_key + kTestMessagesName), range_(ReadRange(key_)) {}
 
 void TestMessageList::Offer(const AddEntry& add) const {
   for (std::int64_t n = range_.first; n <= range_.last; ++n) {
@@ -58,15 +57,15 @@ void TestMessageList::Offer(const AddEntry& add) const {
 }
 
 std::int32_t MessageLength(std::int32_t message) {
-  return NumberOf(kMessagesKey, message, "Bytes");
+  return NumberOf(kMessagesKey, message, value::kBytes);
 }
 
 std::int32_t TestReadLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessages, message, "RBytes");
+  return NumberOf(device_key + kTestMessagesName, message, value::kRBytes);
 }
 
 std::int32_t TestWriteLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessages, message, "PBytes");
+  return NumberOf(device_key + kTestMessagesName, message, value::kPBytes);
 }
 
 }  // namespace qmzentrel::catalogs

@@ -10,10 +10,6 @@
 
 namespace qmzentrel::catalogs {
 
-/// Keys below HKEY_LOCAL_MACHINE.
-inline constexpr const char* kDeviceTypesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Types";
-inline constexpr const char* kMessagesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Messages";
-
 /// The test message that marks an invalid choice in lists. It is never sent.
 inline constexpr std::int32_t kInvalidTestMessage = 99;
 

@@ -20,9 +20,6 @@ using platform::DialogCheck;
 using platform::DialogList;
 using platform::kLocalMachine;
 
-constexpr const char* kBoxTypesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\Types";
-constexpr const char* kBoxModesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\Modes";
-
 std::string ItemText(std::int32_t number, const std::string& name) {
   return "[" + platform::FormatNumber(number, "#0") + "] " + name;
 }
@@ -61,8 +58,8 @@ void frmZentrelSim::Form_Load() {
     };
     STEP catalogs::OfferInterfaces(adder(DialogList::cboMIF));
     STEP catalogs::OfferIntervals(adder(DialogList::cboTXI));
-    STEP LoadSignatures(0, kBoxTypesKey);
-    STEP LoadSignatures(1, kBoxModesKey);
+    STEP LoadSignatures(0, catalogs::kBoxTypesKey);
+    STEP LoadSignatures(1, catalogs::kBoxModesKey);
   });
 }
 

@@ -7,11 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "interface/catalog_layout.h"
 #include "support/modCOM_Registry.h"
 #include "support/variant.h"
 #include "tools/catalog_checker/finding.h"
 
 namespace qmzentrel::catalog_checker {
+
+namespace value = catalogs::value;
 
 /// What a missing value means.
 struct Absence {

@@ -58,9 +58,13 @@ bool IsOneOf(const std::string& name, const std::vector<std::string>& names) {
   });
 }
 
+bool IsTakenBelowKernel(const std::string& name) {
+  return IsOneOf(name, {catalogs::kInterfacesName, catalogs::kIntervalsName});
+}
+
 std::optional<Range> CheckRange(const CatalogKey& key, const std::string& effect) {
-  const NumberReading first = key.Number("Min", Required(effect));
-  const NumberReading last = key.Number("Max", Required(effect));
+  const NumberReading first = key.Number(value::kMin, Required(effect));
+  const NumberReading last = key.Number(value::kMax, Required(effect));
   return CheckRange(key, first, last, effect);
 }
 
@@ -69,7 +73,7 @@ std::optional<Range> CheckRange(const CatalogKey& key, const NumberReading& firs
   if (!first.sound || !last.sound) return std::nullopt;
   const Range range{*first.taken, *last.taken};
   if (range.last >= range.first) return range;
-  key.Fault("Max", "is " + std::to_string(range.last) + ", below Min", effect);
+  key.Fault(value::kMax, "is " + std::to_string(range.last) + ", below Min", effect);
   return std::nullopt;
 }
 
@@ -96,9 +100,9 @@ void CheckBitRange(const CatalogKey& key, const Range& range) {
   constexpr const char* kNotOffered = "no list offers a number below 0";
   const std::string is = "is " + std::to_string(range.first);
   if (range.first < kPromptRange.first) {
-    key.Fault("Min", is + ", below -1", kNotOffered);
+    key.Fault(value::kMin, is + ", below -1", kNotOffered);
   } else if (range.first < 0) {
-    key.Remark("Min", is, kNotOffered);
+    key.Remark(value::kMin, is, kNotOffered);
   }
 }
 

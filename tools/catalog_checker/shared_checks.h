@@ -26,6 +26,9 @@ bool IsWithin(const catalogs::Range& range, std::int32_t number);
 /// Whether `name` is one of `names`, as the registry compares them.
 bool IsOneOf(const std::string& name, const std::vector<std::string>& names);
 
+/// Whether the key of this name beside the MSI descriptions is that of interfaces or intervals.
+bool IsTakenBelowKernel(const std::string& name);
+
 /// The range from "Min" to "Max"; nothing, after a fault, when it is empty or one of them is not
 /// sound. `effect` is what an empty range leads to.
 std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const std::string& effect);

@@ -50,13 +50,12 @@ void CheckList(const std::string& path, Findings& findings) {
 }  // namespace
 
 void CheckSignatures(Findings& findings) {
-  const std::string path = std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel\\";
-  CheckList(path + "Types", findings);
-  CheckList(path + "Modes", findings);
-  const CatalogKey key(path, findings);
-  const auto line = key.Text("SupplyLine", Optional("the supply is on DTR"));
+  CheckList(catalogs::kBoxTypesKey, findings);
+  CheckList(catalogs::kBoxModesKey, findings);
+  const CatalogKey key(catalogs::kBoxKey, findings);
+  const auto line = key.Text(value::kSupplyLine, Optional("the supply is on DTR"));
   if (line && !IsOneOf(*line, {"DTR", "RTS", "BOTH"})) {
-    key.Fault("SupplyLine", "is none of DTR, RTS and BOTH: \"" + *line + "\"",
+    key.Fault(value::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
               "the supply is on DTR");
   }
 }

@@ -30,17 +30,17 @@ Texts OfferedWith(std::int32_t number) {
 }
 
 void CheckText(const CatalogKey& version) {
-  if (!version.HasValue("Ver")) {
-    version.Fault("Ver", "is missing", kNotOffered);
+  if (!version.HasValue(value::kVer)) {
+    version.Fault(value::kVer, "is missing", kNotOffered);
     return;
   }
-  const Variant stored = version.Value("Ver");
+  const Variant stored = version.Value(value::kVer);
   const auto* text = std::get_if<std::string>(&stored);
   if (const auto* number = std::get_if<std::int32_t>(&stored)) {
-    version.Remark("Ver", "is stored as a number",
+    version.Remark(value::kVer, "is stored as a number",
                    "it is shown as \"" + std::to_string(*number) + "\"");
   } else if (text == nullptr || !NumericValue(*text)) {
-    version.FaultOfData("Ver", "number", kNotOffered, kNotOffered);
+    version.FaultOfData(value::kVer, "number", kNotOffered, kNotOffered);
   }
 }
 
@@ -78,15 +78,15 @@ void CheckVersions(const CatalogKey& interface_key, std::int32_t number, const A
   CheckSorting(interface_key, names);
   const auto overrides = [&interface_key](const std::string& name) {
     const CatalogKey version = interface_key.SubKey(name);
-    return version.HasValue("IDSources") || version.HasValue("MIF");
+    return version.HasValue(value::kIdSources) || version.HasValue(value::kMif);
   };
   const Texts offered = std::ranges::any_of(names, overrides) ? OfferedWith(number) : Texts();
   for (const std::string& name : names) {
     const CatalogKey version = interface_key.SubKey(name);
-    CheckValueNames(version, {"Ver", "IDSources", "MIF"});
+    CheckValueNames(version, {value::kVer, value::kIdSources, value::kMif});
     CheckText(version);
-    CheckOverride(version, name, "IDSources", offered);
-    CheckOverride(version, name, "MIF", offered);
+    CheckOverride(version, name, value::kIdSources, offered);
+    CheckOverride(version, name, value::kMif, offered);
   }
 }
 
