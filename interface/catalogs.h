@@ -1,11 +1,11 @@
-// What the installer's catalogs in the registry say of meter interfaces, transmit intervals and
-// meter specific information. Read afresh with each call; a missing key or value is never an error.
+// The numbered entries of the installer's catalogs in the registry: ranges, names, and the lists of
+// meter interfaces and transmit intervals. Read afresh with each call; a missing key or value is
+// never an error.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "interface/catalog_layout.h"
 #include "support/modCOM_Registry.h"
@@ -44,19 +44,5 @@ void OfferInterfaces(const AddEntry& add);
 
 /// The transmit intervals within the range; "Unknown" without a name.
 void OfferIntervals(const AddEntry& add);
-
-/// The versions of a meter interface: the "Ver" texts that are numbers, in the sorted order of the
-/// sub-keys that hold them.
-std::vector<std::string> VersionsOf(std::int32_t meter_interface);
-
-/// What a meter interface means by its meter specific information.
-struct MsiDescription {
-  std::string caption = "MSI";
-  Range range{0, 15};
-  std::int32_t preselected = 0;    ///< "Default"
-  std::vector<std::string> names;  ///< of the values in the range, in its order
-};
-
-MsiDescription MsiOf(std::int32_t meter_interface);
 
 }  // namespace qmzentrel::catalogs

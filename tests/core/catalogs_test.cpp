@@ -1,9 +1,13 @@
-// What the catalogs say of meter interfaces, transmit intervals and meter specific information.
+// The lists that the catalogs offer, and what they say of meter specific information and
+// signatures.
 #include "interface/catalogs.h"
 
 #include <algorithm>
 #include <limits>
 
+#include "interface/mif_catalog.h"
+#include "interface/msi_catalog.h"
+#include "interface/signatures.h"
 #include "interface/telic2_catalog.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
@@ -100,7 +104,6 @@ TEST_F(CatalogValues, From31OnTheBitIsAnOverflowWhateverTheMask) {
 TEST_F(Catalogs, WithoutAnyCatalogNothingIsOffered) {
   EXPECT_EQ(Interfaces(), Offered{});
   EXPECT_EQ(Intervals(), Offered{});
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{});
   EXPECT_EQ(catalogs::DeviceTypes(), Texts{});
 }
 
@@ -221,43 +224,6 @@ TEST_F(Catalogs, IntervalsMayBeginBelow0AndGoBeyond30) {
   EXPECT_EQ(Intervals().size(), 2U) << "the last of all numbers ends the list";
 }
 
-// --- Versions ---
-
-TEST_F(Catalogs, VersionsComeInTheSortedOrderOfTheirKeys) {
-  SetText(InterfaceKey(3) + "\\10", "Ver", "4.0");
-  SetText(InterfaceKey(3) + "\\9", "Ver", "8.0");
-  SetText(InterfaceKey(3) + "\\1", "Ver", "5.1");
-  EXPECT_EQ(catalogs::VersionsOf(3), (Texts{"5.1", "8.0", "4.0"}));
-  EXPECT_EQ(catalogs::VersionsOf(4), Texts{});
-}
-
-TEST_F(Catalogs, AVersionThatIsNoNumberIsPassedOver) {
-  SetText(InterfaceKey(0) + "\\a", "Ver", "4.0");
-  SetText(InterfaceKey(0) + "\\b", "Ver", "four");
-  SetText(InterfaceKey(0) + "\\c", "Ver", "");
-  SetText(InterfaceKey(0) + "\\d", "Other", "4.0");
-  TheWorld().SetTexts(InterfaceKey(0) + "\\e", "Ver", {"4.0", "5.0"});
-  SetText(InterfaceKey(0) + "\\f", "Ver", "1.A");
-  SetText(InterfaceKey(0) + "\\g", "Ver", "8.0");
-  EXPECT_EQ(catalogs::VersionsOf(0), (Texts{"4.0", "8.0"}));
-}
-
-TEST_F(Catalogs, AVersionMayBeStoredAsANumber) {
-  SetNumber(InterfaceKey(0) + "\\4", "Ver", 4);
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{"4"});
-}
-
-TEST_F(Catalogs, AVersionIsReadWithADotWhateverTheUsersLocale) {
-  SetText(InterfaceKey(0) + "\\4", "Ver", "4.0");
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{"4.0"});
-}
-
-TEST_F(Catalogs, VersionKeysOfWordsAndNumbersMayFailTheSort) {
-  SetText(InterfaceKey(0) + "\\1", "Ver", "4.0");
-  SetText(InterfaceKey(0) + "\\new", "Ver", "8.0");
-  EXPECT_EQ(ReportOf([] { catalogs::VersionsOf(0); }).procedure, "RegKeys_QSort");
-}
-
 // --- Meter specific information ---
 
 class MeterSpecificInformation : public Catalogs {
@@ -343,6 +309,25 @@ TEST_F(MeterSpecificInformation, ReadsEachValueOnce) {
   EXPECT_EQ(queries.size(), 1 + 4 + 16U);
 }
 
+// --- Box types and modes ---
+
+TEST_F(Catalogs, TheNameOfABoxTypeIsAHexadecimalNumber) {
+  EXPECT_EQ(catalogs::SignatureNumber("A5"), 0xA5);
+  EXPECT_EQ(catalogs::SignatureNumber("fe"), 0xFE);
+  EXPECT_EQ(catalogs::SignatureNumber("00"), 0);
+  EXPECT_EQ(catalogs::SignatureNumber("100"), 0x100) << "beyond a byte";
+  EXPECT_EQ(catalogs::SignatureNumber("FFFFFFFF"), -1);
+  for (const char* name : {"", "G1", "0x1A", "1 A", "1A.5", "123456789", "-1"}) {
+    EXPECT_EQ(catalogs::SignatureNumber(name), std::nullopt) << name;
+  }
+}
+
+TEST_F(Catalogs, ABoxTypeIsShownAsItsTextOrNumberAndAnythingElseAsNothing) {
+  EXPECT_EQ(catalogs::SignatureText("Electric"s), "Electric");
+  EXPECT_EQ(catalogs::SignatureText(std::int32_t{-12}), "-12");
+  EXPECT_EQ(catalogs::SignatureText(Variant()), "");
+}
+
 // --- Names by number ---
 
 TEST_F(Catalogs, ANumberedKeyIsNamedInPlainDecimal) {
@@ -388,7 +373,9 @@ TEST_F(Catalogs, NoFailureOfTheRegistryIsRaisedOrReported) {
       EXPECT_NO_THROW({
         Interfaces();
         Intervals();
-        catalogs::VersionsOf(0);
+        catalogs::VersionsOf(0, {"4"});
+        catalogs::EncoderOf(0);
+        catalogs::VersionedLookup().Find(InterfaceKey(0), "MIF", "4.0");
         catalogs::MsiOf(0);
         catalogs::DeviceTypes();
         catalogs::MessageLength(8);

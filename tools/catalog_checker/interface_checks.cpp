@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <set>
 
+#include "interface/mif_catalog.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
 
@@ -13,8 +14,6 @@ using catalogs::Range;
 constexpr std::int32_t kLowest = -1;
 // A transponder holds the number of its interface in four bits.
 constexpr std::int32_t kLastOfTransponder = 15;
-// Where the simulator looks for what belongs to a primary interface.
-constexpr std::int32_t kPrimary = 0;
 
 constexpr const char* kNoNames =
     "no names are loaded: MIFName and TXIName fail with error 65535; no interface is offered";
@@ -38,7 +37,7 @@ class Interfaces {
 
   bool IsOffered(std::int32_t number) const { return offered_.contains(number); }
   bool IsPrimaryOfOthers(std::int32_t number) const {
-    return number == kPrimary && !offered_.empty();
+    return number == catalogs::kPrimaryInterface && !offered_.empty();
   }
 
   Findings& findings_;

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "interface/msi_catalog.h"
 #include "support/modCOM_Hex.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"

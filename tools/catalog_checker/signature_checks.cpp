@@ -1,6 +1,6 @@
 #include <set>
 
-#include "support/conversion.h"
+#include "interface/signatures.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
 
@@ -11,14 +11,8 @@ namespace {
 constexpr std::int32_t kNothingStored = 0;
 constexpr std::int32_t kLastByte = 255;
 
-// A value name as the simulator reads it.
-std::optional<std::int32_t> HexNumber(const std::string& name) {
-  const auto value = NumericValue("&H" + name);
-  return value ? RoundToLong(*value) : std::nullopt;
-}
-
 void CheckEntry(const CatalogKey& key, const std::string& name, std::set<std::int32_t>& bytes) {
-  const auto byte = HexNumber(name);
+  const auto byte = catalogs::SignatureNumber(name);
   if (!byte) {
     key.Fault(name, "is not named by a hexadecimal number",
               "with the simulator on no object can be created (error 13)");

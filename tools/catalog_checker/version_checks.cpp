@@ -2,6 +2,7 @@
 #include <iterator>
 #include <utility>
 
+#include "interface/mif_catalog.h"
 #include "support/conversion.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
@@ -11,21 +12,22 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr std::int32_t kPrimary = 0;
 constexpr const char* kNotOffered = "the version is not offered";
 
 // What the simulator offers for the interface; nothing where the sort fails.
 Texts OfferedFor(std::int32_t number) {
   Texts names;
-  const std::string path = catalogs::kInterfacesKey + std::to_string(number);
-  modCOM_Registry::RegEnumKeys(platform::kLocalMachine, path, names, false);
-  return SortFails(std::move(names)) ? Texts{} : catalogs::VersionsOf(number);
+  modCOM_Registry::RegEnumKeys(platform::kLocalMachine, catalogs::InterfaceKey(number), names,
+                               false);
+  return SortFails(names) ? Texts{} : catalogs::VersionsOf(number, std::move(names));
 }
 
 // The texts of all versions that can be chosen with the interface, as a primary or secondary one.
 Texts OfferedWith(std::int32_t number) {
-  Texts offered = OfferedFor(kPrimary);
-  if (number != kPrimary) std::ranges::copy(OfferedFor(number), std::back_inserter(offered));
+  Texts offered = OfferedFor(catalogs::kPrimaryInterface);
+  if (number != catalogs::kPrimaryInterface) {
+    std::ranges::copy(OfferedFor(number), std::back_inserter(offered));
+  }
   return offered;
 }
 
@@ -50,7 +52,9 @@ void CheckOverride(const CatalogKey& version, const std::string& name, const std
                    const Texts& offered) {
   CheckVersioned(version, value, Optional("it is taken as 0"));
   if (!version.HasValue(value) || offered.empty()) return;
-  const auto overrides = [&name](const std::string& text) { return name <= text; };
+  const auto overrides = [&name](const std::string& text) {
+    return catalogs::HoldsFor(name, text);
+  };
   if (std::ranges::none_of(offered, overrides)) {
     version.Fault(value, "belongs to a version that sorts as text behind all that are offered",
                   "it overrides nothing");
