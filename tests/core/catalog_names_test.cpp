@@ -150,6 +150,16 @@ TEST_F(CatalogNames, WithoutACatalogBothNamesFailInsteadOfBeingEmpty) {
   for (const std::int32_t n : {0, 15}) ExpectNoTxiName(n);
 }
 
+TEST_F(CatalogNames, WithAMaxOfATypeThatIsNotReadTheyAreLoadedUpToInterface0) {
+  constexpr std::uint32_t kBinary = 3;
+  InstallCatalog(5);
+  TheWorld().registry[kInterfaces]["Max"] = {kBinary, std::string(1, '\5')};
+  Create();
+  EXPECT_EQ(MifName(0), "MIF 0");
+  ExpectNoMifName(1);
+  EXPECT_EQ(TxiName(15), "TXI 15");
+}
+
 TEST_F(CatalogNames, WithoutTheMaxOfInterfacesTheIntervalsAreNotLoadedEither) {
   InstallCatalog(5);
   TheWorld().registry[kInterfaces].erase("Max");

@@ -23,28 +23,28 @@ constexpr const char* kRefused = "a command with it is refused: S_MSG_TOO_LONG";
 constexpr const char* kTakenAs0 = "it is taken as 0";
 
 void CheckReadLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number(value::kRBytes, Defaulted(kTakenAs0));
-  if (!bytes.sound) return;
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
-  if (*bytes.taken < kNoReply) {
+  const auto bytes = key.Number(value::kRBytes, Defaulted(kTakenAs0));
+  if (!bytes) return;
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
+  if (*bytes < kNoReply) {
     key.Fault(value::kRBytes, is + "below -1", "it counts as no reply");
-  } else if (*bytes.taken > kMostRead) {
+  } else if (*bytes > kMostRead) {
     key.Fault(value::kRBytes, is + "more than a reply holds", kRefused);
-  } else if (*bytes.taken > kMostDataBytes) {
+  } else if (*bytes > kMostDataBytes) {
     key.Fault(value::kRBytes, is + "more than four bytes",
               "four are taken, the others for messages of their own");
   }
 }
 
 void CheckWriteLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number(value::kPBytes, Defaulted(kTakenAs0));
-  if (!bytes.sound) return;
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
-  if (*bytes.taken < 0) {
+  const auto bytes = key.Number(value::kPBytes, Defaulted(kTakenAs0));
+  if (!bytes) return;
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
+  if (*bytes < 0) {
     key.Fault(value::kPBytes, is + "below 0", "the frame is cut short by so many bytes");
-  } else if (*bytes.taken > kMostWritten) {
+  } else if (*bytes > kMostWritten) {
     key.Fault(value::kPBytes, is + "more than a frame carries", kRefused);
-  } else if (*bytes.taken > kMostDataBytes) {
+  } else if (*bytes > kMostDataBytes) {
     key.Fault(value::kPBytes, is + "more than four bytes",
               "only four travel; what follows them stands in the wrong place");
   }
@@ -112,11 +112,10 @@ void CheckTestMessages(const CatalogKey& tests) {
 }
 
 void CheckCommands(const CatalogKey& device, const std::optional<Range>& messages) {
-  const NumberReading commands =
-      device.Number(value::kCommands, Defaulted("every message is offered"));
-  if (!commands.sound) return;
-  if (*commands.taken == 0) device.Remark(value::kCommands, "is 0", "no message is offered");
-  if (messages) CheckBits(device, value::kCommands, *commands.taken, *messages);
+  const auto commands = device.Number(value::kCommands, Defaulted("every message is offered"));
+  if (!commands) return;
+  if (*commands == 0) device.Remark(value::kCommands, "is 0", "no message is offered");
+  if (messages) CheckBits(device, value::kCommands, *commands, *messages);
 }
 
 }  // namespace

@@ -17,6 +17,9 @@ constexpr std::int32_t kLastOfTransponder = 15;
 
 constexpr const char* kNoNames =
     "no names are loaded: MIFName and TXIName fail with error 65535; no interface is offered";
+constexpr const char* kNamesTo0 =
+    "names are loaded as if it were 0: MIFName fails with error 65535 above; no interface is "
+    "offered";
 constexpr const char* kNoneOffered = "no interface is offered";
 constexpr const char* kNothingReadsIt = "nothing reads it";
 
@@ -52,17 +55,17 @@ void Interfaces::Check() {
     return;
   }
   CheckValueNames(key_, {value::kMin, value::kMax, value::kMask});
-  const NumberReading first = key_.Number(value::kMin, Required(kNoneOffered));
-  const NumberReading last = key_.Number(value::kMax, Required(kNoNames));
-  const NumberReading mask = key_.Number(value::kMask, Required(kNoneOffered));
-  if (mask.sound && *mask.taken == 0) key_.Fault(value::kMask, "is 0", kNoneOffered);
-  if (!last.sound) return;
-  CheckLast(*last.taken);
-  if (*last.taken < kLowest) return;
+  const auto first = key_.Number(value::kMin, Required(kNoneOffered));
+  const auto last = key_.Number(value::kMax, {Grade::kFault, kNoNames, kNamesTo0});
+  const auto mask = key_.Number(value::kMask, Required(kNoneOffered));
+  if (mask && *mask == 0) key_.Fault(value::kMask, "is 0", kNoneOffered);
+  if (!last) return;
+  CheckLast(*last);
+  if (*last < kLowest) return;
   const auto range = CheckRange(key_, first, last, kNoneOffered);
-  if (range && mask.sound) CheckMask(*mask.taken, *range);
-  CheckNames(*last.taken);
-  for (std::int32_t n = kLowest; n <= std::min(*last.taken, HighestBit()); ++n) CheckInterface(n);
+  if (range && mask) CheckMask(*mask, *range);
+  CheckNames(*last);
+  for (std::int32_t n = kLowest; n <= std::min(*last, HighestBit()); ++n) CheckInterface(n);
   CheckMsi(msi_names_, findings_);
 }
 
@@ -137,7 +140,7 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
   CheckVersioned(key, value::kMif, absent("it is taken as 0 where no version gives it"));
   const auto sources =
       CheckVersioned(key, value::kIdSources, absent("it is taken as 0 where no version gives it"));
-  if (sources.sound && (*sources.taken & ~kAllSources) != 0) {
+  if (sources && (*sources & ~kAllSources) != 0) {
     key.Remark(value::kIdSources, "has bits above bit 1", "they mean nothing");
   }
   CheckMsiName(key, absent("caption and values of the MSI are the defaults"));

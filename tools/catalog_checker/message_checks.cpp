@@ -20,10 +20,10 @@ constexpr const char* kNoneListed = "only NOP is listed";
 constexpr const char* kRefused = "a command with it is refused: S_BAD_PARAMETER";
 
 void CheckLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number(value::kBytes, Required(kRefused));
-  if (!bytes.sound) return;
-  const std::int64_t length = std::abs(std::int64_t{*bytes.taken});
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
+  const auto bytes = key.Number(value::kBytes, Required(kRefused));
+  if (!bytes) return;
+  const std::int64_t length = std::abs(std::int64_t{*bytes});
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (length == 0) {
     key.Fault(value::kBytes, "is 0", kRefused);
   } else if (length > kMostBytes) {

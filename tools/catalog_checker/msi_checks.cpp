@@ -22,11 +22,10 @@ void CheckMsiKey(const std::string& name, Findings& findings) {
     return Defaulted("it is taken as " + std::to_string(number));
   };
   key.Text(value::kCaption, Defaulted("\"" + defaults.caption + "\" is shown"));
-  const NumberReading first = key.Number(value::kMin, taken_as(defaults.range.first));
-  const NumberReading last = key.Number(value::kMax, taken_as(defaults.range.last));
-  const NumberReading preselected = key.Number(value::kDefault, taken_as(defaults.preselected));
-  const Range range{first.taken.value_or(defaults.range.first),
-                    last.taken.value_or(defaults.range.last)};
+  const auto first = key.Number(value::kMin, taken_as(defaults.range.first));
+  const auto last = key.Number(value::kMax, taken_as(defaults.range.last));
+  const auto preselected = key.Number(value::kDefault, taken_as(defaults.preselected));
+  const Range range{first.value_or(defaults.range.first), last.value_or(defaults.range.last)};
 
   if (range.first < 0)
     key.Fault(value::kMin, "is " + std::to_string(range.first) + ", below 0",
@@ -39,7 +38,7 @@ void CheckMsiKey(const std::string& name, Findings& findings) {
               "no value is offered");
     return;
   }
-  if (!IsWithin(range, preselected.taken.value_or(defaults.preselected))) {
+  if (!IsWithin(range, preselected.value_or(defaults.preselected))) {
     key.Fault(value::kDefault, "does not lie between Min and Max", "no value is selected first");
   }
   CheckValueNames(key, {value::kCaption, value::kMin, value::kMax, value::kDefault}, range);

@@ -63,15 +63,16 @@ bool IsTakenBelowKernel(const std::string& name) {
 }
 
 std::optional<Range> CheckRange(const CatalogKey& key, const std::string& effect) {
-  const NumberReading first = key.Number(value::kMin, Required(effect));
-  const NumberReading last = key.Number(value::kMax, Required(effect));
+  const auto first = key.Number(value::kMin, Required(effect));
+  const auto last = key.Number(value::kMax, Required(effect));
   return CheckRange(key, first, last, effect);
 }
 
-std::optional<Range> CheckRange(const CatalogKey& key, const NumberReading& first,
-                                const NumberReading& last, const std::string& effect) {
-  if (!first.sound || !last.sound) return std::nullopt;
-  const Range range{*first.taken, *last.taken};
+std::optional<Range> CheckRange(const CatalogKey& key, const std::optional<std::int32_t>& first,
+                                const std::optional<std::int32_t>& last,
+                                const std::string& effect) {
+  if (!first || !last) return std::nullopt;
+  const Range range{*first, *last};
   if (range.last >= range.first) return range;
   key.Fault(value::kMax, "is " + std::to_string(range.last) + ", below Min", effect);
   return std::nullopt;
@@ -82,8 +83,8 @@ std::string EffectOfEnd(std::int32_t end, const std::string& effect) {
   return "its numbers are looked up one by one, for seconds or longer; " + effect;
 }
 
-NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
-                             const Absence& absence) {
+std::optional<std::int32_t> CheckVersioned(const CatalogKey& key, const std::string& name,
+                                           const Absence& absence) {
   const Variant stored = key.Value(name);
   const auto* const text = std::get_if<std::string>(&stored);
   const auto number = text != nullptr ? NumericValue(*text) : std::nullopt;
@@ -93,7 +94,7 @@ NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
                       std::to_string(number ? kErrorOverflow : kErrorTypeMismatch) +
                       " when it is chosen",
                   absence.effect);
-  return {};
+  return std::nullopt;
 }
 
 void CheckBitRange(const CatalogKey& key, const Range& range) {

@@ -34,8 +34,10 @@ bool IsTakenBelowKernel(const std::string& name);
 std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const std::string& effect);
 
 /// The same for values that have been read and judged already.
-std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const NumberReading& first,
-                                          const NumberReading& last, const std::string& effect);
+std::optional<catalogs::Range> CheckRange(const CatalogKey& key,
+                                          const std::optional<std::int32_t>& first,
+                                          const std::optional<std::int32_t>& last,
+                                          const std::string& effect);
 
 /// What the component, which looks up the numbers of a range one by one, is through with at once.
 inline constexpr catalogs::Range kPromptRange{-1, 1000};
@@ -45,8 +47,8 @@ std::string EffectOfEnd(std::int32_t end, const std::string& effect);
 
 /// Judges a value that the simulator looks up for the version chosen: unlike elsewhere, a text that
 /// is no number does not count as missing.
-NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
-                             const Absence& absence);
+std::optional<std::int32_t> CheckVersioned(const CatalogKey& key, const std::string& name,
+                                           const Absence& absence);
 
 /// Judges a "Min" below 0 in a list whose entries are chosen by bits.
 void CheckBitRange(const CatalogKey& key, const catalogs::Range& range);
