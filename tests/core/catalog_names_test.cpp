@@ -3,8 +3,10 @@
 #include <new>
 #include <set>
 
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
+#include "tests/core/registry_faults.h"
 #include "tests/core/zentrel_access.h"
 
 namespace qmzentrel::tests {
@@ -151,9 +153,8 @@ TEST_F(CatalogNames, WithoutACatalogBothNamesFailInsteadOfBeingEmpty) {
 }
 
 TEST_F(CatalogNames, WithAMaxOfATypeThatIsNotReadTheyAreLoadedUpToInterface0) {
-  constexpr std::uint32_t kBinary = 3;
   InstallCatalog(5);
-  TheWorld().registry[kInterfaces]["Max"] = {kBinary, std::string(1, '\5')};
+  TheWorld().registry[kInterfaces]["Max"] = {kRegBinary, std::string(1, '\5')};
   Create();
   EXPECT_EQ(MifName(0), "MIF 0");
   ExpectNoMifName(1);
@@ -425,14 +426,10 @@ TEST_F(NameProperty, OfAnEmptyTextIsEmpty) {
 TEST_F(NameProperty, OfAKeyThatCannotBeReadIsInvalidAndNothingIsReported) {
   SetName(kMessages, 8, "Reverse count");
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     EXPECT_EQ(zentrel->Name(kMessages, 8), "Invalid") << call;
   }
-  TheWorld().registry_fault = [](const std::string& made, const std::string&) {
-    return made == "RegCloseKey" ? std::optional<std::int32_t>(6) : std::nullopt;
-  };
+  FailRegistry("RegCloseKey", kInvalidHandle);
   EXPECT_EQ(zentrel->Name(kMessages, 8), "Reverse count");
 }
 

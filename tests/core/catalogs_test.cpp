@@ -9,8 +9,10 @@
 #include "interface/msi_catalog.h"
 #include "interface/signatures.h"
 #include "interface/telic2_catalog.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
+#include "tests/core/registry_faults.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -70,9 +72,7 @@ TEST_F(CatalogValues, ARangeNeedsBothEnds) {
 TEST_F(CatalogValues, AKeyThatIsNotOpenHasNoRange) {
   SetRange(kKey, 0, 5);
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     EXPECT_EQ(Range(), kNone) << call;
   }
 }
@@ -182,10 +182,9 @@ TEST_F(Catalogs, WithoutAnEndOfTheRangeNoInterfaceIsOffered) {
 }
 
 TEST_F(Catalogs, AnEndOfTheRangeThatIsStoredAsBytesIsNoNumber) {
-  constexpr std::uint32_t kBinary = 3;
   for (const char* end : {"Min", "Max"}) {
     SetInterfaces(0, 3, -1);
-    TheWorld().registry[kInterfaces][end] = {kBinary, std::string(4, '\0')};
+    TheWorld().registry[kInterfaces][end] = {kRegBinary, std::string(4, '\0')};
     EXPECT_EQ(Interfaces(), Offered{}) << end;
   }
 }
@@ -367,9 +366,7 @@ TEST_F(Catalogs, NoFailureOfTheRegistryIsRaisedOrReported) {
   SetTest("Meter", 1, 2, 3);
   for (const char* call : {"RegOpenKeyEx", "RegEnumKeyEx", "RegQueryValueEx", "RegCloseKey"}) {
     for (const std::int32_t code : {1, 2, 5, 6, 8, 87, 234, 259, 1018, 1450, -1}) {
-      TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-        return made == call ? std::optional(code) : std::nullopt;
-      };
+      FailRegistry(call, code);
       EXPECT_NO_THROW({
         Interfaces();
         Intervals();

@@ -3,6 +3,7 @@
 #include "interface/mif_catalog.h"
 
 #include "support/modCOM_Registry.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
 
@@ -201,9 +202,8 @@ TEST_F(VersionedProperty, AmongVersionsThatCannotBeSortedIsReported) {
 }
 
 TEST_F(VersionedProperty, OfATypeThatIsNotReadEndsTheSearchWithNothing) {
-  constexpr std::uint32_t kBinary = 3;
   SetFrom("2.0", "from 2");
-  TheWorld().registry[kRoot + "\\4.0"]["Prop"] = {kBinary, "\1"};
+  TheWorld().registry[kRoot + "\\4.0"]["Prop"] = {kRegBinary, "\1"};
   EXPECT_EQ(Find("5.0", std::int32_t{12}), Variant());
 }
 

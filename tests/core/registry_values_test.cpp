@@ -1,9 +1,10 @@
 // Reading values of a known kind, and what stands for those that are missing or of another kind.
 #include "support/registry_values.h"
 
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
-#include "tests/core/registry_types.h"
+#include "tests/core/registry_faults.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -92,9 +93,7 @@ TEST_F(TypedRegistryValues, ATextOfATypeThatIsNotReadIsEmptyUnlessTheCallerHasAn
 TEST_F(TypedRegistryValues, NothingIsReadFromAKeyThatIsNotOpenOrAValueThatIsRefused) {
   SetNumber(kKey, "v", 5);
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     ExpectNoNumber();
     ExpectNoText();
   }
