@@ -41,7 +41,7 @@ void OfferInterfaces(const AddEntry& add) {
   const OpenKey key(platform::kLocalMachine, kInterfacesKey);
   const Range range = ReadRange(key);
   const std::int32_t mask = registry::Number(key, value::kMask, 0);
-  // There is no bit below 0, hence nothing to offer there.
+  // Below 0 there is no bit: no need to go through the numbers there.
   for (std::int64_t n = std::max(range.first, 0); n <= range.last; ++n) {
     const auto number = static_cast<std::int32_t>(n);
     if (HasBit(mask, number)) add(number, ReadName(key, number, kUnknown));

@@ -34,15 +34,15 @@ std::string ReadName(const modCOM_Registry::OpenKey& parent, std::int32_t number
 /// The same below a path under HKEY_LOCAL_MACHINE, with or without a backslash at its end.
 std::string ReadName(const std::string& path, std::int32_t number, const std::string& absent);
 
-/// Whether bit `number` of `mask` is set. Below 0 there is no bit; from 31 on the bit is no 32-bit
-/// number any more: error 6.
+/// Whether bit `number` of `mask` is set. There is no bit below 0; from 31 on 2 to the power of
+/// `number` is no 32-bit number, which is error 6.
 bool HasBit(std::int32_t mask, std::int32_t number);
 
-/// The meter interfaces within the range whose bit in "Mask" is set; "Unknown" without a name.
-/// Error 6 at interface 31; the entries before it have been added then.
+/// The meter interfaces from "Min" to "Max" whose bit in "Mask" is set. One without a name is
+/// "Unknown". Error 6 at interface 31, after the entries before it have been added.
 void OfferInterfaces(const AddEntry& add);
 
-/// The transmit intervals within the range; "Unknown" without a name.
+/// The transmit intervals from "Min" to "Max". One without a name is "Unknown".
 void OfferIntervals(const AddEntry& add);
 
 }  // namespace qmzentrel::catalogs

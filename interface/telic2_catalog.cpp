@@ -39,7 +39,7 @@ MessageList::MessageList(const std::string& device_key)
                                                       value::kCommands, kAllMessages)) {}
 
 void MessageList::Offer(const AddEntry& add) const {
-  // There is no bit below 0, hence nothing to offer there.
+  // Below 0 there is no bit: no need to go through the numbers there.
   for (std::int64_t n = std::max(range_.first, 0); n <= range_.last; ++n) {
     const auto message = static_cast<std::int32_t>(n);
     if (HasBit(commands_, message)) add(message, ReadName(key_, message, kNoName));

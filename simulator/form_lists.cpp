@@ -86,8 +86,8 @@ void frmZentrelSim::chkSecondary_Click() {
   frame.Run([&] { STEP RebuildLists(); });
 }
 
-// The lists decide the secondary box, and the box decides the lists: a catalog that contradicts
-// itself would go round for ever.
+// The lists decide the secondary box, and the box decides the lists. A catalog that contradicts
+// itself would send them round for ever, so they stop at a state in which they have been.
 void frmZentrelSim::RebuildLists() {
   const std::pair<std::int32_t, bool> state(m_lngSelectedMIF, MIFSelect());
   if (std::ranges::find(visited_, state) != visited_.end()) return;

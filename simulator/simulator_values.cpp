@@ -24,7 +24,7 @@ std::optional<Variant> FindUnsaved(const std::string& name) {
   return found->second;
 }
 
-// What `unsaved` holds, if it is of this kind.
+// The value, or `absent` when it is of another kind.
 template <class Kind>
 Kind ValueOr(const Variant& unsaved, const Kind& absent) {
   const auto* const value = std::get_if<Kind>(&unsaved);

@@ -9,13 +9,6 @@ namespace {
 
 using catalogs::Range;
 
-// One byte of a frame identifies a test message.
-constexpr Range kIdentifiers{0, 255};
-// What of the 20 bytes of a request the header and one identifier leave, and what of the 33 bytes
-// of the buffer for a reply.
-constexpr std::int32_t kMostWritten = 15;
-constexpr std::int32_t kMostRead = 28;
-constexpr std::int32_t kMostDataBytes = 4;
 constexpr std::int32_t kNoReply = -1;
 
 constexpr const char* kNoneListed = "only NOP and Invalid are listed";
@@ -42,7 +35,7 @@ void CheckWriteLength(const CatalogKey& key) {
   const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (*bytes < 0) {
     key.Fault(value::kPBytes, is + "below 0", "the frame is cut short by so many bytes");
-  } else if (*bytes > kMostWritten) {
+  } else if (*bytes > kMostSent) {
     key.Fault(value::kPBytes, is + "more than a frame carries", kRefused);
   } else if (*bytes > kMostDataBytes) {
     key.Fault(value::kPBytes, is + "more than four bytes",

@@ -10,7 +10,7 @@ namespace {
 
 using catalogs::Range;
 
-// Names are loaded from here on.
+// The first interface whose name an object loads.
 constexpr std::int32_t kLowest = -1;
 // A transponder holds the number of its interface in four bits.
 constexpr std::int32_t kLastOfTransponder = 15;

@@ -10,12 +10,6 @@ namespace {
 
 using catalogs::Range;
 
-// One byte of a frame identifies a message.
-constexpr Range kIdentifiers{0, 255};
-// What of the 20 bytes of a frame the header and one identifier leave.
-constexpr std::int64_t kMostBytes = 15;
-constexpr std::int64_t kMostDataBytes = 4;
-
 constexpr const char* kNoneListed = "only NOP is listed";
 constexpr const char* kRefused = "a command with it is refused: S_BAD_PARAMETER";
 
@@ -26,7 +20,7 @@ void CheckLength(const CatalogKey& key) {
   const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (length == 0) {
     key.Fault(value::kBytes, "is 0", kRefused);
-  } else if (length > kMostBytes) {
+  } else if (length > kMostSent) {
     key.Fault(value::kBytes, is + "more than a frame carries",
               "a command with it is refused: S_MSG_TOO_LONG");
   } else if (length > kMostDataBytes) {

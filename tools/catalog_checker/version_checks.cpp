@@ -46,8 +46,7 @@ void CheckText(const CatalogKey& version) {
   }
 }
 
-// A version overrides the values of its interface for the versions whose text is not below its
-// name, compared character by character.
+// Looks for an override that holds for no version that is offered, or for one that is older.
 void CheckOverride(const CatalogKey& version, const std::string& name, const std::string& value,
                    const Texts& offered) {
   CheckVersioned(version, value, Optional("it is taken as 0"));
