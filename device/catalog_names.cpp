@@ -1,6 +1,7 @@
 // What the class offers of the catalogs: the names of the record's values, and of any numbered key.
 #include "device/Zentrel.h"
 #include "interface/catalogs.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel {
 
@@ -14,7 +15,7 @@ void Zentrel::LoadNames() {
     STEP const OpenKey interfaces(platform::kLocalMachine, catalogs::kInterfacesKey);
     // Without a catalog of interfaces there are no names of intervals either: installers leave out
     // both, and clients rely on both properties failing then.
-    STEP if (!modCOM_Registry::RegGetValue(interfaces, "Max", vntMax)) return;
+    STEP if (!modCOM_Registry::RegGetValue(interfaces, catalogs::value::kMax, vntMax)) return;
     STEP lngMax = std::get<std::int32_t>(vntMax);
     // Interface -1 stands for a transponder that is not set up.
     STEP m_strMIFs.ReDim(-1, lngMax);
@@ -24,7 +25,7 @@ void Zentrel::LoadNames() {
     STEP const OpenKey intervals(platform::kLocalMachine, catalogs::kIntervalsKey);
     STEP m_strTXIs.ReDim(0, catalogs::kLastInterval);
     STEP for (n = 0; n <= catalogs::kLastInterval; ++n) {
-      STEP m_strTXIs[n] = catalogs::ReadText(intervals, std::to_string(n), "");
+      STEP m_strTXIs[n] = registry::Text(intervals, std::to_string(n), "");
     }
   });
 }

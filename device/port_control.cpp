@@ -2,21 +2,19 @@
 
 #include <string>
 
+#include "interface/catalog_layout.h"
 #include "platform/text.h"
-#include "support/modCOM_Registry.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel {
 namespace {
 
 // A line that does not carry the supply stays off.
 platform::ModemLines ConfiguredSupplyLines() {
-  Variant line = std::string();
-  modCOM_Registry::RegGetValue(platform::kLocalMachine,
-                               std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel", "SupplyLine",
-                               line);
-  const auto* name = std::get_if<std::string>(&line);
-  const auto is = [name](const char* wanted) {
-    return name && platform::CompareTextNoCase(*name, wanted) == 0;
+  const std::string line = registry::Text({platform::kLocalMachine, catalogs::kBoxKey},
+                                          catalogs::value::kSupplyLine, "");
+  const auto is = [&line](const char* wanted) {
+    return platform::CompareTextNoCase(line, wanted) == 0;
   };
   if (is("BOTH")) return {.dtr = true, .rts = true};
   if (is("RTS")) return {.rts = true};

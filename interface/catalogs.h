@@ -1,20 +1,16 @@
-// What the installer's catalogs in the registry say of meter interfaces, transmit intervals and
-// meter specific information. Read afresh with each call; a missing key or value is never an error.
+// The numbered entries of the installer's catalogs in the registry: ranges, names, and the lists of
+// meter interfaces and transmit intervals. Read afresh with each call; a missing key or value is
+// never an error.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
+#include "interface/catalog_layout.h"
 #include "support/modCOM_Registry.h"
 
 namespace qmzentrel::catalogs {
-
-/// Keys below HKEY_LOCAL_MACHINE.
-inline constexpr const char* kKernelKey = "SOFTWARE\\QuenmoorComms\\Kernel\\";
-inline constexpr const char* kInterfacesKey = "SOFTWARE\\QuenmoorComms\\Kernel\\MIF\\";
-inline constexpr const char* kIntervalsKey = "SOFTWARE\\QuenmoorComms\\Kernel\\TXI\\";
 
 /// Transmit-interval indices are 0 to 15: the transponder has four bits for them.
 inline constexpr std::int32_t kLastInterval = 15;
@@ -31,14 +27,6 @@ struct Range {
 /// "Min" to "Max" of a key. Empty when either is missing or no number.
 Range ReadRange(const modCOM_Registry::OpenKey& key);
 
-/// A value that is a whole number, however it is stored, or `absent`.
-std::int32_t ReadNumber(const modCOM_Registry::OpenKey& key, const std::string& name,
-                        std::int32_t absent);
-
-/// A value that is a text, or `absent`.
-std::string ReadText(const modCOM_Registry::OpenKey& key, const std::string& name,
-                     const std::string& absent);
-
 /// The unnamed value of the key that has the number `number` below `parent`, or `absent`.
 std::string ReadName(const modCOM_Registry::OpenKey& parent, std::int32_t number,
                      const std::string& absent);
@@ -46,29 +34,15 @@ std::string ReadName(const modCOM_Registry::OpenKey& parent, std::int32_t number
 /// The same below a path under HKEY_LOCAL_MACHINE, with or without a backslash at its end.
 std::string ReadName(const std::string& path, std::int32_t number, const std::string& absent);
 
-/// Whether bit `number` of `mask` is set. Below 0 there is no bit; from 31 on the bit is no 32-bit
-/// number any more: error 6.
+/// Whether bit `number` of `mask` is set. There is no bit below 0; from 31 on 2 to the power of
+/// `number` is no 32-bit number, which is error 6.
 bool HasBit(std::int32_t mask, std::int32_t number);
 
-/// The meter interfaces within the range whose bit in "Mask" is set; "Unknown" without a name.
-/// Error 6 at interface 31; the entries before it have been added then.
+/// The meter interfaces from "Min" to "Max" whose bit in "Mask" is set. One without a name is
+/// "Unknown". Error 6 at interface 31, after the entries before it have been added.
 void OfferInterfaces(const AddEntry& add);
 
-/// The transmit intervals within the range; "Unknown" without a name.
+/// The transmit intervals from "Min" to "Max". One without a name is "Unknown".
 void OfferIntervals(const AddEntry& add);
-
-/// The versions of a meter interface: the "Ver" texts that are numbers, in the sorted order of the
-/// sub-keys that hold them.
-std::vector<std::string> VersionsOf(std::int32_t meter_interface);
-
-/// What a meter interface means by its meter specific information.
-struct MsiDescription {
-  std::string caption = "MSI";
-  Range range{0, 15};
-  std::int32_t preselected = 0;    ///< "Default"
-  std::vector<std::string> names;  ///< of the values in the range, in its order
-};
-
-MsiDescription MsiOf(std::int32_t meter_interface);
 
 }  // namespace qmzentrel::catalogs

@@ -3,20 +3,20 @@
 #include <algorithm>
 
 #include "support/modCOM_Common.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel::catalogs {
 namespace {
 
 using modCOM_Registry::OpenKey;
 
-constexpr const char* kTestMessages = "TestMessages";
 constexpr const char* kNoName = "Invalid";
 constexpr std::int32_t kAllMessages = -1;
 
 std::int32_t NumberOf(const std::string& messages_key, std::int32_t message,
                       const std::string& value) {
   const OpenKey key(platform::kLocalMachine, messages_key + "\\" + std::to_string(message));
-  return ReadNumber(key, value, 0);
+  return registry::Number(key, value, 0);
 }
 
 }  // namespace
@@ -35,11 +35,11 @@ MessageList::MessageList(const std::string& device_key)
     : key_(platform::kLocalMachine, kMessagesKey),
       range_(ReadRange(key_)),
       commands_(device_key.empty() ? kAllMessages
-                                   : ReadNumber(OpenKey(platform::kLocalMachine, device_key),
-                                                "Commands", kAllMessages)) {}
+                                   : registry::Number(OpenKey(platform::kLocalMachine, device_key),
+                                                      value::kCommands, kAllMessages)) {}
 
 void MessageList::Offer(const AddEntry& add) const {
-  // There is no bit below 0, hence nothing to offer there.
+  // Below 0 there is no bit: no need to go through the numbers there.
   for (std::int64_t n = std::max(range_.first, 0); n <= range_.last; ++n) {
     const auto message = static_cast<std::int32_t>(n);
     if (HasBit(commands_, message)) add(message, ReadName(key_, message, kNoName));
@@ -47,7 +47,7 @@ void MessageList::Offer(const AddEntry& add) const {
 }
 
 TestMessageList::TestMessageList(const std::string& device_key)
-    : key_(platform::kLocalMachine, device_key + kTestMessages), range_(ReadRange(key_)) {}
+    : key_(platform::kLocalMachine, device_key + kTestMessagesName), range_(ReadRange(key_)) {}
 
 void TestMessageList::Offer(const AddEntry& add) const {
   for (std::int64_t n = range_.first; n <= range_.last; ++n) {
@@ -57,15 +57,15 @@ void TestMessageList::Offer(const AddEntry& add) const {
 }
 
 std::int32_t MessageLength(std::int32_t message) {
-  return NumberOf(kMessagesKey, message, "Bytes");
+  return NumberOf(kMessagesKey, message, value::kBytes);
 }
 
 std::int32_t TestReadLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessages, message, "RBytes");
+  return NumberOf(device_key + kTestMessagesName, message, value::kRBytes);
 }
 
 std::int32_t TestWriteLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessages, message, "PBytes");
+  return NumberOf(device_key + kTestMessagesName, message, value::kPBytes);
 }
 
 }  // namespace qmzentrel::catalogs

@@ -10,10 +10,6 @@
 
 namespace qmzentrel::catalogs {
 
-/// Keys below HKEY_LOCAL_MACHINE.
-inline constexpr const char* kDeviceTypesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Types";
-inline constexpr const char* kMessagesKey = "SOFTWARE\\QuenmoorComms\\TELIC2\\Messages";
-
 /// The test message that marks an invalid choice in lists. It is never sent.
 inline constexpr std::int32_t kInvalidTestMessage = 99;
 
@@ -24,12 +20,12 @@ std::string DeviceKey(const std::string& device);
 /// The names of the device types, sorted.
 std::vector<std::string> DeviceTypes();
 
-/// The messages whose bit in "Commands" of a device's key is set, all of them when `device_key` is
-/// empty. Range and mask are read at once.
+/// The messages from "Min" to "Max" whose bit in "Commands" of a device's key is set; with an empty
+/// `device_key` all of them. Range and mask are read when the object is made.
 class MessageList {
  public:
   explicit MessageList(const std::string& device_key);
-  /// Error 6 at message 31; the entries before it have been added then.
+  /// Error 6 at message 31, after the entries before it have been added.
   void Offer(const AddEntry& add) const;
 
  private:
@@ -38,7 +34,7 @@ class MessageList {
   std::int32_t commands_;
 };
 
-/// The test messages of a device. The range is read at once.
+/// The test messages of a device from "Min" to "Max", which are read when the object is made.
 class TestMessageList {
  public:
   explicit TestMessageList(const std::string& device_key);

@@ -18,8 +18,12 @@ template <class Around, class Body>
 std::invoke_result_t<Body> CallErased(Around around, Body&& body) {
   using Statements = std::remove_reference_t<Body>;
   using Result = std::invoke_result_t<Body>;
-  if constexpr (std::is_void_v<Result>) {
-    around([](void* call) { (*static_cast<Statements*>(call))(); }, std::addressof(body));
+  if constexpr (std::is_reference_v<Result>) {
+    return *CallErased(around, [&body] { return std::addressof(body()); });
+  } else if constexpr (std::is_void_v<Result>) {
+    const Statements* const statements = std::addressof(body);
+    around([](void* call) { (*static_cast<Statements*>(call))(); },
+           const_cast<void*>(static_cast<const void*>(statements)));
   } else {
     struct Call {
       Statements& body;
@@ -27,7 +31,8 @@ std::invoke_result_t<Body> CallErased(Around around, Body&& body) {
     } call{body, std::nullopt};
     around(
         [](void* made) {
-          static_cast<Call*>(made)->result.emplace(static_cast<Call*>(made)->body());
+          auto& made_call = *static_cast<Call*>(made);
+          made_call.result.emplace(made_call.body());
         },
         &call);
     return std::move(*call.result);

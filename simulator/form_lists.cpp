@@ -2,49 +2,32 @@
 // interface, version and the two bits of the interface byte.
 #include <algorithm>
 
+#include "interface/catalog_layout.h"
 #include "interface/catalogs.h"
+#include "interface/mif_catalog.h"
+#include "interface/msi_catalog.h"
+#include "interface/signatures.h"
 #include "platform/number.h"
 #include "simulator/frmZentrelSim.h"
 #include "simulator/simulator_switch.h"
 #include "simulator/simulator_values.h"
-#include "support/conversion.h"
 #include "support/modCOM_Registry.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::simulator {
 namespace {
 
+using catalogs::InterfaceKey;
+using catalogs::InterfaceUse;
+using catalogs::PropertyNumber;
 using modCOM_Registry::RegEnumKeys;
-using modCOM_Registry::RegGetValue;
 using platform::DialogCheck;
 using platform::DialogList;
 using platform::kLocalMachine;
-
-constexpr const char* kBoxTypesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\Types";
-constexpr const char* kBoxModesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\Modes";
+namespace value = catalogs::value;
 
 std::string ItemText(std::int32_t number, const std::string& name) {
   return "[" + platform::FormatNumber(number, "#0") + "] " + name;
-}
-
-std::string InterfaceKey(std::int32_t meter_interface) {
-  return catalogs::kInterfacesKey + std::to_string(meter_interface);
-}
-
-// A property that is a number, however it is stored; nothing there is 0.
-std::int32_t NumberOf(const Variant& value) {
-  if (const auto* number = std::get_if<std::int32_t>(&value)) return *number;
-  const auto* const text = std::get_if<std::string>(&value);
-  if (text == nullptr) return 0;
-  const auto number = NumericValue(*text);
-  if (!number) RaiseError(kErrorTypeMismatch);
-  return ToLong(*number);
-}
-
-std::string TextOf(const Variant& value) {
-  if (const auto* number = std::get_if<std::int32_t>(&value)) return std::to_string(*number);
-  const auto* const text = std::get_if<std::string>(&value);
-  return text != nullptr ? *text : "";
 }
 
 }  // namespace
@@ -61,8 +44,8 @@ void frmZentrelSim::Form_Load() {
     };
     STEP catalogs::OfferInterfaces(adder(DialogList::cboMIF));
     STEP catalogs::OfferIntervals(adder(DialogList::cboTXI));
-    STEP LoadSignatures(0, kBoxTypesKey);
-    STEP LoadSignatures(1, kBoxModesKey);
+    STEP LoadSignatures(0, catalogs::kBoxTypesKey);
+    STEP LoadSignatures(1, catalogs::kBoxModesKey);
   });
 }
 
@@ -77,8 +60,10 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
     STEP modCOM_Registry::RegEnumValues(kLocalMachine, key, values, false);
     STEP for (const auto& value : values) {
       STEP if (value.name.empty()) break;
-      STEP lngValue = NumberOf("&H" + value.name);
-      STEP list.AddItem(TextOf(value.data), lngValue);
+      STEP const auto number = catalogs::SignatureNumber(value.name);
+      STEP if (!number) RaiseError(kErrorTypeMismatch);
+      STEP lngValue = *number;
+      STEP list.AddItem(catalogs::SignatureText(value.data), lngValue);
     }
     STEP if (list.ListCount() > 0) list.ListIndex(0);
   });
@@ -101,8 +86,8 @@ void frmZentrelSim::chkSecondary_Click() {
   frame.Run([&] { STEP RebuildLists(); });
 }
 
-// The lists decide the secondary box, and the box decides the lists: a catalog that contradicts
-// itself would go round for ever.
+// The lists decide the secondary box, and the box decides the lists. A catalog that contradicts
+// itself would send them round for ever, so they stop at a state in which they have been.
 void frmZentrelSim::RebuildLists() {
   const std::pair<std::int32_t, bool> state(m_lngSelectedMIF, MIFSelect());
   if (std::ranges::find(visited_, state) != visited_.end()) return;
@@ -119,9 +104,8 @@ void frmZentrelSim::RebuildLists() {
   LoadMSI();
 }
 
-// Without the secondary bit a transponder reports through its primary interface, which is 0.
 std::int32_t frmZentrelSim::ChosenInterface() const {
-  return MIFSelect() ? m_lngSelectedMIF : 0;
+  return catalogs::InterfaceInUse(m_lngSelectedMIF, MIFSelect());
 }
 
 void frmZentrelSim::LoadMIFVersions() {
@@ -132,7 +116,7 @@ void frmZentrelSim::LoadMIFVersions() {
   frame.Run([&] {
     STEP lngMIF = ChosenInterface();
     STEP if (RegEnumKeys(kLocalMachine, InterfaceKey(lngMIF), strKeys, false) == 0) return;
-    STEP strVersions = catalogs::VersionsOf(lngMIF);
+    STEP strVersions = catalogs::VersionsOf(lngMIF, strKeys);
     STEP FormList versions(*this, DialogList::cboVersion);
     STEP versions.Clear();
     STEP for (const std::string& version : strVersions) {
@@ -149,14 +133,14 @@ void frmZentrelSim::cboVersion_Click() {
   frame.Run([&] {
     STEP if (content_.lists[static_cast<std::size_t>(DialogList::cboVersion)].selected < 0) return;
     STEP strKey = InterfaceKey(m_lngSelectedMIF);
-    STEP m_lngMIFsAvailable = NumberOf(VersionedProp(strKey, "MIF", XpdrVersion()));
-    const bool primary = (m_lngMIFsAvailable & 1) != 0;
-    const bool secondary = (m_lngMIFsAvailable & ~1) != 0;
-    STEP Enable(DialogCheck::chkSecondary, primary == secondary);
-    STEP if (primary != secondary) MIFSelect(secondary);
+    STEP m_lngMIFsAvailable = PropertyNumber(VersionedProp(strKey, value::kMif, XpdrVersion()));
+    const auto use = catalogs::AllowedUse(m_lngMIFsAvailable);
+    const bool either = use == InterfaceUse::kEither;
+    STEP Enable(DialogCheck::chkSecondary, either);
+    STEP if (!either) MIFSelect(use == InterfaceUse::kSecondaryOnly);
     STEP strKey = InterfaceKey(ChosenInterface());
-    STEP lngSources = NumberOf(VersionedProp(strKey, "IDSources", XpdrVersion()));
-    const bool one_source = ((lngSources & 1) != 0) != ((lngSources & 2) != 0);
+    STEP lngSources = PropertyNumber(VersionedProp(strKey, value::kIdSources, XpdrVersion()));
+    const bool one_source = catalogs::HasOneIdSource(lngSources);
     STEP Enable(DialogCheck::chkUserID, !one_source);
     STEP if (one_source) IDToggle(false);
   });
@@ -165,28 +149,12 @@ void frmZentrelSim::cboVersion_Click() {
 Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::string& PropName,
                                      const std::string& TargetVersion,
                                      const std::optional<Variant>& Default) const {
-  std::vector<std::string> strKeys;
-  std::string strKey;
-  std::int32_t lngIndex = 0;
-  Variant vntValue;
+  catalogs::VersionedLookup lookup;
+  const auto& [strKeys, strKey, lngIndex, vntValue] = lookup;
   ErrorFrame frame(Fields(), "VersionedProp",
                    PARAMETERS(RegRootKey, PropName, TargetVersion, Default),
                    LOCALS(strKeys, strKey, lngIndex, vntValue));
-  return frame.Run([&] {
-    STEP if (!TargetVersion.empty()) {
-      STEP lngIndex = RegEnumKeys(kLocalMachine, RegRootKey, strKeys, true);
-      // Letter by letter, as catalogs are made for it: "10.0" is below "4.0".
-      STEP while (--lngIndex >= 0) {
-        const std::string& version = strKeys[static_cast<std::size_t>(lngIndex)];
-        STEP if (version > TargetVersion) continue;
-        STEP strKey = RegRootKey;
-        STEP strKey.append("\\").append(version);
-        STEP if (RegGetValue(kLocalMachine, strKey, PropName, vntValue)) return vntValue;
-      }
-    }
-    STEP RegGetValue(kLocalMachine, RegRootKey, PropName, vntValue, Default);
-    STEP return vntValue;
-  });
+  return frame.Run([&] { STEP return lookup.Find(RegRootKey, PropName, TargetVersion, Default); });
 }
 
 void frmZentrelSim::LoadMSI() {
@@ -194,9 +162,8 @@ void frmZentrelSim::LoadMSI() {
   std::int32_t lngCode = 0;
   ErrorFrame frame(Fields(), "LoadMSI", PARAMETERS(), LOCALS(vntEncoder, lngCode));
   frame.Run([&] {
-    STEP RegGetValue(kLocalMachine, InterfaceKey(m_lngSelectedMIF), "Encoder", vntEncoder,
-                     Variant());
-    STEP content_.tamper_caption = NumberOf(vntEncoder) != 0 ? "Status" : "Tamper";
+    STEP vntEncoder = catalogs::EncoderOf(m_lngSelectedMIF);
+    STEP content_.tamper_caption = PropertyNumber(vntEncoder) != 0 ? "Status" : "Tamper";
     STEP const catalogs::MsiDescription msi = catalogs::MsiOf(ChosenInterface());
     STEP content_.msi_caption = msi.caption;
     STEP FormList list(*this, DialogList::cboMSI);

@@ -84,9 +84,14 @@ class frmZentrelSim : private platform::DialogPresenter {
   /// As typed, with a dot for the user's decimal separator.
   std::string Battery() const;
 
- private:
-  friend struct FormAccess;  // tests of the private procedures below
+  /// A property of a meter interface (`RegRootKey`) that each transponder version may give anew, as
+  /// it is stored: the value of the last version up to `TargetVersion` that has it, else that of
+  /// the interface, or `Default`.
+  Variant VersionedProp(const std::string& RegRootKey, const std::string& PropName,
+                        const std::string& TargetVersion,
+                        const std::optional<Variant>& Default = std::nullopt) const;
 
+ private:
   // One list of the dialog, for the helpers that fill and select.
   class FormList : public modCOM_CboLstHelpers::ItemList {
    public:
@@ -115,9 +120,6 @@ class frmZentrelSim : private platform::DialogPresenter {
   void LoadMSI();
   void RebuildLists();
   std::int32_t ChosenInterface() const;
-  Variant VersionedProp(const std::string& RegRootKey, const std::string& PropName,
-                        const std::string& TargetVersion,
-                        const std::optional<Variant>& Default = std::nullopt) const;
 
   // Buttons and stored values
   void cmdOK_Click();

@@ -5,6 +5,7 @@
 
 #include "platform/process_lock.h"
 #include "support/modCOM_Registry.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel::simulator {
 namespace {
@@ -23,26 +24,27 @@ std::optional<Variant> FindUnsaved(const std::string& name) {
   return found->second;
 }
 
-// The type of `absent` chooses the conversion.
-Variant Read(const std::string& name, const Variant& absent) {
-  if (auto unsaved = FindUnsaved(name)) return *unsaved;
-  Variant slot = absent;
-  modCOM_Registry::RegGetValue(platform::kLocalMachine, kSimulatorKey, name, slot, absent);
-  return slot;
+// The value, or `absent` when it is of another kind.
+template <class Kind>
+Kind ValueOr(const Variant& unsaved, const Kind& absent) {
+  const auto* const value = std::get_if<Kind>(&unsaved);
+  return value != nullptr ? *value : absent;
+}
+
+modCOM_Registry::OpenKey SavedValues() {
+  return {platform::kLocalMachine, kSimulatorKey};
 }
 
 }  // namespace
 
 std::int32_t ReadSimulatorNumber(const std::string& name, std::int32_t absent) {
-  const Variant value = Read(name, absent);
-  const auto* const number = std::get_if<std::int32_t>(&value);
-  return number != nullptr ? *number : absent;
+  if (const auto unsaved = FindUnsaved(name)) return ValueOr(*unsaved, absent);
+  return registry::Number(SavedValues(), name, absent);
 }
 
 std::string ReadSimulatorText(const std::string& name, const std::string& absent) {
-  const Variant value = Read(name, absent);
-  const auto* const text = std::get_if<std::string>(&value);
-  return text != nullptr ? *text : absent;
+  if (const auto unsaved = FindUnsaved(name)) return ValueOr(*unsaved, absent);
+  return registry::Text(SavedValues(), name, absent, absent);
 }
 
 void WriteSimulatorValue(const std::string& name, const Variant& value) {

@@ -12,8 +12,8 @@ namespace qmzentrel::simulator {
 inline constexpr const char* kSimulatorKey =
     "SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator";
 
-/// The stored number or text, or `absent`. A value that could not be written is kept for the life
-/// of the process and read from there.
+/// The stored number or text, or `absent`. A value that could not be written is read from where the
+/// process keeps it.
 std::int32_t ReadSimulatorNumber(const std::string& name, std::int32_t absent);
 std::string ReadSimulatorText(const std::string& name, const std::string& absent);
 
@@ -21,8 +21,8 @@ std::string ReadSimulatorText(const std::string& name, const std::string& absent
 /// until the process ends.
 void WriteSimulatorValue(const std::string& name, const Variant& value);
 
-/// False when the next value could not be stored, or one before could not and lives in this process
-/// only. Nothing is written to find out.
+/// Whether every value written so far is in the registry, and the next one can be stored. Nothing
+/// is written to find out.
 bool SimulatorValuesAreStored();
 
 /// Forgets what could not be written, as the end of the process does; for tests.

@@ -5,8 +5,8 @@
 #include "platform/clock.h"
 #include "platform/debugger.h"
 #include "platform/number.h"
-#include "support/dump_variable.h"
 #include "support/ignoring_errors.h"
+#include "support/variables.h"
 
 namespace qmzentrel {
 namespace {
@@ -87,11 +87,9 @@ void CDebugLog::CloseLog() {
 }
 
 std::string CDebugLog::DumpFields() const {
-  return DumpVariable("m_lngFileNum", m_lngFileNum) + DumpVariable("m_strFilePath", m_strFilePath) +
-         DumpVariable("m_lngEventTypes", m_lngEventTypes) +
-         DumpVariable("m_lngDebuggerEventTypes", m_lngDebuggerEventTypes) +
-         DumpVariable("m_lngAssertEventTypes", m_lngAssertEventTypes) +
-         DumpVariable("m_strTimeStampMask", m_strTimeStampMask);
+  return DumpVariables(VARIABLES(m_lngFileNum, m_strFilePath, m_lngEventTypes,
+                                 m_lngDebuggerEventTypes, m_lngAssertEventTypes,
+                                 m_strTimeStampMask));
 }
 
 }  // namespace qmzentrel

@@ -3,6 +3,7 @@
 #include "platform/timer.h"
 #include "support/ignoring_errors.h"
 #include "support/modCOM_XTimerSupport.h"
+#include "support/variables.h"
 
 namespace qmzentrel {
 
@@ -52,8 +53,7 @@ void XTimer::RaiseTick() {
 }
 
 std::string XTimer::DumpFields() const {
-  return DumpVariable("mlngTimerID", mlngTimerID) + DumpVariable("mlngInterval", mlngInterval) +
-         DumpVariable("mblnEnabled", mblnEnabled);
+  return DumpVariables(VARIABLES(mlngTimerID, mlngInterval, mblnEnabled));
 }
 
 ModuleFields XTimer::Fields() const {

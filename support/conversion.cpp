@@ -29,7 +29,7 @@ std::optional<double> PrefixedNumber(std::string_view digits, int base) {
   return static_cast<std::int32_t>(bits);
 }
 
-// Three digits more than always fit always read back.
+// `precision` is what every text keeps; three digits more are enough for every value to read back.
 template <class Number>
 std::string ShortestDigits(Number value, int precision, Number (*parse)(const char*, char**)) {
   char digits[32];

@@ -17,7 +17,7 @@ namespace {
 using platform::ArrayDimension;
 using platform::LateValue;
 
-// Objects in objects; one whose default member is itself would never end.
+// So deep objects within objects are followed: one whose default member is itself has no end.
 constexpr int kDeepestObject = 16;
 
 constexpr std::size_t kMostDimensions = 3;

@@ -46,8 +46,8 @@ std::string DumpVariable(std::string_view name, const StringArray& value);
 std::string DumpVariable(std::string_view name, const Variant& value);
 std::string DumpVariable(std::string_view name, const platform::LateValue& value);
 
-/// An entry for an object of the component's own classes, which have no default member; null is
-/// nothing.
+/// An entry for an object of the component's own classes, which have no default member. Null stands
+/// for no object.
 std::string DumpObject(std::string_view name, const void* object);
 
 /// An entry for an object whose default member `default_text` reads.

@@ -5,8 +5,8 @@
 
 namespace qmzentrel {
 
-/// Runs `statement`; what it raises, exceptions of the processor included, ends here. Not an
-/// exception that the client handles outside.
+/// Runs `statement`; what it raises, exceptions of the processor included, ends here. Only an
+/// exception of the client's, which the client handles outside, passes through.
 template <class Statement>
 void IgnoringErrors(Statement statement) {
   try {
@@ -17,7 +17,7 @@ void IgnoringErrors(Statement statement) {
   }
 }
 
-/// What `answer` gives, or `otherwise` for whatever error befalls it.
+/// What `answer` gives, or `otherwise` if it raises anything; with the same exception.
 template <class Result, class Answer>
 Result AnswerOf(Answer answer, Result otherwise) {
   try {

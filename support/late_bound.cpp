@@ -15,7 +15,7 @@ void RaiseFailure(const std::optional<platform::LateFailure>& failure) {
   throw error;
 }
 
-// An exception in the client's object is the client's.
+// What the object's own code throws meanwhile is left to the client.
 template <class Call>
 auto InClientCode(Call call) {
   const platform::ClientCode object_of_the_client;

@@ -1,6 +1,5 @@
-// Calls to objects of the client by the names of their members. What such an object refuses is
-// raised with the number that it gives: to the procedure that called it that is an error like its
-// own.
+// Calls to objects of the client by the names of their members. A call that the object refuses is
+// raised with the number that the object gives, as an error of the calling procedure's own.
 #pragma once
 
 #include <cstdint>

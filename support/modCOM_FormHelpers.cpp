@@ -1,10 +1,10 @@
 #include "support/modCOM_FormHelpers.h"
 
 #include <algorithm>
-#include <variant>
 
 #include "support/error_frame.h"
 #include "support/modCOM_Registry.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel::modCOM_FormHelpers {
 namespace {
@@ -26,12 +26,6 @@ bool CanBeSized(const FormWindow& window) {
 
 void Write(const std::string& key, const char* name, std::int32_t number) {
   modCOM_Registry::RegSetValue(platform::kLocalMachine, key, name, number);
-}
-
-std::int32_t Read(const modCOM_Registry::OpenKey& key, const char* name, std::int32_t present) {
-  Variant slot = present;
-  modCOM_Registry::RegGetValue(key, name, slot);
-  return std::get<std::int32_t>(slot);
 }
 
 bool IsWhollyOn(const platform::ScreenSize& screen, const WindowPlace& place) {
@@ -74,11 +68,11 @@ void Form_RestoreState(FormWindow& frm, const std::string& strSection,
     STEP strKey = KeyOf(strSection, strKeyName);
     STEP const modCOM_Registry::OpenKey key(platform::kLocalMachine, strKey);
     WindowPlace& place = frm.place;
-    STEP place.top = Read(key, "Top", place.top);
-    STEP place.left = Read(key, "Left", place.left);
+    STEP place.top = registry::Number(key, "Top", place.top);
+    STEP place.left = registry::Number(key, "Left", place.left);
     STEP if (CanBeSized(frm)) {
-      STEP place.height = Read(key, "Height", place.height);
-      STEP place.width = Read(key, "Width", place.width);
+      STEP place.height = registry::Number(key, "Height", place.height);
+      STEP place.width = registry::Number(key, "Width", place.width);
     }
     STEP const platform::ScreenSize screen = platform::PrimaryScreen();
     STEP place.width = std::min(place.width, screen.width);
@@ -87,8 +81,8 @@ void Form_RestoreState(FormWindow& frm, const std::string& strSection,
       STEP place.left = screen.width / 2 - place.width / 2;
       STEP place.top = screen.height / 2 - place.height / 2;
     }
-    STEP frm.state =
-        static_cast<WindowState>(Read(key, "State", static_cast<std::int32_t>(frm.state)));
+    STEP frm.state = static_cast<WindowState>(
+        registry::Number(key, "State", static_cast<std::int32_t>(frm.state)));
   });
 }
 

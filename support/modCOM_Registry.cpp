@@ -129,8 +129,8 @@ bool ReadValue(const OpenKey& key, const std::string& name, Variant& slot) {
   return stored && Convert(*stored, slot) == platform::kRegistrySuccess;
 }
 
-// Decides whether an enumeration that got `result` goes on: an error may be another program's work
-// on the key, which passes, but not one that cannot clear, nor one that stays.
+// Decides whether an enumeration ends with `result`. An error may come from another program that is
+// at work on the key, and pass: it ends the enumeration only if it cannot clear, or stays.
 class EnumerationEnd {
  public:
   bool Reached(std::int32_t result) {
@@ -256,7 +256,8 @@ int CompareWithPivot(const std::string& name, const Variant& pivot) {
   return *value < *number ? -1 : *value > *number ? 1 : 0;
 }
 
-// Quicksort after Hoare. The report of `procedure` names the parameters as `parameter_names` does.
+// Hoare's quicksort. `procedure` and `parameter_names` are what a report calls the procedure and
+// its parameters.
 template <class Entry>
 void QSort(const char* procedure, const char* parameter_names, std::vector<Entry>& list,
            std::int32_t lngFirst, std::int32_t lngLast) {

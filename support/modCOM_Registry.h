@@ -23,11 +23,11 @@ struct Reg_KeyValues {
   Variant data;
 };
 
-/// For the error report: an array of structures has no form there.
+/// For the error report, which does not show the elements of an array of structures.
 std::string DumpVariable(std::string_view name, const std::vector<Reg_KeyValues>& value);
 
 /// `path` as the operating system gets it: every doubled backslash made single in one pass, then
-/// one trailing backslash taken off. Callers join paths with separators at both ends.
+/// one trailing backslash taken off. Callers join parts of which both may bring the backslash.
 std::string NormaliseKeyPath(const std::string& path);
 
 /// A key open for reading, as long as the object lives. Reading several values through one saves
@@ -41,7 +41,7 @@ class OpenKey {
   OpenKey& operator=(const OpenKey&) = delete;
 
   bool IsOpen() const { return result_ == platform::kRegistrySuccess; }
-  /// The root for keys below this one. Only while it is open.
+  /// As a root for keys below this one. Only if it is open.
   platform::RegistryKey Handle() const { return key_; }
 
  private:
@@ -72,7 +72,7 @@ std::int32_t RegEnumValues(platform::RegistryKey root, const std::string& path,
 bool RegGetValue(platform::RegistryKey root, const std::string& path, const std::string& name,
                  Variant& slot, const std::optional<Variant>& default_value = std::nullopt);
 
-/// The same from a key that may be open: one that is not has no values.
+/// The same from a key opened before; one that could not be opened has no values.
 bool RegGetValue(const OpenKey& key, const std::string& name, Variant& slot,
                  const std::optional<Variant>& default_value = std::nullopt);
 
@@ -82,8 +82,8 @@ bool RegGetValue(const OpenKey& key, const std::string& name, Variant& slot,
 bool RegSetValue(platform::RegistryKey root, const std::string& path, const std::string& name,
                  const Variant& data);
 
-/// Whether the values of a key can be written, as far as that shows without writing one: the key is
-/// opened for it. One that is missing is taken as one that can be made.
+/// Whether values of a key can be written. Nothing is written to find out: the key is opened for
+/// writing, and a missing one counts as one that can be made.
 bool RegCanSetValue(platform::RegistryKey root, const std::string& path);
 
 /// Sorts `Keys` from `lngFirst` to `lngLast`, -1 standing for the first and the last of all. A pass

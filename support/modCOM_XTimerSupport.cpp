@@ -111,7 +111,7 @@ void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
       STEP xt->RaiseTick();
     });
   } catch (const platform::ClientUnwinding&) {
-    throw;  // the tick was not at fault, and goes on
+    throw;  // the timer was not at fault, and runs on
   } catch (...) {
     IgnoringErrors([idEvent] { platform::KillTimer(idEvent); });
   }

@@ -23,9 +23,8 @@ std::int32_t BeginTimer(const std::shared_ptr<XTimer>& xt, std::int32_t interval
 /// Ends the timer that `xt` started last, if it is running.
 void EndTimer(const XTimer& xt);
 
-/// The callback of every timer: raises the tick of the timer `idEvent`, or kills a timer that
-/// nobody holds or whose tick fails. Nothing is raised
-/// out of it but ClientUnwinding.
+/// The callback of every timer: raises the tick of the timer `idEvent`, and kills a timer that
+/// nobody holds or whose tick fails. Only ClientUnwinding leaves it.
 void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent, std::int32_t lngSysTime);
 
 /// Running timers of all threads: as long as there is one, its callback must stay in memory.

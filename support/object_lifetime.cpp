@@ -5,7 +5,7 @@
 
 namespace qmzentrel {
 
-// The service follows objects; it must neither keep one from coming nor from going.
+// The service only watches: a fault in it keeps no object from being created or destroyed.
 
 ObjectLifetime::ObjectLifetime(const char* class_name) : class_name_(class_name) {
   modErrorReportSupport::InitErrorReporting();

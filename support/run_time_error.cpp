@@ -11,7 +11,7 @@ struct Description {
   const char* text;
 };
 
-// Of the numbers that the component raises, and of those that an object of a client may.
+// For the numbers that the component raises, and for those that objects of clients raise.
 constexpr Description kDescriptions[] = {
     {kErrorInvalidCall, "Invalid procedure call or argument"},
     {kErrorOverflow, "Overflow"},

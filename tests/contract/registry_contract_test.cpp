@@ -10,11 +10,13 @@
 #include <string_view>
 
 #include "tests/contract/harness.h"
+#include "tests/contract/registry_codes.h"
 
 namespace qmzentrel {
 namespace {
 
 using namespace std::string_view_literals;
+using namespace tests;
 using platform::kLocalMachine;
 using platform::kRegistryFileNotFound;
 using platform::kRegistryMoreData;
@@ -23,14 +25,7 @@ using platform::kRegistrySuccess;
 using platform::RegistryKey;
 using platform::RegistryValueInfo;
 
-// READ_CONTROL, KEY_QUERY_VALUE and KEY_ENUMERATE_SUB_KEYS.
-constexpr std::uint32_t kReadAccess = 0x20009;
-constexpr std::uint32_t kWriteAccess = 2;  // KEY_SET_VALUE.
-constexpr std::uint32_t kString = 1;       // REG_SZ
-constexpr std::uint32_t kBinary = 3;       // REG_BINARY
-constexpr std::uint32_t kNumber = 4;       // REG_DWORD
-constexpr std::uint32_t kStrings = 7;      // REG_MULTI_SZ
-constexpr std::uint32_t kUnusual = 100;    // No type of the operating system's own.
+constexpr std::uint32_t kUnusual = 100;  // No type of the operating system's own.
 
 class RegistryContract : public testing::Test {
  protected:
@@ -48,6 +43,11 @@ class RegistryContract : public testing::Test {
   std::int32_t Query(const std::string& name, std::size_t room) {
     info_ = {kUntouched, kUntouched};
     return platform::RegistryQueryValue(key_, name, std::span(data_).first(room), info_);
+  }
+  void ExpectValue(const std::string& name, std::uint32_t type, std::string_view bytes) {
+    EXPECT_EQ(Query(name, data_.size()), kRegistrySuccess) << name;
+    EXPECT_EQ(info_.type, type) << name;
+    EXPECT_EQ(Bytes(), bytes) << name;
   }
   std::string_view Bytes() const {
     return {reinterpret_cast<const char*>(data_.data()), info_.size};
@@ -67,75 +67,62 @@ TEST_F(RegistryContract, AMissingKeyIsNotFoundAndLeavesTheHandleAlone) {
 }
 
 TEST_F(RegistryContract, AMissingValueIsNotFound) {
-  Put("Present", kNumber, "\1\0\0\0"sv);
+  Put("Present", kRegDword, "\1\0\0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Absent", data_.size()), kRegistryFileNotFound);
 }
 
 TEST_F(RegistryContract, AValueComesWithItsTypeItsSizeAndItsBytes) {
-  Put("Text", kString, "4.0\0"sv);
-  Put("Number", kNumber, "\x78\x56\x34\x12"sv);
-  Put("Texts", kStrings, "a\0b\0\0"sv);
-  Put("Bytes", kBinary, "\xFF\x00\x80"sv);
+  Put("Text", kRegSz, "4.0\0"sv);
+  Put("Number", kRegDword, "\x78\x56\x34\x12"sv);
+  Put("Texts", kRegMultiSz, "a\0b\0\0"sv);
+  Put("Bytes", kRegBinary, "\xFF\x00\x80"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
 
-  EXPECT_EQ(Query("Text", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kString);
-  EXPECT_EQ(Bytes(), "4.0\0"sv);
-
-  EXPECT_EQ(Query("Number", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kNumber);
-  EXPECT_EQ(Bytes(), "\x78\x56\x34\x12"sv);
-
-  EXPECT_EQ(Query("Texts", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kStrings);
-  EXPECT_EQ(Bytes(), "a\0b\0\0"sv);
-
-  EXPECT_EQ(Query("Bytes", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kBinary);
-  EXPECT_EQ(Bytes(), "\xFF\x00\x80"sv);
+  ExpectValue("Text", kRegSz, "4.0\0"sv);
+  ExpectValue("Number", kRegDword, "\x78\x56\x34\x12"sv);
+  ExpectValue("Texts", kRegMultiSz, "a\0b\0\0"sv);
+  ExpectValue("Bytes", kRegBinary, "\xFF\x00\x80"sv);
 }
 
 TEST_F(RegistryContract, AnUnknownTypeIsReportedAsItIs) {
   Put("Odd", kUnusual, "xyz"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
-  EXPECT_EQ(Query("Odd", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kUnusual);
-  EXPECT_EQ(Bytes(), "xyz"sv);
+  ExpectValue("Odd", kUnusual, "xyz"sv);
 }
 
 TEST_F(RegistryContract, AValueWithoutBytesHasSizeZero) {
-  Put("Empty", kBinary, ""sv);
+  Put("Empty", kRegBinary, ""sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Empty", data_.size()), kRegistrySuccess);
   EXPECT_EQ(info_.size, 0u);
 }
 
 TEST_F(RegistryContract, AValueThatJustFitsIsRead) {
-  Put("Text", kString, "1234567\0"sv);
+  Put("Text", kRegSz, "1234567\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Text", 8), kRegistrySuccess);
   EXPECT_EQ(Bytes(), "1234567\0"sv);
 }
 
 TEST_F(RegistryContract, AValueThatDoesNotFitTellsItsTypeAndSize) {
-  Put("Text", kString, "1234567\0"sv);
+  Put("Text", kRegSz, "1234567\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Text", 7), kRegistryMoreData);
-  EXPECT_EQ(info_.type, kString);
+  EXPECT_EQ(info_.type, kRegSz);
   EXPECT_EQ(info_.size, 8u);
 }
 
 TEST_F(RegistryContract, WithoutRoomAValueTellsItsTypeAndSize) {
-  Put("Number", kNumber, "\1\0\0\0"sv);
+  Put("Number", kRegDword, "\1\0\0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Number", 0), kRegistryMoreData);
-  EXPECT_EQ(info_.type, kNumber);
+  EXPECT_EQ(info_.type, kRegDword);
   EXPECT_EQ(info_.size, 4u);
 }
 
 TEST_F(RegistryContract, NamesOfKeysAndValuesAreReadWithoutCase) {
-  Put("SupplyLine", kString, "RTS\0"sv);
+  Put("SupplyLine", kRegSz, "RTS\0"sv);
   std::string shouted = path_;
   for (char& character : shouted) {
     if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 'a' + 'A');
@@ -146,14 +133,14 @@ TEST_F(RegistryContract, NamesOfKeysAndValuesAreReadWithoutCase) {
 }
 
 TEST_F(RegistryContract, TheUnnamedValueHasTheEmptyName) {
-  Put("", kString, "default\0"sv);
+  Put("", kRegSz, "default\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("", data_.size()), kRegistrySuccess);
   EXPECT_EQ(Bytes(), "default\0"sv);
 }
 
 TEST_F(RegistryContract, ANameWithABackslashIsAValueOfItsOwn) {
-  Put("TELIC2\\8", kNumber, "\x2A\0\0\0"sv);
+  Put("TELIC2\\8", kRegDword, "\x2A\0\0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("TELIC2\\8", data_.size()), kRegistrySuccess);
   EXPECT_EQ(Bytes(), "\x2A\0\0\0"sv);
@@ -163,7 +150,7 @@ TEST_F(RegistryContract, ANameWithABackslashIsAValueOfItsOwn) {
 }
 
 TEST_F(RegistryContract, AKeyThatHoldsOnlyAnotherKeyIsThere) {
-  contract::PutRegistryValue(path_ + "\\MIF\\1", "Ver", kString, "4.0\0"sv);
+  contract::PutRegistryValue(path_ + "\\MIF\\1", "Ver", kRegSz, "4.0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   EXPECT_EQ(Query("Ver", data_.size()), kRegistryFileNotFound);
 }
@@ -172,7 +159,7 @@ TEST_F(RegistryContract, AKeyThatHoldsOnlyAnotherKeyIsThere) {
 
 TEST_F(RegistryContract, SubKeysAreCountedFromZeroAndEndWithNoMoreItems) {
   for (const char* name : {"beta", "Alpha", "10"}) {
-    contract::PutRegistryValue(path_ + "\\" + name, "Ver", kString, "4.0\0"sv);
+    contract::PutRegistryValue(path_ + "\\" + name, "Ver", kRegSz, "4.0\0"sv);
   }
   ASSERT_EQ(Open(), kRegistrySuccess);
   std::set<std::string> names;
@@ -188,19 +175,19 @@ TEST_F(RegistryContract, SubKeysAreCountedFromZeroAndEndWithNoMoreItems) {
 }
 
 TEST_F(RegistryContract, ValuesAreCountedWithNameTypeAndSize) {
-  Put("Text", kString, "4.0\0"sv);
+  Put("Text", kRegSz, "4.0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   std::string name;
   RegistryValueInfo info;
   EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, {}, info), kRegistrySuccess);
   EXPECT_EQ(name, "Text");
-  EXPECT_EQ(info.type, kString);
+  EXPECT_EQ(info.type, kRegSz);
   EXPECT_EQ(info.size, 4u);
   EXPECT_EQ(platform::RegistryEnumValue(key_, 1, name, {}, info), kRegistryNoMoreItems);
 }
 
 TEST_F(RegistryContract, AnEnumeratedValueComesWithItsBytesWhenThereIsRoom) {
-  Put("Number", kNumber, "\x78\x56\x34\x12"sv);
+  Put("Number", kRegDword, "\x78\x56\x34\x12"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   std::string name;
   EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, std::span(data_).first(4), info_),
@@ -212,7 +199,7 @@ TEST_F(RegistryContract, AnEnumeratedValueComesWithItsBytesWhenThereIsRoom) {
 }
 
 TEST_F(RegistryContract, TheUnnamedValueIsEnumeratedWithAnEmptyName) {
-  Put("", kString, "default\0"sv);
+  Put("", kRegSz, "default\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   std::string name = "before";
   EXPECT_EQ(platform::RegistryEnumValue(key_, 0, name, {}, info_), kRegistrySuccess);
@@ -222,7 +209,7 @@ TEST_F(RegistryContract, TheUnnamedValueIsEnumeratedWithAnEmptyName) {
 // --- Keys below keys ---
 
 TEST_F(RegistryContract, AnOpenKeyIsARootForThoseBelowIt) {
-  contract::PutRegistryValue(path_ + "\\MIF\\1", "Ver", kString, "4.0\0"sv);
+  contract::PutRegistryValue(path_ + "\\MIF\\1", "Ver", kRegSz, "4.0\0"sv);
   ASSERT_EQ(Open(), kRegistrySuccess);
   RegistryKey below = 0;
   ASSERT_EQ(platform::RegistryOpenKey(key_, "MIF\\1", kReadAccess, below), kRegistrySuccess);
@@ -238,25 +225,23 @@ TEST_F(RegistryContract, AMissingKeyIsMadeWithAllAboveItAndKeepsWhatIsWritten) {
   RegistryKey key = 0;
   ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path, kWriteAccess, key), kRegistrySuccess);
   EXPECT_EQ(
-      platform::RegistrySetValue(key, "Width", kNumber, std::as_bytes(std::span("\1\2\3", 4))),
+      platform::RegistrySetValue(key, "Width", kRegDword, std::as_bytes(std::span("\1\2\3", 4))),
       kRegistrySuccess);
-  EXPECT_EQ(platform::RegistrySetValue(key, "", kString, std::as_bytes(std::span("x", 2))),
+  EXPECT_EQ(platform::RegistrySetValue(key, "", kRegSz, std::as_bytes(std::span("x", 2))),
             kRegistrySuccess);
   EXPECT_EQ(platform::RegistryCloseKey(key), kRegistrySuccess);
   ASSERT_EQ(platform::RegistryOpenKey(kLocalMachine, path, kReadAccess, key_), kRegistrySuccess);
-  EXPECT_EQ(Query("Width", data_.size()), kRegistrySuccess);
-  EXPECT_EQ(info_.type, kNumber);
-  EXPECT_EQ(Bytes(), "\1\2\3\0"sv);
+  ExpectValue("Width", kRegDword, "\1\2\3\0"sv);
   EXPECT_EQ(Query("", data_.size()), kRegistrySuccess);
   EXPECT_EQ(Bytes(), "x\0"sv);
 }
 
 TEST_F(RegistryContract, AKeyThatIsThereKeepsItsOtherValuesWhenOneIsWritten) {
-  Put("Kept", kString, "k\0"sv);
-  Put("Replaced", kString, "old\0"sv);
+  Put("Kept", kRegSz, "k\0"sv);
+  Put("Replaced", kRegSz, "old\0"sv);
   ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess | kReadAccess, key_),
             kRegistrySuccess);
-  EXPECT_EQ(platform::RegistrySetValue(key_, "Replaced", kString, std::as_bytes(std::span("n", 2))),
+  EXPECT_EQ(platform::RegistrySetValue(key_, "Replaced", kRegSz, std::as_bytes(std::span("n", 2))),
             kRegistrySuccess);
   EXPECT_EQ(Query("Kept", data_.size()), kRegistrySuccess);
   EXPECT_EQ(Query("Replaced", data_.size()), kRegistrySuccess);
@@ -264,7 +249,7 @@ TEST_F(RegistryContract, AKeyThatIsThereKeepsItsOtherValuesWhenOneIsWritten) {
 }
 
 TEST_F(RegistryContract, AValueIsDeletedOnce) {
-  Put("Gone", kString, "x\0"sv);
+  Put("Gone", kRegSz, "x\0"sv);
   ASSERT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess | kReadAccess, key_),
             kRegistrySuccess);
   EXPECT_EQ(platform::RegistryDeleteValue(key_, "Gone"), kRegistrySuccess);
@@ -273,10 +258,9 @@ TEST_F(RegistryContract, AValueIsDeletedOnce) {
 }
 
 TEST_F(RegistryContract, AKeyThatMayNotBeWrittenCanBeOpenedForReadingOnly) {
-  Put("Kept", kString, "k\0"sv);
+  Put("Kept", kRegSz, "k\0"sv);
   contract::WithReadOnlyTestKey([&] {
     RegistryKey refused = 0;
-    constexpr std::int32_t kAccessDenied = 5;
     EXPECT_EQ(platform::RegistryOpenKey(kLocalMachine, path_, kWriteAccess, refused),
               kAccessDenied);
     EXPECT_EQ(platform::RegistryCreateKey(kLocalMachine, path_, kWriteAccess, refused),
@@ -288,7 +272,7 @@ TEST_F(RegistryContract, AKeyThatMayNotBeWrittenCanBeOpenedForReadingOnly) {
 }
 
 TEST_F(RegistryContract, AKeyThatIsOpenedForWritingIsLeftAsItWas) {
-  Put("Kept", kString, "k\0"sv);
+  Put("Kept", kRegSz, "k\0"sv);
   RegistryKey writable = 0;
   ASSERT_EQ(platform::RegistryOpenKey(kLocalMachine, path_, kWriteAccess, writable),
             kRegistrySuccess);
@@ -309,7 +293,7 @@ TEST_F(RegistryContract, AHandleThatIsNoneFails) {
   EXPECT_NE(platform::RegistryQueryValue(0, "Ver", data_, info_), kRegistrySuccess);
   EXPECT_NE(platform::RegistryEnumKey(0, 0, name), kRegistrySuccess);
   EXPECT_NE(platform::RegistryEnumValue(0, 0, name, {}, info_), kRegistrySuccess);
-  EXPECT_NE(platform::RegistrySetValue(0, "Ver", kString, {}), kRegistrySuccess);
+  EXPECT_NE(platform::RegistrySetValue(0, "Ver", kRegSz, {}), kRegistrySuccess);
   EXPECT_NE(platform::RegistryDeleteValue(0, "Ver"), kRegistrySuccess);
   EXPECT_NE(platform::RegistryCreateKey(0, "x", kWriteAccess, key), kRegistrySuccess);
 }

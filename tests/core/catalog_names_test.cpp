@@ -3,8 +3,10 @@
 #include <new>
 #include <set>
 
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
+#include "tests/core/registry_faults.h"
 #include "tests/core/zentrel_access.h"
 
 namespace qmzentrel::tests {
@@ -148,6 +150,15 @@ TEST_F(CatalogNames, WithoutACatalogBothNamesFailInsteadOfBeingEmpty) {
   Create();
   for (const std::int32_t n : {-1, 0, 5}) ExpectNoMifName(n);
   for (const std::int32_t n : {0, 15}) ExpectNoTxiName(n);
+}
+
+TEST_F(CatalogNames, WithAMaxOfATypeThatIsNotReadTheyAreLoadedUpToInterface0) {
+  InstallCatalog(5);
+  TheWorld().registry[kInterfaces]["Max"] = {kRegBinary, std::string(1, '\5')};
+  Create();
+  EXPECT_EQ(MifName(0), "MIF 0");
+  ExpectNoMifName(1);
+  EXPECT_EQ(TxiName(15), "TXI 15");
 }
 
 TEST_F(CatalogNames, WithoutTheMaxOfInterfacesTheIntervalsAreNotLoadedEither) {
@@ -415,14 +426,10 @@ TEST_F(NameProperty, OfAnEmptyTextIsEmpty) {
 TEST_F(NameProperty, OfAKeyThatCannotBeReadIsInvalidAndNothingIsReported) {
   SetName(kMessages, 8, "Reverse count");
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     EXPECT_EQ(zentrel->Name(kMessages, 8), "Invalid") << call;
   }
-  TheWorld().registry_fault = [](const std::string& made, const std::string&) {
-    return made == "RegCloseKey" ? std::optional<std::int32_t>(6) : std::nullopt;
-  };
+  FailRegistry("RegCloseKey", kInvalidHandle);
   EXPECT_EQ(zentrel->Name(kMessages, 8), "Reverse count");
 }
 

@@ -1,12 +1,18 @@
-// What the catalogs say of meter interfaces, transmit intervals and meter specific information.
+// The lists that the catalogs offer, and what they say of meter specific information and
+// signatures.
 #include "interface/catalogs.h"
 
 #include <algorithm>
 #include <limits>
 
+#include "interface/mif_catalog.h"
+#include "interface/msi_catalog.h"
+#include "interface/signatures.h"
 #include "interface/telic2_catalog.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
+#include "tests/core/registry_faults.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -41,55 +47,14 @@ class Catalogs : public CoreTest {
 
 class CatalogValues : public Catalogs {
  protected:
-  static std::int32_t Number(std::int32_t absent) {
-    return catalogs::ReadNumber(Key(), "v", absent);
-  }
-  static std::string Text(const std::string& absent) {
-    return catalogs::ReadText(Key(), "v", absent);
-  }
   static std::pair<std::int32_t, std::int32_t> Range() {
-    const catalogs::Range range = catalogs::ReadRange(Key());
+    const catalogs::Range range = catalogs::ReadRange({platform::kLocalMachine, kKey});
     return {range.first, range.last};
   }
   static constexpr std::pair<std::int32_t, std::int32_t> kNone{0, -1};
 
-  static OpenKey Key() { return {platform::kLocalMachine, kKey}; }
   inline static const std::string kKey = kMaker + "Key";
 };
-
-TEST_F(CatalogValues, ANumberIsReadHoweverItIsStored) {
-  SetNumber(kKey, "v", -7);
-  EXPECT_EQ(Number(3), -7);
-  SetText(kKey, "v", "-7");
-  EXPECT_EQ(Number(3), -7);
-  SetText(kKey, "v", "&H1F");
-  EXPECT_EQ(Number(3), 31);
-}
-
-TEST_F(CatalogValues, ANumberThatIsMissingOrNoneIsTheDefault) {
-  EXPECT_EQ(Number(3), 3);
-  SetText(kKey, "other", "x");
-  EXPECT_EQ(Number(3), 3);
-  SetText(kKey, "v", "x");
-  EXPECT_EQ(Number(3), 3);
-  TheWorld().SetTexts(kKey, "v", {"1"});
-  EXPECT_EQ(Number(3), 3);
-}
-
-TEST_F(CatalogValues, ATextIsReadAsItIs) {
-  SetText(kKey, "v", " a \xE4");
-  EXPECT_EQ(Text("default"), " a \xC3\xA4");
-  SetText(kKey, "v", "");
-  EXPECT_EQ(Text("default"), "");
-}
-
-TEST_F(CatalogValues, ATextThatIsMissingOrNoneIsTheDefault) {
-  EXPECT_EQ(Text("default"), "default");
-  SetNumber(kKey, "v", 5);
-  EXPECT_EQ(Text("default"), "default");
-  TheWorld().SetTexts(kKey, "v", {"a", "b"});
-  EXPECT_EQ(Text("default"), "default");
-}
 
 TEST_F(CatalogValues, ARangeNeedsBothEnds) {
   EXPECT_EQ(Range(), kNone);
@@ -104,14 +69,10 @@ TEST_F(CatalogValues, ARangeNeedsBothEnds) {
   EXPECT_EQ(Range(), kNone);
 }
 
-TEST_F(CatalogValues, NothingIsReadFromAKeyThatIsNotOpen) {
-  SetNumber(kKey, "v", 5);
+TEST_F(CatalogValues, AKeyThatIsNotOpenHasNoRange) {
+  SetRange(kKey, 0, 5);
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
-    EXPECT_EQ(Number(3), 3) << call;
-    EXPECT_EQ(Text("default"), "default") << call;
+    FailRegistry(call);
     EXPECT_EQ(Range(), kNone) << call;
   }
 }
@@ -143,7 +104,6 @@ TEST_F(CatalogValues, From31OnTheBitIsAnOverflowWhateverTheMask) {
 TEST_F(Catalogs, WithoutAnyCatalogNothingIsOffered) {
   EXPECT_EQ(Interfaces(), Offered{});
   EXPECT_EQ(Intervals(), Offered{});
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{});
   EXPECT_EQ(catalogs::DeviceTypes(), Texts{});
 }
 
@@ -222,10 +182,9 @@ TEST_F(Catalogs, WithoutAnEndOfTheRangeNoInterfaceIsOffered) {
 }
 
 TEST_F(Catalogs, AnEndOfTheRangeThatIsStoredAsBytesIsNoNumber) {
-  constexpr std::uint32_t kBinary = 3;
   for (const char* end : {"Min", "Max"}) {
     SetInterfaces(0, 3, -1);
-    TheWorld().registry[kInterfaces][end] = {kBinary, std::string(4, '\0')};
+    TheWorld().registry[kInterfaces][end] = {kRegBinary, std::string(4, '\0')};
     EXPECT_EQ(Interfaces(), Offered{}) << end;
   }
 }
@@ -262,43 +221,6 @@ TEST_F(Catalogs, IntervalsMayBeginBelow0AndGoBeyond30) {
   SetRange(kIntervals, std::numeric_limits<std::int32_t>::max() - 1,
            std::numeric_limits<std::int32_t>::max());
   EXPECT_EQ(Intervals().size(), 2U) << "the last of all numbers ends the list";
-}
-
-// --- Versions ---
-
-TEST_F(Catalogs, VersionsComeInTheSortedOrderOfTheirKeys) {
-  SetText(InterfaceKey(3) + "\\10", "Ver", "4.0");
-  SetText(InterfaceKey(3) + "\\9", "Ver", "8.0");
-  SetText(InterfaceKey(3) + "\\1", "Ver", "5.1");
-  EXPECT_EQ(catalogs::VersionsOf(3), (Texts{"5.1", "8.0", "4.0"}));
-  EXPECT_EQ(catalogs::VersionsOf(4), Texts{});
-}
-
-TEST_F(Catalogs, AVersionThatIsNoNumberIsPassedOver) {
-  SetText(InterfaceKey(0) + "\\a", "Ver", "4.0");
-  SetText(InterfaceKey(0) + "\\b", "Ver", "four");
-  SetText(InterfaceKey(0) + "\\c", "Ver", "");
-  SetText(InterfaceKey(0) + "\\d", "Other", "4.0");
-  TheWorld().SetTexts(InterfaceKey(0) + "\\e", "Ver", {"4.0", "5.0"});
-  SetText(InterfaceKey(0) + "\\f", "Ver", "1.A");
-  SetText(InterfaceKey(0) + "\\g", "Ver", "8.0");
-  EXPECT_EQ(catalogs::VersionsOf(0), (Texts{"4.0", "8.0"}));
-}
-
-TEST_F(Catalogs, AVersionMayBeStoredAsANumber) {
-  SetNumber(InterfaceKey(0) + "\\4", "Ver", 4);
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{"4"});
-}
-
-TEST_F(Catalogs, AVersionIsReadWithADotWhateverTheUsersLocale) {
-  SetText(InterfaceKey(0) + "\\4", "Ver", "4.0");
-  EXPECT_EQ(catalogs::VersionsOf(0), Texts{"4.0"});
-}
-
-TEST_F(Catalogs, VersionKeysOfWordsAndNumbersMayFailTheSort) {
-  SetText(InterfaceKey(0) + "\\1", "Ver", "4.0");
-  SetText(InterfaceKey(0) + "\\new", "Ver", "8.0");
-  EXPECT_EQ(ReportOf([] { catalogs::VersionsOf(0); }).procedure, "RegKeys_QSort");
 }
 
 // --- Meter specific information ---
@@ -386,6 +308,25 @@ TEST_F(MeterSpecificInformation, ReadsEachValueOnce) {
   EXPECT_EQ(queries.size(), 1 + 4 + 16U);
 }
 
+// --- Box types and modes ---
+
+TEST_F(Catalogs, TheNameOfABoxTypeIsAHexadecimalNumber) {
+  EXPECT_EQ(catalogs::SignatureNumber("A5"), 0xA5);
+  EXPECT_EQ(catalogs::SignatureNumber("fe"), 0xFE);
+  EXPECT_EQ(catalogs::SignatureNumber("00"), 0);
+  EXPECT_EQ(catalogs::SignatureNumber("100"), 0x100) << "beyond a byte";
+  EXPECT_EQ(catalogs::SignatureNumber("FFFFFFFF"), -1);
+  for (const char* name : {"", "G1", "0x1A", "1 A", "1A.5", "123456789", "-1"}) {
+    EXPECT_EQ(catalogs::SignatureNumber(name), std::nullopt) << name;
+  }
+}
+
+TEST_F(Catalogs, ABoxTypeIsShownAsItsTextOrNumberAndAnythingElseAsNothing) {
+  EXPECT_EQ(catalogs::SignatureText("Electric"s), "Electric");
+  EXPECT_EQ(catalogs::SignatureText(std::int32_t{-12}), "-12");
+  EXPECT_EQ(catalogs::SignatureText(Variant()), "");
+}
+
 // --- Names by number ---
 
 TEST_F(Catalogs, ANumberedKeyIsNamedInPlainDecimal) {
@@ -425,13 +366,13 @@ TEST_F(Catalogs, NoFailureOfTheRegistryIsRaisedOrReported) {
   SetTest("Meter", 1, 2, 3);
   for (const char* call : {"RegOpenKeyEx", "RegEnumKeyEx", "RegQueryValueEx", "RegCloseKey"}) {
     for (const std::int32_t code : {1, 2, 5, 6, 8, 87, 234, 259, 1018, 1450, -1}) {
-      TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-        return made == call ? std::optional(code) : std::nullopt;
-      };
+      FailRegistry(call, code);
       EXPECT_NO_THROW({
         Interfaces();
         Intervals();
-        catalogs::VersionsOf(0);
+        catalogs::VersionsOf(0, {"4"});
+        catalogs::EncoderOf(0);
+        catalogs::VersionedLookup().Find(InterfaceKey(0), "MIF", "4.0");
         catalogs::MsiOf(0);
         catalogs::DeviceTypes();
         catalogs::MessageLength(8);

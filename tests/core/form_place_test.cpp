@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "support/modCOM_FormHelpers.h"
+#include "tests/core/registry_faults.h"
 #include "tests/core/simulator_test.h"
 
 namespace qmzentrel::tests {
@@ -132,9 +133,7 @@ TEST_F(FormPlace, AMinimisedOrMaximisedWindowSavesItsStateOnly) {
 
 TEST_F(FormPlace, ThatCannotBeSavedIsNoFault) {
   for (const char* call : {"RegCreateKeyEx", "RegSetValueEx", "RegCloseKey"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     Form_SaveState(Window(BorderStyle::kSizable), true, "", "Simulator");
   }
   EXPECT_TRUE(TakeReports().empty());
@@ -230,9 +229,7 @@ TEST_F(FormPlace, ThatCannotBeReadStays) {
          PlaceValues{{"Left", 1}, {"Top", 2}, {"Width", 3}, {"Height", 4}, {"State", 2}}) {
       SetNumber(kPlaceKey, name, number);
     }
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     FormWindow window = Window(BorderStyle::kSizable);
     Form_RestoreState(window, "", "Simulator");
     ExpectPlace(window, {10, 20, 300, 200});

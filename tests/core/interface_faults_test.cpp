@@ -17,7 +17,7 @@ TEST_F(NameFaults, LoadNamesIsReportedWhole) {
   SetText(kIntervals, "0", "5 s");
   RunOutOfMemoryInRegistry("RegQueryValueEx", "3");
   ExpectReport([] { Zentrel::Create(); },
-               {kOutOfMemory, kModule, "m_strTXIs[n] = catalogs::ReadText", "",
+               {kOutOfMemory, kModule, "m_strTXIs[n] = registry::Text", "",
                 Shown("n", 3) + Shown("vntMax", 1) + Shown("lngMax", 1)});
 }
 

@@ -3,7 +3,7 @@
 
 #include "support/modCOM_Registry.h"
 #include "tests/core/core_test.h"
-#include "tests/core/registry_types.h"
+#include "tests/core/registry_faults.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -17,38 +17,9 @@ const std::string kPath = "SOFTWARE\\QuenmoorComms\\Kernel";
 
 using Texts = std::vector<std::string>;
 
-constexpr std::int32_t kAccessDenied = 5;
-constexpr std::int32_t kInvalidHandle = 6;
-constexpr std::int32_t kKeyDeleted = 1018;
-constexpr std::int32_t kNoResources = 1450;
-
-class RegistryList : public CoreTest {
- protected:
-  /// The calls of this kind, by what they are about.
-  static Texts CallsOf(const std::string& call) {
-    Texts subjects;
-    for (const std::string& line : TheWorld().registry_calls) {
-      if (line.starts_with(call + " ")) subjects.push_back(line.substr(call.size() + 1));
-    }
-    return subjects;
-  }
-
-  /// Makes `call` about `subject` fail `times` times with `code`.
-  static void Fail(const std::string& call, const std::string& subject, std::int32_t code,
-                   int times = 1) {
-    TheWorld().registry_fault =
-        [=, left = times](const std::string& made,
-                          const std::string& about) mutable -> std::optional<std::int32_t> {
-      if (made != call || about != subject || left == 0) return std::nullopt;
-      --left;
-      return code;
-    };
-  }
-};
-
 // --- Sub-keys ---
 
-class RegistryKeys : public RegistryList {
+class RegistryKeys : public CoreTest {
  protected:
   /// Sub-keys in the registry's own order.
   static void AddKeys(const Texts& names) {
@@ -102,11 +73,10 @@ TEST_F(RegistryKeys, ThePathIsNormalisedAndOpenedForReadingOnly) {
   AddKeys({"MIF"});
   EXPECT_EQ(Keys(false, "SOFTWARE\\\\QuenmoorComms\\\\Kernel\\"), Texts{"MIF"});
   EXPECT_EQ(TheWorld().opened_paths, Texts{kPath});
-  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{0x20009});
+  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kReadAccess});
 }
 
 TEST_F(RegistryKeys, TheRootIsTheCallersChoice) {
-  constexpr platform::RegistryKey kCurrentUser = 0x80000001U;
   AddKeys({"MIF"});
   Texts keys{"before"};
   EXPECT_EQ(RegEnumKeys(kCurrentUser, kPath, keys, false), 0);
@@ -128,19 +98,19 @@ TEST_F(RegistryKeys, IndicesAreAskedOneByOneUntilThereAreNoMore) {
 
 TEST_F(RegistryKeys, AnErrorThatPassesRepeatsTheSameIndexAndNothingIsLost) {
   AddKeys({"a", "b", "c"});
-  Fail("RegEnumKeyEx", "1", kNoResources, 3);
+  FailRegistry("RegEnumKeyEx", "1", kNoResources, 3);
   EXPECT_EQ(Keys(), (Texts{"a", "b", "c"}));
-  EXPECT_EQ(CallsOf("RegEnumKeyEx"), (Texts{"0", "1", "1", "1", "1", "2", "3"}));
+  EXPECT_EQ(RegistryCallsOf("RegEnumKeyEx"), (Texts{"0", "1", "1", "1", "1", "2", "3"}));
 }
 
 TEST_F(RegistryKeys, ThousandErrorsInARowEndTheListAndOneFewerDoNot) {
   AddKeys({"a", "b", "c"});
-  Fail("RegEnumKeyEx", "1", kNoResources, 999);
+  FailRegistry("RegEnumKeyEx", "1", kNoResources, 999);
   EXPECT_EQ(Keys(), (Texts{"a", "b", "c"}));
   TheWorld().registry_calls.clear();
-  Fail("RegEnumKeyEx", "1", kNoResources, 1'000'000);
+  FailRegistry("RegEnumKeyEx", "1", kNoResources, 1'000'000);
   EXPECT_EQ(Keys(), Texts{"a"});
-  EXPECT_EQ(CallsOf("RegEnumKeyEx").size(), 1 + 1000U);
+  EXPECT_EQ(RegistryCallsOf("RegEnumKeyEx").size(), 1 + 1000U);
 }
 
 TEST_F(RegistryKeys, ErrorsBeforeAKeyThatWasListedDoNotCountForTheNext) {
@@ -157,15 +127,15 @@ TEST_F(RegistryKeys, AnErrorThatCannotClearEndsTheListAtOnce) {
   AddKeys({"a", "b", "c"});
   for (const std::int32_t code : {kAccessDenied, kInvalidHandle, kKeyDeleted}) {
     TheWorld().registry_calls.clear();
-    Fail("RegEnumKeyEx", "2", code, 1'000'000);
+    FailRegistry("RegEnumKeyEx", "2", code, 1'000'000);
     EXPECT_EQ(Keys(), (Texts{"a", "b"})) << code;
-    EXPECT_EQ(CallsOf("RegEnumKeyEx"), (Texts{"0", "1", "2"})) << code;
+    EXPECT_EQ(RegistryCallsOf("RegEnumKeyEx"), (Texts{"0", "1", "2"})) << code;
   }
 }
 
 TEST_F(RegistryKeys, AListThatWasCutShortIsSortedAllTheSame) {
   AddKeys({"10", "9", "1", "2"});
-  Fail("RegEnumKeyEx", "3", kKeyDeleted);
+  FailRegistry("RegEnumKeyEx", "3", kKeyDeleted);
   EXPECT_EQ(Keys(true), (Texts{"1", "9", "10"}));
 }
 
@@ -180,17 +150,17 @@ TEST_F(RegistryKeys, AKeyThatCannotBeOpenedIsNotAsked) {
   AddKeys({"a"});
   for (const std::int32_t code : {kAccessDenied, kKeyDeleted, kNoResources}) {
     TheWorld().registry_calls.clear();
-    Fail("RegOpenKeyEx", kPath, code);
+    FailRegistry("RegOpenKeyEx", kPath, code);
     EXPECT_EQ(Keys(), Texts{}) << code;
-    EXPECT_TRUE(CallsOf("RegEnumKeyEx").empty()) << code;
+    EXPECT_TRUE(RegistryCallsOf("RegEnumKeyEx").empty()) << code;
   }
 }
 
 TEST_F(RegistryKeys, TheResultOfClosingIsIgnored) {
   AddKeys({"a"});
-  Fail("RegCloseKey", kPath, kInvalidHandle);
+  FailRegistry("RegCloseKey", kPath, kInvalidHandle);
   EXPECT_EQ(Keys(), Texts{"a"});
-  EXPECT_EQ(CallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
 }
 
 TEST_F(RegistryKeys, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
@@ -198,7 +168,7 @@ TEST_F(RegistryKeys, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
   const ErrorReport report = ReportOf([] { Keys(true); });
   EXPECT_EQ(report.ErrorNumber, 13);
   EXPECT_EQ(report.procedure, "RegKeys_QSort");
-  EXPECT_EQ(CallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
 }
 
 TEST_F(RegistryKeys, WithoutSortingAnyMixtureIsFine) {
@@ -223,7 +193,7 @@ void PrintTo(const Entry& entry, std::ostream* stream) {
 using Entries = std::vector<Entry>;
 const Variant kNoData;
 
-class RegistryValues : public RegistryList {
+class RegistryValues : public CoreTest {
  protected:
   static void Add(const std::string& name, std::uint32_t type, const std::string& bytes) {
     TheWorld().registry[kPath][name] = {type, bytes};
@@ -281,7 +251,7 @@ TEST_F(RegistryValues, SortingMovesWholeEntries) {
 TEST_F(RegistryValues, TheUnnamedValueIsNeverListedAndThoseBehindItAre) {
   AddTexts({"a", "", "b"});
   EXPECT_EQ(Values(), (Entries{{"a", "a"s}, {"b", "b"s}}));
-  EXPECT_EQ(CallsOf("RegEnumValue"), (Texts{"0", "0", "1", "2", "2", "3"}))
+  EXPECT_EQ(RegistryCallsOf("RegEnumValue"), (Texts{"0", "0", "1", "2", "2", "3"}))
       << "a named value is asked for once more, for its data";
 }
 
@@ -294,11 +264,10 @@ TEST_F(RegistryValues, ThePathIsNormalisedAndOpenedForReadingOnly) {
   AddTexts({"a"});
   EXPECT_EQ(Values(false, "SOFTWARE\\\\QuenmoorComms\\\\Kernel\\"), (Entries{{"a", "a"s}}));
   EXPECT_EQ(TheWorld().opened_paths, Texts{kPath});
-  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{0x20009});
+  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kReadAccess});
 }
 
 TEST_F(RegistryValues, TheRootIsTheCallersChoice) {
-  constexpr platform::RegistryKey kCurrentUser = 0x80000001U;
   AddTexts({"a"});
   std::vector<Reg_KeyValues> values{{"before", 1}};
   EXPECT_EQ(RegEnumValues(kCurrentUser, kPath, values, false), 0);
@@ -373,9 +342,9 @@ TEST_F(RegistryValues, AValueThatCannotBeEnumeratedIsPassedOver) {
   AddTexts({"a", "b", "c"});
   for (const std::int32_t code : {kNoResources, platform::kRegistryMoreData, 2, 87}) {
     TheWorld().registry_calls.clear();
-    Fail("RegEnumValue", "1", code);
+    FailRegistry("RegEnumValue", "1", code);
     EXPECT_EQ(Values(), (Entries{{"a", "a"s}, {"c", "c"s}})) << code;
-    EXPECT_EQ(CallsOf("RegEnumValue"), (Texts{"0", "0", "1", "2", "2", "3"})) << code;
+    EXPECT_EQ(RegistryCallsOf("RegEnumValue"), (Texts{"0", "0", "1", "2", "2", "3"})) << code;
   }
 }
 
@@ -383,9 +352,9 @@ TEST_F(RegistryValues, AnErrorThatCannotClearEndsTheList) {
   AddTexts({"a", "b", "c"});
   for (const std::int32_t code : {kAccessDenied, kInvalidHandle, kKeyDeleted}) {
     TheWorld().registry_calls.clear();
-    Fail("RegEnumValue", "1", code);
+    FailRegistry("RegEnumValue", "1", code);
     EXPECT_EQ(Values(), (Entries{{"a", "a"s}})) << code;
-    EXPECT_EQ(CallsOf("RegEnumValue"), (Texts{"0", "0", "1"})) << code;
+    EXPECT_EQ(RegistryCallsOf("RegEnumValue"), (Texts{"0", "0", "1"})) << code;
   }
 }
 
@@ -400,7 +369,7 @@ TEST_F(RegistryValues, ThousandErrorsInARowEndTheListAndOneFewerDoNot) {
   TheWorld().registry_calls.clear();
   TheWorld().value_order[kPath].insert(TheWorld().value_order[kPath].begin(), too_long);
   EXPECT_EQ(Values(), Entries{});
-  EXPECT_EQ(CallsOf("RegEnumValue").size(), 1000U);
+  EXPECT_EQ(RegistryCallsOf("RegEnumValue").size(), 1000U);
 }
 
 TEST_F(RegistryValues, ErrorsBeforeAValueThatWasFoundDoNotCountForTheNext) {
@@ -450,16 +419,16 @@ TEST_F(RegistryValues, AValueThatShrinksBetweenTheTwoCallsIsReadAsItIsNow) {
 
 TEST_F(RegistryValues, AKeyThatCannotBeOpenedIsNotAsked) {
   AddTexts({"a"});
-  Fail("RegOpenKeyEx", kPath, kAccessDenied);
+  FailRegistry("RegOpenKeyEx", kPath, kAccessDenied);
   EXPECT_EQ(Values(), Entries{});
-  EXPECT_TRUE(CallsOf("RegEnumValue").empty());
+  EXPECT_TRUE(RegistryCallsOf("RegEnumValue").empty());
 }
 
 TEST_F(RegistryValues, TheKeyIsClosedAndTheResultOfThatIgnored) {
   AddTexts({"a"});
-  Fail("RegCloseKey", kPath, kInvalidHandle);
+  FailRegistry("RegCloseKey", kPath, kInvalidHandle);
   EXPECT_EQ(Values(), (Entries{{"a", "a"s}}));
-  EXPECT_EQ(CallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
 }
 
 TEST_F(RegistryValues, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
@@ -467,7 +436,7 @@ TEST_F(RegistryValues, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
   const ErrorReport report = ReportOf([] { Values(true); });
   EXPECT_EQ(report.ErrorNumber, 13);
   EXPECT_EQ(report.procedure, "RegValues_QSort");
-  EXPECT_EQ(CallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
 }
 
 }  // namespace

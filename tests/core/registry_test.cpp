@@ -2,8 +2,8 @@
 #include <limits>
 
 #include "support/modCOM_Registry.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/core_test.h"
-#include "tests/core/registry_types.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -96,7 +96,7 @@ TEST_F(Registry, PathsAreNormalisedInOnePassAndLoseOneTrailingBackslash) {
 
 TEST_F(Registry, AKeyIsOpenedForReadingOnly) {
   Read(kEmpty);
-  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{0x20009});
+  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kReadAccess});
 }
 
 TEST_F(Registry, TheRootOfAllKeysIsThatOfTheMaker) {
@@ -104,7 +104,6 @@ TEST_F(Registry, TheRootOfAllKeysIsThatOfTheMaker) {
 }
 
 TEST_F(Registry, TheRootIsTheCallersChoice) {
-  constexpr platform::RegistryKey kCurrentUser = 0x80000001U;
   StoreText("x");
   Variant slot;
   EXPECT_FALSE(RegGetValue(kCurrentUser, kPath, kName, slot));
@@ -342,7 +341,6 @@ TEST_F(Registry, AValueThatWasReadKeepsTheDefaultAway) {
 
 TEST_F(Registry, AKeyThatCannotBeOpenedIsLikeAMissingOne) {
   StoreNumber(5);
-  constexpr std::int32_t kAccessDenied = 5;
   TheWorld().open_result = kAccessDenied;
   EXPECT_EQ(Read(std::int32_t{3}, 7), Failed(7));
   EXPECT_EQ(TheWorld().registry_calls.size(), 1U)
@@ -351,7 +349,8 @@ TEST_F(Registry, AKeyThatCannotBeOpenedIsLikeAMissingOne) {
 
 TEST_F(Registry, AValueThatCannotBeReadIsLikeAMissingOneAndTheKeyIsClosed) {
   StoreNumber(5);
-  for (const std::int32_t result : {5, 6, 1018, platform::kRegistryMoreData}) {
+  for (const std::int32_t result :
+       {kAccessDenied, kInvalidHandle, kKeyDeleted, platform::kRegistryMoreData}) {
     TheWorld().query_result = result;
     EXPECT_EQ(Read(std::int32_t{3}, 7), Failed(7)) << result;
     EXPECT_TRUE(TheWorld().open_keys.empty());
@@ -359,7 +358,7 @@ TEST_F(Registry, AValueThatCannotBeReadIsLikeAMissingOneAndTheKeyIsClosed) {
 }
 
 TEST_F(Registry, AFailureIsNeitherRaisedNorReported) {
-  TheWorld().open_result = 1450;
+  TheWorld().open_result = kNoResources;
   EXPECT_NO_THROW(Read(kEmpty));
   EXPECT_TRUE(TakeReports().empty());
 }

@@ -3,7 +3,7 @@
 
 #include "support/modCOM_Registry.h"
 #include "tests/core/core_test.h"
-#include "tests/core/registry_types.h"
+#include "tests/core/registry_faults.h"
 
 namespace qmzentrel::tests {
 namespace {
@@ -49,12 +49,6 @@ class RegistryWrite : public CoreTest {
 
   static Stored Text(const std::string& text) { return {kRegSz, text + '\0'}; }
 
-  /// Every call of this name fails with `code`.
-  static void Fail(const std::string& call, std::int32_t code) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional(code) : std::nullopt;
-    };
-  }
   static Texts Calls() { return std::exchange(TheWorld().registry_calls, {}); }
 
   const std::string kCreate = "RegCreateKeyEx " + kPath;
@@ -71,7 +65,7 @@ TEST_F(RegistryWrite, IsFoundOutWithoutWriting) {
   Calls();
   EXPECT_TRUE(can_write());
   EXPECT_EQ(Calls(), (Texts{"RegOpenKeyEx " + kPath, kClose}));
-  EXPECT_EQ(TheWorld().opened_access.back(), 2U);
+  EXPECT_EQ(TheWorld().opened_access.back(), kWriteAccess);
   TheWorld().read_only_keys = {kPath};
   EXPECT_FALSE(can_write());
   EXPECT_EQ(Held(), Text("text"));
@@ -79,7 +73,7 @@ TEST_F(RegistryWrite, IsFoundOutWithoutWriting) {
 
 TEST_F(RegistryWrite, IsDeniedByAnyFailureButThatOfAMissingKey) {
   for (const std::int32_t code : kCodes) {
-    Fail("RegOpenKeyEx", code);
+    FailRegistry("RegOpenKeyEx", code);
     EXPECT_EQ(RegCanSetValue(platform::kLocalMachine, kPath), code == 2) << code;
   }
 }
@@ -172,7 +166,7 @@ TEST_F(RegistryWrite, EveryKindOfDataReadsBackAsItWasWritten) {
 
 TEST_F(RegistryWrite, AMissingKeyIsMadeAndOpenedForSettingValuesOnly) {
   EXPECT_TRUE(Write(5));
-  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{2});
+  EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kWriteAccess});
   EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose}));
 }
 
@@ -190,7 +184,6 @@ TEST_F(RegistryWrite, ABackslashInANameIsPartOfTheName) {
 }
 
 TEST_F(RegistryWrite, TheRootIsTheCallersChoice) {
-  constexpr platform::RegistryKey kCurrentUser = 0x80000001U;
   EXPECT_FALSE(RegSetValue(kCurrentUser, kPath, kName, 5));
   EXPECT_EQ(Held(), std::nullopt);
 }
@@ -204,7 +197,7 @@ TEST_F(RegistryWrite, TheEmptyNameIsTheUnnamedValue) {
 
 TEST_F(RegistryWrite, AKeyThatCannotBeMadeIsFalseAndNothingElseIsTried) {
   for (const std::int32_t code : kCodes) {
-    Fail("RegCreateKeyEx", code);
+    FailRegistry("RegCreateKeyEx", code);
     EXPECT_FALSE(Write(5)) << code;
     EXPECT_EQ(Calls(), Texts{kCreate}) << code;
   }
@@ -213,7 +206,7 @@ TEST_F(RegistryWrite, AKeyThatCannotBeMadeIsFalseAndNothingElseIsTried) {
 TEST_F(RegistryWrite, AWriteThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
   for (const std::int32_t code : kCodes) {
     for (const Variant& data : {Variant(5), Variant("x"s), Variant(Texts{"x"}), Variant(true)}) {
-      Fail("RegSetValueEx", code);
+      FailRegistry("RegSetValueEx", code);
       EXPECT_FALSE(Write(data)) << code;
       EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose})) << code;
     }
@@ -223,7 +216,7 @@ TEST_F(RegistryWrite, AWriteThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
 TEST_F(RegistryWrite, ADeletionThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
   TheWorld().SetText(kPath, kName, "x");
   for (const std::int32_t code : kCodes) {
-    Fail("RegDeleteValue", code);
+    FailRegistry("RegDeleteValue", code);
     EXPECT_FALSE(Write(kEmpty)) << code;
     EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kName, kClose})) << code;
   }
@@ -232,7 +225,7 @@ TEST_F(RegistryWrite, ADeletionThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
 
 TEST_F(RegistryWrite, AKeyThatCannotBeClosedIsFalseThoughTheValueIsThere) {
   for (const std::int32_t code : kCodes) {
-    Fail("RegCloseKey", code);
+    FailRegistry("RegCloseKey", code);
     EXPECT_FALSE(Write(5)) << code;
     EXPECT_TRUE(Held());
   }
@@ -240,7 +233,7 @@ TEST_F(RegistryWrite, AKeyThatCannotBeClosedIsFalseThoughTheValueIsThere) {
 
 TEST_F(RegistryWrite, NoFailureIsRaisedOrReported) {
   for (const char* call : {"RegCreateKeyEx", "RegSetValueEx", "RegDeleteValue", "RegCloseKey"}) {
-    Fail(call, 1450);
+    FailRegistry(call, kNoResources);
     EXPECT_NO_THROW(Write(5)) << call;
     EXPECT_NO_THROW(Write(kEmpty)) << call;
   }
@@ -251,8 +244,6 @@ TEST_F(RegistryWrite, NoFailureIsRaisedOrReported) {
 
 class RegistryWithoutNumbers : public RegistryWrite {
  protected:
-  static constexpr std::int32_t kInvalidParameter = 87;
-
   /// The first write fails, any other works.
   static void RefuseTheFirstWrite() {
     TheWorld().registry_fault = [first = true](const std::string& call,
@@ -276,21 +267,21 @@ TEST_F(RegistryWithoutNumbers, GetsADecimalTextInstead) {
 }
 
 TEST_F(RegistryWithoutNumbers, ThatRefusesTheTextTooIsFalse) {
-  Fail("RegSetValueEx", kInvalidParameter);
+  FailRegistry("RegSetValueEx", kInvalidParameter);
   EXPECT_FALSE(Write(12));
   EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, "RegSetValueEx " + kName, kClose}));
 }
 
 TEST_F(RegistryWithoutNumbers, IsNotAskedTwiceForATextOrAList) {
   for (const Variant& data : {Variant("12"s), Variant(1.5), Variant(Texts{"1"})}) {
-    Fail("RegSetValueEx", kInvalidParameter);
+    FailRegistry("RegSetValueEx", kInvalidParameter);
     EXPECT_FALSE(Write(data));
     EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose}));
   }
 }
 
 TEST_F(RegistryWithoutNumbers, IsNotAskedTwiceForADeletion) {
-  Fail("RegDeleteValue", kInvalidParameter);
+  FailRegistry("RegDeleteValue", kInvalidParameter);
   EXPECT_FALSE(Write(kEmpty));
   EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kName, kClose}));
 }

@@ -35,10 +35,10 @@ TEST_F(SimulatorFaults, Form_UnloadIsReportedWhole) {
 
 TEST_F(SimulatorFaults, LoadSignaturesIsReportedWhole) {
   SetText(kBoxModes, "no number", "Odd");
-  ExpectReport(
-      [this] { Create(); },
-      {kTypeMismatch, kModule, "lngValue = NumberOf(", Shown("index", 1) + Shown("key", kBoxModes),
-       Shown("values", "{Cannot dump UDT arrays}") + Shown("lngValue", 2)});
+  ExpectReport([this] { Create(); },
+               {kTypeMismatch, kModule, "RaiseError(kErrorTypeMismatch)",
+                Shown("index", 1) + Shown("key", kBoxModes),
+                Shown("values", "{Cannot dump UDT arrays}") + Shown("lngValue", 2)});
 }
 
 TEST_F(SimulatorFaults, cboMIF_ClickIsReportedWhole) {
@@ -80,7 +80,7 @@ TEST_F(SimulatorFaults, cboVersion_ClickIsReportedWhole) {
         SetText(InterfaceKey(5), "IDSources", "both");
         dialog.Choose(DialogList::cboVersion, "4.0");
       },
-      {kTypeMismatch, kModule, "NumberOf(VersionedProp(strKey, \"IDSources\"", "",
+      {kTypeMismatch, kModule, "PropertyNumber(VersionedProp(strKey, value::kIdSources", "",
        Shown("strKey", InterfaceKey(5)) + Shown("lngSources", 0)});
 }
 
@@ -91,7 +91,7 @@ TEST_F(SimulatorFaults, VersionedPropIsReportedWhole) {
         RunOutOfMemoryInRegistry("RegQueryValueEx", "IDSources");
         dialog.Choose(DialogList::cboVersion, "9.0");
       },
-      {kOutOfMemory, kModule, "if (RegGetValue(kLocalMachine, strKey, PropName",
+      {kOutOfMemory, kModule, "lookup.Find(RegRootKey, PropName",
        Shown("RegRootKey", InterfaceKey(5)) + Shown("PropName", "IDSources") +
            Shown("TargetVersion", "9.0") + Shown("Default", "{Empty}"),
        ShownTexts("strKeys", {"4.0", "9.0"}) + Shown("strKey", InterfaceKey(5) + "\\9.0") +
@@ -104,7 +104,7 @@ TEST_F(SimulatorFaults, LoadMSIIsReportedWhole) {
         RunOutOfMemoryInRegistry("RegQueryValueEx", "Encoder");
         dialog.Choose(DialogList::cboMIF, "[5] Register");
       },
-      {kOutOfMemory, kModule, "\"Encoder\", vntEncoder", "",
+      {kOutOfMemory, kModule, "catalogs::EncoderOf(", "",
        Shown("vntEncoder", false) + Shown("lngCode", 0)});
 }
 

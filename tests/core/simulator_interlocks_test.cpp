@@ -3,22 +3,10 @@
 
 #include "tests/core/simulator_test.h"
 
-namespace qmzentrel::simulator {
-
-struct FormAccess {
-  static Variant VersionedProp(const std::string& RegRootKey, const std::string& PropName,
-                               const std::string& TargetVersion,
-                               const std::optional<Variant>& Default = std::nullopt) {
-    return SharedForm().VersionedProp(RegRootKey, PropName, TargetVersion, Default);
-  }
-};
-
-}  // namespace qmzentrel::simulator
-
 namespace qmzentrel::tests {
 namespace {
 
-using simulator::FormAccess;
+using namespace std::string_literals;
 
 class SimulatorInterlocks : public SimulatorTest {
  protected:
@@ -303,95 +291,17 @@ TEST_F(SimulatorInterlocks, AreAtWorkAgainAfterAFaultInOneOfThem) {
 
 // --- Versioned properties ---
 
-class VersionedProperty : public SimulatorTest {
- protected:
-  void SetUp() override {
-    SimulatorTest::SetUp();
-    Create();
-    SetText(kRoot, "Prop", "base");
-  }
-  static void SetFrom(const std::string& version, const std::string& value) {
-    SetText(kRoot + '\\' + version, "Prop", value);
-  }
-  static std::string Get(const std::string& version) {
-    const Variant value = FormAccess::VersionedProp(kRoot, "Prop", version);
-    const auto* const text = std::get_if<std::string>(&value);
-    return text != nullptr ? *text : "no text";
-  }
-
-  inline static const std::string kRoot = kMaker + "Versioned";
-};
-
-TEST_F(VersionedProperty, IsThatOfTheLastVersionNotAboveTheTarget) {
-  SetFrom("2.0", "from 2");
-  SetFrom("4.0", "from 4");
-  SetFrom("8.0", "from 8");
-  EXPECT_EQ(Get("1.9"), "base");
-  EXPECT_EQ(Get("2.0"), "from 2");
-  EXPECT_EQ(Get("3.9"), "from 2");
-  EXPECT_EQ(Get("4.0"), "from 4");
-  EXPECT_EQ(Get("7.9"), "from 4");
-  EXPECT_EQ(Get("8.0"), "from 8");
-  EXPECT_EQ(Get("9.9"), "from 8");
-}
-
-TEST_F(VersionedProperty, ComparesLetterByLetterSoThat10StandsBelow4) {
-  SetFrom("4.0", "from 4");
-  SetFrom("10.0", "from 10");
-  EXPECT_EQ(Get("4.0"), "from 10") << "10 is the last, and not above 4";
-  EXPECT_EQ(Get("10.0"), "from 10");
-  TheWorld().registry.erase(kRoot + "\\10.0");
-  EXPECT_EQ(Get("10.0"), "base") << "4 is above 10";
-}
-
-TEST_F(VersionedProperty, IsTakenFromTheNumericallyLastOfThoseNotAbove) {
-  SetFrom("9.0", "from 9");
-  SetFrom("10.0", "from 10");
-  SetFrom("11.0", "from 11");
-  EXPECT_EQ(Get("9.5"), "from 11");
-  EXPECT_EQ(Get("10.5"), "from 10");
-}
-
-TEST_F(VersionedProperty, MindsTheCaseOfLetters) {
-  SetFrom("a", "from a");
-  SetFrom("B", "from B");
-  EXPECT_EQ(Get("B"), "from B");
-  EXPECT_EQ(Get("A"), "base");
-  EXPECT_EQ(Get("b"), "from B");
-  TheWorld().registry.erase(kRoot + "\\B");
-  EXPECT_EQ(Get("B"), "base") << "a lower-case letter stands above";
-}
-
-TEST_F(VersionedProperty, AVersionThatLacksItIsPassedOver) {
-  SetFrom("2.0", "from 2");
-  SetText(kRoot + "\\4.0", "Ver", "4.0");
-  EXPECT_EQ(Get("5.0"), "from 2");
-}
-
-TEST_F(VersionedProperty, WithoutATargetIsTheBaseValue) {
-  SetFrom("2.0", "from 2");
-  EXPECT_EQ(Get(""), "base");
-}
-
-TEST_F(VersionedProperty, ThatIsNowhereIsItsDefaultOrEmpty) {
-  TheWorld().registry.erase(kRoot);
+TEST_F(SimulatorTest, AVersionedPropertyIsLookedUpAsTheCatalogsHaveIt) {
+  const std::string root = kMaker + "Versioned";
+  SetText(root, "Prop", "base");
+  SetText(root + "\\4.0", "Prop", "from 4");
+  Create();
+  const simulator::frmZentrelSim& form = simulator::SharedForm();
   const Variant given = std::int32_t{12};
-  EXPECT_EQ(FormAccess::VersionedProp(kRoot, "Prop", "4.0", given), given);
-  EXPECT_EQ(FormAccess::VersionedProp(kRoot, "Prop", "", given), given);
-  EXPECT_EQ(FormAccess::VersionedProp(kRoot, "Prop", "4.0"), Variant());
-}
-
-TEST_F(VersionedProperty, KeepsTheStoredType) {
-  SetNumber(kRoot, "Prop", 7);
-  EXPECT_EQ(FormAccess::VersionedProp(kRoot, "Prop", "4.0"), Variant(std::int32_t{7}));
-}
-
-TEST_F(VersionedProperty, AmongVersionsThatCannotBeSortedIsReported) {
-  SetFrom("4.0", "from 4");
-  SetFrom("Notes", "no version");
-  const ErrorReport report = ReportOf([] { FormAccess::VersionedProp(kRoot, "Prop", "4.0"); });
-  EXPECT_EQ(report.ErrorNumber, 13);
-  EXPECT_EQ(report.procedure, "RegKeys_QSort");
+  EXPECT_EQ(form.VersionedProp(root, "Prop", "5.0", given), Variant("from 4"s));
+  EXPECT_EQ(form.VersionedProp(root, "Prop", "", given), Variant("base"s));
+  EXPECT_EQ(form.VersionedProp(root, "Other", "5.0", given), given);
+  EXPECT_EQ(form.VersionedProp(root, "Other", "5.0"), Variant());
 }
 
 }  // namespace

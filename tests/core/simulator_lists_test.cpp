@@ -244,6 +244,18 @@ TEST_F(SimulatorLists, TheLastVersionIsSelectedAndTheyStandInTheOrderOfTheirNumb
   });
 }
 
+TEST_F(SimulatorLists, TheVersionListAsksForItsSubKeysOnce) {
+  // None is offered, so that nothing is chosen, which would ask for what the choice brings.
+  SetText(InterfaceKey(5) + "\\4.0", "Ver", "four");
+  SetText(InterfaceKey(5) + "\\9.0", "Ver", "nine");
+  StoreInterface(5, false);
+  Read([](FakeDialog& dialog) {
+    TheWorld().registry_calls.clear();
+    dialog.Click(DialogCheck::chkSecondary);
+    EXPECT_EQ(std::ranges::count(TheWorld().registry_calls, "RegEnumKeyEx 0"), 1);
+  });
+}
+
 TEST_F(SimulatorLists, AVersionWithoutANumberIsNotOffered) {
   SetText(InterfaceKey(5) + "\\11.0", "MIF", "3");  // no "Ver" at all
   SetText(InterfaceKey(5) + "\\12.0", "Ver", "twelve");

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "simulator/simulator_values.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/core_test.h"
 #include "tests/fakes/fake_dialog.h"
 
@@ -50,7 +51,6 @@ TEST_F(SimulatorSwitch, AnyNumberButZeroIsOn) {
 }
 
 TEST_F(SimulatorSwitch, ATextIsTheNumberThatItReadsAs) {
-  constexpr std::uint32_t kRegSz = 1;
   EXPECT_TRUE(EnabledWith(kRegSz, "1\0"s));
   EXPECT_TRUE(EnabledWith(kRegSz, "-1\0"s));
   EXPECT_FALSE(EnabledWith(kRegSz, "0\0"s));

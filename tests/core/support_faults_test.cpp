@@ -80,7 +80,7 @@ TEST_F(PlaceFaults, Form_RestoreStateIsReportedWhole) {
   SetNumber(key, "Top", 5);
   RunOutOfMemoryInRegistry("RegQueryValueEx", "Left");
   ExpectReport([&] { modCOM_FormHelpers::Form_RestoreState(window, "Windows", "Main"); },
-               {kOutOfMemory, "modCOM_FormHelpers", "Read(key, \"Left\"",
+               {kOutOfMemory, "modCOM_FormHelpers", "registry::Number(key, \"Left\"",
                 Shown("frm", "{Can't dump UDT parameters}") + Shown("strSection", "Windows") +
                     Shown("strKeyName", "Main"),
                 Shown("strKey", key)});

@@ -6,6 +6,7 @@
 
 #include "interface/telic2_frame.h"
 #include "simulator/simulator_values.h"
+#include "tests/core/registry_faults.h"
 #include "tests/core/telic2_test.h"
 
 namespace qmzentrel::tests {
@@ -81,9 +82,7 @@ TEST_F(Telic2Lengths, OfATestWithoutADeviceAreLookedForBesideTheTypes) {
 
 TEST_F(Telic2Lengths, ThatCannotBeReadAre0AndNothingIsReported) {
   for (const char* call : {"RegOpenKeyEx", "RegQueryValueEx"}) {
-    TheWorld().registry_fault = [=](const std::string& made, const std::string&) {
-      return made == call ? std::optional<std::int32_t>(5) : std::nullopt;
-    };
+    FailRegistry(call);
     EXPECT_EQ(zentrel->TELIC2_Length(8), 0) << call;
     EXPECT_EQ(zentrel->TELIC2Test_RdLength(8), 0) << call;
     EXPECT_EQ(zentrel->TELIC2Test_WrLength(8), 0) << call;

@@ -131,9 +131,9 @@ TEST_F(Faults, AnExceptionOfTheProcessorIsAFaultOfItsProcedure) {
   EXPECT_EQ(report.source, L"ErrorReportExceptionFilter");
   EXPECT_EQ(report.module, L"Zentrel");
   EXPECT_EQ(report.procedure, L"TELIC2Read");
-  EXPECT_NE(
-      SourceLine("device/telic2_messages.cpp", report.line).find("MessageIDs[i] == telic2::kNoMessage"),
-      std::string::npos)
+  EXPECT_NE(SourceLine("device/telic2_messages.cpp", report.line)
+                .find("MessageIDs[i] == telic2::kNoMessage"),
+            std::string::npos)
       << report.line;
   EXPECT_EQ(g_left_to_client, 0);
 }

@@ -6,6 +6,7 @@
 #include "platform/registry.h"
 #include "platform/text.h"
 #include "support/conversion.h"
+#include "support/registry_values.h"
 
 namespace qmzentrel::catalog_checker {
 namespace {
@@ -36,15 +37,15 @@ std::string ShownName(const std::string& name) {
 }  // namespace
 
 Absence Required(std::string effect) {
-  return {Grade::kFault, std::move(effect)};
+  return {Grade::kFault, std::move(effect), ""};
 }
 
 Absence Defaulted(std::string effect) {
-  return {Grade::kRemark, std::move(effect)};
+  return {Grade::kRemark, std::move(effect), ""};
 }
 
 Absence Optional(std::string effect) {
-  return {std::nullopt, std::move(effect)};
+  return {std::nullopt, std::move(effect), ""};
 }
 
 CatalogKey::CatalogKey(const std::string& path, Findings& findings)
@@ -80,25 +81,25 @@ Variant CatalogKey::Value(const std::string& name) const {
   return value;
 }
 
-NumberReading CatalogKey::Number(const std::string& name, const Absence& absence) const {
+std::optional<std::int32_t> CatalogKey::Number(const std::string& name,
+                                               const Absence& absence) const {
   if (!HasValue(name)) {
     Missing(ShownName(name), "is missing", absence);
-    return {};
+    return std::nullopt;
   }
-  Variant number = std::int32_t{0};
-  const bool read = RegGetValue(key_, name, number);
+  const auto number = registry::Number(key_, name);
+  if (!number) {
+    FaultOfData(name, "number", absence.effect,
+                absence.effect_unread.empty() ? absence.effect : absence.effect_unread);
+    return std::nullopt;
+  }
   const Variant stored = Value(name);
-  if (!read || std::holds_alternative<std::monostate>(stored)) {
-    FaultOfData(name, "number", absence.effect, "it is taken as 0");
-    return {read ? std::optional(std::get<std::int32_t>(number)) : std::nullopt, false};
-  }
-  const std::int32_t taken = std::get<std::int32_t>(number);
   const auto* text = std::get_if<std::string>(&stored);
-  if (text != nullptr && NumericValue(*text) != taken) {
+  if (text != nullptr && NumericValue(*text) != *number) {
     Remark(ShownName(name), "is no whole number: \"" + *text + "\"",
-           "it is rounded to " + std::to_string(taken));
+           "it is rounded to " + std::to_string(*number));
   }
-  return {taken, true};
+  return number;
 }
 
 std::optional<std::string> CatalogKey::Text(const std::string& name, const Absence& absence) const {
@@ -106,13 +107,10 @@ std::optional<std::string> CatalogKey::Text(const std::string& name, const Absen
     Missing(ShownName(name), "is missing", absence);
     return std::nullopt;
   }
-  Variant slot = std::string();
-  const bool read = RegGetValue(key_, name, slot);
-  const auto* text = std::get_if<std::string>(&slot);
   if (!std::holds_alternative<std::string>(Value(name))) {
     FaultOfData(name, "text", absence.effect, "it is taken as empty");
   }
-  return read && text != nullptr ? std::optional(*text) : std::nullopt;
+  return registry::Text(key_, name);
 }
 
 void CatalogKey::Name(const std::string& name, const Absence& absence) const {

@@ -7,26 +7,26 @@
 #include <string>
 #include <vector>
 
+#include "interface/catalog_layout.h"
 #include "support/modCOM_Registry.h"
 #include "support/variant.h"
 #include "tools/catalog_checker/finding.h"
 
 namespace qmzentrel::catalog_checker {
 
+namespace value = catalogs::value;
+
 /// What a missing value means.
 struct Absence {
   std::optional<Grade> grade;  ///< nothing: it may be missing without a word
   std::string effect;          ///< of a value that is missing or counts as missing
+  /// Of a number stored in a type that is not read, where that differs from a missing one.
+  std::string effect_unread;
 };
 
 Absence Required(std::string effect);
 Absence Defaulted(std::string effect);
 Absence Optional(std::string effect);
-
-struct NumberReading {
-  std::optional<std::int32_t> taken;  ///< by the component; nothing stands for its default
-  bool sound = false;                 ///< a number is there; otherwise it has been judged
-};
 
 class CatalogKey {
  public:
@@ -44,8 +44,9 @@ class CatalogKey {
   /// The value as it is stored; Empty when it is missing or of a type that is not read.
   Variant Value(const std::string& name) const;
 
-  /// Judges a value that has to be a number.
-  NumberReading Number(const std::string& name, const Absence& absence) const;
+  /// Judges a value that has to be a number, and returns it; nothing stands for the component's
+  /// default.
+  std::optional<std::int32_t> Number(const std::string& name, const Absence& absence) const;
 
   /// Judges a value that has to be a text, and returns what the component takes; nothing stands
   /// for its default.

@@ -9,13 +9,6 @@ namespace {
 
 using catalogs::Range;
 
-// One byte of a frame identifies a test message.
-constexpr Range kIdentifiers{0, 255};
-// What of the 20 bytes of a request the header and one identifier leave, and what of the 33 bytes
-// of the buffer for a reply.
-constexpr std::int32_t kMostWritten = 15;
-constexpr std::int32_t kMostRead = 28;
-constexpr std::int32_t kMostDataBytes = 4;
 constexpr std::int32_t kNoReply = -1;
 
 constexpr const char* kNoneListed = "only NOP and Invalid are listed";
@@ -23,29 +16,29 @@ constexpr const char* kRefused = "a command with it is refused: S_MSG_TOO_LONG";
 constexpr const char* kTakenAs0 = "it is taken as 0";
 
 void CheckReadLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number("RBytes", Defaulted(kTakenAs0));
-  if (!bytes.sound) return;
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
-  if (*bytes.taken < kNoReply) {
-    key.Fault("RBytes", is + "below -1", "it counts as no reply");
-  } else if (*bytes.taken > kMostRead) {
-    key.Fault("RBytes", is + "more than a reply holds", kRefused);
-  } else if (*bytes.taken > kMostDataBytes) {
-    key.Fault("RBytes", is + "more than four bytes",
+  const auto bytes = key.Number(value::kRBytes, Defaulted(kTakenAs0));
+  if (!bytes) return;
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
+  if (*bytes < kNoReply) {
+    key.Fault(value::kRBytes, is + "below -1", "it counts as no reply");
+  } else if (*bytes > kMostRead) {
+    key.Fault(value::kRBytes, is + "more than a reply holds", kRefused);
+  } else if (*bytes > kMostDataBytes) {
+    key.Fault(value::kRBytes, is + "more than four bytes",
               "four are taken, the others for messages of their own");
   }
 }
 
 void CheckWriteLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number("PBytes", Defaulted(kTakenAs0));
-  if (!bytes.sound) return;
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
-  if (*bytes.taken < 0) {
-    key.Fault("PBytes", is + "below 0", "the frame is cut short by so many bytes");
-  } else if (*bytes.taken > kMostWritten) {
-    key.Fault("PBytes", is + "more than a frame carries", kRefused);
-  } else if (*bytes.taken > kMostDataBytes) {
-    key.Fault("PBytes", is + "more than four bytes",
+  const auto bytes = key.Number(value::kPBytes, Defaulted(kTakenAs0));
+  if (!bytes) return;
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
+  if (*bytes < 0) {
+    key.Fault(value::kPBytes, is + "below 0", "the frame is cut short by so many bytes");
+  } else if (*bytes > kMostSent) {
+    key.Fault(value::kPBytes, is + "more than a frame carries", kRefused);
+  } else if (*bytes > kMostDataBytes) {
+    key.Fault(value::kPBytes, is + "more than four bytes",
               "only four travel; what follows them stands in the wrong place");
   }
 }
@@ -54,7 +47,7 @@ void CheckTestMessage(const CatalogKey& key) {
   key.Name("", Required("it is listed as \"Invalid\""));
   CheckReadLength(key);
   CheckWriteLength(key);
-  CheckValueNames(key, {"RBytes", "PBytes"});
+  CheckValueNames(key, {value::kRBytes, value::kPBytes});
 }
 
 void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) {
@@ -80,15 +73,15 @@ void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) 
 void CheckTestRange(const CatalogKey& tests, const Range& range) {
   constexpr const char* kOfAnother = "only the lowest byte of the number is sent";
   if (range.first < kIdentifiers.first) {
-    tests.Fault("Min", "is " + std::to_string(range.first) + ", below 0",
+    tests.Fault(value::kMin, "is " + std::to_string(range.first) + ", below 0",
                 EffectOfEnd(range.first, kOfAnother));
   }
   if (range.last > kIdentifiers.last) {
-    tests.Fault("Max", "is " + std::to_string(range.last) + ", above 255",
+    tests.Fault(value::kMax, "is " + std::to_string(range.last) + ", above 255",
                 EffectOfEnd(range.last, kOfAnother));
   }
   if (IsWithin(range, catalogs::kInvalidTestMessage)) {
-    tests.Fault("Max", "lets 99, the number of \"Invalid\", into the range",
+    tests.Fault(value::kMax, "lets 99, the number of \"Invalid\", into the range",
                 "it is listed twice and never sent");
   }
   const std::int32_t last = std::min(range.last, kIdentifiers.last);
@@ -105,17 +98,17 @@ void CheckTestMessages(const CatalogKey& tests) {
     tests.Remark("", "is missing", kNoneListed);
     return;
   }
-  CheckValueNames(tests, {"Min", "Max"});
+  CheckValueNames(tests, {value::kMin, value::kMax});
   const auto range = CheckRange(tests, kNoneListed);
   CheckTestNames(tests, range);
   if (range) CheckTestRange(tests, *range);
 }
 
 void CheckCommands(const CatalogKey& device, const std::optional<Range>& messages) {
-  const NumberReading commands = device.Number("Commands", Defaulted("every message is offered"));
-  if (!commands.sound) return;
-  if (*commands.taken == 0) device.Remark("Commands", "is 0", "no message is offered");
-  if (messages) CheckBits(device, "Commands", *commands.taken, *messages);
+  const auto commands = device.Number(value::kCommands, Defaulted("every message is offered"));
+  if (!commands) return;
+  if (*commands == 0) device.Remark(value::kCommands, "is 0", "no message is offered");
+  if (messages) CheckBits(device, value::kCommands, *commands, *messages);
 }
 
 }  // namespace
@@ -132,13 +125,13 @@ void CheckDeviceTypes(const std::optional<Range>& messages, Findings& findings) 
   for (const std::string& name : names) {
     const CatalogKey device(catalogs::DeviceKey(name), findings);
     CheckCommands(device, messages);
-    CheckValueNames(device, {"Commands"});
+    CheckValueNames(device, {value::kCommands});
     for (const std::string& other : device.SubKeyNames()) {
-      if (!IsOneOf(other, {"TestMessages"})) {
+      if (!IsOneOf(other, {catalogs::kTestMessagesName})) {
         device.SubKey(other).Remark("", "is no key of the catalog", "nothing reads it");
       }
     }
-    CheckTestMessages(device.SubKey("TestMessages"));
+    CheckTestMessages(device.SubKey(catalogs::kTestMessagesName));
   }
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <set>
 
+#include "interface/mif_catalog.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
 
@@ -9,15 +10,16 @@ namespace {
 
 using catalogs::Range;
 
-// Names are loaded from here on.
+// The first interface whose name an object loads.
 constexpr std::int32_t kLowest = -1;
 // A transponder holds the number of its interface in four bits.
 constexpr std::int32_t kLastOfTransponder = 15;
-// Where the simulator looks for what belongs to a primary interface.
-constexpr std::int32_t kPrimary = 0;
 
 constexpr const char* kNoNames =
     "no names are loaded: MIFName and TXIName fail with error 65535; no interface is offered";
+constexpr const char* kNamesTo0 =
+    "names are loaded as if it were 0: MIFName fails with error 65535 above; no interface is "
+    "offered";
 constexpr const char* kNoneOffered = "no interface is offered";
 constexpr const char* kNothingReadsIt = "nothing reads it";
 
@@ -38,7 +40,7 @@ class Interfaces {
 
   bool IsOffered(std::int32_t number) const { return offered_.contains(number); }
   bool IsPrimaryOfOthers(std::int32_t number) const {
-    return number == kPrimary && !offered_.empty();
+    return number == catalogs::kPrimaryInterface && !offered_.empty();
   }
 
   Findings& findings_;
@@ -52,38 +54,38 @@ void Interfaces::Check() {
     key_.Fault("", "is missing", kNoNames);
     return;
   }
-  CheckValueNames(key_, {"Min", "Max", "Mask"});
-  const NumberReading first = key_.Number("Min", Required(kNoneOffered));
-  const NumberReading last = key_.Number("Max", Required(kNoNames));
-  const NumberReading mask = key_.Number("Mask", Required(kNoneOffered));
-  if (mask.sound && *mask.taken == 0) key_.Fault("Mask", "is 0", kNoneOffered);
-  if (!last.sound) return;
-  CheckLast(*last.taken);
-  if (*last.taken < kLowest) return;
+  CheckValueNames(key_, {value::kMin, value::kMax, value::kMask});
+  const auto first = key_.Number(value::kMin, Required(kNoneOffered));
+  const auto last = key_.Number(value::kMax, {Grade::kFault, kNoNames, kNamesTo0});
+  const auto mask = key_.Number(value::kMask, Required(kNoneOffered));
+  if (mask && *mask == 0) key_.Fault(value::kMask, "is 0", kNoneOffered);
+  if (!last) return;
+  CheckLast(*last);
+  if (*last < kLowest) return;
   const auto range = CheckRange(key_, first, last, kNoneOffered);
-  if (range && mask.sound) CheckMask(*mask.taken, *range);
-  CheckNames(*last.taken);
-  for (std::int32_t n = kLowest; n <= std::min(*last.taken, HighestBit()); ++n) CheckInterface(n);
+  if (range && mask) CheckMask(*mask, *range);
+  CheckNames(*last);
+  for (std::int32_t n = kLowest; n <= std::min(*last, HighestBit()); ++n) CheckInterface(n);
   CheckMsi(msi_names_, findings_);
 }
 
 void Interfaces::CheckLast(std::int32_t last) const {
   const std::string is = "is " + std::to_string(last) + ", ";
   if (last < kLowest) {
-    key_.Fault("Max", is + "below -1", "no object can be created (0x800AFFFF)");
+    key_.Fault(value::kMax, is + "below -1", "no object can be created (0x800AFFFF)");
   } else if (last > kPromptRange.last) {
-    key_.Fault("Max", is + "above " + std::to_string(kPromptRange.last),
+    key_.Fault(value::kMax, is + "above " + std::to_string(kPromptRange.last),
                "each new object reads a key for every number, a million in some 9 s, and fails if "
                "memory runs out; the list of interfaces ends with error 6");
   } else if (last > HighestBit()) {
-    key_.Fault("Max", is + "above " + std::to_string(HighestBit()),
+    key_.Fault(value::kMax, is + "above " + std::to_string(HighestBit()),
                "the list of interfaces ends with error 6 at " + std::to_string(HighestBit() + 1));
   }
 }
 
 void Interfaces::CheckMask(std::int32_t mask, const Range& range) {
   CheckBitRange(key_, range);
-  CheckBits(key_, "Mask", mask, range);
+  CheckBits(key_, value::kMask, mask, range);
   std::vector<std::int32_t> beyond;
   for (std::int32_t n = std::max(range.first, 0); n <= std::min(range.last, HighestBit()); ++n) {
     if (!catalogs::HasBit(mask, n)) continue;
@@ -91,7 +93,7 @@ void Interfaces::CheckMask(std::int32_t mask, const Range& range) {
     if (n > kLastOfTransponder) beyond.push_back(n);
   }
   if (!beyond.empty()) {
-    key_.Remark("Mask", "offers interfaces that no transponder reports: " + Listed(beyond),
+    key_.Remark(value::kMask, "offers interfaces that no transponder reports: " + Listed(beyond),
                 "the simulator keeps the lowest four bits of the number");
   }
 }
@@ -133,13 +135,13 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
   const auto absent = [needed](const std::string& effect) {
     return needed ? Defaulted(effect) : Optional(effect);
   };
-  CheckValueNames(key, {"Encoder", "MSI", "IDSources", "MIF"});
-  key.Number("Encoder", absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
-  CheckVersioned(key, "MIF", absent("it is taken as 0 where no version gives it"));
+  CheckValueNames(key, {value::kEncoder, value::kMsi, value::kIdSources, value::kMif});
+  key.Number(value::kEncoder, absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
+  CheckVersioned(key, value::kMif, absent("it is taken as 0 where no version gives it"));
   const auto sources =
-      CheckVersioned(key, "IDSources", absent("it is taken as 0 where no version gives it"));
-  if (sources.sound && (*sources.taken & ~kAllSources) != 0) {
-    key.Remark("IDSources", "has bits above bit 1", "they mean nothing");
+      CheckVersioned(key, value::kIdSources, absent("it is taken as 0 where no version gives it"));
+  if (sources && (*sources & ~kAllSources) != 0) {
+    key.Remark(value::kIdSources, "has bits above bit 1", "they mean nothing");
   }
   CheckMsiName(key, absent("caption and values of the MSI are the defaults"));
   CheckVersions(key, number,
@@ -149,13 +151,13 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
 }
 
 void Interfaces::CheckMsiName(const CatalogKey& key, const Absence& absence) {
-  const auto name = key.Text("MSI", absence);
+  const auto name = key.Text(value::kMsi, absence);
   if (!name || name->empty()) return;
-  if (IsOneOf(*name, {"MIF", "TXI"})) {
-    key.Fault("MSI", "names a key that is no MSI description: " + *name,
+  if (IsTakenBelowKernel(*name)) {
+    key.Fault(value::kMsi, "names a key that is no MSI description: " + *name,
               "the values of that key are taken");
   } else if (!CatalogKey(catalogs::kKernelKey + *name, findings_).IsThere()) {
-    key.Fault("MSI", "names a key that does not exist: " + *name, absence.effect);
+    key.Fault(value::kMsi, "names a key that does not exist: " + *name, absence.effect);
   } else if (!IsOneOf(*name, msi_names_)) {
     msi_names_.push_back(*name);
   }

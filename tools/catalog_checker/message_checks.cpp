@@ -10,27 +10,21 @@ namespace {
 
 using catalogs::Range;
 
-// One byte of a frame identifies a message.
-constexpr Range kIdentifiers{0, 255};
-// What of the 20 bytes of a frame the header and one identifier leave.
-constexpr std::int64_t kMostBytes = 15;
-constexpr std::int64_t kMostDataBytes = 4;
-
 constexpr const char* kNoneListed = "only NOP is listed";
 constexpr const char* kRefused = "a command with it is refused: S_BAD_PARAMETER";
 
 void CheckLength(const CatalogKey& key) {
-  const NumberReading bytes = key.Number("Bytes", Required(kRefused));
-  if (!bytes.sound) return;
-  const std::int64_t length = std::abs(std::int64_t{*bytes.taken});
-  const std::string is = "is " + std::to_string(*bytes.taken) + ", ";
+  const auto bytes = key.Number(value::kBytes, Required(kRefused));
+  if (!bytes) return;
+  const std::int64_t length = std::abs(std::int64_t{*bytes});
+  const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (length == 0) {
-    key.Fault("Bytes", "is 0", kRefused);
-  } else if (length > kMostBytes) {
-    key.Fault("Bytes", is + "more than a frame carries",
+    key.Fault(value::kBytes, "is 0", kRefused);
+  } else if (length > kMostSent) {
+    key.Fault(value::kBytes, is + "more than a frame carries",
               "a command with it is refused: S_MSG_TOO_LONG");
   } else if (length > kMostDataBytes) {
-    key.Fault("Bytes", is + "more than four bytes",
+    key.Fault(value::kBytes, is + "more than four bytes",
               "only four travel; what follows them stands in the wrong place");
   }
 }
@@ -38,7 +32,7 @@ void CheckLength(const CatalogKey& key) {
 void CheckMessage(const CatalogKey& key) {
   key.Name("", Required("it is listed as \"Invalid\""));
   CheckLength(key);
-  CheckValueNames(key, {"Bytes"});
+  CheckValueNames(key, {value::kBytes});
 }
 
 void CheckNames(const CatalogKey& messages, const std::optional<Range>& range) {
@@ -66,13 +60,13 @@ std::optional<Range> CheckMessages(Findings& findings) {
     key.Fault("", "is missing", "commands with sub-device messages are refused: S_BAD_PARAMETER");
     return std::nullopt;
   }
-  CheckValueNames(key, {"Min", "Max"});
+  CheckValueNames(key, {value::kMin, value::kMax});
   const auto range = CheckRange(key, kNoneListed);
   CheckNames(key, range);
   if (!range) return std::nullopt;
   CheckBitRange(key, *range);
   if (range->last > HighestBit()) {
-    key.Fault("Max",
+    key.Fault(value::kMax,
               "is " + std::to_string(range->last) + ", above " + std::to_string(HighestBit()),
               "TELIC2EnumMessages fails with error 65535");
   }

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "interface/msi_catalog.h"
 #include "support/modCOM_Hex.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
@@ -20,27 +21,27 @@ void CheckMsiKey(const std::string& name, Findings& findings) {
   const auto taken_as = [](std::int32_t number) {
     return Defaulted("it is taken as " + std::to_string(number));
   };
-  key.Text("Caption", Defaulted("\"" + defaults.caption + "\" is shown"));
-  const NumberReading first = key.Number("Min", taken_as(defaults.range.first));
-  const NumberReading last = key.Number("Max", taken_as(defaults.range.last));
-  const NumberReading preselected = key.Number("Default", taken_as(defaults.preselected));
-  const Range range{first.taken.value_or(defaults.range.first),
-                    last.taken.value_or(defaults.range.last)};
+  key.Text(value::kCaption, Defaulted("\"" + defaults.caption + "\" is shown"));
+  const auto first = key.Number(value::kMin, taken_as(defaults.range.first));
+  const auto last = key.Number(value::kMax, taken_as(defaults.range.last));
+  const auto preselected = key.Number(value::kDefault, taken_as(defaults.preselected));
+  const Range range{first.value_or(defaults.range.first), last.value_or(defaults.range.last)};
 
   if (range.first < 0)
-    key.Fault("Min", "is " + std::to_string(range.first) + ", below 0",
+    key.Fault(value::kMin, "is " + std::to_string(range.first) + ", below 0",
               EffectOfEnd(range.first, kNotWritten));
   if (range.last > kLast)
-    key.Fault("Max", "is " + std::to_string(range.last) + ", above 15",
+    key.Fault(value::kMax, "is " + std::to_string(range.last) + ", above 15",
               EffectOfEnd(range.last, kNotWritten));
   if (range.last < range.first) {
-    key.Fault("Max", "is " + std::to_string(range.last) + ", below Min", "no value is offered");
+    key.Fault(value::kMax, "is " + std::to_string(range.last) + ", below Min",
+              "no value is offered");
     return;
   }
-  if (!IsWithin(range, preselected.taken.value_or(defaults.preselected))) {
-    key.Fault("Default", "does not lie between Min and Max", "no value is selected first");
+  if (!IsWithin(range, preselected.value_or(defaults.preselected))) {
+    key.Fault(value::kDefault, "does not lie between Min and Max", "no value is selected first");
   }
-  CheckValueNames(key, {"Caption", "Min", "Max", "Default"}, range);
+  CheckValueNames(key, {value::kCaption, value::kMin, value::kMax, value::kDefault}, range);
   for (std::int32_t n = std::max(range.first, 0); n <= std::min(range.last, kLast); ++n) {
     key.Name(std::to_string(n), Defaulted("0x" + modCOM_Hex::HexPad(n, 1) + " is shown"));
   }
@@ -52,7 +53,7 @@ void CheckMsi(const std::vector<std::string>& names, Findings& findings) {
   for (const std::string& name : names) CheckMsiKey(name, findings);
   const CatalogKey kernel(catalogs::kKernelKey, findings);
   for (const std::string& name : kernel.SubKeyNames()) {
-    if (IsOneOf(name, {"MIF", "TXI"}) || IsOneOf(name, names)) continue;
+    if (IsTakenBelowKernel(name) || IsOneOf(name, names)) continue;
     kernel.SubKey(name).Remark("", "is named by no interface's MSI", "nothing reads it");
   }
 }

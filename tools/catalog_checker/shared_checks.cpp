@@ -58,18 +58,23 @@ bool IsOneOf(const std::string& name, const std::vector<std::string>& names) {
   });
 }
 
+bool IsTakenBelowKernel(const std::string& name) {
+  return IsOneOf(name, {catalogs::kInterfacesName, catalogs::kIntervalsName});
+}
+
 std::optional<Range> CheckRange(const CatalogKey& key, const std::string& effect) {
-  const NumberReading first = key.Number("Min", Required(effect));
-  const NumberReading last = key.Number("Max", Required(effect));
+  const auto first = key.Number(value::kMin, Required(effect));
+  const auto last = key.Number(value::kMax, Required(effect));
   return CheckRange(key, first, last, effect);
 }
 
-std::optional<Range> CheckRange(const CatalogKey& key, const NumberReading& first,
-                                const NumberReading& last, const std::string& effect) {
-  if (!first.sound || !last.sound) return std::nullopt;
-  const Range range{*first.taken, *last.taken};
+std::optional<Range> CheckRange(const CatalogKey& key, const std::optional<std::int32_t>& first,
+                                const std::optional<std::int32_t>& last,
+                                const std::string& effect) {
+  if (!first || !last) return std::nullopt;
+  const Range range{*first, *last};
   if (range.last >= range.first) return range;
-  key.Fault("Max", "is " + std::to_string(range.last) + ", below Min", effect);
+  key.Fault(value::kMax, "is " + std::to_string(range.last) + ", below Min", effect);
   return std::nullopt;
 }
 
@@ -78,8 +83,8 @@ std::string EffectOfEnd(std::int32_t end, const std::string& effect) {
   return "its numbers are looked up one by one, for seconds or longer; " + effect;
 }
 
-NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
-                             const Absence& absence) {
+std::optional<std::int32_t> CheckVersioned(const CatalogKey& key, const std::string& name,
+                                           const Absence& absence) {
   const Variant stored = key.Value(name);
   const auto* const text = std::get_if<std::string>(&stored);
   const auto number = text != nullptr ? NumericValue(*text) : std::nullopt;
@@ -89,16 +94,16 @@ NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
                       std::to_string(number ? kErrorOverflow : kErrorTypeMismatch) +
                       " when it is chosen",
                   absence.effect);
-  return {};
+  return std::nullopt;
 }
 
 void CheckBitRange(const CatalogKey& key, const Range& range) {
   constexpr const char* kNotOffered = "no list offers a number below 0";
   const std::string is = "is " + std::to_string(range.first);
   if (range.first < kPromptRange.first) {
-    key.Fault("Min", is + ", below -1", kNotOffered);
+    key.Fault(value::kMin, is + ", below -1", kNotOffered);
   } else if (range.first < 0) {
-    key.Remark("Min", is, kNotOffered);
+    key.Remark(value::kMin, is, kNotOffered);
   }
 }
 

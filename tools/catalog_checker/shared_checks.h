@@ -23,27 +23,41 @@ std::string Listed(const std::vector<std::int32_t>& numbers);
 
 bool IsWithin(const catalogs::Range& range, std::int32_t number);
 
-/// Whether `name` is one of `names`, as the registry compares them.
+/// Whether `name` is one of `names`, whose case does not count in the registry.
 bool IsOneOf(const std::string& name, const std::vector<std::string>& names);
+
+/// Whether the key of this name beside the MSI descriptions is that of interfaces or intervals.
+bool IsTakenBelowKernel(const std::string& name);
 
 /// The range from "Min" to "Max"; nothing, after a fault, when it is empty or one of them is not
 /// sound. `effect` is what an empty range leads to.
 std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const std::string& effect);
 
 /// The same for values that have been read and judged already.
-std::optional<catalogs::Range> CheckRange(const CatalogKey& key, const NumberReading& first,
-                                          const NumberReading& last, const std::string& effect);
+std::optional<catalogs::Range> CheckRange(const CatalogKey& key,
+                                          const std::optional<std::int32_t>& first,
+                                          const std::optional<std::int32_t>& last,
+                                          const std::string& effect);
 
-/// What the component, which looks up the numbers of a range one by one, is through with at once.
+/// What identifies a sub-device message in a frame is one byte.
+inline constexpr catalogs::Range kIdentifiers{0, 255};
+
+// Data bytes of one sub-device message or test. The frame has four bytes beside them, and the
+// identifier.
+inline constexpr std::int32_t kMostDataBytes = 4;  ///< that are taken from or put into a value
+inline constexpr std::int32_t kMostSent = 15;      ///< of the 20 bytes of a request
+inline constexpr std::int32_t kMostRead = 28;      ///< of the 33 bytes of a reply
+
+/// The component looks up the numbers of a range one by one; within this one nobody notices.
 inline constexpr catalogs::Range kPromptRange{-1, 1000};
 
-/// What comes of a range with an `end` that leads to `effect`: beyond kPromptRange it takes time.
+/// The `effect` of a range that goes to `end`, with the time that it takes beyond kPromptRange.
 std::string EffectOfEnd(std::int32_t end, const std::string& effect);
 
 /// Judges a value that the simulator looks up for the version chosen: unlike elsewhere, a text that
 /// is no number does not count as missing.
-NumberReading CheckVersioned(const CatalogKey& key, const std::string& name,
-                             const Absence& absence);
+std::optional<std::int32_t> CheckVersioned(const CatalogKey& key, const std::string& name,
+                                           const Absence& absence);
 
 /// Judges a "Min" below 0 in a list whose entries are chosen by bits.
 void CheckBitRange(const CatalogKey& key, const catalogs::Range& range);

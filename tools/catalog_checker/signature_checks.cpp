@@ -1,6 +1,6 @@
 #include <set>
 
-#include "support/conversion.h"
+#include "interface/signatures.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
 
@@ -11,14 +11,8 @@ namespace {
 constexpr std::int32_t kNothingStored = 0;
 constexpr std::int32_t kLastByte = 255;
 
-// A value name as the simulator reads it.
-std::optional<std::int32_t> HexNumber(const std::string& name) {
-  const auto value = NumericValue("&H" + name);
-  return value ? RoundToLong(*value) : std::nullopt;
-}
-
 void CheckEntry(const CatalogKey& key, const std::string& name, std::set<std::int32_t>& bytes) {
-  const auto byte = HexNumber(name);
+  const auto byte = catalogs::SignatureNumber(name);
   if (!byte) {
     key.Fault(name, "is not named by a hexadecimal number",
               "with the simulator on no object can be created (error 13)");
@@ -50,13 +44,12 @@ void CheckList(const std::string& path, Findings& findings) {
 }  // namespace
 
 void CheckSignatures(Findings& findings) {
-  const std::string path = std::string(modCOM_Registry::kQuenmoorKey) + "Zentrel\\";
-  CheckList(path + "Types", findings);
-  CheckList(path + "Modes", findings);
-  const CatalogKey key(path, findings);
-  const auto line = key.Text("SupplyLine", Optional("the supply is on DTR"));
+  CheckList(catalogs::kBoxTypesKey, findings);
+  CheckList(catalogs::kBoxModesKey, findings);
+  const CatalogKey key(catalogs::kBoxKey, findings);
+  const auto line = key.Text(value::kSupplyLine, Optional("the supply is on DTR"));
   if (line && !IsOneOf(*line, {"DTR", "RTS", "BOTH"})) {
-    key.Fault("SupplyLine", "is none of DTR, RTS and BOTH: \"" + *line + "\"",
+    key.Fault(value::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
               "the supply is on DTR");
   }
 }

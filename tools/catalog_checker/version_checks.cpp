@@ -2,6 +2,7 @@
 #include <iterator>
 #include <utility>
 
+#include "interface/mif_catalog.h"
 #include "support/conversion.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
@@ -11,46 +12,48 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr std::int32_t kPrimary = 0;
 constexpr const char* kNotOffered = "the version is not offered";
 
 // What the simulator offers for the interface; nothing where the sort fails.
 Texts OfferedFor(std::int32_t number) {
   Texts names;
-  const std::string path = catalogs::kInterfacesKey + std::to_string(number);
-  modCOM_Registry::RegEnumKeys(platform::kLocalMachine, path, names, false);
-  return SortFails(std::move(names)) ? Texts{} : catalogs::VersionsOf(number);
+  modCOM_Registry::RegEnumKeys(platform::kLocalMachine, catalogs::InterfaceKey(number), names,
+                               false);
+  return SortFails(names) ? Texts{} : catalogs::VersionsOf(number, std::move(names));
 }
 
 // The texts of all versions that can be chosen with the interface, as a primary or secondary one.
 Texts OfferedWith(std::int32_t number) {
-  Texts offered = OfferedFor(kPrimary);
-  if (number != kPrimary) std::ranges::copy(OfferedFor(number), std::back_inserter(offered));
+  Texts offered = OfferedFor(catalogs::kPrimaryInterface);
+  if (number != catalogs::kPrimaryInterface) {
+    std::ranges::copy(OfferedFor(number), std::back_inserter(offered));
+  }
   return offered;
 }
 
 void CheckText(const CatalogKey& version) {
-  if (!version.HasValue("Ver")) {
-    version.Fault("Ver", "is missing", kNotOffered);
+  if (!version.HasValue(value::kVer)) {
+    version.Fault(value::kVer, "is missing", kNotOffered);
     return;
   }
-  const Variant stored = version.Value("Ver");
+  const Variant stored = version.Value(value::kVer);
   const auto* text = std::get_if<std::string>(&stored);
   if (const auto* number = std::get_if<std::int32_t>(&stored)) {
-    version.Remark("Ver", "is stored as a number",
+    version.Remark(value::kVer, "is stored as a number",
                    "it is shown as \"" + std::to_string(*number) + "\"");
   } else if (text == nullptr || !NumericValue(*text)) {
-    version.FaultOfData("Ver", "number", kNotOffered, kNotOffered);
+    version.FaultOfData(value::kVer, "number", kNotOffered, kNotOffered);
   }
 }
 
-// A version overrides the values of its interface for the versions whose text is not below its
-// name, compared character by character.
+// Looks for an override that holds for no version that is offered, or for one that is older.
 void CheckOverride(const CatalogKey& version, const std::string& name, const std::string& value,
                    const Texts& offered) {
   CheckVersioned(version, value, Optional("it is taken as 0"));
   if (!version.HasValue(value) || offered.empty()) return;
-  const auto overrides = [&name](const std::string& text) { return name <= text; };
+  const auto overrides = [&name](const std::string& text) {
+    return catalogs::HoldsFor(name, text);
+  };
   if (std::ranges::none_of(offered, overrides)) {
     version.Fault(value, "belongs to a version that sorts as text behind all that are offered",
                   "it overrides nothing");
@@ -78,15 +81,15 @@ void CheckVersions(const CatalogKey& interface_key, std::int32_t number, const A
   CheckSorting(interface_key, names);
   const auto overrides = [&interface_key](const std::string& name) {
     const CatalogKey version = interface_key.SubKey(name);
-    return version.HasValue("IDSources") || version.HasValue("MIF");
+    return version.HasValue(value::kIdSources) || version.HasValue(value::kMif);
   };
   const Texts offered = std::ranges::any_of(names, overrides) ? OfferedWith(number) : Texts();
   for (const std::string& name : names) {
     const CatalogKey version = interface_key.SubKey(name);
-    CheckValueNames(version, {"Ver", "IDSources", "MIF"});
+    CheckValueNames(version, {value::kVer, value::kIdSources, value::kMif});
     CheckText(version);
-    CheckOverride(version, name, "IDSources", offered);
-    CheckOverride(version, name, "MIF", offered);
+    CheckOverride(version, name, value::kIdSources, offered);
+    CheckOverride(version, name, value::kMif, offered);
   }
 }
 

@@ -9,8 +9,8 @@
 
 #include "interface/telic2_catalog.h"
 #include "support/modErrorReportSupport.h"
+#include "tests/contract/registry_codes.h"
 #include "tests/core/catalog_writer.h"
-#include "tests/core/registry_types.h"
 #include "tests/fakes/fake_world.h"
 #include "tools/catalog_checker/catalog_checks.h"
 #include "tools/catalog_checker/tests/registry_file.h"

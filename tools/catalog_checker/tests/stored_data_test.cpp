@@ -50,10 +50,24 @@ TEST_F(StoredData, ATypeThatIsNotReadIsAFaultInANumber) {
       {kRegQword, "REG_QWORD"},   {12, "type 12"}};
   for (const auto& [type, name] : types) {
     Store(kMessage, "Bytes", type, "2\0"s);
-    EXPECT_EQ(Faults(),
-              Only{Fault(kMessage, "Bytes", "is stored as " + name + ", which is not read",
-                         "it is taken as 0")});
+    EXPECT_EQ(Faults(), Only{Fault(kMessage, "Bytes",
+                                   "is stored as " + name + ", which is not read", kRefused)});
   }
+}
+
+TEST_F(StoredData, ANumberOfATypeThatIsNotReadIsTakenAsItsDefault) {
+  Store(kDeviceKey, "Commands", kRegQword, "\1\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(Faults(),
+            Only{Fault(kDeviceKey, "Commands", "is stored as REG_QWORD, which is not read",
+                       "every message is offered")});
+}
+
+TEST_F(StoredData, AHighestInterfaceOfATypeThatIsNotReadLeavesTheNamesUpTo0) {
+  Store(kInterfaces, "Max", kRegBinary, "\5\0\0\0"s);
+  EXPECT_EQ(Faults(),
+            Only{Fault(kInterfaces, "Max", "is stored as REG_BINARY, which is not read",
+                       "names are loaded as if it were 0: MIFName fails with error 65535 above; no "
+                       "interface is offered")});
 }
 
 TEST_F(StoredData, ANumberOfFewerThanFourBytesIsAFault) {
