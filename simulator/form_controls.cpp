@@ -57,7 +57,7 @@ std::int32_t frmZentrelSim::FormList::ItemData(std::int32_t index) const {
   return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index)).data;
 }
 
-// The text of such a box is its default member.
+// The report shows a list by its default member, the selected text.
 std::string frmZentrelSim::FormList::Dump(std::string_view name) const {
   return DumpDefault(name, [this] {
     const std::int32_t selected = form_.content_.lists[Place(list_)].selected;
