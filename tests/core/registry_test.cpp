@@ -342,8 +342,8 @@ TEST_F(Registry, AValueThatWasReadKeepsTheDefaultAway) {
 
 TEST_F(Registry, AKeyThatCannotBeOpenedIsLikeAMissingOne) {
   StoreNumber(5);
-  constexpr std::int32_t kAccessDenied = 5;
-  TheWorld().open_result = kAccessDenied;
+  constexpr std::int32_t kDenied = 5;
+  TheWorld().open_result = kDenied;
   EXPECT_EQ(Read(std::int32_t{3}, 7), Failed(7));
   EXPECT_EQ(TheWorld().registry_calls.size(), 1U)
       << "a key that is not open is neither asked nor closed";
