@@ -4,7 +4,9 @@ set(QMZ_GTEST_SOURCE /usr/src/googletest CACHE PATH "Folder of GoogleTest's sour
 set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
 set(gtest_disable_pthreads ${WIN32} CACHE BOOL "" FORCE)
 add_subdirectory(${QMZ_GTEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-if(WIN32)
-  target_compile_options(gtest PUBLIC
-    "SHELL:-include \"${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h\"")
-endif()
+foreach(library gtest gtest_main)
+  target_compile_options(${library} PRIVATE -O0 -g0)
+  if(WIN32)
+    target_include_directories(${library} BEFORE PUBLIC ${CMAKE_CURRENT_LIST_DIR}/googletest)
+  endif()
+endforeach()

@@ -28,7 +28,7 @@ using platform::DialogText;
 using platform::Utf8ToWide;
 using platform::WideToUtf8;
 
-constexpr DWORD kPatienceMs = 10'000;
+constexpr DWORD kUserPatienceMs = 10'000;
 
 constexpr std::array<int, platform::kDialogLists> kLists = {
     IDC_cboMIF, IDC_cboVersion, IDC_cboTXI, IDC_cboMSI, IDC_cboSignature0, IDC_cboSignature1};
@@ -106,7 +106,7 @@ class RealUser final : public DialogUser {
   }
   bool WaitFor(const std::function<bool()>& come) override {
     for (const DWORD begin = GetTickCount(); !come(); Sleep(10)) {
-      if (GetTickCount() - begin > kPatienceMs) return false;
+      if (GetTickCount() - begin > kUserPatienceMs) return false;
     }
     return true;
   }
@@ -123,8 +123,8 @@ struct UserAtWork {
 };
 
 void Act(UserAtWork& user) {
-  const auto dialog =
-      DialogWindow::WaitFor(user.title, kPatienceMs, [&user] { return user.shown_no_more.load(); });
+  const auto dialog = DialogWindow::WaitFor(user.title, kUserPatienceMs,
+                                            [&user] { return user.shown_no_more.load(); });
   // A dialog that ended before anybody could see it has no user.
   if (!dialog) return;
   RealUser real_user(*dialog);
@@ -179,10 +179,10 @@ struct MessageReader {
 DWORD WINAPI ReadMessages(void* parameter) {
   auto& reader = *static_cast<MessageReader*>(parameter);
   const auto give_up = [&reader] { return reader.shown_no_more.load(); };
-  while (const auto box = DialogWindow::WaitFor(reader.title, kPatienceMs, give_up)) {
+  while (const auto box = DialogWindow::WaitFor(reader.title, kUserPatienceMs, give_up)) {
     reader.texts.push_back(WideToUtf8(box->Message()));
     box->CloseBox();
-    if (!box->WaitUntilGone(kPatienceMs)) break;
+    if (!box->WaitUntilGone(kUserPatienceMs)) break;
   }
   return 0;
 }

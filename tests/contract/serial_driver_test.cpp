@@ -20,7 +20,7 @@ using platform::SerialSettings;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::int32_t kReadMs = 400;
-constexpr std::int32_t kPlentyMs = 10'000;
+constexpr std::int32_t kAmpleMs = 10'000;
 constexpr double kWriteMs = 1000;
 // For a driver that ends a request late, or not before it is cancelled; on a busy machine.
 constexpr double kBackstopMs = 2500;
@@ -200,7 +200,7 @@ TEST_F(SerialDriver, ThatLosesACancelIsAskedAgain) {
   EXPECT_LT(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs + kBackstopMs);
   Driver().SetHabits({});
   Driver().Send({7});
-  EXPECT_EQ(Read(1, kPlentyMs), Bytes{7});
+  EXPECT_EQ(Read(1, kAmpleMs), Bytes{7});
 }
 
 TEST_F(SerialDriver, ThatNeverEndsARequestDoesNotHoldTheClient) {
@@ -220,10 +220,10 @@ TEST_F(SerialDriver, ThatNeverEndsARequestDoesNotHoldTheClient) {
   Driver().SetHabits({});
   ASSERT_TRUE(Open());
   Driver().Send({7});
-  EXPECT_EQ(Read(1, kPlentyMs), Bytes{7});
+  EXPECT_EQ(Read(1, kAmpleMs), Bytes{7});
   EXPECT_TRUE(Driver().EndStuckRequests()) << "its memory must still be there";
   Driver().Send({8});
-  EXPECT_EQ(Read(1, kPlentyMs), Bytes{8});
+  EXPECT_EQ(Read(1, kAmpleMs), Bytes{8});
 }
 
 TEST_F(SerialDriver, ThatNeverEndsAWriteDoesNotHoldTheClient) {
@@ -247,7 +247,7 @@ TEST_F(SerialDriver, ThatEndsAReadOnALineErrorIsAskedAgainWithinTheLimit) {
     }
   };
   const HANDLE thread = CreateThread(nullptr, 0, &Later::Run, nullptr, 0, nullptr);
-  EXPECT_EQ(Read(2, kPlentyMs), (Bytes{1, 2}));
+  EXPECT_EQ(Read(2, kAmpleMs), (Bytes{1, 2}));
   WaitForSingleObject(thread, INFINITE);
   CloseHandle(thread);
 }
@@ -258,7 +258,7 @@ TEST_F(SerialDriver, ThatRefusesEverythingAfterALineErrorIsCleared) {
   EXPECT_EQ(Driver().Received(kFrame.size()), kFrame);
   Driver().FailLine();
   Driver().Send({9});
-  EXPECT_EQ(Read(1, kPlentyMs), Bytes{9});
+  EXPECT_EQ(Read(1, kAmpleMs), Bytes{9});
   Driver().FailLine();
   EXPECT_GE(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs - contract::kTickMs);
 }

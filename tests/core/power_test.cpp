@@ -394,14 +394,14 @@ TEST_F(HoldOff, ThatBeginsWithinTheWaitIsWaitedForToo) {
 // --- Set by the client, in every state ---
 
 /// What setting a property does at once, and after how many ticks the supply then goes off.
-struct Setting {
+struct PowerSetting {
   const char* state;
   const char* set;
   Journal now;
   int ticks_to_off;  // 0: stays as it is
 };
 
-class SetByTheClient : public ZentrelTest, public testing::WithParamInterface<Setting> {
+class SetByTheClient : public ZentrelTest, public testing::WithParamInterface<PowerSetting> {
  protected:
   void Enter(const std::string& state) {
     Open(state == "maintained");
@@ -438,19 +438,21 @@ TEST_P(SetByTheClient, ActsAsItsRowSays) {
 INSTANTIATE_TEST_SUITE_P(
     EveryState, SetByTheClient,
     testing::Values(
-        Setting{"off", "true", {"supply DTR", "pause 2500", "event True"}, 0},
-        Setting{"off", "false", {"timer on"}, 60}, Setting{"off", "on demand", {"timer on"}, 60},
-        Setting{"off", "maintained", {"supply DTR", "event True"}, 0},
-        Setting{"in use", "true", {}, 0}, Setting{"in use", "false", {"timer on"}, 60},
-        Setting{"in use", "on demand", {"timer on"}, 60},
-        Setting{"in use", "maintained", {"supply DTR", "event True"}, 0},
-        Setting{"counting down", "true", {"timer off"}, 0},
-        Setting{"counting down", "false", {}, 60}, Setting{"counting down", "on demand", {}, 60},
-        Setting{"counting down", "maintained", {"timer off", "supply DTR", "event True"}, 0},
-        Setting{"maintained", "true", {"supply DTR", "event True"}, 0},
-        Setting{"maintained", "false", {"supply DTR", "event False"}, 0},
-        Setting{"maintained", "on demand", {"timer on"}, 60},
-        Setting{"maintained", "maintained", {"supply DTR", "event True"}, 0}));
+        PowerSetting{"off", "true", {"supply DTR", "pause 2500", "event True"}, 0},
+        PowerSetting{"off", "false", {"timer on"}, 60},
+        PowerSetting{"off", "on demand", {"timer on"}, 60},
+        PowerSetting{"off", "maintained", {"supply DTR", "event True"}, 0},
+        PowerSetting{"in use", "true", {}, 0}, PowerSetting{"in use", "false", {"timer on"}, 60},
+        PowerSetting{"in use", "on demand", {"timer on"}, 60},
+        PowerSetting{"in use", "maintained", {"supply DTR", "event True"}, 0},
+        PowerSetting{"counting down", "true", {"timer off"}, 0},
+        PowerSetting{"counting down", "false", {}, 60},
+        PowerSetting{"counting down", "on demand", {}, 60},
+        PowerSetting{"counting down", "maintained", {"timer off", "supply DTR", "event True"}, 0},
+        PowerSetting{"maintained", "true", {"supply DTR", "event True"}, 0},
+        PowerSetting{"maintained", "false", {"supply DTR", "event False"}, 0},
+        PowerSetting{"maintained", "on demand", {"timer on"}, 60},
+        PowerSetting{"maintained", "maintained", {"supply DTR", "event True"}, 0}));
 
 // --- Faults and nesting ---
 

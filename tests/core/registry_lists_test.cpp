@@ -13,7 +13,7 @@ using modCOM_Registry::RegEnumKeys;
 using modCOM_Registry::RegEnumValues;
 using namespace std::string_literals;
 
-const std::string kPath = "SOFTWARE\\QuenmoorComms\\Kernel";
+const std::string kListPath = "SOFTWARE\\QuenmoorComms\\Kernel";
 
 using Texts = std::vector<std::string>;
 
@@ -23,11 +23,11 @@ class RegistryKeys : public CoreTest {
  protected:
   /// Sub-keys in the registry's own order.
   static void AddKeys(const Texts& names) {
-    for (const std::string& name : names) TheWorld().registry[kPath + '\\' + name];
-    TheWorld().key_order[kPath] = names;
+    for (const std::string& name : names) TheWorld().registry[kListPath + '\\' + name];
+    TheWorld().key_order[kListPath] = names;
   }
 
-  static Texts Keys(bool sort = false, const std::string& path = kPath) {
+  static Texts Keys(bool sort = false, const std::string& path = kListPath) {
     Texts keys{"from", "before"};
     const std::int32_t count = RegEnumKeys(platform::kLocalMachine, path, keys, sort);
     EXPECT_EQ(count, static_cast<std::int32_t>(keys.size()));
@@ -36,14 +36,14 @@ class RegistryKeys : public CoreTest {
 };
 
 TEST_F(RegistryKeys, AKeyWithoutSubKeysGivesCount0AndAnEmptyList) {
-  TheWorld().SetNumber(kPath, "Max", 5);
+  TheWorld().SetNumber(kListPath, "Max", 5);
   EXPECT_EQ(Keys(), Texts{});
   EXPECT_EQ(Keys(true), Texts{});
 }
 
 TEST_F(RegistryKeys, AMissingKeyGivesCount0AndAnEmptyList) {
   EXPECT_EQ(Keys(), Texts{});
-  EXPECT_EQ(TheWorld().registry_calls, Texts{"RegOpenKeyEx " + kPath});
+  EXPECT_EQ(TheWorld().registry_calls, Texts{"RegOpenKeyEx " + kListPath});
 }
 
 TEST_F(RegistryKeys, WithoutSortingTheyComeInTheOrderOfTheRegistry) {
@@ -62,24 +62,24 @@ TEST_F(RegistryKeys, WordsAreSortedWithoutCase) {
 }
 
 TEST_F(RegistryKeys, OnlyTheKeysRightBelowAreListed) {
-  TheWorld().SetText(kPath, "value", "x");
-  TheWorld().SetText(kPath + "\\MIF\\0\\4", "Ver", "4.0");
-  TheWorld().SetText(kPath + "\\TXI", "0", "x");
-  TheWorld().SetText(kPath + "2\\Other", "", "x");
+  TheWorld().SetText(kListPath, "value", "x");
+  TheWorld().SetText(kListPath + "\\MIF\\0\\4", "Ver", "4.0");
+  TheWorld().SetText(kListPath + "\\TXI", "0", "x");
+  TheWorld().SetText(kListPath + "2\\Other", "", "x");
   EXPECT_EQ(Keys(), (Texts{"MIF", "TXI"}));
 }
 
 TEST_F(RegistryKeys, ThePathIsNormalisedAndOpenedForReadingOnly) {
   AddKeys({"MIF"});
   EXPECT_EQ(Keys(false, "SOFTWARE\\\\QuenmoorComms\\\\Kernel\\"), Texts{"MIF"});
-  EXPECT_EQ(TheWorld().opened_paths, Texts{kPath});
+  EXPECT_EQ(TheWorld().opened_paths, Texts{kListPath});
   EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kReadAccess});
 }
 
 TEST_F(RegistryKeys, TheRootIsTheCallersChoice) {
   AddKeys({"MIF"});
   Texts keys{"before"};
-  EXPECT_EQ(RegEnumKeys(kCurrentUser, kPath, keys, false), 0);
+  EXPECT_EQ(RegEnumKeys(kCurrentUser, kListPath, keys, false), 0);
   EXPECT_EQ(keys, Texts{});
 }
 
@@ -92,8 +92,8 @@ TEST_F(RegistryKeys, IndicesAreAskedOneByOneUntilThereAreNoMore) {
   AddKeys({"a", "b", "c"});
   Keys();
   EXPECT_EQ(TheWorld().registry_calls,
-            (Texts{"RegOpenKeyEx " + kPath, "RegEnumKeyEx 0", "RegEnumKeyEx 1", "RegEnumKeyEx 2",
-                   "RegEnumKeyEx 3", "RegCloseKey " + kPath}));
+            (Texts{"RegOpenKeyEx " + kListPath, "RegEnumKeyEx 0", "RegEnumKeyEx 1",
+                   "RegEnumKeyEx 2", "RegEnumKeyEx 3", "RegCloseKey " + kListPath}));
 }
 
 TEST_F(RegistryKeys, AnErrorThatPassesRepeatsTheSameIndexAndNothingIsLost) {
@@ -150,7 +150,7 @@ TEST_F(RegistryKeys, AKeyThatCannotBeOpenedIsNotAsked) {
   AddKeys({"a"});
   for (const std::int32_t code : {kAccessDenied, kKeyDeleted, kNoResources}) {
     TheWorld().registry_calls.clear();
-    FailRegistry("RegOpenKeyEx", kPath, code);
+    FailRegistry("RegOpenKeyEx", kListPath, code);
     EXPECT_EQ(Keys(), Texts{}) << code;
     EXPECT_TRUE(RegistryCallsOf("RegEnumKeyEx").empty()) << code;
   }
@@ -158,9 +158,9 @@ TEST_F(RegistryKeys, AKeyThatCannotBeOpenedIsNotAsked) {
 
 TEST_F(RegistryKeys, TheResultOfClosingIsIgnored) {
   AddKeys({"a"});
-  FailRegistry("RegCloseKey", kPath, kInvalidHandle);
+  FailRegistry("RegCloseKey", kListPath, kInvalidHandle);
   EXPECT_EQ(Keys(), Texts{"a"});
-  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kListPath});
 }
 
 TEST_F(RegistryKeys, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
@@ -168,7 +168,7 @@ TEST_F(RegistryKeys, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
   const ErrorReport report = ReportOf([] { Keys(true); });
   EXPECT_EQ(report.ErrorNumber, 13);
   EXPECT_EQ(report.procedure, "RegKeys_QSort");
-  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kListPath});
 }
 
 TEST_F(RegistryKeys, WithoutSortingAnyMixtureIsFine) {
@@ -196,15 +196,15 @@ const Variant kNoData;
 class RegistryValues : public CoreTest {
  protected:
   static void Add(const std::string& name, std::uint32_t type, const std::string& bytes) {
-    TheWorld().registry[kPath][name] = {type, bytes};
-    TheWorld().value_order[kPath].push_back(name);
+    TheWorld().registry[kListPath][name] = {type, bytes};
+    TheWorld().value_order[kListPath].push_back(name);
   }
   /// Values that hold their own name, in the registry's own order.
   static void AddTexts(const Texts& names) {
     for (const std::string& name : names) Add(name, kRegSz, name + '\0');
   }
 
-  static Entries Values(bool sort = false, const std::string& path = kPath) {
+  static Entries Values(bool sort = false, const std::string& path = kListPath) {
     std::vector<Reg_KeyValues> values{{"before", 1}};
     const std::int32_t count = RegEnumValues(platform::kLocalMachine, path, values, sort);
     EXPECT_EQ(count, static_cast<std::int32_t>(values.size()));
@@ -227,11 +227,11 @@ class RegistryValues : public CoreTest {
 
 TEST_F(RegistryValues, AMissingKeyGivesCount0AndAnEmptyList) {
   EXPECT_EQ(Values(), Entries{});
-  EXPECT_EQ(TheWorld().registry_calls, Texts{"RegOpenKeyEx " + kPath});
+  EXPECT_EQ(TheWorld().registry_calls, Texts{"RegOpenKeyEx " + kListPath});
 }
 
 TEST_F(RegistryValues, AKeyThatHoldsOnlyKeysGivesCount0AndAnEmptyList) {
-  TheWorld().SetText(kPath + "\\MIF", "Max", "5");
+  TheWorld().SetText(kListPath + "\\MIF", "Max", "5");
   EXPECT_EQ(Values(), Entries{});
   EXPECT_EQ(Values(true), Entries{});
 }
@@ -263,14 +263,14 @@ TEST_F(RegistryValues, AKeyWithOnlyTheUnnamedValueGivesCount0) {
 TEST_F(RegistryValues, ThePathIsNormalisedAndOpenedForReadingOnly) {
   AddTexts({"a"});
   EXPECT_EQ(Values(false, "SOFTWARE\\\\QuenmoorComms\\\\Kernel\\"), (Entries{{"a", "a"s}}));
-  EXPECT_EQ(TheWorld().opened_paths, Texts{kPath});
+  EXPECT_EQ(TheWorld().opened_paths, Texts{kListPath});
   EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kReadAccess});
 }
 
 TEST_F(RegistryValues, TheRootIsTheCallersChoice) {
   AddTexts({"a"});
   std::vector<Reg_KeyValues> values{{"before", 1}};
-  EXPECT_EQ(RegEnumValues(kCurrentUser, kPath, values, false), 0);
+  EXPECT_EQ(RegEnumValues(kCurrentUser, kListPath, values, false), 0);
   EXPECT_TRUE(values.empty());
 }
 
@@ -363,11 +363,11 @@ TEST_F(RegistryValues, ThousandErrorsInARowEndTheListAndOneFewerDoNot) {
   Texts names(999, too_long);
   names.emplace_back("behind");
   AddTexts({"behind"});
-  TheWorld().value_order[kPath] = names;
+  TheWorld().value_order[kListPath] = names;
   EXPECT_EQ(Values(), (Entries{{"behind", "behind"s}}));
 
   TheWorld().registry_calls.clear();
-  TheWorld().value_order[kPath].insert(TheWorld().value_order[kPath].begin(), too_long);
+  TheWorld().value_order[kListPath].insert(TheWorld().value_order[kListPath].begin(), too_long);
   EXPECT_EQ(Values(), Entries{});
   EXPECT_EQ(RegistryCallsOf("RegEnumValue").size(), 1000U);
 }
@@ -379,7 +379,7 @@ TEST_F(RegistryValues, ErrorsBeforeAValueThatWasFoundDoNotCountForTheNext) {
   names.insert(names.end(), 600, too_long);
   names.emplace_back("behind");
   AddTexts({"behind", ""});
-  TheWorld().value_order[kPath] = names;
+  TheWorld().value_order[kListPath] = names;
   EXPECT_EQ(Values(), (Entries{{"behind", "behind"s}}));
 }
 
@@ -400,7 +400,7 @@ TEST_F(RegistryValues, AValueThatGrowsBetweenTheTwoCallsHasNoData) {
   int calls = 0;
   TheWorld().registry_fault = [&](const std::string&,
                                   const std::string&) -> std::optional<std::int32_t> {
-    if (++calls == 3) TheWorld().SetText(kPath, "a", "a longer text");
+    if (++calls == 3) TheWorld().SetText(kListPath, "a", "a longer text");
     return std::nullopt;
   };
   EXPECT_EQ(Values(), (Entries{{"a", kNoData}, {"b", "b"s}}));
@@ -411,7 +411,7 @@ TEST_F(RegistryValues, AValueThatShrinksBetweenTheTwoCallsIsReadAsItIsNow) {
   int calls = 0;
   TheWorld().registry_fault = [&](const std::string&,
                                   const std::string&) -> std::optional<std::int32_t> {
-    if (++calls == 3) TheWorld().SetText(kPath, "a", "ab");
+    if (++calls == 3) TheWorld().SetText(kListPath, "a", "ab");
     return std::nullopt;
   };
   EXPECT_EQ(Values(), (Entries{{"a", "ab"s}}));
@@ -419,16 +419,16 @@ TEST_F(RegistryValues, AValueThatShrinksBetweenTheTwoCallsIsReadAsItIsNow) {
 
 TEST_F(RegistryValues, AKeyThatCannotBeOpenedIsNotAsked) {
   AddTexts({"a"});
-  FailRegistry("RegOpenKeyEx", kPath, kAccessDenied);
+  FailRegistry("RegOpenKeyEx", kListPath, kAccessDenied);
   EXPECT_EQ(Values(), Entries{});
   EXPECT_TRUE(RegistryCallsOf("RegEnumValue").empty());
 }
 
 TEST_F(RegistryValues, TheKeyIsClosedAndTheResultOfThatIgnored) {
   AddTexts({"a"});
-  FailRegistry("RegCloseKey", kPath, kInvalidHandle);
+  FailRegistry("RegCloseKey", kListPath, kInvalidHandle);
   EXPECT_EQ(Values(), (Entries{{"a", "a"s}}));
-  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kListPath});
 }
 
 TEST_F(RegistryValues, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
@@ -436,7 +436,7 @@ TEST_F(RegistryValues, WordsAmongNumbersFailTheSortAndTheKeyIsClosed) {
   const ErrorReport report = ReportOf([] { Values(true); });
   EXPECT_EQ(report.ErrorNumber, 13);
   EXPECT_EQ(report.procedure, "RegValues_QSort");
-  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kPath});
+  EXPECT_EQ(RegistryCallsOf("RegCloseKey"), Texts{kListPath});
 }
 
 }  // namespace

@@ -13,11 +13,11 @@ using modCOM_Registry::RegGetValue;
 using modCOM_Registry::RegSetValue;
 using namespace std::string_literals;
 
-const std::string kPath = "SOFTWARE\\QuenmoorComms\\Zentrel";
-const std::string kName = "Value";
+const std::string kWritePath = "SOFTWARE\\QuenmoorComms\\Zentrel";
+const std::string kWriteName = "Value";
 
 using Texts = std::vector<std::string>;
-const Variant kEmpty;
+const Variant kNothing;
 
 // Codes that the operating system gives; 87 is a matter of its own.
 constexpr std::int32_t kCodes[] = {2, 5, 6, 8, 234, 1018, 1450};
@@ -35,12 +35,12 @@ void PrintTo(const Stored& stored, std::ostream* stream) {
 
 class RegistryWrite : public CoreTest {
  protected:
-  static bool Write(const Variant& data, const std::string& name = kName) {
-    return RegSetValue(platform::kLocalMachine, kPath, name, data);
+  static bool Write(const Variant& data, const std::string& name = kWriteName) {
+    return RegSetValue(platform::kLocalMachine, kWritePath, name, data);
   }
 
-  static std::optional<Stored> Held(const std::string& name = kName) {
-    const auto key = TheWorld().registry.find(kPath);
+  static std::optional<Stored> Held(const std::string& name = kWriteName) {
+    const auto key = TheWorld().registry.find(kWritePath);
     if (key == TheWorld().registry.end()) return std::nullopt;
     const auto value = key->second.find(name);
     if (value == key->second.end()) return std::nullopt;
@@ -51,22 +51,22 @@ class RegistryWrite : public CoreTest {
 
   static Texts Calls() { return std::exchange(TheWorld().registry_calls, {}); }
 
-  const std::string kCreate = "RegCreateKeyEx " + kPath;
-  const std::string kClose = "RegCloseKey " + kPath;
+  const std::string kCreate = "RegCreateKeyEx " + kWritePath;
+  const std::string kClose = "RegCloseKey " + kWritePath;
 };
 
 // --- Whether it can be written ---
 
 TEST_F(RegistryWrite, IsFoundOutWithoutWriting) {
-  const auto can_write = [] { return RegCanSetValue(platform::kLocalMachine, kPath + "\\"); };
+  const auto can_write = [] { return RegCanSetValue(platform::kLocalMachine, kWritePath + "\\"); };
   EXPECT_TRUE(can_write()) << "the key can be made";
   EXPECT_TRUE(TheWorld().registry.empty());
-  TheWorld().SetText(kPath, kName, "text");
+  TheWorld().SetText(kWritePath, kWriteName, "text");
   Calls();
   EXPECT_TRUE(can_write());
-  EXPECT_EQ(Calls(), (Texts{"RegOpenKeyEx " + kPath, kClose}));
+  EXPECT_EQ(Calls(), (Texts{"RegOpenKeyEx " + kWritePath, kClose}));
   EXPECT_EQ(TheWorld().opened_access.back(), kWriteAccess);
-  TheWorld().read_only_keys = {kPath};
+  TheWorld().read_only_keys = {kWritePath};
   EXPECT_FALSE(can_write());
   EXPECT_EQ(Held(), Text("text"));
 }
@@ -74,7 +74,7 @@ TEST_F(RegistryWrite, IsFoundOutWithoutWriting) {
 TEST_F(RegistryWrite, IsDeniedByAnyFailureButThatOfAMissingKey) {
   for (const std::int32_t code : kCodes) {
     FailRegistry("RegOpenKeyEx", code);
-    EXPECT_EQ(RegCanSetValue(platform::kLocalMachine, kPath), code == 2) << code;
+    EXPECT_EQ(RegCanSetValue(platform::kLocalMachine, kWritePath), code == 2) << code;
   }
 }
 
@@ -126,20 +126,20 @@ TEST_F(RegistryWrite, AFractionIsStoredAsItsText) {
 }
 
 TEST_F(RegistryWrite, EmptyDeletesTheValueAndNoOther) {
-  TheWorld().SetText(kPath, kName, "x");
-  TheWorld().SetText(kPath, "Other", "y");
-  EXPECT_TRUE(Write(kEmpty));
+  TheWorld().SetText(kWritePath, kWriteName, "x");
+  TheWorld().SetText(kWritePath, "Other", "y");
+  EXPECT_TRUE(Write(kNothing));
   EXPECT_EQ(Held(), std::nullopt);
   EXPECT_EQ(Held("Other"), Text("y"));
-  EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kName, kClose}));
+  EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kWriteName, kClose}));
 }
 
 TEST_F(RegistryWrite, DeletingAValueThatIsNotThereIsFalse) {
-  EXPECT_FALSE(Write(kEmpty));
+  EXPECT_FALSE(Write(kNothing));
 }
 
 TEST_F(RegistryWrite, AValueOfAnotherTypeIsReplaced) {
-  TheWorld().SetTexts(kPath, kName, {"a", "b"});
+  TheWorld().SetTexts(kWritePath, kWriteName, {"a", "b"});
   EXPECT_TRUE(Write(5));
   EXPECT_EQ(Held(), (Stored{kRegDword, "\5\0\0\0"s}));
 }
@@ -157,7 +157,7 @@ TEST_F(RegistryWrite, EveryKindOfDataReadsBackAsItWasWritten) {
        {Variant(7), Variant(-1), Variant("text"s), Variant(Texts{"a", "b"})}) {
     EXPECT_TRUE(Write(data));
     Variant slot;
-    EXPECT_TRUE(RegGetValue(platform::kLocalMachine, kPath, kName, slot));
+    EXPECT_TRUE(RegGetValue(platform::kLocalMachine, kWritePath, kWriteName, slot));
     EXPECT_EQ(slot, data) << data.index();
   }
 }
@@ -167,24 +167,24 @@ TEST_F(RegistryWrite, EveryKindOfDataReadsBackAsItWasWritten) {
 TEST_F(RegistryWrite, AMissingKeyIsMadeAndOpenedForSettingValuesOnly) {
   EXPECT_TRUE(Write(5));
   EXPECT_EQ(TheWorld().opened_access, std::vector<std::uint32_t>{kWriteAccess});
-  EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose}));
+  EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kWriteName, kClose}));
 }
 
 TEST_F(RegistryWrite, ThePathIsNormalised) {
-  EXPECT_TRUE(
-      RegSetValue(platform::kLocalMachine, "SOFTWARE\\\\QuenmoorComms\\\\Zentrel\\", kName, 5));
-  EXPECT_EQ(TheWorld().opened_paths, Texts{kPath});
+  EXPECT_TRUE(RegSetValue(platform::kLocalMachine, "SOFTWARE\\\\QuenmoorComms\\\\Zentrel\\",
+                          kWriteName, 5));
+  EXPECT_EQ(TheWorld().opened_paths, Texts{kWritePath});
   EXPECT_TRUE(Held());
 }
 
 TEST_F(RegistryWrite, ABackslashInANameIsPartOfTheName) {
   EXPECT_TRUE(Write(5, "TELIC2\\8"));
   EXPECT_EQ(Held("TELIC2\\8"), (Stored{kRegDword, "\5\0\0\0"s}));
-  EXPECT_FALSE(TheWorld().registry.contains(kPath + "\\TELIC2"));
+  EXPECT_FALSE(TheWorld().registry.contains(kWritePath + "\\TELIC2"));
 }
 
 TEST_F(RegistryWrite, TheRootIsTheCallersChoice) {
-  EXPECT_FALSE(RegSetValue(kCurrentUser, kPath, kName, 5));
+  EXPECT_FALSE(RegSetValue(kCurrentUser, kWritePath, kWriteName, 5));
   EXPECT_EQ(Held(), std::nullopt);
 }
 
@@ -208,17 +208,17 @@ TEST_F(RegistryWrite, AWriteThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
     for (const Variant& data : {Variant(5), Variant("x"s), Variant(Texts{"x"}), Variant(true)}) {
       FailRegistry("RegSetValueEx", code);
       EXPECT_FALSE(Write(data)) << code;
-      EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose})) << code;
+      EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kWriteName, kClose})) << code;
     }
   }
 }
 
 TEST_F(RegistryWrite, ADeletionThatFailsIsFalseAndTheKeyIsClosedAllTheSame) {
-  TheWorld().SetText(kPath, kName, "x");
+  TheWorld().SetText(kWritePath, kWriteName, "x");
   for (const std::int32_t code : kCodes) {
     FailRegistry("RegDeleteValue", code);
-    EXPECT_FALSE(Write(kEmpty)) << code;
-    EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kName, kClose})) << code;
+    EXPECT_FALSE(Write(kNothing)) << code;
+    EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kWriteName, kClose})) << code;
   }
   EXPECT_TRUE(Held());
 }
@@ -235,7 +235,7 @@ TEST_F(RegistryWrite, NoFailureIsRaisedOrReported) {
   for (const char* call : {"RegCreateKeyEx", "RegSetValueEx", "RegDeleteValue", "RegCloseKey"}) {
     FailRegistry(call, kNoResources);
     EXPECT_NO_THROW(Write(5)) << call;
-    EXPECT_NO_THROW(Write(kEmpty)) << call;
+    EXPECT_NO_THROW(Write(kNothing)) << call;
   }
   EXPECT_TRUE(TakeReports().empty());
 }
@@ -261,29 +261,30 @@ TEST_F(RegistryWithoutNumbers, GetsADecimalTextInstead) {
     RefuseTheFirstWrite();
     EXPECT_TRUE(Write(data)) << text;
     EXPECT_EQ(Held(), Text(text));
-    EXPECT_EQ(Calls(),
-              (Texts{kCreate, "RegSetValueEx " + kName, "RegSetValueEx " + kName, kClose}));
+    EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kWriteName, "RegSetValueEx " + kWriteName,
+                              kClose}));
   }
 }
 
 TEST_F(RegistryWithoutNumbers, ThatRefusesTheTextTooIsFalse) {
   FailRegistry("RegSetValueEx", kInvalidParameter);
   EXPECT_FALSE(Write(12));
-  EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, "RegSetValueEx " + kName, kClose}));
+  EXPECT_EQ(Calls(),
+            (Texts{kCreate, "RegSetValueEx " + kWriteName, "RegSetValueEx " + kWriteName, kClose}));
 }
 
 TEST_F(RegistryWithoutNumbers, IsNotAskedTwiceForATextOrAList) {
   for (const Variant& data : {Variant("12"s), Variant(1.5), Variant(Texts{"1"})}) {
     FailRegistry("RegSetValueEx", kInvalidParameter);
     EXPECT_FALSE(Write(data));
-    EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kName, kClose}));
+    EXPECT_EQ(Calls(), (Texts{kCreate, "RegSetValueEx " + kWriteName, kClose}));
   }
 }
 
 TEST_F(RegistryWithoutNumbers, IsNotAskedTwiceForADeletion) {
   FailRegistry("RegDeleteValue", kInvalidParameter);
-  EXPECT_FALSE(Write(kEmpty));
-  EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kName, kClose}));
+  EXPECT_FALSE(Write(kNothing));
+  EXPECT_EQ(Calls(), (Texts{kCreate, "RegDeleteValue " + kWriteName, kClose}));
 }
 
 }  // namespace

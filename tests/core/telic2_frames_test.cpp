@@ -6,8 +6,6 @@
 namespace qmzentrel::tests {
 namespace {
 
-constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-
 class Telic2Frames : public Telic2Test<ZentrelTest> {
  protected:
   void SetUp() override {

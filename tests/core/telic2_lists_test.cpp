@@ -12,7 +12,7 @@ namespace {
 using Items = FakeListControl::Items;
 using Texts = std::vector<std::string>;
 
-constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kUnknown = std::numeric_limits<std::int32_t>::max();
 
 class Telic2Lists : public ZentrelTest {
  protected:
@@ -255,7 +255,7 @@ TEST_F(Telic2MessageList, SelectsTheEntryWithTheDefault) {
 }
 
 TEST_F(Telic2MessageList, SelectsNoEntryWhenNoneHasTheDefault) {
-  for (const std::int32_t none : {12, 99, 0, -2, kMost}) {
+  for (const std::int32_t none : {12, 99, 0, -2, kUnknown}) {
     EXPECT_TRUE(Fill(none));
     EXPECT_EQ(control.selected, -1) << none;
   }
@@ -338,9 +338,9 @@ TEST_F(Telic2TestList, MayHaveNumbersBelow0AndBeyond31) {
   SetRange(kTests, -1, 0);
   EXPECT_TRUE(Fill());
   EXPECT_EQ(control.items, Between(kNop, {{"FF Invalid", -1}, {"00 Invalid", 0}}, kInvalid));
-  SetRange(kTests, kMost, kMost);
+  SetRange(kTests, kUnknown, kUnknown);
   EXPECT_TRUE(Fill());
-  EXPECT_EQ(control.items, Between(kNop, {{"FF Invalid", kMost}}, kInvalid));
+  EXPECT_EQ(control.items, Between(kNop, {{"FF Invalid", kUnknown}}, kInvalid));
 }
 
 TEST_F(Telic2TestList, MayHaveATestWithTheNumberOfTheMarker) {

@@ -15,9 +15,6 @@ namespace {
 using Journal = std::vector<std::string>;
 using Texts = std::vector<std::string>;
 
-constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-
 // --- Lengths ---
 
 class Telic2Lengths : public Telic2Test<ZentrelTest> {};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -12,6 +13,10 @@
 namespace qmzentrel::tests {
 
 using Numbers = std::vector<std::int32_t>;
+
+/// Numbers that no client means.
+inline constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+inline constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
 /// In the data of a client before a command.
 inline constexpr std::int32_t kUntouched = 0x55555555;

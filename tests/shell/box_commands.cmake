@@ -13,6 +13,7 @@ add_executable(box_commands_tests
   port_openings.cpp
 )
 target_link_libraries(box_commands_tests PRIVATE shell_client virtual_box_client GTest::gtest_main)
+qmzentrel_test_sources(box_commands_tests WINDOWS)
 
 # qmzentrel_box_test(NAME ENVIRONMENT... COMMAND...): all of them register, set registry values or
 # need the same ports, so that they run one at a time.

@@ -13,7 +13,7 @@ using virtual_box::LogLine;
 using virtual_box::LogMark;
 
 // For what the box does at once, however busy the machine is.
-constexpr const char* kPatienceMs = "10000";
+constexpr const char* kFramesPatienceMs = "10000";
 
 std::string FrameText(const LogLine& line) {
   return static_cast<char>(line.mark) + (' ' + virtual_box::HexText(line.bytes));
@@ -70,7 +70,7 @@ std::vector<LogLine> BoxControl::FrameLog() {
 }
 
 void BoxControl::AwaitFrames(std::size_t count) {
-  Tell("wait-frames " + std::to_string(count) + ' ' + kPatienceMs);
+  Tell("wait-frames " + std::to_string(count) + ' ' + kFramesPatienceMs);
 }
 
 Journal BoxControl::Supply() {

@@ -9,8 +9,8 @@
 namespace qmzentrel::type_library {
 namespace {
 
-constexpr unsigned kDispatchSlots = 7;
-constexpr int kSlotSize = 4;
+constexpr unsigned kSlotsOfDispatch = 7;
+constexpr int kBytesOfSlot = 4;
 
 void Require(HRESULT result, const char* call) {
   if (SUCCEEDED(result)) return;
@@ -158,7 +158,7 @@ std::string ParameterText(ITypeInfo& type, const ELEMDESC& parameter, const std:
 
 std::string FunctionText(ITypeInfo& type, const LentFunction& function, bool names_are_own) {
   const std::vector<std::wstring> names = NamesOf(type, function->memid);
-  std::string text = "slot " + std::to_string(function->oVft / kSlotSize) + ": " +
+  std::string text = "slot " + std::to_string(function->oVft / kBytesOfSlot) + ": " +
                      KindText(function->invkind) + " " +
                      Hex(static_cast<unsigned long>(function->memid), "0x%08lX") + " " +
                      Narrow(names.at(0)) + "(";
@@ -265,7 +265,7 @@ std::vector<std::string> FunctionsOf(ITypeInfo& type) {
   // The dispatch side of a dual interface begins with the functions of IDispatch.
   const bool is_dual_side =
       attributes.kind == TKIND_DISPATCH && (attributes.flags & TYPEFLAG_FDUAL) != 0;
-  for (unsigned i = is_dual_side ? kDispatchSlots : 0; i < attributes.function_count; ++i) {
+  for (unsigned i = is_dual_side ? kSlotsOfDispatch : 0; i < attributes.function_count; ++i) {
     LentFunction function(type);
     Require(type.GetFuncDesc(i, function.Receive()), "GetFuncDesc");
     const bool is_first = std::ranges::find(seen, function->memid) == seen.end();

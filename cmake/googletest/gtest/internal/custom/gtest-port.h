@@ -1,3 +1,4 @@
+// GoogleTest reads this file in place of its own, which is empty.
 // The win32 thread model of mingw-w64 has neither std::mutex nor std::condition_variable, which
 // GoogleTest's Notification is made of. This takes its place, through the switch that GoogleTest
 // has for it; the functions are declared here so that no test sees <windows.h> that did not ask for
@@ -5,8 +6,6 @@
 #pragma once
 
 #define GTEST_HAS_NOTIFICATION_ 1
-
-#ifdef __cplusplus
 
 struct _SECURITY_ATTRIBUTES;
 
@@ -34,5 +33,3 @@ class Notification {
 };
 
 }  // namespace testing::internal
-
-#endif
