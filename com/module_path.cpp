@@ -7,6 +7,7 @@
 #include "com/error_info.h"
 
 // The linker's name for the start of this module, which is its handle.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace qmzentrel::com {
