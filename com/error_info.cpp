@@ -14,7 +14,7 @@
 
 namespace qmzentrel::com {
 
-std::atomic<int> internal::threads_with_error_info{0};
+std::atomic<int> internal::g_threads_with_error_info{0};
 
 namespace {
 
@@ -36,7 +36,7 @@ platform::ApartmentSlot& MarkSlot() {
 void MarkThread() {
   if (MarkSlot().Get() != nullptr) return;
   MarkSlot().Set(&MarkSlot());
-  ++internal::threads_with_error_info;
+  ++internal::g_threads_with_error_info;
 }
 
 void SetErrorInfoOfThread(std::string_view description) {
@@ -92,9 +92,9 @@ void TakeErrorInfo(HRESULT code, EXCEPINFO& info) noexcept {
 }
 
 void ForgetErrorInfoOfThread() noexcept {
-  if (internal::threads_with_error_info == 0 || MarkSlot().Get() == nullptr) return;
+  if (internal::g_threads_with_error_info == 0 || MarkSlot().Get() == nullptr) return;
   MarkSlot().Set(nullptr);
-  --internal::threads_with_error_info;
+  --internal::g_threads_with_error_info;
 }
 
 void internal::DropErrorInfoOfThread() noexcept {

@@ -45,7 +45,7 @@ void TakeErrorInfo(HRESULT code, EXCEPINFO& info) noexcept;
 void ForgetErrorInfoOfThread() noexcept;
 
 namespace internal {
-extern std::atomic<int> threads_with_error_info;
+extern std::atomic<int> g_threads_with_error_info;
 void DropErrorInfoOfThread() noexcept;
 }  // namespace internal
 
@@ -53,7 +53,7 @@ void DropErrorInfoOfThread() noexcept;
 /// call's. At the start of every call, hence the test first, which is all that a call pays as long
 /// as no thread has one.
 inline void DropStaleErrorInfo() noexcept {
-  if (internal::threads_with_error_info.load(std::memory_order_relaxed) > 0) {
+  if (internal::g_threads_with_error_info.load(std::memory_order_relaxed) > 0) {
     internal::DropErrorInfoOfThread();
   }
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <ranges>
 #include <utility>
 
 #include "com/error_info.h"
@@ -54,8 +53,9 @@ std::vector<REGSAM> ClassesViews() {
 }
 
 ClassesWriter::~ClassesWriter() {
-  for (const auto& change : std::views::reverse(changes_)) {
-    std::visit([](const auto& made) { TakeBack(made); }, change);
+  // The last one first.
+  for (; !changes_.empty(); changes_.pop_back()) {
+    std::visit([](const auto& made) { TakeBack(made); }, changes_.back());
   }
 }
 

@@ -7,33 +7,33 @@
 namespace qmzentrel::com {
 namespace {
 
-std::atomic<long> objects{0};
-std::atomic<long> locks{0};
+std::atomic<long> g_objects{0};
+std::atomic<long> g_locks{0};
 
 }  // namespace
 
 ModuleReference::ModuleReference() noexcept {
-  ++objects;
+  ++g_objects;
 }
 
 ModuleReference::~ModuleReference() {
-  --objects;
+  --g_objects;
 }
 
 bool LockModule(bool lock) noexcept {
   if (lock) {
-    ++locks;
+    ++g_locks;
     return true;
   }
-  long held = locks;
+  long held = g_locks;
   while (held > 0) {
-    if (locks.compare_exchange_weak(held, held - 1)) return true;
+    if (g_locks.compare_exchange_weak(held, held - 1)) return true;
   }
   return false;
 }
 
 bool ModuleInUse() noexcept {
-  return objects != 0 || locks != 0 || modCOM_XTimerSupport::RunningTimers() != 0;
+  return g_objects != 0 || g_locks != 0 || modCOM_XTimerSupport::RunningTimers() != 0;
 }
 
 }  // namespace qmzentrel::com

@@ -5,9 +5,7 @@
 #include <cstddef>
 
 #include "com/error_info.h"
-
-// The linker's name for the start of this module, which is its handle.
-extern "C" IMAGE_DOS_HEADER __ImageBase;
+#include "platform/win32/this_module.h"
 
 namespace qmzentrel::com {
 
@@ -15,8 +13,8 @@ std::wstring ModulePath() {
   constexpr std::size_t kLongestPath = 0x8000;
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length = GetModuleFileNameW(reinterpret_cast<HMODULE>(&__ImageBase), path.data(),
-                                            static_cast<DWORD>(path.size()));
+    const DWORD length =
+        GetModuleFileNameW(platform::ThisModule(), path.data(), static_cast<DWORD>(path.size()));
     if (length == 0 || path.size() > kLongestPath) {
       throw ComError{HRESULT_FROM_WIN32(GetLastError()), "The library cannot tell its own path"};
     }

@@ -70,7 +70,7 @@ void WriteLibrary(ClassesWriter& writer) {
 void WriteInterfaces(ClassesWriter& writer) {
   for (const REGSAM view : ClassesViews()) {
     const auto write_key = [&](const Interface& described) {
-      const ClassesKey key = InterfaceKey(described, view);
+      ClassesKey key = InterfaceKey(described, view);
       writer.Write(key, L"", described.name);
       writer.Write(key.Below(L"ProxyStubClsid32"), L"", described.marshaller);
       return key;

@@ -5,6 +5,7 @@
 
 namespace __gnu_cxx {
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the library's name, which this takes the place of.
 void __verbose_terminate_handler() {
   std::abort();
 }

@@ -7,7 +7,8 @@
 
 extern "C" {
 
-// Of the unwinder that is linked into the library.
+// Of the unwinder that is linked into the library, by its names.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 struct dwarf_eh_bases {
   void* text;
   void* data;
@@ -16,9 +17,10 @@ struct dwarf_eh_bases {
 const void* _Unwind_Find_FDE(void* address, dwarf_eh_bases* bases);
 void __register_frame_info(const void* begin, void* storage);
 void* __deregister_frame_info(const void* begin);
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 // Defined in unwind_frames_begin.S.
-extern const char qmz_unwind_frames_begin[];
+extern const char qmz_unwind_frames_begin[];  // NOLINT(readability-identifier-naming)
 
 }  // extern "C"
 
@@ -32,7 +34,7 @@ bool g_registered = false;
 constexpr int kBeforeOrdinaryCode = 101;
 
 __attribute__((constructor(kBeforeOrdinaryCode))) void RegisterUnwindFrames() {
-  dwarf_eh_bases bases;
+  dwarf_eh_bases bases{};
   if (_Unwind_Find_FDE(reinterpret_cast<void*>(&RegisterUnwindFrames), &bases) != nullptr) return;
   __register_frame_info(qmz_unwind_frames_begin, g_unwinder_record);
   g_registered = true;

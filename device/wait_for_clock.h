@@ -16,6 +16,8 @@ void WaitForClock(Missing missing) {
   // The clock can be set while somebody waits for it, so no sleep is longer.
   constexpr double kLongestSleepMs = 1000;
   platform::YieldingWait wait;
+  // It is measured, not counted.
+  // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter)
   for (float seconds = missing(); seconds > 0; seconds = missing()) {
     wait.Turn(static_cast<std::int32_t>(std::min(std::ceil(seconds * 1000.0), kLongestSleepMs)));
   }

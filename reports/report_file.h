@@ -18,6 +18,6 @@ std::wstring ReportFilePath();
 /// second. The error of the system when the text is not in the file.
 DWORD AppendReport(std::string_view text);
 
-inline constexpr LONGLONG kLargestFile = 4 * 1024 * 1024;
+inline constexpr LONGLONG kLargestFile = 4LL * 1024 * 1024;
 
 }  // namespace qmzentrel::reports

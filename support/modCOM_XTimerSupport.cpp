@@ -62,7 +62,7 @@ Slot& FreeSlot() {
   return state.maxti[used];
 }
 
-const modErrorReportSupport::GlobalVariables g_variables(DumpFields);
+const modErrorReportSupport::GlobalVariables kVariables(DumpFields);
 
 ModuleFields Fields() {
   return {"modCOM_XTimerSupport", nullptr, [](const void*) { return DumpFields(); }};

@@ -40,11 +40,11 @@ struct Variables {
 
 /// The same, whatever the types. It has room for the longest list of a procedure and writes only
 /// what it refers to, so that a frame costs no more than its procedure shows.
+// NOLINTBEGIN(cppcoreguidelines-pro-type-member-init)
 class VariableList {
  public:
   static constexpr std::size_t kMost = 8;
 
-  // NOLINTBEGIN(cppcoreguidelines-pro-type-member-init)
   VariableList() = default;
   template <class... T>
   explicit VariableList(const Variables<T...>& variables)

@@ -16,6 +16,7 @@ void* ApartmentSlot::Get() const {
   return index_ == TLS_OUT_OF_INDEXES ? nullptr : TlsGetValue(index_);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): the slot's value is its own.
 void ApartmentSlot::Set(void* value) {
   if (index_ == TLS_OUT_OF_INDEXES || TlsSetValue(index_, value) == FALSE) throw std::bad_alloc();
 }

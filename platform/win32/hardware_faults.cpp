@@ -13,9 +13,7 @@
 #include <cxxabi.h>
 
 #include "platform/win32/fault_layout.h"
-
-// The linker's name for the start of this module.
-extern "C" IMAGE_DOS_HEADER __ImageBase;
+#include "platform/win32/this_module.h"
 
 namespace qmzentrel::platform {
 
@@ -119,7 +117,7 @@ struct CodeRange {
 };
 
 CodeRange OwnCode() {
-  const auto base = reinterpret_cast<DWORD>(&__ImageBase);
+  const auto base = reinterpret_cast<DWORD>(ThisModule());
   const auto* const headers =
       reinterpret_cast<const IMAGE_NT_HEADERS*>(base + static_cast<DWORD>(__ImageBase.e_lfanew));
   return {base + headers->OptionalHeader.BaseOfCode, headers->OptionalHeader.SizeOfCode};
@@ -465,6 +463,7 @@ void ResumeUnwinding(KeptUnwinding* kept) {
   QmzGoOnUnwinding(kept);
 }
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): made in place.
 ClientCode::ClientCode() {
   static_assert(sizeof(Registration) == kRoom);
   auto* const registration = new (&registration_) Registration{};

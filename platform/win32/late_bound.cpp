@@ -103,6 +103,7 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
       values.push_back(VariantOf(*argument));
     }
     std::vector<VARIANT> last_first;
+    last_first.reserve(values.size());
     for (OwnedVariant& value : values) last_first.push_back(*value.Get());
     DISPID let_id = DISPID_PROPERTYPUT;
     DISPPARAMS parameters{last_first.data(), let_value != nullptr ? &let_id : nullptr,

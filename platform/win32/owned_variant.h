@@ -11,7 +11,7 @@ namespace qmzentrel::platform {
 /// Empty at first; cleared with its owner.
 class OwnedVariant {
  public:
-  OwnedVariant() { VariantInit(&value_); }
+  OwnedVariant() = default;
   ~OwnedVariant() { VariantClear(&value_); }
   OwnedVariant(OwnedVariant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
   OwnedVariant& operator=(OwnedVariant&&) = delete;
@@ -19,7 +19,7 @@ class OwnedVariant {
   VARIANT* Get() { return &value_; }
 
  private:
-  VARIANT value_;
+  VARIANT value_{};
 };
 
 }  // namespace qmzentrel::platform

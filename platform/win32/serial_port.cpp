@@ -140,10 +140,12 @@ struct SerialPort::State {
   }
 
   // What counts as not sent must not reach the box later, before or within the next command.
+  // NOLINTNEXTLINE(readability-make-member-function-const): the port changes.
   void DropUnsent() { PurgeComm(port.Get(), PURGE_TXABORT | PURGE_TXCLEAR); }
 
   // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
   // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
+  // NOLINTNEXTLINE(readability-make-member-function-const): the port changes.
   void SetLine(bool& present, bool wanted, DWORD set, DWORD clear) {
     if (!present && !wanted) return;
     if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) present = wanted;
@@ -208,6 +210,7 @@ struct SerialPort::State {
   }
 
   // False when the driver does not end the request, not even a cancelled one.
+  // NOLINTNEXTLINE(readability-make-member-function-const): the port changes.
   bool AwaitEnd(DWORD limit_ms) {
     const HANDLE ended = request->ended.Get();
     if (WaitForSingleObject(ended, limit_ms + kBackstopMs) == WAIT_OBJECT_0) return true;

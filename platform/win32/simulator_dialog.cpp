@@ -17,19 +17,14 @@
 #include "platform/win32/client_window.h"
 #include "platform/win32/locked_windows.h"
 #include "platform/win32/simulator_dialog_controls.h"
+#include "platform/win32/this_module.h"
 #include "platform/win32/visual_styles.h"
 #include "platform/win32/wide.h"
 #include "platform/win32/window_place.h"
 #include "platform/win32/window_text.h"
 
-// The linker's name for the start of this module, which is its handle: the client's program has no
-// such resource.
-extern "C" IMAGE_DOS_HEADER __ImageBase;
-
 namespace qmzentrel::platform {
 namespace {
-
-const auto kModule = reinterpret_cast<HINSTANCE>(&__ImageBase);
 
 struct SpinControls {
   int arrows;
@@ -150,7 +145,7 @@ class Dialog {
 
   const DialogContent& content_;
   DialogPresenter& presenter_;
-  const VisualStyles styles_{kModule, IDR_visual_styles};
+  const VisualStyles styles_{ThisModule(), IDR_visual_styles};
   CaptionTips tips_;
   const HWND owner_ = ClientWindow();
   std::optional<LockedWindows> locked_;
@@ -197,8 +192,8 @@ bool Dialog::Show() {
 void Dialog::Make() {
   const VisualStyles::ForNewWindows styled(styles_);
   const HWND made = CallOut([this] {
-    return CreateDialogParamW(kModule, MAKEINTRESOURCEW(IDD_frmZentrelSim), owner_, OnDialogMessage,
-                              reinterpret_cast<LPARAM>(this));
+    return CreateDialogParamW(ThisModule(), MAKEINTRESOURCEW(IDD_frmZentrelSim), owner_,
+                              OnDialogMessage, reinterpret_cast<LPARAM>(this));
   });
   if (made == nullptr) ending_ = true;
 }

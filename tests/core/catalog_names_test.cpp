@@ -275,7 +275,7 @@ TEST_F(CatalogNames, ACreationAsksForEachOf32InterfacesAnd16IntervalsOnce) {
   EXPECT_EQ(values.size(), 1 + 33 + 16U);
   EXPECT_EQ(std::set<std::string>(values.begin(), values.end()).size(), values.size());
   // The two parents and each interface are opened and closed once.
-  EXPECT_EQ(TheWorld().registry_calls.size(), values.size() + 2 * (2 + 33U));
+  EXPECT_EQ(TheWorld().registry_calls.size(), values.size() + 2 * (2 + std::size_t{33}));
   EXPECT_EQ(MifName(31), "MIF 31");
 }
 

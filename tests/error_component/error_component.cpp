@@ -11,9 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/win32/this_module.h"
 #include "tests/automation/scripted_object.h"
-
-extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace {
 
@@ -137,7 +136,7 @@ bool SetKey(const std::wstring& path, const wchar_t* name, const std::wstring& t
 
 std::wstring OwnPath() {
   wchar_t path[MAX_PATH];
-  const DWORD length = GetModuleFileNameW(reinterpret_cast<HMODULE>(&__ImageBase), path, MAX_PATH);
+  const DWORD length = GetModuleFileNameW(qmzentrel::platform::ThisModule(), path, MAX_PATH);
   return {path, length};
 }
 

@@ -44,7 +44,7 @@ platform::ComPointer<Interface> As(IUnknown* object, REFIID riid) {
 /// An owned VARIANT.
 class Value {
  public:
-  Value() { VariantInit(&value_); }
+  Value() = default;
   Value(const Value& other) : Value() { VariantCopy(&value_, &other.value_); }
   ~Value() { VariantClear(&value_); }
   Value& operator=(const Value& other) {
@@ -77,7 +77,7 @@ class Value {
   std::wstring AsText() const { return {V_BSTR(&value_), SysStringLen(V_BSTR(&value_))}; }
 
  private:
-  mutable VARIANT value_;  // the system wants to copy from a writable one
+  mutable VARIANT value_{};  // the system wants to copy from a writable one
 };
 
 /// What a late-bound call came to.

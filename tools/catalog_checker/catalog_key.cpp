@@ -67,6 +67,7 @@ std::vector<std::string> CatalogKey::ValueNames() const {
   std::vector<modCOM_Registry::Reg_KeyValues> values;
   modCOM_Registry::RegEnumValues(platform::kLocalMachine, path_, values, false);
   std::vector<std::string> names;
+  names.reserve(values.size());
   for (auto& value : values) names.push_back(std::move(value.name));
   return names;
 }
