@@ -1,21 +1,38 @@
-# One CTest entry per test program: a process per single test would be slow under Wine.
-#   qmzentrel_add_test(NAME PROGRAM [BOX] [DLL])
+# One CTest entry per test program: a process per single test would be slow under Wine. A Windows
+# program runs in a Wine prefix that no other test uses meanwhile, so that tests which register, set
+# registry values or need a serial port can run side by side.
+if(WIN32)
+  set(QMZ_WITH_PREFIX ${CMAKE_SOURCE_DIR}/tests/with_prefix)
+  set(QMZ_WINE_RUN ${CMAKE_SOURCE_DIR}/tools/wine/run)
+  set(QMZ_WITH_BOX ${CMAKE_SOURCE_DIR}/tools/wine/with_box)
+endif()
+
+# qmzentrel_add_test(NAME PROGRAM [BOX])
 # BOX: a virtual box stands behind a serial port while the program runs; the environment says where.
-# DLL: the environment names the DLL, and the tests' error handler is registered. Such programs change the registry and run one at a time.
+# Under Windows the environment also names the DLL, and the tests' error handler is registered.
 function(qmzentrel_add_test name program)
-  cmake_parse_arguments(test "BOX;DLL" "" "" ${ARGN})
-  set(command ${program} --gtest_brief=1)
-  set(locks)
-  if(test_BOX AND WIN32)
-    list(APPEND locks port)
-    set(command ${CMAKE_SOURCE_DIR}/tools/wine/with_box ${CMAKE_SOURCE_DIR}/tools/wine/run
-      $<TARGET_FILE:${program}> --gtest_brief=1)
+  cmake_parse_arguments(test "BOX" "" "" ${ARGN})
+  if(NOT WIN32)
+    add_test(NAME ${name} COMMAND ${program} --gtest_brief=1)
+    return()
   endif()
-  add_test(NAME ${name} COMMAND ${command})
-  if(test_DLL)
-    set_property(TEST ${name} PROPERTY ENVIRONMENT QMZ_DLL=$<TARGET_FILE:QmZentrel>)
-    set_property(TEST ${name} PROPERTY FIXTURES_REQUIRED error_component)
-    list(APPEND locks registry)
+  set(command ${QMZ_WINE_RUN} $<TARGET_FILE:${program}> --gtest_brief=1)
+  if(test_BOX)
+    list(PREPEND command ${QMZ_WITH_BOX})
   endif()
-  set_property(TEST ${name} PROPERTY RESOURCE_LOCK ${locks})
+  qmzentrel_wine_test(${name} COMMAND ${command})
+endfunction()
+
+# qmzentrel_wine_test(NAME [COST SECONDS] [ENVIRONMENT...] COMMAND...): a command that starts Windows
+# programs. What costs much begins first, also where no run before has shown what costs how much.
+function(qmzentrel_wine_test name)
+  cmake_parse_arguments(test "" "COST" "ENVIRONMENT;COMMAND" ${ARGN})
+  add_test(NAME ${name} COMMAND ${QMZ_WITH_PREFIX} ${test_COMMAND})
+  set_tests_properties(${name} PROPERTIES
+    ENVIRONMENT "QMZ_DLL=$<TARGET_FILE:QmZentrel>;${test_ENVIRONMENT}"
+    FIXTURES_REQUIRED error_component
+    TIMEOUT 300)
+  if(test_COST)
+    set_tests_properties(${name} PROPERTIES COST ${test_COST})
+  endif()
 endfunction()
