@@ -5,7 +5,7 @@
 
 #include "bench/bare_object.h"
 #include "bench/measure.h"
-#include "tests/shell/com_client.h"
+#include "tests/clients/com_client.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ void RequireUtility(HRESULT result, const VARIANT& value) {
 }
 
 void MeasureGet(_Zentrel* zentrel, ITypeInfo* slots, BareObject* bare) {
-  const DISPID util = qmzentrel::shell::IdOf(zentrel, L"Util");
+  const DISPID util = qmzentrel::clients::IdOf(zentrel, L"Util");
   const auto through_type_info = [=] {
     DISPPARAMS none{};
     VARIANT value;
@@ -73,7 +73,7 @@ void MeasureGet(_Zentrel* zentrel, ITypeInfo* slots, BareObject* bare) {
 }
 
 void MeasureName(_Zentrel* zentrel, ITypeInfo* slots, std::wstring name, const char* title) {
-  const DISPID expected = qmzentrel::shell::IdOf(zentrel, name);
+  const DISPID expected = qmzentrel::clients::IdOf(zentrel, name);
   Require(expected != DISPID_UNKNOWN, "an unknown name");
   const auto in_type_info = [=]() mutable {
     LPOLESTR names[] = {name.data()};
@@ -119,7 +119,7 @@ void MeasureErrorFrame(_Zentrel* zentrel) {
 }  // namespace
 
 int main() {
-  const auto zentrel = qmzentrel::shell::NewZentrel();
+  const auto zentrel = qmzentrel::clients::NewZentrel();
   Require(zentrel->put_Util(kUtility) == S_OK, "put_Util");
   const auto slots = SlotsOf(zentrel.Get());
 

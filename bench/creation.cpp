@@ -5,8 +5,8 @@
 
 #include "bench/bare_object.h"
 #include "bench/measure.h"
-#include "tests/shell/com_client.h"
-#include "tests/shell/test_catalog.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/test_catalog.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ ComPointer<IClassFactory> FactoryOf(const ClassObject& class_object) {
 // Interfaces -1 to 31: more than any transponder can name.
 constexpr int kLastInterface = 31;
 
-void FillCatalog(qmzentrel::shell::TestCatalog& catalog) {
+void FillCatalog(qmzentrel::clients::TestCatalog& catalog) {
   catalog.Fill();
   catalog.Number(L"Kernel\\MIF", L"Max", kLastInterface);
   for (int i = -1; i <= kLastInterface; ++i) {
@@ -80,12 +80,12 @@ void ReadCatalogRaw() {
 
 int main() {
   const ClassObject zentrel = [](REFIID riid, void** object) {
-    return qmzentrel::shell::LoadedLibrary().GetClassObject(CLSID_Zentrel, riid, object);
+    return qmzentrel::clients::LoadedLibrary().GetClassObject(CLSID_Zentrel, riid, object);
   };
   const ClassObject bare = GetBareClassObject;
   // Kept for the whole run: otherwise the first and last object of the process would be measured
   // again and again, which set up and take down what all objects share.
-  const auto kept = qmzentrel::shell::NewZentrel();
+  const auto kept = qmzentrel::clients::NewZentrel();
 
   const auto anew = [](const ClassObject& class_object, REFIID riid) {
     return [=, &riid] { MakeOne(FactoryOf(class_object).Get(), riid); };
@@ -105,7 +105,7 @@ int main() {
            .ways = {Repeated("a bare object", kBare, again(bare, kBareInterface)),
                     Repeated("Zentrel", kZentrels, again(zentrel, IID__Zentrel))}});
 
-  qmzentrel::shell::TestCatalog catalog;
+  qmzentrel::clients::TestCatalog catalog;
   FillCatalog(catalog);
   constexpr int kFewRounds = 51;
   Measure({.title = "Object and release, with a catalog of 33 interfaces",

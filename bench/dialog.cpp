@@ -4,9 +4,9 @@
 
 #include "bench/measure.h"
 #include "platform/win32/simulator_dialog_controls.h"
-#include "tests/shell/com_client.h"
-#include "tests/shell/other_apartment.h"
-#include "tests/shell/test_catalog.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/other_apartment.h"
+#include "tests/clients/test_catalog.h"
 #include "tools/dialog_driver/dialog_window.h"
 
 namespace {
@@ -19,7 +19,7 @@ constexpr Unit kMilliseconds{"ms", 1'000'000};
 // From the call of a read to the moment at which another thread sees the dialog.
 void ShowDialog(_Zentrel* object, Samples& samples) {
   double seen = 0;
-  shell::OtherApartment user(COINIT_APARTMENTTHREADED, [&seen] {
+  clients::OtherApartment user(COINIT_APARTMENTTHREADED, [&seen] {
     const auto dialog = dialog_driver::DialogWindow::WaitFor(L"Zentrel Simulator - Read", 10000);
     Require(dialog.has_value(), "no dialog");
     seen = NowNanoseconds();
@@ -35,13 +35,13 @@ void ShowDialog(_Zentrel* object, Samples& samples) {
 }  // namespace
 
 int main() {
-  shell::TestCatalog catalog;
+  clients::TestCatalog catalog;
   catalog.Fill();
   const auto make_first = [&catalog](bool on) {
     return [&catalog, on](Samples& samples) {
       catalog.Simulator(on);
       const double start = NowNanoseconds();
-      shell::NewZentrel();
+      clients::NewZentrel();
       samples.push_back(NowNanoseconds() - start);
     };
   };
@@ -52,7 +52,7 @@ int main() {
                     {"simulator switched on", make_first(true)}}});
 
   catalog.Simulator(true);
-  const auto object = shell::NewZentrel();
+  const auto object = clients::NewZentrel();
   Measure(
       {.title = "From the command to its dialog",
        .unit = kMilliseconds,

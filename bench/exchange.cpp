@@ -8,7 +8,7 @@
 #include "bench/measure.h"
 #include "bench/opened_device.h"
 #include "bench/raw_port.h"
-#include "tests/shell/com_client.h"
+#include "tests/clients/com_client.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ void MeasureAtPace(const char* title, _Zentrel* zentrel) {
 }  // namespace
 
 int main() {
-  const auto zentrel = qmzentrel::shell::NewZentrel();
+  const auto zentrel = qmzentrel::clients::NewZentrel();
   BoxLink box;
   box.Do("set pace 0");
   MeasureAtPace("An exchange, the box answers at once (200 each)", zentrel.Get());

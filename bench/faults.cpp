@@ -12,7 +12,7 @@
 #include "support/error_frame.h"
 #include "support/modErrorReportSupport.h"
 #include "support/run_time_error.h"
-#include "tests/shell/com_client.h"
+#include "tests/clients/com_client.h"
 
 namespace {
 
@@ -97,7 +97,7 @@ void MeasureRaising() {
 
 // Whole: described, handed to the error handler, and told to the client.
 void MeasureReporting() {
-  const auto zentrel = shell::NewZentrel();
+  const auto zentrel = clients::NewZentrel();
   const auto fail = [&] {
     LONG signature = 0;
     Require(zentrel->get_ZentrelSignature(kNoSuchSignature, &signature) == kReportedFault,

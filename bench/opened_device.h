@@ -1,7 +1,7 @@
 // An object of the component at work with the box.
 #pragma once
 
-#include "tests/shell/com_client.h"
+#include "tests/clients/com_client.h"
 
 namespace qmzentrel::bench {
 

@@ -14,7 +14,7 @@
 #include "bench/measure.h"
 #include "bench/opened_device.h"
 #include "bench/raw_port.h"
-#include "tests/shell/com_client.h"
+#include "tests/clients/com_client.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ void PrintHead(const char* title) {
 
 // `use` gets an object with the port open that knows the kind of the box.
 Cost CostThroughTheDll(const std::function<void(_Zentrel*)>& use) {
-  const auto zentrel = qmzentrel::shell::NewZentrel();
+  const auto zentrel = qmzentrel::clients::NewZentrel();
   const OpenedDevice device(zentrel.Get());
   MustSucceed(zentrel.Get(), &_Zentrel::DeviceInit, "DeviceInit");
   return CostOf([&] { use(zentrel.Get()); });

@@ -18,8 +18,8 @@
 #include "tests/automation/read_only_key.h"
 #include "tests/automation/scripted_object.h"
 #include "tests/automation/system_scenes.h"
+#include "tests/clients/client_exceptions.h"
 #include "tests/contract/harness.h"
-#include "tests/shell/client_exceptions.h"
 
 namespace qmzentrel::contract {
 namespace {

@@ -13,11 +13,11 @@
 
 #include "platform/win32/wide.h"
 #include "tests/automation/system_scenes.h"
-#include "tests/shell/com_client.h"
-#include "tests/shell/other_apartment.h"
-#include "tests/shell/registry_snapshot.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/other_apartment.h"
+#include "tests/clients/registry_snapshot.h"
 
-namespace qmzentrel::shell {
+namespace qmzentrel::clients {
 namespace {
 
 constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFFu);
@@ -391,11 +391,11 @@ int FailOften(int faults) {
   return 0;
 }
 
-}  // namespace qmzentrel::shell
+}  // namespace qmzentrel::clients
 
 int main(int argc, char** argv) {
   if (argc == 3 && std::string(argv[1]) == "--faults") {
-    return qmzentrel::shell::FailOften(std::stoi(argv[2]));
+    return qmzentrel::clients::FailOften(std::stoi(argv[2]));
   }
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();

@@ -1,0 +1,41 @@
+# The library with a virtual box behind a serial port, in real time.
+add_executable(box_commands_tests
+  box_client.cpp
+  box_client_exceptions_test.cpp
+  box_clients_test.cpp
+  box_commands_test.cpp
+  box_control.cpp
+  box_faults_test.cpp
+  box_port_test.cpp
+  box_sub_device_test.cpp
+  box_supply_test.cpp
+  box_test.cpp
+  port_openings.cpp
+)
+target_link_libraries(box_commands_tests PRIVATE test_client virtual_box_client GTest::gtest_main)
+qmzentrel_test_sources(box_commands_tests WINDOWS)
+
+set(run_box_commands
+  ${QMZ_WITH_BOX} ${CMAKE_SOURCE_DIR}/tests/clients/scripts/with_test_ports ${QMZ_WINE_RUN}
+  $<TARGET_FILE:box_commands_tests> --gtest_brief=1)
+# Here a box that gets its turn late takes bytes that have passed the wire for lost: alone.
+set(needs_the_machine BoxSubDevice.*ThroughASlowWire*)
+# Also in a client with the shared run-time library, whose start-up code finds another unwinder.
+foreach(runtime IN ITEMS "" _shared_runtime)
+  set(environment)
+  if(runtime)
+    set(environment ENVIRONMENT QMZ_SHARED_RUNTIME=1)
+  endif()
+  qmzentrel_wine_test(box_commands_tests${runtime} COST 80 ${environment}
+    COMMAND ${run_box_commands} --gtest_filter=-${needs_the_machine})
+  qmzentrel_wine_test(box_commands_tests_alone${runtime} ${environment}
+    COMMAND ${run_box_commands} --gtest_filter=${needs_the_machine})
+  set_tests_properties(box_commands_tests_alone${runtime} PROPERTIES RUN_SERIAL TRUE)
+endforeach()
+# From COM10 on a port has no name without the device prefix.
+qmzentrel_wine_test(box_commands_tests_com12
+  ENVIRONMENT QMZ_PORT=12
+  COMMAND ${run_box_commands} --gtest_filter=BoxPort.Is*)
+qmzentrel_wine_test(vbscript_client_test
+  COMMAND ${QMZ_WITH_BOX} ${CMAKE_SOURCE_DIR}/tests/clients/scripts/vbscript_client_test
+    $<TARGET_FILE:QmZentrel>)

@@ -1,0 +1,35 @@
+// A second client thread beside the one that runs the tests.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+
+#include "platform/win32/handle.h"
+
+namespace qmzentrel::clients {
+
+/// A thread with an apartment of that kind (COINIT_…) in which `body` runs, at once.
+class OtherApartment {
+ public:
+  OtherApartment(DWORD kind, std::function<void()> body);
+  /// Dispatches messages until the thread has ended.
+  ~OtherApartment();
+  OtherApartment(const OtherApartment&) = delete;
+  OtherApartment& operator=(const OtherApartment&) = delete;
+
+  /// The same; throws std::runtime_error when `body` has thrown or never ran.
+  void Join();
+
+ private:
+  static DWORD WINAPI Main(void* apartment);
+  void Await();
+
+  DWORD kind_;
+  std::function<void()> body_;
+  std::string failure_;
+  platform::OwnedHandle thread_;
+};
+
+}  // namespace qmzentrel::clients

@@ -1,0 +1,365 @@
+// What registering writes, and that it writes all of it or nothing, and for the machine.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/automation/replaced_import.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/registry_snapshot.h"
+
+namespace qmzentrel::clients {
+namespace {
+
+std::wstring GuidText(REFGUID guid) {
+  std::array<wchar_t, 39> text{};
+  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
+  return text.data();
+}
+
+// Starts and ends without a registration, whatever the prefix had before.
+class Registration : public testing::Test {
+ protected:
+  const Library& library = LoadedLibrary();
+
+  void SetUp() override { ASSERT_EQ(library.UnregisterServer(), S_OK); }
+  void TearDown() override {
+    EXPECT_EQ(library.UnregisterServer(), S_OK);
+    EXPECT_EQ(library.CanUnloadNow(), S_OK) << "something is left";
+  }
+
+  const std::wstring class_key = L"CLSID\\" + GuidText(CLSID_Zentrel);
+};
+
+TEST_F(Registration, RegisteringAndUnregisteringLeavesTheRegistryAsFound) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  ASSERT_GT(before.size(), 100u);
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  EXPECT_NE(TakeRegistrySnapshot(), before);
+  ASSERT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, RegisteringTwiceIsRegisteringOnce) {
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  const RegistrySnapshot once = TakeRegistrySnapshot();
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  EXPECT_EQ(Differences(once, TakeRegistrySnapshot()), "");
+}
+
+// A copy of the library that is registered from where it lies.
+std::wstring RegisteredCopy(HMODULE module) {
+  std::array<wchar_t, MAX_PATH> path{};
+  std::array<wchar_t, MAX_PATH> folder{};
+  GetModuleFileNameW(module, path.data(), MAX_PATH);
+  GetTempPathW(MAX_PATH, folder.data());
+  std::wstring copy = std::wstring(folder.data()) + L"QmZentrel_moved.dll";
+  EXPECT_TRUE(CopyFileW(path.data(), copy.c_str(), FALSE));
+  const HMODULE loaded = LoadLibraryW(copy.c_str());
+  EXPECT_NE(loaded, nullptr);
+  using Register = HRESULT(STDAPICALLTYPE*)();
+  const auto entry = reinterpret_cast<Register>(
+      reinterpret_cast<void*>(GetProcAddress(loaded, "DllRegisterServer")));
+  EXPECT_EQ(entry(), S_OK);
+  FreeLibrary(loaded);
+  return copy;
+}
+
+TEST_F(Registration, ALibraryThatWasMovedAfterRegisteringIsUnregisteredAllTheSame) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  const std::wstring copy = RegisteredCopy(library.module);
+  ASSERT_TRUE(DeleteFileW(copy.c_str()));
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, ARegistrationThatLostItsLibraryKeyIsUnregisteredAllTheSame) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  ASSERT_EQ(RegDeleteTreeW(HKEY_CLASSES_ROOT, (L"TypeLib\\" + GuidText(LIBID_QmZentrel)).c_str()),
+            ERROR_SUCCESS);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, UnregisteringTwiceIsNoError) {
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+}
+
+TEST_F(Registration, TheClassIsFoundByEverythingThatLooksForIt) {
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  std::array<wchar_t, MAX_PATH> path{};
+  GetModuleFileNameW(library.module, path.data(), MAX_PATH);
+  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32"), path.data());
+  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
+  EXPECT_EQ(ClassesText(class_key + L"\\ProgID"), L"QmZentrel.Zentrel");
+  EXPECT_EQ(ClassesText(class_key + L"\\TypeLib"), GuidText(LIBID_QmZentrel));
+  EXPECT_EQ(ClassesText(class_key + L"\\Version"), L"1.3");
+  EXPECT_EQ(ClassesText(L"QmZentrel.Zentrel\\CLSID"), GuidText(CLSID_Zentrel));
+  for (const IID& identifier : {IID__Zentrel, DIID___Zentrel}) {
+    const std::wstring key = L"Interface\\" + GuidText(identifier);
+    EXPECT_FALSE(ClassesText(key).empty());
+    EXPECT_FALSE(ClassesText(key + L"\\ProxyStubClsid32").empty());
+    EXPECT_EQ(ClassesText(key + L"\\TypeLib"), GuidText(LIBID_QmZentrel));
+    EXPECT_EQ(ClassesText(key + L"\\TypeLib", L"Version"), L"1.3");
+  }
+  for (const IID& identifier : {IID_Zentrel___v0, IID_Zentrel___v1, IID_Zentrel___v2}) {
+    const std::wstring key = L"Interface\\" + GuidText(identifier);
+    EXPECT_FALSE(ClassesText(key).empty());
+    EXPECT_FALSE(ClassesText(key + L"\\ProxyStubClsid32").empty());
+    EXPECT_EQ(ClassesText(key + L"\\Forward"), GuidText(IID__Zentrel));
+  }
+  CLSID found{};
+  EXPECT_EQ(CLSIDFromProgID(L"QmZentrel.Zentrel", &found), S_OK);
+  EXPECT_TRUE(IsEqualCLSID(found, CLSID_Zentrel));
+  ComPointer<ITypeLib> types;
+  EXPECT_EQ(LoadRegTypeLib(LIBID_QmZentrel, 1, 3, kEnglish, types.Receive()), S_OK);
+  EXPECT_EQ(LoadRegTypeLib(LIBID_QmZentrel, 1, 3, LOCALE_NEUTRAL, types.Receive()), S_OK);
+  ComPointer<IDispatch> object;
+  EXPECT_EQ(CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                             object.ReceiveVoid()),
+            S_OK);
+}
+
+// --- All or nothing ---
+
+// A key that lasts only until the system ends takes no lasting keys under it: a registry that
+// refuses half way.
+class Obstacle {
+ public:
+  explicit Obstacle(std::wstring key) : key_(std::move(key)) {
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, key_.c_str());
+    HKEY made = nullptr;
+    EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, key_.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                              KEY_READ, nullptr, &made, nullptr),
+              ERROR_SUCCESS);
+    RegCloseKey(made);
+  }
+  ~Obstacle() { RegDeleteKeyW(HKEY_LOCAL_MACHINE, key_.c_str()); }
+  Obstacle(const Obstacle&) = delete;
+  Obstacle& operator=(const Obstacle&) = delete;
+
+ private:
+  std::wstring key_;
+};
+
+TEST_F(Registration, ThatFailsHalfWayLeavesTheRegistryAsFound) {
+  const Obstacle obstacle(L"Software\\Classes\\QmZentrel.Zentrel");
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  EXPECT_EQ(library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+  EXPECT_FALSE(TakenErrorDescription().empty());
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, ThatFailsHalfWayLeavesAnEarlierOneAsFound) {
+  const std::wstring copy = RegisteredCopy(library.module);
+  const std::wstring forward = L"Software\\Classes\\Interface\\" + GuidText(IID_Zentrel___v2);
+  const Obstacle obstacle(forward);
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  EXPECT_EQ(library.RegisterServer(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32"), copy);
+  EXPECT_TRUE(DeleteFileW(copy.c_str()));
+}
+
+// A registry that refuses one change of the library's and allows all others.
+class RefusedChange {
+ public:
+  RefusedChange(HMODULE library, int number)
+      : left_(number),
+        create_(library, L"advapi32", "RegCreateKeyExW", &RefusedChange::CreateKey),
+        set_(library, L"advapi32", "RegSetValueExW", &RefusedChange::SetValue) {
+    current_ = this;
+  }
+  ~RefusedChange() { current_ = nullptr; }
+  RefusedChange(const RefusedChange&) = delete;
+  RefusedChange& operator=(const RefusedChange&) = delete;
+
+  bool Happened() const { return left_ <= 0; }
+
+ private:
+  static bool IsRefused() { return --current_->left_ == 0; }
+  static LSTATUS WINAPI CreateKey(HKEY key, LPCWSTR name, DWORD reserved, LPWSTR type,
+                                  DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security,
+                                  HKEY* made, DWORD* disposition) {
+    if (IsRefused()) return ERROR_NO_SYSTEM_RESOURCES;
+    return current_->create_.System()(key, name, reserved, type, options, access, security, made,
+                                      disposition);
+  }
+  static LSTATUS WINAPI SetValue(HKEY key, LPCWSTR name, DWORD reserved, DWORD type,
+                                 const BYTE* data, DWORD size) {
+    if (IsRefused()) return ERROR_NO_SYSTEM_RESOURCES;
+    return current_->set_.System()(key, name, reserved, type, data, size);
+  }
+
+  static inline RefusedChange* current_ = nullptr;
+  int left_;
+  automation::ReplacedImport<decltype(&RegCreateKeyExW)> create_;
+  automation::ReplacedImport<decltype(&RegSetValueExW)> set_;
+};
+
+// Of everything that registering touches.
+RegistrySnapshot EntriesOfTheComponent() {
+  std::vector<std::wstring> keys{L"QmZentrel.Zentrel", L"CLSID\\" + GuidText(CLSID_Zentrel),
+                                 L"TypeLib\\" + GuidText(LIBID_QmZentrel)};
+  for (const IID& identifier :
+       {IID__Zentrel, DIID___Zentrel, IID_Zentrel___v0, IID_Zentrel___v1, IID_Zentrel___v2}) {
+    keys.push_back(L"Interface\\" + GuidText(identifier));
+  }
+  return TakeRegistrySnapshot(keys);
+}
+
+// How many changes the library wanted to make, each of which has been refused once.
+int EachChangeRefusedOnce(const Library& library) {
+  const RegistrySnapshot before = EntriesOfTheComponent();
+  for (int number = 1;; ++number) {
+    HRESULT result = S_OK;
+    bool refused = false;
+    {
+      const RefusedChange change(library.module, number);
+      result = library.RegisterServer();
+      refused = change.Happened();
+    }
+    if (!refused) {
+      EXPECT_EQ(result, S_OK);
+      return number - 1;
+    }
+    EXPECT_EQ(result, HRESULT_FROM_WIN32(ERROR_NO_SYSTEM_RESOURCES)) << number;
+    EXPECT_EQ(Differences(before, EntriesOfTheComponent()), "") << number;
+  }
+}
+
+constexpr int kLeastChanges = 30;
+
+TEST_F(Registration, WhereverItFailsLeavesTheRegistryAsFound) {
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  EXPECT_GT(EachChangeRefusedOnce(library), kLeastChanges);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+}
+
+TEST_F(Registration, WhereverItFailsLeavesAnEarlierOneAsFound) {
+  const std::wstring copy = RegisteredCopy(library.module);
+  EXPECT_GT(EachChangeRefusedOnce(library), kLeastChanges);
+  std::array<wchar_t, MAX_PATH> path{};
+  GetModuleFileNameW(library.module, path.data(), MAX_PATH);
+  EXPECT_EQ(ClassesText(class_key + L"\\InprocServer32"), path.data());
+  EXPECT_TRUE(DeleteFileW(copy.c_str()));
+}
+
+// --- For the machine ---
+
+/// A user with the class in classes of his own. HKEY_CLASSES_ROOT leads there, as it does on
+/// Windows for every key that he has; Wine knows no classes of a user.
+class UserWithTheClass {
+ public:
+  explicit UserWithTheClass(const std::wstring& class_key) {
+    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                              &classes_, nullptr),
+              ERROR_SUCCESS);
+    constexpr wchar_t kOwn[] = L"his own";
+    keys_ = {class_key, class_key + L"\\InprocServer32", std::wstring(L"QmZentrel.Zentrel"),
+             L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3",
+             L"Interface\\" + GuidText(IID__Zentrel)};
+    for (const std::wstring& key : keys_) {
+      EXPECT_EQ(RegSetKeyValueW(classes_, key.c_str(), nullptr, REG_SZ, kOwn, sizeof kOwn),
+                ERROR_SUCCESS);
+    }
+    EXPECT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, classes_), ERROR_SUCCESS);
+  }
+  ~UserWithTheClass() {
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+    // Nothing else of the user's.
+    for (const std::wstring& key : keys_) RegDeleteTreeW(classes_, key.c_str());
+    RegCloseKey(classes_);
+  }
+  UserWithTheClass(const UserWithTheClass&) = delete;
+  UserWithTheClass& operator=(const UserWithTheClass&) = delete;
+
+ private:
+  static constexpr wchar_t kPath[] = L"Software\\Classes";
+  std::vector<std::wstring> keys_;
+  HKEY classes_ = nullptr;
+};
+
+/// The part of `snapshot` that is the machine's, or the user's.
+RegistrySnapshot PartOf(const RegistrySnapshot& snapshot, const std::wstring& owner) {
+  RegistrySnapshot part;
+  std::ranges::copy_if(snapshot, std::inserter(part, part.end()),
+                       [&](const auto& entry) { return entry.first.starts_with(owner); });
+  return part;
+}
+
+TEST_F(Registration, OfAnotherClassUnderTheNameIsLeftAlone) {
+  constexpr wchar_t kKey[] = L"Software\\Classes\\QmZentrel.Zentrel\\CLSID";
+  constexpr wchar_t kOther[] = L"{00000000-0000-0000-C000-000000000046}";
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, REG_SZ, kOther, sizeof kOther),
+            ERROR_SUCCESS);
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  wchar_t left[64] = {};
+  DWORD size = sizeof left;
+  EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kKey, nullptr, RRF_RT_REG_SZ, nullptr, left, &size),
+            ERROR_SUCCESS);
+  EXPECT_STREQ(left, kOther);
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\QmZentrel.Zentrel");
+}
+
+TEST_F(Registration, IsTheMachinesWhereTheUserHasTheClassHimself) {
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  const RegistrySnapshot wanted = TakeRegistrySnapshot();
+  ASSERT_EQ(library.UnregisterServer(), S_OK);
+  const RegistrySnapshot without = TakeRegistrySnapshot();
+
+  const UserWithTheClass user(class_key);
+  const RegistrySnapshot his = PartOf(TakeRegistrySnapshot(), L"user");
+  ASSERT_FALSE(his.empty());
+  EXPECT_EQ(library.RegisterServer(), S_OK);
+  const RegistrySnapshot registered = TakeRegistrySnapshot();
+  EXPECT_EQ(Differences(PartOf(wanted, L"machine"), PartOf(registered, L"machine")), "");
+  EXPECT_EQ(Differences(his, PartOf(registered, L"user")), "");
+  EXPECT_EQ(library.UnregisterServer(), S_OK);
+  const RegistrySnapshot after = TakeRegistrySnapshot();
+  EXPECT_EQ(Differences(PartOf(without, L"machine"), PartOf(after, L"machine")), "");
+  EXPECT_EQ(Differences(his, PartOf(after, L"user")), "");
+}
+
+// --- The type library ---
+
+TEST_F(Registration, DescribesTheTypeLibraryAsTheSystemDoes) {
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  RegistrySnapshot ours = EntriesOfTheComponent();
+  std::array<wchar_t, MAX_PATH> path{};
+  GetModuleFileNameW(library.module, path.data(), MAX_PATH);
+  ComPointer<ITypeLib> types;
+  ASSERT_EQ(LoadTypeLibEx(path.data(), REGKIND_NONE, types.Receive()), S_OK);
+  ASSERT_EQ(RegisterTypeLib(types.Get(), path.data(), nullptr), S_OK);
+  RegistrySnapshot systems = EntriesOfTheComponent();
+  // The system under test adds that the library lies on a disk, which Windows keeps to itself.
+  const std::wstring flags = L"machine\\TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3\\FLAGS : ";
+  EXPECT_EQ(ours.erase(flags), 1U);
+  EXPECT_EQ(systems.erase(flags), 1U);
+  EXPECT_EQ(Differences(ours, systems), "");
+}
+
+TEST_F(Registration, LeavesAnotherVersionOfTheTypeLibraryWhenItGoes) {
+  const std::wstring versions = L"Software\\Classes\\TypeLib\\" + GuidText(LIBID_QmZentrel);
+  constexpr wchar_t kText[] = L"an earlier one";
+  ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, (versions + L"\\1.2").c_str(), nullptr, REG_SZ,
+                            kText, sizeof kText),
+            ERROR_SUCCESS);
+  const RegistrySnapshot before = TakeRegistrySnapshot();
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  ASSERT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences(before, TakeRegistrySnapshot()), "");
+  EXPECT_EQ(RegDeleteTreeW(HKEY_LOCAL_MACHINE, versions.c_str()), ERROR_SUCCESS);
+}
+
+}  // namespace
+}  // namespace qmzentrel::clients

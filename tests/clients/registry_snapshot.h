@@ -1,0 +1,25 @@
+// The classes part of the registry at one moment.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qmzentrel::clients {
+
+/// Every key and every value under the classes of the machine and of the user: path to type and
+/// data.
+using RegistrySnapshot = std::map<std::wstring, std::vector<unsigned char>>;
+
+RegistrySnapshot TakeRegistrySnapshot();
+
+/// The same of some keys of the machine's classes only, which takes no seconds.
+RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys);
+
+/// The entries that only one of the two has, or that differ, one per line.
+std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right);
+
+/// The text in the unnamed (or a named) value of a key of HKEY_CLASSES_ROOT; empty when missing.
+std::wstring ClassesText(const std::wstring& key, const wchar_t* name = nullptr);
+
+}  // namespace qmzentrel::clients

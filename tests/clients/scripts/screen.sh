@@ -1,0 +1,43 @@
+# Sourced by tests that look at a window: a screen that nobody else uses, and a Wine prefix that draws.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)
+run=$root/tools/wine/run
+work=$(mktemp -d)
+screen_process=
+
+end_screen() {
+  [ -z "${QMZ_WINEPREFIX:-}" ] || WINEPREFIX=$QMZ_WINEPREFIX wineserver -k 2>/dev/null || true
+  [ -z "$screen_process" ] || kill "$screen_process" 2>/dev/null || true
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap end_screen EXIT
+
+# The prefix stays in FOLDER for the next time.
+start_screen() { # FOLDER
+  mkdir -p "$1"
+  export QMZ_WINEPREFIX=$1/wine
+  "$root/tools/wine/prefix"
+  Xvfb -displayfd 3 -screen 0 1024x768x24 3>"$work/display" 2>/dev/null &
+  screen_process=$!
+  for _ in $(seq 100); do
+    [ ! -s "$work/display" ] || break
+    sleep 0.1
+  done
+  [ -s "$work/display" ] || fail "no screen"
+  export QMZ_DISPLAY=:$(<"$work/display")
+  export DISPLAY=$QMZ_DISPLAY
+  # Without a window manager a window is its own.
+  "$run" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d x11 /f >/dev/null
+  "$run" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null
+  WINEPREFIX=$QMZ_WINEPREFIX wineserver -k || true
+  WINEPREFIX=$QMZ_WINEPREFIX wineserver -w
+}
+
+# Whether something is drawn: a dialog has more than a handful of colours and covers its part of the
+# screen.
+shows_dialog() { # PICTURE MIN_WIDTH MIN_HEIGHT
+  local drawn width height colours
+  drawn=$(convert "$1" -trim -format '%w %h %k' info:)
+  read -r width height colours <<<"$drawn"
+  [ "$width" -gt "$2" ] && [ "$height" -gt "$3" ] && [ "$colours" -gt 4 ]
+}
