@@ -65,8 +65,10 @@ static std::vector<std::string> SubKeysOf(const std::string& path) {
   }
   std::vector<std::string> names;
   const std::string below = path + '\\';
-  for (const auto& [key, values] : TheWorld().registry) {
-    if (!IsBelow(key, below)) continue;
+  const auto& keys = TheWorld().registry;
+  for (auto next = keys.lower_bound(below); next != keys.end(); ++next) {
+    const std::string& key = next->first;
+    if (!IsBelow(key, below)) break;
     std::string name = key.substr(below.size());
     name.resize(std::min(name.find('\\'), name.size()));
     if (std::ranges::find(names, name) == names.end()) names.push_back(name);
