@@ -176,8 +176,8 @@ TEST(DumpLateValue, AListThatContainsItselfDoesNotGoOnForEver) {
 }
 
 TEST(DumpLateValue, ObjectsInObjectsAreShownToTheSixteenth) {
-  constexpr int kShown = 16;
-  for (const int deeper : {0, 1}) {
+  constexpr std::size_t kShown = 16;
+  for (const std::size_t deeper : {0U, 1U}) {
     std::vector<fakes::FakeObject> objects(kShown + 1 + deeper);
     objects.back().default_value = [] { return Plain("5"); };
     for (std::size_t i = 0; i + 1 < objects.size(); ++i) {

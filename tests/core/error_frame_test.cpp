@@ -13,7 +13,7 @@
 namespace qmzentrel::tests {
 namespace {
 
-int module_dumps = 0;
+int g_module_dumps = 0;
 
 /// A class of the component in miniature.
 class Meter {
@@ -24,7 +24,7 @@ class Meter {
   }
 
   std::string DumpFields() const {
-    ++module_dumps;
+    ++g_module_dumps;
     if (unprintable) throw std::bad_alloc();
     return DumpVariable("m_lngReading", m_lngReading);
   }
@@ -37,7 +37,7 @@ class ErrorFrameTest : public CoreTest {
  protected:
   void SetUp() override {
     CoreTest::SetUp();
-    module_dumps = 0;
+    g_module_dumps = 0;
   }
 
   /// A procedure whose only statement is `statement`.
@@ -71,7 +71,7 @@ TEST_F(ErrorFrameTest, NothingIsRenderedWhileNothingFails) {
   std::int32_t lngStatus = 0;
   ErrorFrame frame(meter.Fields(), "Calm", PARAMETERS(), LOCALS(lngStatus));
   frame.Run([&] { STEP lngStatus = 1; });
-  EXPECT_EQ(module_dumps, 0);
+  EXPECT_EQ(g_module_dumps, 0);
 }
 
 // --- The kinds of fault ---
@@ -145,7 +145,7 @@ TEST_F(ErrorFrameTest, AnErrorThatWasReportedBeforePassesUnreported) {
     EXPECT_EQ(error.description, "");
     EXPECT_EQ(error.source, "");
   }
-  EXPECT_EQ(module_dumps, 0);
+  EXPECT_EQ(g_module_dumps, 0);
 }
 
 // --- The report ---

@@ -202,7 +202,7 @@ TEST_F(ErrorReporting, OneMessageBoxTellsOfAnErrorThatPassesManyProcedures) {
 
 TEST_F(ErrorReporting, AnErrorWhileTheUserReadsHasItsOwnMessageBox) {
   UninstallHandler();
-  TheWorld().at_stop_message = [this] {
+  TheWorld().at_stop_message = [] {
     TheWorld().at_stop_message = nullptr;
     ErrorFrame frame(Fields(), "Meanwhile");
     EXPECT_EQ(ErrorNumberOf([&] { frame.Run([] { RaiseError(kErrorTypeMismatch); }); }), 65535);
