@@ -284,7 +284,7 @@ TEST_P(MisalignedStack, LateBoundCallsWorkToo) {
   EXPECT_FALSE(result.AsText().empty());
 }
 
-// Compiled with the flags of the library: its procedures may hold nothing that needs alignment
+// Realigned by the same flag as the library: its procedures may hold nothing that needs alignment
 // today, and then no call above could fail.
 __attribute__((noinline)) HRESULT __stdcall OffsetOfAlignedLocal() {
   alignas(16) char local[16];
