@@ -41,7 +41,7 @@ HRESULT ArrayArgument::Bind(VARIANTARG& given, std::int32_t count, LCID lcid) {
   } else if (type == VT_DISPATCH) {
     result = BindObject(V_ISBYREF(&given) ? *V_DISPATCHREF(&given) : V_DISPATCH(&given), lcid);
   }
-  const std::int32_t end = std::min(count, Zentrel::kMostMessages);
+  const std::int32_t end = std::min(count, telic2::kMostMessages);
   for (std::int32_t i = 0; i < end && SUCCEEDED(result); ++i) {
     if (copy_.Holds(i)) result = Convert(static_cast<std::size_t>(i), lcid);
   }
@@ -76,7 +76,7 @@ HRESULT ArrayArgument::BindObject(IDispatch* object, LCID lcid) {
 
 void ArrayArgument::SetBoundsOfCopy(std::int64_t first, std::int64_t end) {
   first = std::max<std::int64_t>(first, 0);
-  end = std::min<std::int64_t>(end, Zentrel::kMostMessages);
+  end = std::min<std::int64_t>(end, telic2::kMostMessages);
   if (first >= end) return;
   const auto place = static_cast<std::size_t>(first);
   const auto count = static_cast<std::size_t>(end - first);

@@ -13,7 +13,7 @@
 
 #include "com/client_array.h"
 #include "com/safe_array.h"
-#include "device/Zentrel.h"
+#include "interface/telic2_frame.h"
 #include "platform/win32/com_pointer.h"
 
 namespace qmzentrel::com {
@@ -61,8 +61,8 @@ class ArrayArgument {
   platform::ComPointer<IDispatch> object_;
 
   // The entries of the other two forms under their own indices, as far as commands look.
-  std::array<std::int32_t, Zentrel::kMostMessages> entries_{};
-  std::array<bool, Zentrel::kMostMessages> stored_{};
+  std::array<std::int32_t, telic2::kMostMessages> entries_{};
+  std::array<bool, telic2::kMostMessages> stored_{};
   LongArray copy_;
 };
 

@@ -33,7 +33,7 @@ class ClientArray {
     view_ = LongArray(lock_->Elements<std::int32_t>(), lock_->LowerBound());
   }
 
-  /// One that is held already.
+  /// `held` must outlive this.
   explicit ClientArray(const LongArray& held) : view_(held) {}
 
   const LongArray& View() const { return view_; }

@@ -12,7 +12,6 @@
 #include "interface/enumerations.h"
 #include "interface/frame_buffer.h"
 #include "interface/long_array.h"
-#include "interface/telic2_frame.h"
 #include "interface/transponder_record.h"
 #include "simulator/frmZentrelSim.h"
 #include "support/CDebugLog.h"
@@ -203,9 +202,6 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t TELIC2Test_RdLength(std::int32_t Index) const;
   /// Bytes that a test message of the device writes, 0 when it is unknown.
   std::int32_t TELIC2Test_WrLength(std::int32_t Index) const;
-
-  /// Entries of an array from this index on are neither read nor stored by any command.
-  static constexpr std::int32_t kMostMessages = telic2::kMostMessages;
 
   /// These three run over the entries 0 to `NumMessages` - 1 of both arrays. S_BAD_PARAMETER for an
   /// unknown message, S_MSG_TOO_LONG for more than a frame carries; then nothing is sent. Entries

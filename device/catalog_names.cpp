@@ -15,7 +15,7 @@ void Zentrel::LoadNames() {
     STEP const OpenKey interfaces(platform::kLocalMachine, catalogs::kInterfacesKey);
     // Without a catalog of interfaces there are no names of intervals either: installers leave out
     // both, and clients rely on both properties failing then.
-    STEP if (!modCOM_Registry::RegGetValue(interfaces, catalogs::value::kMax, vntMax)) return;
+    STEP if (!modCOM_Registry::RegGetValue(interfaces, catalogs::value_name::kMax, vntMax)) return;
     STEP lngMax = std::get<std::int32_t>(vntMax);
     // Interface -1 stands for a transponder that is not set up.
     STEP m_strMIFs.ReDim(-1, lngMax);

@@ -1,7 +1,5 @@
 // One exchange with the box: a command goes out, a reply of known length comes back, and the reply
 // is judged by its length and its sum.
-#include <array>
-
 #include "device/Zentrel.h"
 #include "support/modCOM_Hex.h"
 
@@ -57,18 +55,20 @@ ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t T
                    PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout),
                    LOCALS(lngStatus, lngRxCount));
   return frame.Run([&] {
-    STEP if (!m_PortCtrl.IsOpen()) lngStatus = S_BAD_PORT;
+    STEP if (!m_PortCtrl.IsOpen()) {
+      STEP lngStatus = S_BAD_PORT;
+      STEP Power(false);
+      STEP return lngStatus;
+    }
     try {
-      STEP if (lngStatus == S_OKAY) {
-        STEP Power(true);
-        STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
-        STEP if (lngRxCount != RxExpected) lngStatus = S_BAD_RESPONSE;
-        STEP if (lngRxCount == -1) lngStatus = S_TIMEOUT;
-      }
+      STEP Power(true);
+      STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
     } catch (...) {
       Power(false);  // a fault must not leave the box supplied for ever
       throw;
     }
+    STEP if (lngRxCount != RxExpected) lngStatus = S_BAD_RESPONSE;
+    STEP if (lngRxCount == -1) lngStatus = S_TIMEOUT;
     STEP Power(false);
     STEP return lngStatus;
   });

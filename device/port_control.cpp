@@ -12,7 +12,7 @@ namespace {
 // A line that does not carry the supply stays off.
 platform::ModemLines ConfiguredSupplyLines() {
   const std::string line = registry::Text({platform::kLocalMachine, catalogs::kBoxKey},
-                                          catalogs::value::kSupplyLine, "");
+                                          catalogs::value_name::kSupplyLine, "");
   const auto is = [&line](const char* wanted) {
     return platform::CompareTextNoCase(line, wanted) == 0;
   };

@@ -1,6 +1,4 @@
 // The life of the object, opening and closing the port, and Box Status with the facts of the box.
-#include <algorithm>
-
 #include "device/Zentrel.h"
 #include "simulator/simulated_commands.h"
 #include "simulator/simulator_switch.h"

@@ -30,7 +30,7 @@ inline constexpr const char* kBoxTypesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\T
 inline constexpr const char* kBoxModesKey = "SOFTWARE\\QuenmoorComms\\Zentrel\\Modes";
 
 /// Names of values. The unnamed value of a numbered key is the name that people know it by.
-namespace value {
+namespace value_name {
 
 // Ranges of numbers, in many keys.
 inline constexpr const char* kMin = "Min";
@@ -63,5 +63,5 @@ inline constexpr const char* kPBytes = "PBytes";
 // The box.
 inline constexpr const char* kSupplyLine = "SupplyLine";
 
-}  // namespace value
+}  // namespace value_name
 }  // namespace qmzentrel::catalogs

@@ -17,8 +17,8 @@ constexpr const char* kUnknown = "Unknown";
 }  // namespace
 
 Range ReadRange(const OpenKey& key) {
-  const auto first = registry::Number(key, value::kMin);
-  const auto last = registry::Number(key, value::kMax);
+  const auto first = registry::Number(key, value_name::kMin);
+  const auto last = registry::Number(key, value_name::kMax);
   return first && last ? Range{*first, *last} : Range{};
 }
 
@@ -40,7 +40,7 @@ bool HasBit(std::int32_t mask, std::int32_t number) {
 void OfferInterfaces(const AddEntry& add) {
   const OpenKey key(platform::kLocalMachine, kInterfacesKey);
   const Range range = ReadRange(key);
-  const std::int32_t mask = registry::Number(key, value::kMask, 0);
+  const std::int32_t mask = registry::Number(key, value_name::kMask, 0);
   // Below 0 there is no bit: no need to go through the numbers there.
   for (std::int64_t n = std::max(range.first, 0); n <= range.last; ++n) {
     const auto number = static_cast<std::int32_t>(n);

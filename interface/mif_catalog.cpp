@@ -18,7 +18,7 @@ using platform::kLocalMachine;
 // "Ver" as a text, however it is stored; empty when it is no number.
 std::string ReadVersion(const std::string& path) {
   Variant slot;
-  RegGetValue(kLocalMachine, path, value::kVer, slot);
+  RegGetValue(kLocalMachine, path, value_name::kVer, slot);
   if (const auto* number = std::get_if<std::int32_t>(&slot)) return std::to_string(*number);
   const auto* text = std::get_if<std::string>(&slot);
   return text != nullptr && NumericValue(*text) ? *text : "";
@@ -41,7 +41,8 @@ std::int32_t PropertyNumber(const Variant& stored) {
 
 Variant EncoderOf(std::int32_t meter_interface) {
   Variant encoder = false;  // so that a text is read as its number
-  RegGetValue(kLocalMachine, InterfaceKey(meter_interface), value::kEncoder, encoder, Variant());
+  RegGetValue(kLocalMachine, InterfaceKey(meter_interface), value_name::kEncoder, encoder,
+              Variant());
   return encoder;
 }
 

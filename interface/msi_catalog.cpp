@@ -12,12 +12,12 @@ using modCOM_Registry::OpenKey;
 MsiDescription MsiOf(std::int32_t meter_interface) {
   const OpenKey interface_key(platform::kLocalMachine, InterfaceKey(meter_interface));
   const OpenKey key(platform::kLocalMachine,
-                    kKernelKey + registry::Text(interface_key, value::kMsi, ""));
+                    kKernelKey + registry::Text(interface_key, value_name::kMsi, ""));
   MsiDescription msi;
-  msi.caption = registry::Text(key, value::kCaption, msi.caption);
-  msi.range = {registry::Number(key, value::kMin, msi.range.first),
-               registry::Number(key, value::kMax, msi.range.last)};
-  msi.preselected = registry::Number(key, value::kDefault, msi.preselected);
+  msi.caption = registry::Text(key, value_name::kCaption, msi.caption);
+  msi.range = {registry::Number(key, value_name::kMin, msi.range.first),
+               registry::Number(key, value_name::kMax, msi.range.last)};
+  msi.preselected = registry::Number(key, value_name::kDefault, msi.preselected);
   for (std::int64_t n = msi.range.first; n <= msi.range.last; ++n) {
     const auto value = static_cast<std::int32_t>(n);
     const std::string bare = "0x" + modCOM_Hex::HexPad(value, 1);

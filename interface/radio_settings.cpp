@@ -8,9 +8,7 @@
 namespace qmzentrel {
 namespace {
 
-constexpr std::int32_t kMaxByte = 0xFF;
-
-// What stands in the bytes of block 2 from the first on.
+// What stands in the bytes of block 2 behind the MIF byte.
 constexpr std::int32_t kFirstSetting = 1;
 constexpr std::int32_t RadioSettings::*kSettings[] = {
     &RadioSettings::m_lngFreq_MSB, &RadioSettings::m_lngFreq_MID, &RadioSettings::m_lngFreq_LSB,
@@ -31,7 +29,7 @@ void RadioSettings::LeakThreshold(std::int32_t New_LeakThreshold) {
 void RadioSettings::Parse(const FrameBuffer& reply) {
   std::int32_t place = kFirstSetting;
   for (const auto setting : kSettings) this->*setting = reply[place++];
-  m_lngLeakTHold = kMaxByte - reply[kThreshold];
+  InvertedThreshold(reply[kThreshold]);
 }
 
 void RadioSettings::Clear() {
@@ -43,7 +41,7 @@ void RadioSettings::Clear() {
 void RadioSettings::Put(FrameBuffer& frame) const {
   std::int32_t place = kFirstSetting;
   for (const auto setting : kSettings) frame[place++] = ToByte(this->*setting);
-  frame[kThreshold] = ToByte(std::int64_t{kMaxByte} - m_lngLeakTHold);
+  frame[kThreshold] = ToByte(InvertedThreshold());
 }
 
 std::string RadioSettings::DumpFields() const {

@@ -21,6 +21,12 @@ struct RadioSettings {
   bool m_blnHasLeak = false;  ///< travels in block 1, with the tamper count
   std::int32_t m_lngLeakTHold = 0;
 
+  static constexpr std::int32_t kMaxByte = 0xFF;
+
+  /// The threshold as block 2 and the simulator's dialog have it, the other way round.
+  std::int64_t InvertedThreshold() const { return std::int64_t{kMaxByte} - m_lngLeakTHold; }
+  void InvertedThreshold(std::int32_t inverted) { m_lngLeakTHold = kMaxByte - inverted; }
+
   /// Stores at most 255, which is what the transponder holds.
   void LeakThreshold(std::int32_t New_LeakThreshold);
 

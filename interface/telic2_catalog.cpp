@@ -36,7 +36,7 @@ MessageList::MessageList(const std::string& device_key)
       range_(ReadRange(key_)),
       commands_(device_key.empty() ? kAllMessages
                                    : registry::Number(OpenKey(platform::kLocalMachine, device_key),
-                                                      value::kCommands, kAllMessages)) {}
+                                                      value_name::kCommands, kAllMessages)) {}
 
 void MessageList::Offer(const AddEntry& add) const {
   // Below 0 there is no bit: no need to go through the numbers there.
@@ -57,15 +57,15 @@ void TestMessageList::Offer(const AddEntry& add) const {
 }
 
 std::int32_t MessageLength(std::int32_t message) {
-  return NumberOf(kMessagesKey, message, value::kBytes);
+  return NumberOf(kMessagesKey, message, value_name::kBytes);
 }
 
 std::int32_t TestReadLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessagesName, message, value::kRBytes);
+  return NumberOf(device_key + kTestMessagesName, message, value_name::kRBytes);
 }
 
 std::int32_t TestWriteLength(const std::string& device_key, std::int32_t message) {
-  return NumberOf(device_key + kTestMessagesName, message, value::kPBytes);
+  return NumberOf(device_key + kTestMessagesName, message, value_name::kPBytes);
 }
 
 }  // namespace qmzentrel::catalogs

@@ -22,7 +22,8 @@ inline constexpr std::uint8_t kTestCommand = 0xC9;
 
 /// The longest frame that the box takes or gives in a message command.
 inline constexpr std::int32_t kLongestFrame = 20;
-/// No more identifiers than this fit a buffer.
+/// No more identifiers than this fit a buffer: entries of an array from this index on are neither
+/// read nor stored by any command.
 inline constexpr std::int32_t kMostMessages = FrameBuffer::kSize - kHeaderLength;
 
 /// Stands in a read request, and first in every list, for no message.
@@ -63,7 +64,7 @@ void Pack(FrameBuffer& frame, std::int32_t count, const LongArray& identifiers,
 
 /// The data of the messages in a reply of `received` bytes, in the order in which they come: the
 /// box may leave out or exchange messages, so an identifier only tells the length. Error 9 for more
-/// messages than `data` has entries, and for a message that is cut off.
+/// messages than `data` has entries, and behind the end of the buffer.
 void Unpack(const FrameBuffer& reply, std::int64_t received, const LongArray& data,
             Lengths& lengths);
 

@@ -9,7 +9,7 @@
 
 namespace qmzentrel::platform {
 
-/// `call` is what the function was made for.
+/// A function that knows the type of `call`, which its caller does not.
 using ErasedCall = void (*)(void* call);
 
 /// Has `around(run, call)` run `body`, by run(call), and returns what `body` returns. `around`

@@ -24,7 +24,7 @@ using modCOM_Registry::RegEnumKeys;
 using platform::DialogCheck;
 using platform::DialogList;
 using platform::kLocalMachine;
-namespace value = catalogs::value;
+namespace value_name = catalogs::value_name;
 
 std::string ItemText(std::int32_t number, const std::string& name) {
   return "[" + platform::FormatNumber(number, "#0") + "] " + name;
@@ -133,13 +133,14 @@ void frmZentrelSim::cboVersion_Click() {
   frame.Run([&] {
     STEP if (content_.lists[static_cast<std::size_t>(DialogList::cboVersion)].selected < 0) return;
     STEP strKey = InterfaceKey(m_lngSelectedMIF);
-    STEP m_lngMIFsAvailable = PropertyNumber(VersionedProp(strKey, value::kMif, XpdrVersion()));
+    STEP m_lngMIFsAvailable =
+        PropertyNumber(VersionedProp(strKey, value_name::kMif, XpdrVersion()));
     const auto use = catalogs::AllowedUse(m_lngMIFsAvailable);
     const bool either = use == InterfaceUse::kEither;
     STEP Enable(DialogCheck::chkSecondary, either);
     STEP if (!either) MIFSelect(use == InterfaceUse::kSecondaryOnly);
     STEP strKey = InterfaceKey(ChosenInterface());
-    STEP lngSources = PropertyNumber(VersionedProp(strKey, value::kIdSources, XpdrVersion()));
+    STEP lngSources = PropertyNumber(VersionedProp(strKey, value_name::kIdSources, XpdrVersion()));
     const bool one_source = catalogs::HasOneIdSource(lngSources);
     STEP Enable(DialogCheck::chkUserID, !one_source);
     STEP if (one_source) IDToggle(false);

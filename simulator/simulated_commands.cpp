@@ -11,8 +11,6 @@
 namespace qmzentrel::simulator {
 namespace {
 
-constexpr std::int32_t kMaxByte = 0xFF;
-
 // What a read reports of the end of life of the transponder's battery.
 constexpr std::int32_t kEolGood = 31;
 constexpr std::int32_t kEolBad = 8;
@@ -31,10 +29,10 @@ float ToSingle(const std::string& text) {
   return static_cast<float>(*number);
 }
 
-// The dialog shows the threshold the other way round; beyond its range is its end.
-std::int32_t ThresholdOf(std::int32_t leak_threshold) {
+// Beyond the range of the dialog is its end.
+std::int32_t ThresholdOf(const RadioSettings& radio) {
   return static_cast<std::int32_t>(
-      std::clamp(std::int64_t{kMaxByte} - leak_threshold, std::int64_t{0}, std::int64_t{kMaxByte}));
+      std::clamp<std::int64_t>(radio.InvertedThreshold(), 0, RadioSettings::kMaxByte));
 }
 
 void Put(const TransponderRecord& record, frmZentrelSim& form) {
@@ -44,7 +42,7 @@ void Put(const TransponderRecord& record, frmZentrelSim& form) {
   form.Xpdr(record.m_lngXpdrID);
   form.Reading(record.m_lngReading);
   form.Tamper(record.m_lngTamperCount);
-  form.Threshold(ThresholdOf(record.radio.m_lngLeakTHold));
+  form.Threshold(ThresholdOf(record.radio));
   form.MIF(record.m_lngMIF & MIF_MASK_TYPE);
   form.MSI(record.m_lngMSI);
   form.TXI(record.m_lngTXI);
@@ -86,7 +84,7 @@ ZentrelStatus ReadXpdr(TransponderRecord& record, BoxFacts& box) {
   box.m_sngBatteryVolts = ToSingle(form->Battery());
   box.m_bytZentrelSignature = {ToByte(form->Signature(0)), ToByte(form->Signature(1))};
   box.m_strZentrelVersion = UpperCase(form->ZentrelVersion());
-  record.radio.m_lngLeakTHold = kMaxByte - form->Threshold();
+  record.radio.InvertedThreshold(form->Threshold());
   record.TakeLeakFlag(record.HasBlock2());
   record.radio.m_lngEOL_CTRL = form->EOL() ? kEolGood : kEolBad;
   return form->CurrentStatus();
@@ -100,7 +98,7 @@ ZentrelStatus WriteXpdr(TransponderRecord& record, BoxFacts& box) {
   form->ShowWrite();
   Take(*form, record);
   record.m_strXpdrVersion = form->XpdrVersion();
-  record.radio.m_lngLeakTHold = kMaxByte - form->Threshold();
+  record.radio.InvertedThreshold(form->Threshold());
   record.radio.m_blnHasLeak = record.m_lngTamperCount >= TransponderRecord::kLeakFlag;
   box.m_sngBatteryVolts = ToSingle(form->Battery());
   box.m_strZentrelVersion = form->ZentrelVersion();

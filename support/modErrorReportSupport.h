@@ -37,7 +37,7 @@ std::string ReportError(const char* module, const char* procedure,
                         const std::string& parameters);
 
 /// The global variables of a module, as one object at its namespace scope: every report shows them
-/// behind its own. Of a module that is not linked there are none.
+/// behind its own. A program without the module has none of it.
 class GlobalVariables {
  public:
   using Dump = std::string (*)();

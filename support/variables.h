@@ -54,7 +54,8 @@ class VariableList {
     static_assert(sizeof...(T) <= kMost);
     for (std::size_t i = 0; i < sizeof...(T); ++i) addresses_[i] = variables.addresses[i];
   }
-  // NOLINTEND(cppcoreguidelines-pro-type-member-init)
+  VariableList(const VariableList&) = delete;
+  VariableList& operator=(const VariableList&) = delete;
 
   /// An entry for each.
   std::string Dump() const;

@@ -16,7 +16,7 @@ class Deadline {
   /// Milliseconds left; 0 from that moment on.
   DWORD Remaining() const;
 
-  /// Sleeps until that moment, in any case.
+  /// Sleeps until that moment, whatever messages come.
   void SleepOut() const;
 
  private:

@@ -3,7 +3,7 @@
 
 	.text
 
-/* int QmzEnterFaultRegistration(FaultRegistration*), int QmzEnterCallOut(FaultRegistration*) */
+/* int QmzEnterFaultRegistration(Registration*), int QmzEnterCallOut(Registration*) */
 	.macro enter handler
 	movl 4(%esp), %eax
 	movl $\handler, REGISTRATION_HANDLER(%eax)
@@ -34,7 +34,7 @@ _QmzEnterFaultRegistration:
 _QmzEnterCallOut:
 	enter _QmzCallOutHandler
 
-/* void QmzLeaveFaultRegistration(FaultRegistration*) */
+/* void QmzLeaveFaultRegistration(Registration*) */
 	.globl _QmzLeaveFaultRegistration
 _QmzLeaveFaultRegistration:
 	movl 4(%esp), %eax
@@ -42,7 +42,7 @@ _QmzLeaveFaultRegistration:
 	movl %ecx, %fs:0
 	ret
 
-/* void QmzReturnToFaultRegistration(FaultRegistration*): never returns here */
+/* void QmzReturnToFaultRegistration(Registration*): never returns here */
 	.globl _QmzReturnToFaultRegistration
 _QmzReturnToFaultRegistration:
 	movl 4(%esp), %eax
@@ -60,7 +60,7 @@ return_to:
 	movl $1, %eax
 	jmp *%ecx
 
-/* void QmzUnwindTo(FaultRegistration*, EXCEPTION_RECORD*): tells the registrations below that they
+/* void QmzUnwindTo(Registration*, EXCEPTION_RECORD*): tells the registrations below that they
    end. RtlUnwind may change ebx, esi and edi. */
 	.globl _QmzUnwindTo
 _QmzUnwindTo:
@@ -80,7 +80,7 @@ _QmzUnwindTo:
 	popl %ebp
 	ret
 
-/* void QmzInterruptUnwinding(KeptUnwinding*, FaultRegistration*): keeps the stack from here to the
+/* void QmzInterruptUnwinding(KeptUnwinding*, Registration*): keeps the stack from here to the
    end that is stated and goes back to the registration; comes back when the unwinding goes on. */
 	.globl _QmzInterruptUnwinding
 _QmzInterruptUnwinding:

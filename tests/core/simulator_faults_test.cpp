@@ -80,7 +80,7 @@ TEST_F(SimulatorFaults, cboVersion_ClickIsReportedWhole) {
         SetText(InterfaceKey(5), "IDSources", "both");
         dialog.Choose(DialogList::cboVersion, "4.0");
       },
-      {kTypeMismatch, kModule, "PropertyNumber(VersionedProp(strKey, value::kIdSources", "",
+      {kTypeMismatch, kModule, "PropertyNumber(VersionedProp(strKey, value_name::kIdSources", "",
        Shown("strKey", InterfaceKey(5)) + Shown("lngSources", 0)});
 }
 

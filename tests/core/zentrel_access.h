@@ -1,4 +1,5 @@
-// The private procedures of the class that tests call directly.
+// The private procedures of the class that tests call directly, and a field that no client can set
+// to every number.
 #pragma once
 
 #include "device/Zentrel.h"

@@ -14,7 +14,7 @@
 
 namespace qmzentrel::catalog_checker {
 
-namespace value = catalogs::value;
+namespace value_name = catalogs::value_name;
 
 /// What a missing value means.
 struct Absence {

@@ -16,29 +16,29 @@ constexpr const char* kRefused = "a command with it is refused: S_MSG_TOO_LONG";
 constexpr const char* kTakenAs0 = "it is taken as 0";
 
 void CheckReadLength(const CatalogKey& key) {
-  const auto bytes = key.Number(value::kRBytes, Defaulted(kTakenAs0));
+  const auto bytes = key.Number(value_name::kRBytes, Defaulted(kTakenAs0));
   if (!bytes) return;
   const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (*bytes < kNoReply) {
-    key.Fault(value::kRBytes, is + "below -1", "it counts as no reply");
+    key.Fault(value_name::kRBytes, is + "below -1", "it counts as no reply");
   } else if (*bytes > kMostRead) {
-    key.Fault(value::kRBytes, is + "more than a reply holds", kRefused);
+    key.Fault(value_name::kRBytes, is + "more than a reply holds", kRefused);
   } else if (*bytes > kMostDataBytes) {
-    key.Fault(value::kRBytes, is + "more than four bytes",
+    key.Fault(value_name::kRBytes, is + "more than four bytes",
               "four are taken, the others for messages of their own");
   }
 }
 
 void CheckWriteLength(const CatalogKey& key) {
-  const auto bytes = key.Number(value::kPBytes, Defaulted(kTakenAs0));
+  const auto bytes = key.Number(value_name::kPBytes, Defaulted(kTakenAs0));
   if (!bytes) return;
   const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (*bytes < 0) {
-    key.Fault(value::kPBytes, is + "below 0", "the frame is cut short by so many bytes");
+    key.Fault(value_name::kPBytes, is + "below 0", "the frame is cut short by so many bytes");
   } else if (*bytes > kMostSent) {
-    key.Fault(value::kPBytes, is + "more than a frame carries", kRefused);
+    key.Fault(value_name::kPBytes, is + "more than a frame carries", kRefused);
   } else if (*bytes > kMostDataBytes) {
-    key.Fault(value::kPBytes, is + "more than four bytes",
+    key.Fault(value_name::kPBytes, is + "more than four bytes",
               "only four travel; what follows them stands in the wrong place");
   }
 }
@@ -47,7 +47,7 @@ void CheckTestMessage(const CatalogKey& key) {
   key.Name("", Required("it is listed as \"Invalid\""));
   CheckReadLength(key);
   CheckWriteLength(key);
-  CheckValueNames(key, {value::kRBytes, value::kPBytes});
+  CheckValueNames(key, {value_name::kRBytes, value_name::kPBytes});
 }
 
 void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) {
@@ -73,15 +73,15 @@ void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) 
 void CheckTestRange(const CatalogKey& tests, const Range& range) {
   constexpr const char* kOfAnother = "only the lowest byte of the number is sent";
   if (range.first < kIdentifiers.first) {
-    tests.Fault(value::kMin, "is " + std::to_string(range.first) + ", below 0",
+    tests.Fault(value_name::kMin, "is " + std::to_string(range.first) + ", below 0",
                 EffectOfEnd(range.first, kOfAnother));
   }
   if (range.last > kIdentifiers.last) {
-    tests.Fault(value::kMax, "is " + std::to_string(range.last) + ", above 255",
+    tests.Fault(value_name::kMax, "is " + std::to_string(range.last) + ", above 255",
                 EffectOfEnd(range.last, kOfAnother));
   }
   if (IsWithin(range, catalogs::kInvalidTestMessage)) {
-    tests.Fault(value::kMax, "lets 99, the number of \"Invalid\", into the range",
+    tests.Fault(value_name::kMax, "lets 99, the number of \"Invalid\", into the range",
                 "it is listed twice and never sent");
   }
   const std::int32_t last = std::min(range.last, kIdentifiers.last);
@@ -98,17 +98,17 @@ void CheckTestMessages(const CatalogKey& tests) {
     tests.Remark("", "is missing", kNoneListed);
     return;
   }
-  CheckValueNames(tests, {value::kMin, value::kMax});
+  CheckValueNames(tests, {value_name::kMin, value_name::kMax});
   const auto range = CheckRange(tests, kNoneListed);
   CheckTestNames(tests, range);
   if (range) CheckTestRange(tests, *range);
 }
 
 void CheckCommands(const CatalogKey& device, const std::optional<Range>& messages) {
-  const auto commands = device.Number(value::kCommands, Defaulted("every message is offered"));
+  const auto commands = device.Number(value_name::kCommands, Defaulted("every message is offered"));
   if (!commands) return;
-  if (*commands == 0) device.Remark(value::kCommands, "is 0", "no message is offered");
-  if (messages) CheckBits(device, value::kCommands, *commands, *messages);
+  if (*commands == 0) device.Remark(value_name::kCommands, "is 0", "no message is offered");
+  if (messages) CheckBits(device, value_name::kCommands, *commands, *messages);
 }
 
 }  // namespace
@@ -125,7 +125,7 @@ void CheckDeviceTypes(const std::optional<Range>& messages, Findings& findings) 
   for (const std::string& name : names) {
     const CatalogKey device(catalogs::DeviceKey(name), findings);
     CheckCommands(device, messages);
-    CheckValueNames(device, {value::kCommands});
+    CheckValueNames(device, {value_name::kCommands});
     for (const std::string& other : device.SubKeyNames()) {
       if (!IsOneOf(other, {catalogs::kTestMessagesName})) {
         device.SubKey(other).Remark("", "is no key of the catalog", "nothing reads it");

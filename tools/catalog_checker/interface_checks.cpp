@@ -54,11 +54,11 @@ void Interfaces::Check() {
     key_.Fault("", "is missing", kNoNames);
     return;
   }
-  CheckValueNames(key_, {value::kMin, value::kMax, value::kMask});
-  const auto first = key_.Number(value::kMin, Required(kNoneOffered));
-  const auto last = key_.Number(value::kMax, {Grade::kFault, kNoNames, kNamesTo0});
-  const auto mask = key_.Number(value::kMask, Required(kNoneOffered));
-  if (mask && *mask == 0) key_.Fault(value::kMask, "is 0", kNoneOffered);
+  CheckValueNames(key_, {value_name::kMin, value_name::kMax, value_name::kMask});
+  const auto first = key_.Number(value_name::kMin, Required(kNoneOffered));
+  const auto last = key_.Number(value_name::kMax, {Grade::kFault, kNoNames, kNamesTo0});
+  const auto mask = key_.Number(value_name::kMask, Required(kNoneOffered));
+  if (mask && *mask == 0) key_.Fault(value_name::kMask, "is 0", kNoneOffered);
   if (!last) return;
   CheckLast(*last);
   if (*last < kLowest) return;
@@ -72,20 +72,20 @@ void Interfaces::Check() {
 void Interfaces::CheckLast(std::int32_t last) const {
   const std::string is = "is " + std::to_string(last) + ", ";
   if (last < kLowest) {
-    key_.Fault(value::kMax, is + "below -1", "no object can be created (0x800AFFFF)");
+    key_.Fault(value_name::kMax, is + "below -1", "no object can be created (0x800AFFFF)");
   } else if (last > kPromptRange.last) {
-    key_.Fault(value::kMax, is + "above " + std::to_string(kPromptRange.last),
+    key_.Fault(value_name::kMax, is + "above " + std::to_string(kPromptRange.last),
                "each new object reads a key for every number, a million in some 9 s, and fails if "
                "memory runs out; the list of interfaces ends with error 6");
   } else if (last > HighestBit()) {
-    key_.Fault(value::kMax, is + "above " + std::to_string(HighestBit()),
+    key_.Fault(value_name::kMax, is + "above " + std::to_string(HighestBit()),
                "the list of interfaces ends with error 6 at " + std::to_string(HighestBit() + 1));
   }
 }
 
 void Interfaces::CheckMask(std::int32_t mask, const Range& range) {
   CheckBitRange(key_, range);
-  CheckBits(key_, value::kMask, mask, range);
+  CheckBits(key_, value_name::kMask, mask, range);
   std::vector<std::int32_t> beyond;
   for (std::int32_t n = std::max(range.first, 0); n <= std::min(range.last, HighestBit()); ++n) {
     if (!catalogs::HasBit(mask, n)) continue;
@@ -93,7 +93,8 @@ void Interfaces::CheckMask(std::int32_t mask, const Range& range) {
     if (n > kLastOfTransponder) beyond.push_back(n);
   }
   if (!beyond.empty()) {
-    key_.Remark(value::kMask, "offers interfaces that no transponder reports: " + Listed(beyond),
+    key_.Remark(value_name::kMask,
+                "offers interfaces that no transponder reports: " + Listed(beyond),
                 "the simulator keeps the lowest four bits of the number");
   }
 }
@@ -135,13 +136,15 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
   const auto absent = [needed](const std::string& effect) {
     return needed ? Defaulted(effect) : Optional(effect);
   };
-  CheckValueNames(key, {value::kEncoder, value::kMsi, value::kIdSources, value::kMif});
-  key.Number(value::kEncoder, absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
-  CheckVersioned(key, value::kMif, absent("it is taken as 0 where no version gives it"));
-  const auto sources =
-      CheckVersioned(key, value::kIdSources, absent("it is taken as 0 where no version gives it"));
+  CheckValueNames(
+      key, {value_name::kEncoder, value_name::kMsi, value_name::kIdSources, value_name::kMif});
+  key.Number(value_name::kEncoder,
+             absent("it is taken as 0: the tamper count is captioned \"Tamper\""));
+  CheckVersioned(key, value_name::kMif, absent("it is taken as 0 where no version gives it"));
+  const auto sources = CheckVersioned(key, value_name::kIdSources,
+                                      absent("it is taken as 0 where no version gives it"));
   if (sources && (*sources & ~kAllSources) != 0) {
-    key.Remark(value::kIdSources, "has bits above bit 1", "they mean nothing");
+    key.Remark(value_name::kIdSources, "has bits above bit 1", "they mean nothing");
   }
   CheckMsiName(key, absent("caption and values of the MSI are the defaults"));
   CheckVersions(key, number,
@@ -151,13 +154,13 @@ void Interfaces::CheckDetails(const CatalogKey& key, std::int32_t number) {
 }
 
 void Interfaces::CheckMsiName(const CatalogKey& key, const Absence& absence) {
-  const auto name = key.Text(value::kMsi, absence);
+  const auto name = key.Text(value_name::kMsi, absence);
   if (!name || name->empty()) return;
   if (IsTakenBelowKernel(*name)) {
-    key.Fault(value::kMsi, "names a key that is no MSI description: " + *name,
+    key.Fault(value_name::kMsi, "names a key that is no MSI description: " + *name,
               "the values of that key are taken");
   } else if (!CatalogKey(catalogs::kKernelKey + *name, findings_).IsThere()) {
-    key.Fault(value::kMsi, "names a key that does not exist: " + *name, absence.effect);
+    key.Fault(value_name::kMsi, "names a key that does not exist: " + *name, absence.effect);
   } else if (!IsOneOf(*name, msi_names_)) {
     msi_names_.push_back(*name);
   }

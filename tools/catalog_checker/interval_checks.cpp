@@ -20,14 +20,14 @@ void CheckIntervals(Findings& findings) {
   const Range all{0, catalogs::kLastInterval};
   const auto range = CheckRange(key, kNoneOffered);
   if (range && range->first < all.first) {
-    key.Fault(value::kMin, "is " + std::to_string(range->first) + ", below 0",
+    key.Fault(value_name::kMin, "is " + std::to_string(range->first) + ", below 0",
               EffectOfEnd(range->first, kNotWritten));
   }
   if (range && range->last > all.last) {
-    key.Fault(value::kMax, "is " + std::to_string(range->last) + ", above 15",
+    key.Fault(value_name::kMax, "is " + std::to_string(range->last) + ", above 15",
               EffectOfEnd(range->last, kNotWritten));
   }
-  CheckValueNames(key, {value::kMin, value::kMax}, all);
+  CheckValueNames(key, {value_name::kMin, value_name::kMax}, all);
   for (std::int32_t n = all.first; n <= all.last; ++n) {
     key.Name(std::to_string(n), range && IsWithin(*range, n)
                                     ? Required("it is listed as \"Unknown\"")

@@ -14,17 +14,17 @@ constexpr const char* kNoneListed = "only NOP is listed";
 constexpr const char* kRefused = "a command with it is refused: S_BAD_PARAMETER";
 
 void CheckLength(const CatalogKey& key) {
-  const auto bytes = key.Number(value::kBytes, Required(kRefused));
+  const auto bytes = key.Number(value_name::kBytes, Required(kRefused));
   if (!bytes) return;
   const std::int64_t length = std::abs(std::int64_t{*bytes});
   const std::string is = "is " + std::to_string(*bytes) + ", ";
   if (length == 0) {
-    key.Fault(value::kBytes, "is 0", kRefused);
+    key.Fault(value_name::kBytes, "is 0", kRefused);
   } else if (length > kMostSent) {
-    key.Fault(value::kBytes, is + "more than a frame carries",
+    key.Fault(value_name::kBytes, is + "more than a frame carries",
               "a command with it is refused: S_MSG_TOO_LONG");
   } else if (length > kMostDataBytes) {
-    key.Fault(value::kBytes, is + "more than four bytes",
+    key.Fault(value_name::kBytes, is + "more than four bytes",
               "only four travel; what follows them stands in the wrong place");
   }
 }
@@ -32,7 +32,7 @@ void CheckLength(const CatalogKey& key) {
 void CheckMessage(const CatalogKey& key) {
   key.Name("", Required("it is listed as \"Invalid\""));
   CheckLength(key);
-  CheckValueNames(key, {value::kBytes});
+  CheckValueNames(key, {value_name::kBytes});
 }
 
 void CheckNames(const CatalogKey& messages, const std::optional<Range>& range) {
@@ -60,13 +60,13 @@ std::optional<Range> CheckMessages(Findings& findings) {
     key.Fault("", "is missing", "commands with sub-device messages are refused: S_BAD_PARAMETER");
     return std::nullopt;
   }
-  CheckValueNames(key, {value::kMin, value::kMax});
+  CheckValueNames(key, {value_name::kMin, value_name::kMax});
   const auto range = CheckRange(key, kNoneListed);
   CheckNames(key, range);
   if (!range) return std::nullopt;
   CheckBitRange(key, *range);
   if (range->last > HighestBit()) {
-    key.Fault(value::kMax,
+    key.Fault(value_name::kMax,
               "is " + std::to_string(range->last) + ", above " + std::to_string(HighestBit()),
               "TELIC2EnumMessages fails with error 65535");
   }

@@ -63,8 +63,8 @@ bool IsTakenBelowKernel(const std::string& name) {
 }
 
 std::optional<Range> CheckRange(const CatalogKey& key, const std::string& effect) {
-  const auto first = key.Number(value::kMin, Required(effect));
-  const auto last = key.Number(value::kMax, Required(effect));
+  const auto first = key.Number(value_name::kMin, Required(effect));
+  const auto last = key.Number(value_name::kMax, Required(effect));
   return CheckRange(key, first, last, effect);
 }
 
@@ -74,7 +74,7 @@ std::optional<Range> CheckRange(const CatalogKey& key, const std::optional<std::
   if (!first || !last) return std::nullopt;
   const Range range{*first, *last};
   if (range.last >= range.first) return range;
-  key.Fault(value::kMax, "is " + std::to_string(range.last) + ", below Min", effect);
+  key.Fault(value_name::kMax, "is " + std::to_string(range.last) + ", below Min", effect);
   return std::nullopt;
 }
 
@@ -101,9 +101,9 @@ void CheckBitRange(const CatalogKey& key, const Range& range) {
   constexpr const char* kNotOffered = "no list offers a number below 0";
   const std::string is = "is " + std::to_string(range.first);
   if (range.first < kPromptRange.first) {
-    key.Fault(value::kMin, is + ", below -1", kNotOffered);
+    key.Fault(value_name::kMin, is + ", below -1", kNotOffered);
   } else if (range.first < 0) {
-    key.Remark(value::kMin, is, kNotOffered);
+    key.Remark(value_name::kMin, is, kNotOffered);
   }
 }
 

@@ -47,9 +47,9 @@ void CheckSignatures(Findings& findings) {
   CheckList(catalogs::kBoxTypesKey, findings);
   CheckList(catalogs::kBoxModesKey, findings);
   const CatalogKey key(catalogs::kBoxKey, findings);
-  const auto line = key.Text(value::kSupplyLine, Optional("the supply is on DTR"));
+  const auto line = key.Text(value_name::kSupplyLine, Optional("the supply is on DTR"));
   if (line && !IsOneOf(*line, {"DTR", "RTS", "BOTH"})) {
-    key.Fault(value::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
+    key.Fault(value_name::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
               "the supply is on DTR");
   }
 }

@@ -32,17 +32,17 @@ Texts OfferedWith(std::int32_t number) {
 }
 
 void CheckText(const CatalogKey& version) {
-  if (!version.HasValue(value::kVer)) {
-    version.Fault(value::kVer, "is missing", kNotOffered);
+  if (!version.HasValue(value_name::kVer)) {
+    version.Fault(value_name::kVer, "is missing", kNotOffered);
     return;
   }
-  const Variant stored = version.Value(value::kVer);
+  const Variant stored = version.Value(value_name::kVer);
   const auto* text = std::get_if<std::string>(&stored);
   if (const auto* number = std::get_if<std::int32_t>(&stored)) {
-    version.Remark(value::kVer, "is stored as a number",
+    version.Remark(value_name::kVer, "is stored as a number",
                    "it is shown as \"" + std::to_string(*number) + "\"");
   } else if (text == nullptr || !NumericValue(*text)) {
-    version.FaultOfData(value::kVer, "number", kNotOffered, kNotOffered);
+    version.FaultOfData(value_name::kVer, "number", kNotOffered, kNotOffered);
   }
 }
 
@@ -81,15 +81,15 @@ void CheckVersions(const CatalogKey& interface_key, std::int32_t number, const A
   CheckSorting(interface_key, names);
   const auto overrides = [&interface_key](const std::string& name) {
     const CatalogKey version = interface_key.SubKey(name);
-    return version.HasValue(value::kIdSources) || version.HasValue(value::kMif);
+    return version.HasValue(value_name::kIdSources) || version.HasValue(value_name::kMif);
   };
   const Texts offered = std::ranges::any_of(names, overrides) ? OfferedWith(number) : Texts();
   for (const std::string& name : names) {
     const CatalogKey version = interface_key.SubKey(name);
-    CheckValueNames(version, {value::kVer, value::kIdSources, value::kMif});
+    CheckValueNames(version, {value_name::kVer, value_name::kIdSources, value_name::kMif});
     CheckText(version);
-    CheckOverride(version, name, value::kIdSources, offered);
-    CheckOverride(version, name, value::kMif, offered);
+    CheckOverride(version, name, value_name::kIdSources, offered);
+    CheckOverride(version, name, value_name::kMif, offered);
   }
 }
 
