@@ -13,7 +13,6 @@
 namespace qmzentrel::com {
 
 /// Part of its container: holding it holds the container. Belongs to the container's thread.
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it.
 class ConnectionPoint final : public IConnectionPoint {
  public:
   explicit ConnectionPoint(IConnectionPointContainer& container) : container_(container) {}

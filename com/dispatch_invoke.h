@@ -9,7 +9,7 @@
 
 namespace qmzentrel::com {
 
-class ZentrelObject;  // NOLINT(cppcoreguidelines-virtual-class-destructor): said where it stands
+class ZentrelObject;
 
 /// IDispatch::GetIDsOfNames, for a member and its parameters.
 HRESULT GetIDsOfMemberNames(REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;

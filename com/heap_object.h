@@ -12,7 +12,6 @@ namespace qmzentrel::com {
 /// Made with `new`, which is the first reference; the last Release deletes it. May be referenced
 /// from any thread.
 template <class Interface, const IID& kIdentifier>
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): the last Release deletes it.
 class HeapObject : public Interface {
  public:
   HeapObject() = default;

@@ -25,7 +25,6 @@ namespace qmzentrel::com {
 /// Belongs to the apartment that made it. It outlives every call into it and every event out of it,
 /// whatever the client does meanwhile: releasing its last reference, closing the port, calling
 /// again.
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): its last Release deletes it.
 class ZentrelObject final : public _Zentrel,
                             public ISupportErrorInfo,
                             public IProvideClassInfo2,

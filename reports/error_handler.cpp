@@ -73,7 +73,6 @@ HRESULT Refuse(DWORD error, EXCEPINFO* info) {
   return DISP_E_EXCEPTION;
 }
 
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it.
 class ErrorHandler final : public SharedObject<IDispatch, IID_IDispatch> {
  public:
   STDMETHODIMP GetTypeInfoCount(UINT* count) override {
@@ -126,7 +125,6 @@ class ErrorHandler final : public SharedObject<IDispatch, IID_IDispatch> {
   }
 };
 
-// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): nobody deletes it.
 class Factory final : public SharedObject<IClassFactory, IID_IClassFactory> {
  public:
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID riid, void** object) override {

@@ -262,7 +262,7 @@ TEST_P(MisalignedStack, TheEntriesOfTheLibraryWorkToo) {
   ComPointer<IClassFactory> factory;
   const std::uint32_t arguments[] = {AsWord(&CLSID_Zentrel), AsWord(&IID_IClassFactory),
                                      AsWord(factory.ReceiveVoid())};
-  const auto entry = reinterpret_cast<const void*>(LoadedLibrary().GetClassObject);
+  const auto* const entry = reinterpret_cast<const void*>(LoadedLibrary().GetClassObject);
   EXPECT_EQ(CallOnStack(entry, arguments, 3, misalignment), S_OK);
   constexpr std::size_t kCreateInstance = 3;
   ComPointer<_Zentrel> created;
@@ -294,7 +294,7 @@ __attribute__((noinline)) HRESULT __stdcall OffsetOfAlignedLocal() {
 }
 
 TEST_P(MisalignedStack, ALocalThatNeedsAlignmentHasIt) {
-  const auto entry = reinterpret_cast<const void*>(&OffsetOfAlignedLocal);
+  const auto* const entry = reinterpret_cast<const void*>(&OffsetOfAlignedLocal);
   EXPECT_EQ(CallOnStack(entry, nullptr, 0, GetParam()), 0);
 }
 

@@ -6,7 +6,7 @@ MachineState ReadMachineState(void) {
   enum { kControlOfSse = 0xFFC0, kWatchedFlags = 0x400 | 0x100 | 0x40000 };
   MachineState state;
   unsigned x87[7]; /* control, status, registers, and the last instruction */
-  unsigned sse;
+  unsigned sse = 0;
   asm volatile("fnstenv %0\n\tfldenv %0" : "=m"(x87));
   state.x87_control = (unsigned short)x87[0];
   state.x87_registers = (unsigned short)x87[2];

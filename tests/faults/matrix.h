@@ -1,6 +1,7 @@
 /* Everything that a host asks of the probe and looks at around it. */
 #pragma once
 
+// NOLINTBEGIN(modernize-redundant-void-arg,modernize-use-using): read by C, too.
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -15,3 +16,4 @@ int RunMatrix(int argument_count, char** arguments, HostCheck check);
 #ifdef __cplusplus
 }
 #endif
+// NOLINTEND(modernize-redundant-void-arg,modernize-use-using)

@@ -16,6 +16,7 @@ struct HalfBuilt {
   HalfBuilt() { CallUnbuilt(*this); }
   virtual ~HalfBuilt() = default;
   virtual void Unbuilt() = 0;
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.PureVirtualCall): that is the fault.
   [[gnu::noipa]] static void CallUnbuilt(HalfBuilt& object) { object.Unbuilt(); }
 };
 
@@ -179,7 +180,7 @@ std::vector<Kind> PlaceKinds() {
                   [] {
                     char target[64];
                     __builtin_memcpy(target, g_null, sizeof target);
-                    g_after = target[sizeof target - 1];
+                    g_after = static_cast<unsigned char>(target[sizeof target - 1]);
                   }),
       InProcedure("stack overflow", EXCEPTION_STACK_OVERFLOW, Way::kCutBack,
                   [] {

@@ -2,6 +2,7 @@
 // procedure of the component's kind, and says whether the report of it was right.
 #pragma once
 
+// NOLINTBEGIN(modernize-redundant-void-arg,modernize-use-using): read by C, too.
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -48,3 +49,4 @@ typedef const FaultProbe* (*ProbeInterfaceFunction)(void);
 #ifdef __cplusplus
 }
 #endif
+// NOLINTEND(modernize-redundant-void-arg,modernize-use-using)

@@ -145,7 +145,7 @@ std::vector<Kind> MemoryKinds() {
 }
 
 [[gnu::noipa]] void X87RoundToFloat(double value) {
-  float result;
+  float result = 0;
   asm volatile("fldl %1\n\tfstps %0\n\tfwait" : "=m"(result) : "m"(value) : "st", "memory");
 }
 

@@ -23,7 +23,7 @@ namespace {
 constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFFu);
 constexpr wchar_t kHandlerClass[] = L"QuenmoorCommunications.Error";
 constexpr wchar_t kHandlerIdentifier[] = L"{5F1B7C0E-3A92-4C6D-8E17-D460B92FA358}";
-constexpr LONGLONG kLargestFile = 4 * 1024 * 1024;
+constexpr LONGLONG kLargestFile = 4LL * 1024 * 1024;
 
 std::wstring CommonFolder() {
   wchar_t path[MAX_PATH];
@@ -99,7 +99,7 @@ class FailingProcess {
   FailingProcess& operator=(const FailingProcess&) = delete;
 
   std::string Id() const { return std::to_string(process_.dwProcessId); }
-  DWORD Wait() {
+  DWORD Wait() const {
     DWORD code = STILL_ACTIVE;
     constexpr DWORD kLimitMs = 120000;
     EXPECT_EQ(WaitForSingleObject(process_.hProcess, kLimitMs), WAIT_OBJECT_0);
@@ -224,7 +224,7 @@ TEST_F(ReportFile, TellsTheLocalTimeAndItsDistanceFromUtc) {
   EXPECT_EQ(sign, '+');
   EXPECT_EQ(hours, 5);
   EXPECT_EQ(minutes, 30);
-  const LONGLONG utc = Milliseconds(told) - (hours * 60 + minutes) * 60000;
+  const LONGLONG utc = Milliseconds(told) - (hours * 60 + minutes) * 60000LL;
   EXPECT_GE(utc, Milliseconds(before));
   EXPECT_LE(utc, Milliseconds(after));
 }
