@@ -66,6 +66,7 @@ class VariableList {
   std::size_t count_ = 0;
   std::array<const void*, kMost> addresses_;
 };
+// NOLINTEND(cppcoreguidelines-pro-type-member-init)
 
 /// An entry for each of `count` variables.
 std::string DumpVariables(std::string_view names, const DumpFunction* functions,

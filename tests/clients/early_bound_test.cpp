@@ -46,6 +46,7 @@ __asm__(
 
 template <class Word>
 std::uint32_t AsWord(Word word) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): an address is a word as well.
   static_assert(sizeof(Word) <= sizeof(std::uint32_t));
   if constexpr (std::is_pointer_v<Word>) {
     return reinterpret_cast<std::uint32_t>(word);
