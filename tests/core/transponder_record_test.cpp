@@ -125,14 +125,13 @@ TEST(BoxFacts, ThatReachBeyondTheBufferAreError9) {
   EXPECT_NO_THROW(facts.Parse(FrameBuffer(), 29));
 }
 
-TEST(BoxFacts, TellTheKindOfBoxByItsFirstSignatureByte) {
+TEST(BoxFacts, TellTheKindOfBoxByItsFirstSignatureByteAlone) {
   BoxFacts facts;
-  facts.Parse(FrameOf({0x21, 100, 0xA6, 0}), 0);
-  EXPECT_TRUE(facts.m_blnIsElectric);
-  EXPECT_FALSE(facts.HasShortSupply());
-  facts.Parse(FrameOf({0x21, 100, 0xA5, 0}), 0);
-  EXPECT_FALSE(facts.m_blnIsElectric);
-  EXPECT_TRUE(facts.HasShortSupply());
+  for (int signature = 0; signature < 256; ++signature) {
+    facts.Parse(FrameOf({0x21, 100, static_cast<std::uint8_t>(signature), 0xA6}), 0);
+    EXPECT_EQ(facts.m_blnIsElectric, signature == 0xA6) << signature;
+    EXPECT_EQ(facts.HasShortSupply(), signature == 0xA5) << signature;
+  }
 }
 
 }  // namespace
