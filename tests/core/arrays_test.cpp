@@ -10,8 +10,6 @@
 namespace qmzentrel::tests {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 

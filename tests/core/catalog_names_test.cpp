@@ -13,7 +13,6 @@ namespace qmzentrel::tests {
 namespace {
 
 using namespace std::string_literals;
-using Texts = std::vector<std::string>;
 
 class CatalogNames : public CoreTest {
  protected:

@@ -20,7 +20,6 @@ namespace {
 using modCOM_Registry::OpenKey;
 using namespace std::string_literals;
 
-using Texts = std::vector<std::string>;
 using Offered = std::vector<std::pair<std::int32_t, std::string>>;
 
 class Catalogs : public CoreTest {

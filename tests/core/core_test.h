@@ -24,6 +24,8 @@ using fakes::Bytes;
 using fakes::Milliseconds;
 using fakes::TheWorld;
 
+using Texts = std::vector<std::string>;
+
 /// Runs `body` on a thread of its own, which gives back at its end what the component keeps for it.
 inline void InAnotherApartment(const std::function<void()>& body) {
   contract::RunOnAnotherThread([&body] {

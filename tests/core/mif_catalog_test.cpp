@@ -12,8 +12,6 @@ namespace {
 
 using namespace std::string_literals;
 
-using Texts = std::vector<std::string>;
-
 class MeterInterface : public CoreTest {
  protected:
   static Texts Versions(std::int32_t meter_interface) {

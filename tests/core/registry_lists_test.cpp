@@ -15,8 +15,6 @@ using namespace std::string_literals;
 
 const std::string kListPath = "SOFTWARE\\QuenmoorComms\\Kernel";
 
-using Texts = std::vector<std::string>;
-
 // --- Sub-keys ---
 
 class RegistryKeys : public CoreTest {

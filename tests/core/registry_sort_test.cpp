@@ -14,8 +14,6 @@ using modCOM_Registry::RegKeys_QSort;
 using modCOM_Registry::RegValues_QSort;
 using namespace std::string_literals;
 
-using Texts = std::vector<std::string>;
-
 class RegistrySort : public CoreTest {
  protected:
   /// Sorts names as keys and as the names of values, which must agree.

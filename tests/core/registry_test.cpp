@@ -15,7 +15,6 @@ using namespace std::string_literals;
 const std::string kPath = "SOFTWARE\\QuenmoorComms\\Kernel";
 const std::string kName = "Value";
 
-using Texts = std::vector<std::string>;
 const Variant kEmpty;
 
 /// What a read leaves behind.

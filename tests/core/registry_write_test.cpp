@@ -16,7 +16,6 @@ using namespace std::string_literals;
 const std::string kWritePath = "SOFTWARE\\QuenmoorComms\\Zentrel";
 const std::string kWriteName = "Value";
 
-using Texts = std::vector<std::string>;
 const Variant kNothing;
 
 // Codes that the operating system gives; 87 is a matter of its own.

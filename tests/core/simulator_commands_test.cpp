@@ -314,18 +314,20 @@ TEST_F(SimulatorCommands, WriteTellsTheLeakByTheTamperCountAloneAndLeavesTheCoun
 }
 
 TEST_F(SimulatorCommands, WriteShowsTheThresholdFromTheOtherEnd) {
-  for (const auto& [record, shown] : {std::pair{255, 0},
-                                      {0, 255},
-                                      {1, 254},
-                                      {200, 55},
-                                      {300, 0},
-                                      {-1, 255},
-                                      {-1'000'000, 255},
-                                      {std::numeric_limits<std::int32_t>::max(), 0}}) {
+  for (const auto& [threshold, complement] : {std::pair{255, 0},
+                                              {0, 255},
+                                              {1, 254},
+                                              {200, 55},
+                                              {300, 0},
+                                              {-1, 255},
+                                              {-1'000'000, 255},
+                                              {std::numeric_limits<std::int32_t>::max(), 0}}) {
     FillRecord();
-    zentrel->LeakThreshold(record);
-    Write([&](FakeDialog& dialog) { EXPECT_EQ(dialog.Shown(DialogSpin::udThreshold), shown); });
-    EXPECT_EQ(zentrel->LeakThreshold(), 255 - shown) << record;
+    zentrel->LeakThreshold(threshold);
+    Write([&, shown = complement](FakeDialog& dialog) {
+      EXPECT_EQ(dialog.Shown(DialogSpin::udThreshold), shown);
+    });
+    EXPECT_EQ(zentrel->LeakThreshold(), 255 - complement) << threshold;
   }
 }
 

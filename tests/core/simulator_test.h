@@ -25,7 +25,6 @@ using platform::DialogSpin;
 using platform::DialogText;
 
 using DialogUser = std::function<void(FakeDialog& dialog)>;
-using Texts = std::vector<std::string>;
 
 inline const std::string kBoxTypes = kMaker + "Zentrel\\Types";
 inline const std::string kBoxModes = kMaker + "Zentrel\\Modes";

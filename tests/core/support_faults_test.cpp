@@ -12,8 +12,6 @@
 namespace qmzentrel::tests {
 namespace {
 
-using Texts = std::vector<std::string>;
-
 class SupportFaults : public FaultTest<CoreTest> {};
 
 // --- Small helpers ---

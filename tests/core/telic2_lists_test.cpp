@@ -10,7 +10,6 @@ namespace qmzentrel::tests {
 namespace {
 
 using Items = FakeListControl::Items;
-using Texts = std::vector<std::string>;
 
 constexpr std::int32_t kUnknown = std::numeric_limits<std::int32_t>::max();
 

@@ -13,7 +13,6 @@ namespace qmzentrel::tests {
 namespace {
 
 using Journal = std::vector<std::string>;
-using Texts = std::vector<std::string>;
 
 // --- Lengths ---
 

@@ -7,11 +7,12 @@ build() {
   local preset=$1
   shift
   step "Building: $preset"
-  # Flags of the presets count when a folder is configured, which building alone does only once.
+  # Compilers and flags of the presets count when a folder is configured afresh, which building alone
+  # does only once.
   local configured=build/$preset/configured_presets.json
   if [ ! -e "build/$preset/build.ninja" ] || ! cmp -s CMakePresets.json "$configured"; then
     mkdir -p build
-    cmake --preset "$preset" >"build/configure-$preset.log" 2>&1 || {
+    cmake --fresh --preset "$preset" >"build/configure-$preset.log" 2>&1 || {
       cat "build/configure-$preset.log"
       return 1
     }

@@ -57,7 +57,7 @@ class MsftEdit : public testing::Test {
 
 TEST_F(MsftEdit, TypesAreListedInTheOrderAskedFor) {
   std::vector<std::string> names = TypeNames(file_);
-  std::ranges::rotate(names, names.begin() + 4);
+  std::rotate(names.begin(), names.begin() + 4, names.end());
   ReorderTypes(file_, names);
   EXPECT_EQ(TypeNames(file_), names);
   for (std::size_t i = 0; i < file_.types.size(); ++i) {
@@ -77,7 +77,7 @@ TEST_F(MsftEdit, ReorderingFollowsEveryReference) {
 TEST_F(MsftEdit, ReorderingThereAndBackRestoresEveryByte) {
   const std::vector<std::string> names = TypeNames(file_);
   std::vector<std::string> others = names;
-  std::ranges::rotate(others, others.begin() + 3);
+  std::rotate(others.begin(), others.begin() + 3, others.end());
   ReorderTypes(file_, others);
   EXPECT_NE(SerialiseMsft(file_), compiled_);
   ReorderTypes(file_, names);
