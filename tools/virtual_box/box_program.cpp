@@ -112,7 +112,10 @@ void BoxProgram::Run() {
     if (!takes_time && !received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
     port_.Write(output.bytes);
-    if (output.unplug) Unplug();
+    if (output.unplug) {
+      port_.LetTake();
+      Unplug();
+    }
     server_.Serve(control_, log_, now);
   }
 }

@@ -30,6 +30,8 @@ class Port {
   /// Makes the port appear; the reason when it does not, else empty.
   std::string Plug();
   void Unplug();
+  /// Waits, but not long, until the client has taken what was put on the line.
+  void LetTake() const;
   bool IsPlugged() const;
 
   /// "/dev/pts/3" or "COM7"; empty while unplugged.

@@ -110,6 +110,9 @@ void Port::Unplug() {
   state_.reset();
 }
 
+// The other end of the pair keeps what it got.
+void Port::LetTake() const {}
+
 bool Port::IsPlugged() const {
   return state_ != nullptr;
 }

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -118,6 +119,20 @@ void Port::Unplug() {
     fs::remove(options_.link, error);
   }
   state_.reset();
+}
+
+// A hang-up takes along what the client has not read yet, and a byte is there to be read only a
+// moment after it was written: nothing waiting counts once it lasts.
+void Port::LetTake() const {
+  constexpr int kLooks = 200;
+  constexpr int kEnoughEmptyLooks = 4;
+  int empty_looks = 0;
+  for (int look = 0; IsPlugged() && look < kLooks && empty_looks < kEnoughEmptyLooks; ++look) {
+    poll(nullptr, 0, 5);
+    int waiting = 0;
+    ioctl(state_->client_end.Get(), FIONREAD, &waiting);
+    empty_looks = waiting == 0 ? empty_looks + 1 : 0;
+  }
 }
 
 bool Port::IsPlugged() const {
