@@ -67,7 +67,7 @@ Variant VersionedLookup::Find(const std::string& root, const std::string& name,
     while (--index >= 0) {
       const std::string& version_key = keys[static_cast<std::size_t>(index)];
       if (!HoldsFor(version_key, version)) continue;
-      key = root + "\\" + version_key;
+      key.assign(root).append("\\").append(version_key);
       if (RegGetValue(kLocalMachine, key, name, value)) return value;
     }
   }

@@ -8,6 +8,7 @@ namespace qmzentrel::platform {
 class ApartmentSlot {
  public:
   ApartmentSlot();
+  // NOLINTNEXTLINE(performance-trivially-destructible): the operating system has to free it.
   ~ApartmentSlot();
   ApartmentSlot(const ApartmentSlot&) = delete;
   ApartmentSlot& operator=(const ApartmentSlot&) = delete;

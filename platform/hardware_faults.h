@@ -54,6 +54,7 @@ class ClientUnwinding {
   explicit ClientUnwinding(KeptUnwinding* kept) : kept_(kept) {}
   ClientUnwinding(ClientUnwinding&& other) noexcept : kept_(std::exchange(other.kept_, nullptr)) {}
   /// Ends the client's exception unless it has been taken: another one has overtaken it then.
+  // NOLINTNEXTLINE(performance-trivially-destructible): with the operating system there is one.
   ~ClientUnwinding();
   ClientUnwinding& operator=(ClientUnwinding&&) = delete;
 

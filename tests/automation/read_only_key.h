@@ -26,7 +26,7 @@ class ReadOnlyKey {
     PSECURITY_DESCRIPTOR read_only = nullptr;
     if (ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;;KR;;;WD)", SDDL_REVISION_1,
                                                              &read_only, nullptr) == FALSE) {
-      Require(GetLastError());
+      Require(static_cast<LSTATUS>(GetLastError()));
     }
     const LSTATUS result = RegSetKeySecurity(key_, DACL_SECURITY_INFORMATION, read_only);
     LocalFree(read_only);

@@ -50,12 +50,13 @@ class BoxClientExceptions : public BoxTest {
     BoxTest::SetUp();
     catalog.Fill();
     Box().Tell("message 8 1234");
-    raise_in_ = nullptr;
+    events_that_raise = nullptr;
     // Without anything of its own that a handler in the middle of the stack would leave behind.
     client.Sink().on_event = [](EventSink& sink, EXCEPINFO*) {
       const bool state = sink.states.back();
       sink.states.clear();
-      if (raise_in_ != nullptr && raise_in_(state)) RaiseClientException(CLIENT_EXCEPTION);
+      if (events_that_raise != nullptr && events_that_raise(state))
+        RaiseClientException(CLIENT_EXCEPTION);
       return S_OK;
     };
   }
@@ -76,10 +77,10 @@ class BoxClientExceptions : public BoxTest {
 
   // Whether the exception has left the call.
   bool LeftInEvents(Events events, const Command& command) {
-    raise_in_ = events;
+    events_that_raise = events;
     _Zentrel* const object = client.Object();
     const bool left = LeftByClientException([&] { command(object); });
-    raise_in_ = nullptr;
+    events_that_raise = nullptr;
     return left;
   }
 
@@ -105,7 +106,7 @@ class BoxClientExceptions : public BoxTest {
             {"WriteXpdr", Plain(&_Zentrel::WriteXpdr)}};
   }
 
-  static inline Events raise_in_ = nullptr;
+  static inline Events events_that_raise = nullptr;
 
   TestCatalog catalog;
   ErrorReports reports;

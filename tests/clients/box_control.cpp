@@ -89,8 +89,7 @@ Journal BoxControl::Lines() {
   for (const std::string& entry : List("lines")) {
     states.push_back(entry.substr(entry.find(' ') + 1));
   }
-  const auto repeated = std::ranges::unique(states);
-  states.erase(repeated.begin(), repeated.end());
+  states.erase(std::unique(states.begin(), states.end()), states.end());
   return states;
 }
 

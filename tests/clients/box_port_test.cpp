@@ -101,7 +101,7 @@ TEST_F(BoxPort, IsAskedForExclusivelyAndByItsDeviceName) {
 
 TEST_F(BoxPort, ThatAnotherProgramHoldsIsABadPort) {
   PortOpenings openings(LoadedLibrary().module);
-  for (const DWORD error : {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION}) {
+  for (const DWORD error : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SHARING_VIOLATION}}) {
     openings.Refuse(error);
     EXPECT_EQ(client.Open(Port(), true), S_BAD_PORT);
     EXPECT_EQ(client.BoxStatus(), S_BAD_PORT);

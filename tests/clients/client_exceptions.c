@@ -10,7 +10,7 @@ struct Place {
 };
 
 static struct _EXCEPTION_REGISTRATION_RECORD* First(void) {
-  struct _EXCEPTION_REGISTRATION_RECORD* first;
+  struct _EXCEPTION_REGISTRATION_RECORD* first = NULL;
   __asm__ volatile("movl %%fs:0, %0" : "=r"(first));
   return first;
 }

@@ -48,10 +48,10 @@ class ClientExceptions : public testing::Test {
   }
 
   void RaiseInEvents(unsigned long code = CLIENT_EXCEPTION) {
-    code_ = code;
+    code_to_raise = code;
     sink->on_event = [](EventSink& self, EXCEPINFO*) {
       self.states.clear();
-      RaiseClientException(code_);
+      RaiseClientException(code_to_raise);
       return S_OK;
     };
   }
@@ -68,9 +68,9 @@ class ClientExceptions : public testing::Test {
   }
 
   // A handler in the middle of the stack destroys nothing: what an event needs lies here.
-  static inline unsigned long code_ = 0;
-  static inline int depth_ = 0;
-  static inline _Zentrel* self_ = nullptr;
+  static inline unsigned long code_to_raise = 0;
+  static inline int depth = 0;
+  static inline _Zentrel* itself = nullptr;
 
   ErrorReports reports;
   TestCatalog catalog;
@@ -115,20 +115,20 @@ TEST_F(ClientExceptions, FromALateBoundCallLeaveNothingBehind) {
 TEST_F(ClientExceptions, InACallWithinACallLeaveBoth) {
   sink->on_event = [](EventSink& self, EXCEPINFO*) {
     self.states.clear();
-    if (++depth_ < 3) {
-      self_->put_PowerManagement(VARIANT_FALSE);
+    if (++depth < 3) {
+      itself->put_PowerManagement(VARIANT_FALSE);
     } else {
       RaiseClientException(CLIENT_EXCEPTION);
     }
     return S_OK;
   };
-  self_ = zentrel.Get();
+  itself = zentrel.Get();
   EXPECT_LT(LeftByEachRound(kRounds,
                             [&] {
-                              depth_ = 0;
+                              depth = 0;
                               EXPECT_TRUE(LeftByClientException(
                                   [this] { zentrel->put_PowerManagement(VARIANT_FALSE); }));
-                              EXPECT_EQ(depth_, 3);
+                              EXPECT_EQ(depth, 3);
                             }),
             kNothing);
   ExpectObjectAtWork();
@@ -151,9 +151,9 @@ TEST_F(ClientExceptions, WhoseClientHasLetGoOfTheObjectStillFreeIt) {
   auto* const other = NewZentrel().Detach();
   auto* const other_sink = new EventSink;
   Attach(other, other_sink);
-  self_ = other;
+  itself = other;
   other_sink->on_event = [](EventSink&, EXCEPINFO*) {
-    EXPECT_EQ(self_->Release(), 0U);
+    EXPECT_EQ(itself->Release(), 0U);
     RaiseClientException(CLIENT_EXCEPTION);
     return S_OK;
   };

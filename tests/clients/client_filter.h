@@ -15,7 +15,7 @@ inline LONG WINAPI ClientFilter(EXCEPTION_POINTERS* /*exception*/) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-[[maybe_unused]] inline const auto g_filter_before = SetUnhandledExceptionFilter(ClientFilter);
+[[maybe_unused]] inline const auto kFilterBefore = SetUnhandledExceptionFilter(ClientFilter);
 
 inline void RaiseAccessViolation() {
   RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr);

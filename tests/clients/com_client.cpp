@@ -211,6 +211,7 @@ Outcome CallNamed(IDispatch* object, std::wstring_view member, std::vector<Value
   std::vector<std::wstring> texts{std::wstring(member)};
   for (const NamedValue& argument : named) texts.emplace_back(argument.name);
   std::vector<LPOLESTR> names;
+  names.reserve(texts.size());
   for (std::wstring& text : texts) names.push_back(text.data());
   std::vector<DISPID> ids(names.size());
   object->GetIDsOfNames(IID_NULL, names.data(), static_cast<UINT>(names.size()), kEnglish,
@@ -225,8 +226,8 @@ Outcome Get(IDispatch* object, std::wstring_view member, std::vector<Value> argu
   return InvokeId(object, IdOf(object, member), DISPATCH_PROPERTYGET, std::move(arguments), lcid);
 }
 
-Outcome Let(IDispatch* object, std::wstring_view member, Value value, LCID lcid) {
-  std::vector<Value> arguments{std::move(value)};
+Outcome Let(IDispatch* object, std::wstring_view member, const Value& value, LCID lcid) {
+  std::vector<Value> arguments{value};
   return InvokeRaw(object, IdOf(object, member), DISPATCH_PROPERTYPUT, arguments,
                    {DISPID_PROPERTYPUT}, lcid);
 }

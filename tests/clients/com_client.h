@@ -56,15 +56,15 @@ class Value {
   static Value Short(SHORT number);
   static Value Double(double number);
   static Value Single(float number);
-  static Value Bool(VARIANT_BOOL value);
+  static Value Bool(VARIANT_BOOL truth);
   static Value Text(std::wstring_view text);
   static Value Object(IDispatch* object);
   static Value Null();
   static Value Missing();
   /// Of another variant, which must outlive it.
-  static Value ReferenceTo(Value& value);
+  static Value ReferenceTo(Value& referred);
   /// To the data inside another variant, as a typed reference.
-  static Value TypedReferenceTo(Value& value);
+  static Value TypedReferenceTo(Value& referred);
   /// One-dimensional, from index 0 on.
   static Value LongArray(const std::vector<LONG>& numbers);
   static Value VariantArray(const std::vector<Value>& values);
@@ -113,7 +113,7 @@ Outcome CallNamed(IDispatch* object, std::wstring_view member, std::vector<Value
                   std::initializer_list<NamedValue> named);
 Outcome Get(IDispatch* object, std::wstring_view member, std::vector<Value> arguments = {},
             LCID lcid = kEnglish);
-Outcome Let(IDispatch* object, std::wstring_view member, Value value, LCID lcid = kEnglish);
+Outcome Let(IDispatch* object, std::wstring_view member, const Value& value, LCID lcid = kEnglish);
 
 /// The text of the thread's error info, taken away from the thread; empty when there is none.
 std::wstring TakenErrorDescription();

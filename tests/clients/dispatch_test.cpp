@@ -30,15 +30,9 @@ std::string Narrow(const std::wstring& text) {
 
 class Dispatch : public testing::Test {
  protected:
-  Dispatch() {
-    catalog.Fill();
-    zentrel = NewZentrel();
-    object = zentrel.Get();
-  }
-
-  TestCatalog catalog;
-  ComPointer<_Zentrel> zentrel;
-  IDispatch* object;
+  FilledTestCatalog catalog;
+  ComPointer<_Zentrel> zentrel = NewZentrel();
+  IDispatch* object = zentrel.Get();
 };
 
 // An argument that a parameter of that type takes as it is. There is no port 0, so nothing is

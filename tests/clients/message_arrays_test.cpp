@@ -35,12 +35,7 @@ Value NewArray(VARTYPE type, LONG lower_bound, ULONG count) {
 
 class MessageArrays : public testing::Test {
  protected:
-  MessageArrays() {
-    catalog.Fill();
-    zentrel = NewZentrel();
-    object = zentrel.Get();
-    Let(object, L"TELIC2Device", Value::Text(L"1"));
-  }
+  MessageArrays() { Let(object, L"TELIC2Device", Value::Text(L"1")); }
 
   Outcome Run(const wchar_t* command, const Value& ids, const Value& data, LONG count = 1) {
     return Call(object, command, {Value::Long(count), ids, data});
@@ -52,9 +47,9 @@ class MessageArrays : public testing::Test {
     return outcome.result == S_OK ? outcome.value.AsLong() : -1;
   }
 
-  TestCatalog catalog;
-  ComPointer<_Zentrel> zentrel;
-  IDispatch* object;
+  FilledTestCatalog catalog;
+  ComPointer<_Zentrel> zentrel = NewZentrel();
+  IDispatch* object = zentrel.Get();
 };
 
 TEST_F(MessageArrays, AreTakenInEveryFormThatLanguagesGiveThem) {

@@ -30,8 +30,8 @@ void OtherApartment::Await() {
 }
 
 // The operating system promises a stack aligned to 4 bytes only.
-__attribute__((force_align_arg_pointer)) DWORD WINAPI OtherApartment::Main(void* parameter) {
-  auto& apartment = *static_cast<OtherApartment*>(parameter);
+__attribute__((force_align_arg_pointer)) DWORD WINAPI OtherApartment::Main(void* argument) {
+  auto& apartment = *static_cast<OtherApartment*>(argument);
   if (FAILED(CoInitializeEx(nullptr, apartment.kind_))) {
     apartment.failure_ = "no COM";
     return 0;

@@ -23,7 +23,7 @@ class OtherApartment {
   void Join();
 
  private:
-  static DWORD WINAPI Main(void* apartment);
+  static DWORD WINAPI Main(void* argument);
   void Await();
 
   DWORD kind_;

@@ -34,7 +34,7 @@ class PortOpenings {
   static HANDLE WINAPI Open(LPCWSTR name, DWORD access, DWORD share_mode, SECURITY_ATTRIBUTES*,
                             DWORD disposition, DWORD flags, HANDLE pattern);
 
-  static PortOpenings* current_;
+  static PortOpenings* the_only;
   automation::ReplacedImport<decltype(&CreateFileW)> import_;
   DWORD refusal_ = ERROR_SUCCESS;
 };

@@ -36,7 +36,7 @@ void Collect(HKEY parent, const std::wstring& name, const std::wstring& path,
       break;
     }
     const std::wstring child = text.substr(0, length);
-    Collect(key, child, path + L"\\" + child, snapshot);
+    Collect(key, child, std::wstring(path).append(L"\\").append(child), snapshot);
   }
   RegCloseKey(key);
 }

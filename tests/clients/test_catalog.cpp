@@ -31,7 +31,7 @@ void TestCatalog::Fill() {
   const auto add = [this](const std::wstring& list, int first, int last, const wchar_t* text) {
     for (int i = first; i <= last; ++i) {
       const std::wstring number = std::to_wstring(i);
-      this->Text(list + L"\\" + number, L"", text + number);
+      this->Text(std::wstring(list).append(L"\\").append(number), L"", text + number);
     }
   };
   Number(L"Kernel\\MIF", L"Min", 0);

@@ -32,4 +32,10 @@ class TestCatalog {
   static void Remove();
 };
 
+/// Filled as it is made.
+class FilledTestCatalog : public TestCatalog {
+ public:
+  FilledTestCatalog() { Fill(); }
+};
+
 }  // namespace qmzentrel::clients

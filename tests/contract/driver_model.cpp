@@ -89,6 +89,7 @@ DriverModel::DriverModel() : changed_(CreateEventW(nullptr, FALSE, FALSE, nullpt
   InitializeCriticalSection(&guard_);
   limits_ = InheritedLimits();
   imports_ = std::make_unique<Imports>();
+  // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): it finds the model whole.
   thread_ = CreateThread(nullptr, 0, &DriverModel::Work, this, 0, nullptr);
 }
 

@@ -118,7 +118,7 @@ class DriverModel {
   void Advance();
   double NextDue() const;
 
-  CRITICAL_SECTION guard_;
+  CRITICAL_SECTION guard_{};
   HANDLE changed_;
   HANDLE thread_ = nullptr;
   bool ending_ = false;

@@ -140,13 +140,13 @@ void RaiseClientException() {
 }
 
 std::string FreshFilePath(const std::string& name) {
-  const std::string path = "C:\\logs\\" + name;
+  std::string path = "C:\\logs\\" + name;
   fakes::TheWorld().files.erase(path);
   return path;
 }
 
 std::string PathInMissingFolder() {
-  const std::string path = "C:\\missing\\file.log";
+  std::string path = "C:\\missing\\file.log";
   fakes::TheWorld().unwritable.insert(path);
   return path;
 }

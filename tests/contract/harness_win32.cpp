@@ -50,9 +50,10 @@ HWND CallWindow() {
   return window;
 }
 
+// Whoever gets the message owns the call.
 void Post(HWND window, std::unique_ptr<Call> call) {
   PostMessageW(window, kCallMessage, 0, reinterpret_cast<LPARAM>(call.release()));
-}
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): takes a number for no owner
 
 struct LaterCall {
   HWND window;
@@ -315,7 +316,7 @@ LONG WINAPI LeftToOthers(EXCEPTION_POINTERS* /*exception*/) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-[[maybe_unused]] const auto g_filter_before = SetUnhandledExceptionFilter(LeftToOthers);
+[[maybe_unused]] const auto kFilterBefore = SetUnhandledExceptionFilter(LeftToOthers);
 
 }  // namespace
 

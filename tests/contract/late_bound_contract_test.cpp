@@ -147,7 +147,7 @@ TEST(LateBoundContract, TheMembersOfAnObjectComeInTheirOrder) {
 }
 
 TEST(LateBoundContract, AListThatIsTooLongIsError7) {
-  for (const std::size_t more : {0, 1}) {
+  for (const std::size_t more : {std::size_t{0}, std::size_t{1}}) {
     const std::vector<std::string> texts(platform::kMostLateMembers + more, "x");
     contract::WithShownObject({.members = texts}, [&](ClientObject object) {
       std::optional<std::vector<platform::LateValue>> members;

@@ -11,7 +11,6 @@
 namespace qmzentrel {
 namespace {
 
-using contract::DriverHabits;
 using contract::DriverModel;
 using contract::MonotonicMs;
 using platform::ModemLines;

@@ -422,7 +422,7 @@ TEST_F(SimulatorDialogWindow, TheArrowKeysTurnASpinWithinItsRange) {
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
     const HWND box = dialog.Control(IDC_udTamperBox);
-    for (const WPARAM key : {VK_UP, VK_UP, VK_DOWN}) {
+    for (const int key : {VK_UP, VK_UP, VK_DOWN}) {
       PressKey(box, key);
       EXPECT_TRUE(Settle(user));
     }
@@ -449,7 +449,7 @@ TEST_F(SimulatorDialogWindow, TypedDigitsArriveOneByOneAndLettersNotAtAll) {
     EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
     const HWND box = dialog.Control(IDC_udTamperBox);
     SendMessageW(box, EM_SETSEL, 0, -1);
-    for (const WPARAM letter : {'2', 'x', '5', '-', '9'}) {
+    for (const wchar_t letter : {L'2', L'x', L'5', L'-', L'9'}) {
       PostMessageW(box, WM_CHAR, letter, 1);
       EXPECT_TRUE(Settle(user));
     }
@@ -485,7 +485,7 @@ TEST_F(SimulatorDialogWindow, ARefreshLeavesTheCursorWhereTheUserTypes) {
     EXPECT_TRUE(Focus(dialog, IDC_txtBattery));
     const HWND box = dialog.Control(IDC_txtBattery);
     SendMessageW(box, EM_SETSEL, 0, 1);
-    for (const WPARAM letter : {'1', '2'}) {
+    for (const wchar_t letter : {L'1', L'2'}) {
       PostMessageW(box, WM_CHAR, letter, 1);
       EXPECT_TRUE(Settle(user));
     }

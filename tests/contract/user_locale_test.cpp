@@ -15,6 +15,7 @@ class ChangedSetting {
  public:
   ChangedSetting(LCTYPE setting, const wchar_t* value) : setting_(setting) {
     GetLocaleInfoW(LOCALE_USER_DEFAULT, setting_, before_.data(), static_cast<int>(before_.size()));
+    // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): once the old one is read.
     changed_ = SetLocaleInfoW(LOCALE_USER_DEFAULT, setting_, value) != FALSE;
   }
   ~ChangedSetting() { SetLocaleInfoW(LOCALE_USER_DEFAULT, setting_, before_.data()); }

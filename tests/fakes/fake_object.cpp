@@ -21,7 +21,7 @@ FakeObject& Object(ClientObject object) {
 }
 
 std::optional<LateFailure> Invoke(const Members& members, std::string_view name,
-                                  FakeObject::Arguments arguments, LateArgument& result) {
+                                  const FakeObject::Arguments& arguments, LateArgument& result) {
   const auto member = members.find(std::string(name));
   if (member == members.end()) return LateFailure{kMemberNotSupported, "", ""};
   try {

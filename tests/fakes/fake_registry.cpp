@@ -88,7 +88,7 @@ static std::optional<std::string> PathOf(RegistryKey key) {
 // Where `path` below `root`, a root or an open key, leads to.
 static std::optional<std::string> Join(RegistryKey root, const std::string& path) {
   if (root == kLocalMachine) return path;
-  const auto start = PathOf(root);
+  auto start = PathOf(root);
   if (!start || path.empty()) return start;
   return *start + '\\' + path;
 }

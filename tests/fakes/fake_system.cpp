@@ -86,6 +86,7 @@ void* ApartmentSlot::Get() const {
   return SlotsOfThisThread()[index_];
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): the other side changes the slot itself.
 void ApartmentSlot::Set(void* value) {
   SlotsOfThisThread()[index_] = value;
 }

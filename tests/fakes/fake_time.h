@@ -44,9 +44,9 @@ struct FakeTime {
   std::vector<std::uintptr_t> quits_reposted;
 
   struct Timer {
-    std::int32_t interval_ms;
-    Microseconds due;
-    void (*callback)(std::int32_t, std::int32_t, std::int32_t, std::int32_t);
+    std::int32_t interval_ms = 0;
+    Microseconds due{0};
+    void (*callback)(std::int32_t, std::int32_t, std::int32_t, std::int32_t) = nullptr;
     const void* thread = ThisThread();
   };
   std::map<std::int32_t, Timer> timers;

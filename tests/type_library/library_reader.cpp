@@ -41,14 +41,14 @@ class Text {
 };
 
 // A description that its type lends and takes back.
-template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*release)(Description*)>
+template <class Description, void (STDMETHODCALLTYPE ITypeInfo::*kRelease)(Description*)>
 class Lent {
  public:
   explicit Lent(ITypeInfo& type) : type_(type) {}
   Lent(const Lent&) = delete;
   Lent& operator=(const Lent&) = delete;
   ~Lent() {
-    if (description_ != nullptr) (type_.*release)(description_);
+    if (description_ != nullptr) (type_.*kRelease)(description_);
   }
 
   Description** Receive() { return &description_; }

@@ -32,7 +32,7 @@ bool NeedsTransponder(CommandKind kind) {
   return kind != CommandKind::kBoxStatus;
 }
 
-std::string WithRemark(std::string text, const std::string& remark) {
+std::string WithRemark(const std::string& text, const std::string& remark) {
   return remark.empty() ? text : text + " (" + remark + ")";
 }
 

@@ -45,7 +45,7 @@ class MisbehaviourQueue {
  private:
   struct Entry {
     Misbehaviour fault;
-    unsigned count;
+    unsigned count = 0;
   };
 
   std::deque<Entry> entries_;

@@ -49,15 +49,15 @@ bool TakeSetting(Parsed& parsed, const std::string& value) {
   return AddCommand(parsed, "set " + value.substr(0, equals) + ' ' + value.substr(equals + 1));
 }
 
-template <std::string Options::*member>
+template <std::string Options::*kMember>
 bool TakeText(Parsed& parsed, const std::string& value) {
-  parsed.options.*member = value;
+  parsed.options.*kMember = value;
   return !value.empty();
 }
 
-template <std::string PortOptions::*member>
+template <std::string PortOptions::*kMember>
 bool TakePortText(Parsed& parsed, const std::string& value) {
-  parsed.options.port.*member = value;
+  parsed.options.port.*kMember = value;
   return !value.empty();
 }
 
@@ -135,7 +135,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
       value = arguments[i];
     }
     if (!found->take(parsed, value)) {
-      error = "not a value of " + argument + ": " + value;
+      error = "not a value of ";
+      error += argument + ": " + value;
       return std::nullopt;
     }
   }

@@ -123,7 +123,7 @@ std::uint16_t Socket::LocalPort() const {
   return ntohs(address.sin_port);
 }
 
-Socket Socket::Accept() {
+Socket Socket::Accept() const {
 #ifdef _WIN32
   WSAResetEvent(event_);
 #endif
@@ -140,6 +140,7 @@ WaitHandle Socket::Handle() const {
 #endif
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): under Windows it makes an event.
 bool Socket::MakeWaitable() {
   // Commands and answers are short lines that the other side waits for.
   const int on = 1;
@@ -153,7 +154,7 @@ bool Socket::MakeWaitable() {
 #endif
 }
 
-Socket::Received Socket::Receive(std::string& data) {
+Socket::Received Socket::Receive(std::string& data) const {
 #ifdef _WIN32
   // Reset first: data that arrives after the call below signals the event again.
   if (event_ != nullptr) WSAResetEvent(event_);
@@ -171,7 +172,7 @@ Socket::Received Socket::Receive(std::string& data) {
   }
 }
 
-bool Socket::Send(std::string& data) {
+bool Socket::Send(std::string& data) const {
   while (!data.empty()) {
     const auto count = send(handle_, data.data(), static_cast<Length>(data.size()), kSendFlags);
     if (count < 0) {
@@ -183,7 +184,7 @@ bool Socket::Send(std::string& data) {
   return true;
 }
 
-void Socket::SetTimeLimit(std::chrono::milliseconds limit) {
+void Socket::SetTimeLimit(std::chrono::milliseconds limit) const {
 #ifdef _WIN32
   const DWORD value = static_cast<DWORD>(limit.count());
   setsockopt(handle_, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&value), sizeof value);

@@ -30,7 +30,7 @@ class Socket {
   std::uint16_t LocalPort() const;
 
   /// The next client, ready for waits; closed when there is none.
-  Socket Accept();
+  Socket Accept() const;
 
   /// Becomes signalled when there is something to accept, to receive, or room to send again. Only
   /// for sockets that are ready for waits.
@@ -40,13 +40,13 @@ class Socket {
 
   /// Appends what has arrived to `data`. A blocking socket waits for something, at most
   /// `SetTimeLimit`.
-  Received Receive(std::string& data);
+  Received Receive(std::string& data) const;
 
   /// Sends from the front of `data` what goes, and takes it off; false when the other end is gone.
-  bool Send(std::string& data);
+  bool Send(std::string& data) const;
 
   /// How long a blocking Receive waits.
-  void SetTimeLimit(std::chrono::milliseconds limit);
+  void SetTimeLimit(std::chrono::milliseconds limit) const;
 
  private:
 #ifdef _WIN32

@@ -1,7 +1,8 @@
 #include <poll.h>
-#include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "tools/virtual_box/stop_signal.h"
 

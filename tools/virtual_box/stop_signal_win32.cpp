@@ -6,10 +6,10 @@ namespace qmzentrel::virtual_box {
 namespace {
 
 // The handler runs on a thread of the system's and is given no context.
-HANDLE stop_event = nullptr;
+HANDLE g_stop_event = nullptr;
 
 BOOL WINAPI OnConsoleControl(DWORD event) {
-  SetEvent(stop_event);
+  SetEvent(g_stop_event);
   // With these the system ends the process as soon as the handler returns; the program is to end by
   // itself first, as on an interrupt.
   const bool closes =
@@ -21,7 +21,7 @@ BOOL WINAPI OnConsoleControl(DWORD event) {
 }  // namespace
 
 StopSignal::StopSignal() : handle_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
-  stop_event = handle_;
+  g_stop_event = handle_;
   SetConsoleCtrlHandler(OnConsoleControl, TRUE);
 }
 

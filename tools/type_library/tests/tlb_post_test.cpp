@@ -1,10 +1,10 @@
 // The command line, through the program itself.
 
 #include <gtest/gtest.h>
-#include <stdio.h>
 #include <sys/wait.h>
 
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -27,7 +27,7 @@ class TlbPost : public testing::Test {
     FILE* const pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) throw std::runtime_error("cannot start the program");
     Result run{.exit_code = -1, .output = {}};
-    std::array<char, 256> part;
+    std::array<char, 256> part{};
     while (::fgets(part.data(), part.size(), pipe) != nullptr) run.output += part.data();
     const int status = ::pclose(pipe);
     if (WIFEXITED(status)) run.exit_code = WEXITSTATUS(status);
