@@ -76,7 +76,8 @@ class SimulatorDialogWindow : public testing::Test {
   }
 
   // Posted, as keys come: each is waited for by what follows it.
-  static void PressKey(HWND window, WPARAM key) {
+  static void PressKey(HWND window, int code) {
+    const auto key = static_cast<WPARAM>(code);
     PostMessageW(window, WM_KEYDOWN, key, 1);
     PostMessageW(window, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001U));
   }

@@ -72,6 +72,7 @@ void ResumeUnwinding(KeptUnwinding* kept) {
   throw fakes::ClientException();
 }
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): room for what is placed in it.
 ClientCode::ClientCode() {
   static_assert(sizeof(Registration) <= kRoom);
   g_first = new (&registration_) Registration{g_first, Kind::kClientCode};

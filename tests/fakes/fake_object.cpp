@@ -89,7 +89,7 @@ std::optional<LateFailure> LateLet(ClientObject object, std::string_view name,
   FakeObject::Arguments all = Copy(arguments);
   all.push_back(value);
   LateArgument ignored;
-  return Invoke(Object(object).lets, name, std::move(all), ignored);
+  return Invoke(Object(object).lets, name, all, ignored);
 }
 
 HeldObject CreateLateObject(std::string_view programmatic_identifier) {

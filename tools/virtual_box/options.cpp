@@ -136,7 +136,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
     }
     if (!found->take(parsed, value)) {
       error = "not a value of ";
-      error += argument + ": " + value;
+      error.append(argument).append(": ").append(value);
       return std::nullopt;
     }
   }
