@@ -3,6 +3,7 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 option(QMZ_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
+option(QMZ_FUZZ "Count what is executed, for the fuzzers to go by" OFF)
 
 # Everything of ours takes its flags from this one target; foreign code (GoogleTest) does not.
 add_library(qmzentrel_options INTERFACE)
@@ -30,5 +31,8 @@ else()
     target_compile_options(qmzentrel_options INTERFACE
       -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(qmzentrel_options INTERFACE -fsanitize=address,undefined)
+  endif()
+  if(QMZ_FUZZ)
+    target_compile_options(qmzentrel_options INTERFACE -fsanitize=fuzzer-no-link)
   endif()
 endif()
