@@ -1,0 +1,166 @@
+// What a process holds while the component works for long: memory, handles (files, ports, registry
+// keys, timers' events), GDI and USER objects, threads. One table, a line each twentieth of the
+// way; fails when a kind of work leaves something behind. Usage: bench_growth [SHARE]   the share
+// of the whole run that is wanted, 1 when not given
+#include <windows.h>
+
+// After it, which they need.
+#include <tlhelp32.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <vector>
+
+#include "bench/box_link.h"
+#include "bench/measure.h"
+#include "bench/opened_device.h"
+#include "platform/win32/simulator_dialog_controls.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/event_sink.h"
+#include "tests/clients/other_apartment.h"
+#include "tests/clients/test_catalog.h"
+#include "tests/faults/memory_use.h"
+#include "tools/dialog_driver/dialog_window.h"
+
+namespace {
+
+using namespace qmzentrel;
+using namespace qmzentrel::bench;
+
+constexpr int kSamples = 20;
+// What the first samples still bring: caches of the system, which fill once.
+constexpr int kSettled = 5;
+// Less than one byte for each call, and less than the least block for each dialog.
+constexpr long kAllowedHeap = 16 * 1024;
+constexpr short kNoSuchSignature = 5;
+
+struct Holding {
+  long heap;
+  long committed;
+  long handles;
+  long gdi;
+  long user;
+  long threads;
+};
+
+long Threads() {
+  const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 entry{};
+  entry.dwSize = sizeof entry;
+  long count = 0;
+  for (BOOL found = Thread32First(snapshot, &entry); found;
+       found = Thread32Next(snapshot, &entry)) {
+    if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+  }
+  CloseHandle(snapshot);
+  return count;
+}
+
+Holding Held() {
+  DWORD handles = 0;
+  GetProcessHandleCount(GetCurrentProcess(), &handles);
+  const HANDLE process = GetCurrentProcess();
+  return {.heap = static_cast<long>(HeapUse()),
+          .committed = static_cast<long>(PrivateUse()),
+          .handles = static_cast<long>(handles),
+          .gdi = static_cast<long>(GetGuiResources(process, GR_GDIOBJECTS)),
+          .user = static_cast<long>(GetGuiResources(process, GR_USEROBJECTS)),
+          .threads = Threads()};
+}
+
+bool HasGrown(const Holding& before, const Holding& after) {
+  return after.heap > before.heap + kAllowedHeap || after.handles > before.handles ||
+         after.gdi > before.gdi || after.user > before.user || after.threads > before.threads;
+}
+
+// False when the work leaves something behind.
+bool Watch(const char* name, int times, const std::function<void()>& work) {
+  Holding settled{};
+  Holding held{};
+  int done = 0;
+  for (int sample = 1; sample <= kSamples; ++sample) {
+    for (; done < static_cast<long long>(times) * sample / kSamples; ++done) work();
+    held = Held();
+    if (sample == kSettled) settled = held;
+    std::printf("%s\t%d\t%ld\t%ld\t%ld\t%ld\t%ld\t%ld\n", name, done, held.heap / 1024,
+                held.committed / 1024, held.handles, held.gdi, held.user, held.threads);
+    std::fflush(stdout);
+  }
+  const bool grown = HasGrown(settled, held);
+  if (grown) std::fprintf(stderr, "%s: something is left behind\n", name);
+  return !grown;
+}
+
+void CallEachWay(_Zentrel* zentrel, DISPID util, DISPID status) {
+  LONG value = 0;
+  Require(zentrel->put_Util(42) == S_OK && zentrel->get_Util(&value) == S_OK && value == 42,
+          "an early-bound call");
+  DISPPARAMS none{};
+  VARIANT result;
+  VariantInit(&result);
+  Require(zentrel->Invoke(util, IID_NULL, clients::kEnglish, DISPATCH_PROPERTYGET, &none, &result,
+                          nullptr, nullptr) == S_OK,
+          "a late-bound get");
+  VARIANTARG code;
+  V_VT(&code) = VT_I2;
+  V_I2(&code) = 1;
+  DISPPARAMS one{&code, nullptr, 1, 0};
+  Require(zentrel->Invoke(status, IID_NULL, clients::kEnglish, DISPATCH_METHOD, &one, &result,
+                          nullptr, nullptr) == S_OK,
+          "a late-bound call");
+  VariantClear(&result);
+}
+
+void UseNewObject() {
+  const auto object = clients::NewZentrel();
+  Require(object->put_PowerManagement(VARIANT_TRUE) == S_OK, "a new object");
+}
+
+void ShowDialog(_Zentrel* object) {
+  clients::OtherApartment user(COINIT_APARTMENTTHREADED, [] {
+    const auto dialog = dialog_driver::DialogWindow::WaitFor(L"Zentrel Simulator - Read", 20000);
+    Require(dialog.has_value(), "no dialog");
+    dialog->Click(IDC_cmdNoZentrel);
+  });
+  ZentrelStatus status = S_OKAY;
+  Require(object->ReadXpdr(&status) == S_OK && status == S_TIMEOUT, "a simulated read");
+  user.Join();
+}
+
+void Fail(_Zentrel* object) {
+  LONG signature = 0;
+  Require(FAILED(object->get_ZentrelSignature(kNoSuchSignature, &signature)), "a fault");
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  const double share = count > 1 ? std::atof(arguments[1]) : 1;
+  Require(share > 0 && share <= 10, "the share is a number above 0");
+  const auto times = [share](int whole) {
+    return std::max(kSamples, static_cast<int>(whole * share));
+  };
+  std::printf("work\tdone\theap kB\tcommitted kB\thandles\tGDI\tUSER\tthreads\n");
+
+  bool clean = true;
+  clients::TestCatalog catalog;
+  catalog.Fill();
+  BoxLink box;
+  box.Do("set pace 0");
+  {
+    const auto object = clients::NewZentrel();
+    const DISPID util = clients::IdOf(object.Get(), L"Util");
+    const DISPID status = clients::IdOf(object.Get(), L"Status");
+    clean &= Watch("calls", times(1'000'000), [&] { CallEachWay(object.Get(), util, status); });
+    clean &= Watch("faults", times(10'000), [&] { Fail(object.Get()); });
+    const OpenedDevice device(object.Get());
+    clean &= Watch("exchanges", times(100'000),
+                   [&] { MustSucceed(object.Get(), &_Zentrel::BoxStatus, "Box Status"); });
+  }
+  clean &= Watch("objects", times(10'000), UseNewObject);
+  catalog.Simulator(true);
+  const auto object = clients::NewZentrel();
+  clean &= Watch("dialogs", times(1'000), [&] { ShowDialog(object.Get()); });
+  return clean ? 0 : 1;
+}
