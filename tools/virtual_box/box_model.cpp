@@ -64,6 +64,10 @@ void BoxModel::Receive(std::span<const std::uint8_t> bytes, Time now) {
   }
 }
 
+void BoxModel::KeepInputOpen(Time now) {
+  if (splitter_.HasRest()) last_received_ = std::max(last_received_, now);
+}
+
 void BoxModel::SetSupply(bool on, Time now) {
   if (on == supplied_) return;
   if (!on) DropTraffic(now);

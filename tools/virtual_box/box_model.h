@@ -35,6 +35,10 @@ class BoxModel {
   /// Bytes arrived at the port. Without supply and during the start-up time they are lost.
   void Receive(std::span<const std::uint8_t> bytes, Time now);
 
+  /// The pause that ends a command has not begun before `now`: bytes have been found that may count
+  /// as older.
+  void KeepInputOpen(Time now);
+
   /// The supply came on or went off. Off cuts a reply short; on begins the start-up time.
   void SetSupply(bool on, Time now);
   bool HasSupply() const { return supplied_; }

@@ -100,15 +100,19 @@ void BoxProgram::Run() {
     wait.Until(NextDue());
 
     server_.Collect();
+    // Before the bytes are read: a box that loses its turn in between would take them for the
+    // beginning of a command that stopped.
     const Time now = MonotonicNow();
     // A client may switch the supply on and send in one go: whatever it has switched before it sent
     // these bytes is seen now, and counts first.
     const Bytes received = port_.Read();
+    const std::vector<LineChange> changes = port_.TakeLineChanges();
     const bool takes_time = model_.facts.intake != 0;
-    if (takes_time) PutOnWire(received);
+    if (takes_time) PutOnWire(received, changes);
     looked_ = now;
-    TakeLines(now);
+    TakeLines(changes, now);
     PassBytes(now);
+    if (takes_time && !received.empty()) model_.KeepInputOpen(now);
     if (!takes_time && !received.empty()) model_.Receive(received, now);
     const BoxModel::Output output = model_.Advance(now);
     port_.Write(output.bytes);
@@ -151,10 +155,15 @@ std::optional<Time> BoxProgram::NextDue() const {
 }
 
 // Bytes that are found now may be as old as the last look. They count as that old, so that a box on
-// a busy machine does not lose what a real one would have had in time.
-void BoxProgram::PutOnWire(const Bytes& bytes) {
+// a busy machine does not lose what a real one would have had in time; but a client sends when it
+// has switched the supply on.
+void BoxProgram::PutOnWire(const Bytes& bytes, const std::vector<LineChange>& changes) {
+  Time sent = looked_;
+  for (const LineChange& change : changes) {
+    if (change.dtr || change.rts) sent = std::max(sent, change.time);
+  }
   for (const std::uint8_t byte : bytes) {
-    wire_free_ = std::max(wire_free_, looked_) + kByteTime;
+    wire_free_ = std::max(wire_free_, sent) + kByteTime;
     on_wire_.emplace_back(wire_free_, byte);
   }
 }
@@ -167,8 +176,8 @@ void BoxProgram::PassBytes(Time until) {
   }
 }
 
-void BoxProgram::TakeLines(Time now) {
-  for (const LineChange& change : port_.TakeLineChanges()) {
+void BoxProgram::TakeLines(const std::vector<LineChange>& changes, Time now) {
+  for (const LineChange& change : changes) {
     PassBytes(change.time);
     supply_.Add(change);
     model_.SetSupply(supply_.IsOn(), std::min(change.time, now));

@@ -43,9 +43,9 @@ class BoxProgram : public BoxHost {
 
  private:
   std::optional<Time> NextDue() const;
-  void PutOnWire(const Bytes& bytes);
+  void PutOnWire(const Bytes& bytes, const std::vector<LineChange>& changes);
   void PassBytes(Time until);
-  void TakeLines(Time now);
+  void TakeLines(const std::vector<LineChange>& changes, Time now);
   void LogEvent(const std::string& meaning);
 
   Options options_;
