@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "platform/text.h"
@@ -257,7 +259,8 @@ int CompareWithPivot(const std::string& name, const Variant& pivot) {
 }
 
 // Hoare's quicksort. `procedure` and `parameter_names` are what a report calls the procedure and
-// its parameters.
+// its parameters. Parts wait for their pass in a list, in the order of a recursion: how many there
+// are is decided by names of others, and for a recursion they could use up the stack.
 template <class Entry>
 void QSort(const char* procedure, const char* parameter_names, std::vector<Entry>& list,
            std::int32_t lngFirst, std::int32_t lngLast) {
@@ -266,6 +269,7 @@ void QSort(const char* procedure, const char* parameter_names, std::vector<Entry
   std::int32_t lngMiddle = 0;
   Variant vntTempVal;
   Variant vntTestVal;
+  std::vector<std::pair<std::int32_t, std::int32_t>> parts;
   ErrorFrame frame(NoFields("modCOM_Registry"), procedure,
                    Variables(parameter_names, list, lngFirst, lngLast),
                    LOCALS(lngLow, lngHigh, lngMiddle, vntTempVal, vntTestVal));
@@ -278,24 +282,29 @@ void QSort(const char* procedure, const char* parameter_names, std::vector<Entry
     };
     STEP if (lngFirst == -1) lngFirst = 0;
     STEP if (lngLast == -1) lngLast = static_cast<std::int32_t>(list.size()) - 1;
-    STEP lngLow = lngFirst;
-    STEP lngHigh = lngLast;
-    STEP if (lngLow >= lngHigh) return;
-    STEP lngMiddle = lngLow + (lngHigh - lngLow) / 2;
-    STEP vntTestVal = NameOf(at(lngMiddle));
-    STEP if (const auto number = NumericValue(NameOf(at(lngMiddle)))) vntTestVal = *number;
-    STEP while (lngLow <= lngHigh) {
-      STEP while (CompareWithPivot(NameOf(at(lngLow)), vntTestVal) < 0) lngLow += 1;
-      STEP while (CompareWithPivot(NameOf(at(lngHigh)), vntTestVal) > 0) lngHigh -= 1;
-      STEP if (lngLow <= lngHigh) {
-        STEP vntTempVal = NameOf(at(lngLow));
-        STEP std::swap(at(lngLow), at(lngHigh));
-        STEP lngLow += 1;
-        STEP lngHigh -= 1;
+    STEP if (lngFirst < lngLast) parts.emplace_back(lngFirst, lngLast);
+    STEP while (!parts.empty()) {
+      STEP std::tie(lngFirst, lngLast) = parts.back();
+      STEP parts.pop_back();
+      STEP lngLow = lngFirst;
+      STEP lngHigh = lngLast;
+      STEP lngMiddle = lngLow + (lngHigh - lngLow) / 2;
+      STEP vntTempVal = {};
+      STEP vntTestVal = NameOf(at(lngMiddle));
+      STEP if (const auto number = NumericValue(NameOf(at(lngMiddle)))) vntTestVal = *number;
+      STEP while (lngLow <= lngHigh) {
+        STEP while (CompareWithPivot(NameOf(at(lngLow)), vntTestVal) < 0) lngLow += 1;
+        STEP while (CompareWithPivot(NameOf(at(lngHigh)), vntTestVal) > 0) lngHigh -= 1;
+        STEP if (lngLow <= lngHigh) {
+          STEP vntTempVal = NameOf(at(lngLow));
+          STEP std::swap(at(lngLow), at(lngHigh));
+          STEP lngLow += 1;
+          STEP lngHigh -= 1;
+        }
       }
+      STEP if (lngLow < lngLast) parts.emplace_back(lngLow, lngLast);
+      STEP if (lngFirst < lngHigh) parts.emplace_back(lngFirst, lngHigh);
     }
-    STEP if (lngFirst < lngHigh) QSort(procedure, parameter_names, list, lngFirst, lngHigh);
-    STEP if (lngLow < lngLast) QSort(procedure, parameter_names, list, lngLow, lngLast);
   });
 }
 

@@ -173,5 +173,32 @@ TEST_F(RegistrySort, LongListsInEveryShapeAreSorted) {
   EXPECT_EQ(Sorted(Texts(2000, "7")), Texts(2000, "7"));
 }
 
+// Each pivot is the least of its part, so that every pass takes away one name.
+TEST_F(RegistrySort, TheWorstOrderNeedsNoMoreStackThanAnyOther) {
+  constexpr std::size_t kNames = 600;
+  Texts sorted;
+  std::vector<std::size_t> places;
+  for (std::size_t i = 0; i < kNames; ++i) {
+    sorted.push_back("name" + std::to_string(1000 + i));
+    places.push_back(i);
+  }
+  Texts worst(kNames);
+  for (std::size_t first = 0; first < kNames; ++first) {
+    const std::size_t middle = first + (kNames - 1 - first) / 2;
+    worst[places[middle]] = sorted[first];
+    std::swap(places[first], places[middle]);
+  }
+  std::vector<std::uintptr_t> frames;
+  TheWorld().before_call = [&frames](const std::string&) {
+    frames.push_back(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)));
+  };
+  RegKeys_QSort(worst, -1, -1);
+  TheWorld().before_call = nullptr;
+  EXPECT_EQ(worst, sorted);
+  ASSERT_FALSE(frames.empty());
+  const auto [deepest, shallowest] = std::ranges::minmax(frames);
+  EXPECT_LT(shallowest - deepest, 0x4000U);
+}
+
 }  // namespace
 }  // namespace qmzentrel::tests
