@@ -4,6 +4,12 @@
 #include "support/registry_values.h"
 
 namespace qmzentrel {
+namespace {
+
+// The interface of a transponder that is not set up.
+constexpr std::int32_t kNotSetUp = -1;
+
+}  // namespace
 
 void Zentrel::LoadNames() {
   std::int32_t n = 0;
@@ -17,9 +23,8 @@ void Zentrel::LoadNames() {
     // both, and clients rely on both properties failing then.
     STEP if (!modCOM_Registry::RegGetValue(interfaces, catalogs::value_name::kMax, vntMax)) return;
     STEP lngMax = std::get<std::int32_t>(vntMax);
-    // Interface -1 stands for a transponder that is not set up.
-    STEP m_strMIFs.ReDim(-1, lngMax);
-    STEP for (n = -1; n <= m_strMIFs.UpperBound(); ++n) {
+    STEP m_strMIFs.ReDim(kNotSetUp, catalogs::LastLookedUp({kNotSetUp, lngMax}));
+    STEP for (n = kNotSetUp; n <= m_strMIFs.UpperBound(); ++n) {
       STEP m_strMIFs[n] = catalogs::ReadName(interfaces, n, "");
     }
     STEP const OpenKey intervals(platform::kLocalMachine, catalogs::kIntervalsKey);

@@ -16,6 +16,11 @@ constexpr const char* kUnknown = "Unknown";
 
 }  // namespace
 
+std::int32_t LastLookedUp(const Range& range) {
+  const std::int64_t last = std::int64_t{range.first} + kMostNumbers - 1;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(range.last, last));
+}
+
 Range ReadRange(const OpenKey& key) {
   const auto first = registry::Number(key, value_name::kMin);
   const auto last = registry::Number(key, value_name::kMax);
@@ -51,7 +56,7 @@ void OfferInterfaces(const AddEntry& add) {
 void OfferIntervals(const AddEntry& add) {
   const OpenKey key(platform::kLocalMachine, kIntervalsKey);
   const Range range = ReadRange(key);
-  for (std::int64_t n = range.first; n <= range.last; ++n) {
+  for (std::int64_t n = range.first; n <= LastLookedUp(range); ++n) {
     const auto number = static_cast<std::int32_t>(n);
     add(number, registry::Text(key, std::to_string(number), kUnknown));
   }

@@ -24,6 +24,14 @@ struct Range {
   std::int32_t last = -1;
 };
 
+/// A list goes through no more numbers than this from the first of its range on, and no more names
+/// are loaded: what lies beyond is left out. Far more than a transponder or a frame can hold, but a
+/// range is whatever somebody has written, and each number is looked up.
+inline constexpr std::int32_t kMostNumbers = 4096;
+
+/// The last number of the range that is looked up.
+std::int32_t LastLookedUp(const Range& range);
+
 /// "Min" to "Max" of a key. Empty when either is missing or no number.
 Range ReadRange(const modCOM_Registry::OpenKey& key);
 
@@ -42,7 +50,8 @@ bool HasBit(std::int32_t mask, std::int32_t number);
 /// "Unknown". Error 6 at interface 31, after the entries before it have been added.
 void OfferInterfaces(const AddEntry& add);
 
-/// The transmit intervals from "Min" to "Max". One without a name is "Unknown".
+/// The transmit intervals from "Min" to "Max", at most kMostNumbers. One without a name is
+/// "Unknown".
 void OfferIntervals(const AddEntry& add);
 
 }  // namespace qmzentrel::catalogs

@@ -18,7 +18,7 @@ MsiDescription MsiOf(std::int32_t meter_interface) {
   msi.range = {registry::Number(key, value_name::kMin, msi.range.first),
                registry::Number(key, value_name::kMax, msi.range.last)};
   msi.preselected = registry::Number(key, value_name::kDefault, msi.preselected);
-  for (std::int64_t n = msi.range.first; n <= msi.range.last; ++n) {
+  for (std::int64_t n = msi.range.first; n <= LastLookedUp(msi.range); ++n) {
     const auto value = static_cast<std::int32_t>(n);
     const std::string bare = "0x" + modCOM_Hex::HexPad(value, 1);
     msi.names.push_back(registry::Text(key, std::to_string(value), bare));

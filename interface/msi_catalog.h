@@ -13,7 +13,7 @@ struct MsiDescription {
   std::string caption = "MSI";
   Range range{0, 15};
   std::int32_t preselected = 0;    ///< "Default"
-  std::vector<std::string> names;  ///< of the values in the range, in its order
+  std::vector<std::string> names;  ///< of the values in the range, at most kMostNumbers
 };
 
 /// The description that the interface names. A value without a name has its hexadecimal digits.

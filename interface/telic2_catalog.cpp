@@ -50,7 +50,7 @@ TestMessageList::TestMessageList(const std::string& device_key)
     : key_(platform::kLocalMachine, device_key + kTestMessagesName), range_(ReadRange(key_)) {}
 
 void TestMessageList::Offer(const AddEntry& add) const {
-  for (std::int64_t n = range_.first; n <= range_.last; ++n) {
+  for (std::int64_t n = range_.first; n <= LastLookedUp(range_); ++n) {
     const auto message = static_cast<std::int32_t>(n);
     add(message, ReadName(key_, message, kNoName));
   }

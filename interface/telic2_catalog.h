@@ -34,7 +34,8 @@ class MessageList {
   std::int32_t commands_;
 };
 
-/// The test messages of a device from "Min" to "Max", which are read when the object is made.
+/// The test messages of a device from "Min" to "Max", at most kMostNumbers. Both are read when the
+/// object is made.
 class TestMessageList {
  public:
   explicit TestMessageList(const std::string& device_key);

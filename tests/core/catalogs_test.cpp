@@ -24,6 +24,12 @@ using Offered = std::vector<std::pair<std::int32_t, std::string>>;
 
 class Catalogs : public CoreTest {
  protected:
+  /// Ranges of more numbers than any list has.
+  static constexpr std::pair<std::int32_t, std::int32_t> kTooMany[] = {
+      {1, 4097},
+      {std::numeric_limits<std::int32_t>::min(), 0},
+      {-1, std::numeric_limits<std::int32_t>::max()}};
+
   template <class Offer>
   static Offered EntriesOf(Offer offer) {
     Offered entries;
@@ -222,6 +228,15 @@ TEST_F(Catalogs, IntervalsMayBeginBelow0AndGoBeyond30) {
   EXPECT_EQ(Intervals().size(), 2U) << "the last of all numbers ends the list";
 }
 
+TEST_F(Catalogs, IntervalsBeyond4096AreLeftOut) {
+  SetRange(kIntervals, 0, 4095);
+  EXPECT_EQ(Intervals(), Numbered(0, 4095, "Unknown"));
+  for (const auto& [first, last] : kTooMany) {
+    SetRange(kIntervals, first, last);
+    ASSERT_EQ(Intervals(), Numbered(first, first + 4095, "Unknown"));
+  }
+}
+
 // --- Meter specific information ---
 
 class MeterSpecificInformation : public Catalogs {
@@ -293,6 +308,19 @@ TEST_F(MeterSpecificInformation, MayBeSharedByInterfaces) {
 TEST_F(MeterSpecificInformation, HasNoNamesInAnEmptyRange) {
   SetRange(kDials, 6, 5);
   EXPECT_EQ(catalogs::MsiOf(3).names, Texts{});
+}
+
+TEST_F(MeterSpecificInformation, HasNoMoreThan4096Names) {
+  for (const auto& [first, last] : kTooMany) {
+    SetRange(kDials, first, last);
+    SetText(kDials, std::to_string(first), "first");
+    SetText(kDials, std::to_string(first + 4095), "last");
+    const catalogs::MsiDescription msi = catalogs::MsiOf(3);
+    ASSERT_EQ(msi.names.size(), 4096U);
+    EXPECT_EQ(msi.names.front(), "first");
+    EXPECT_EQ(msi.names.back(), "last");
+    EXPECT_EQ(msi.range.last, last);
+  }
 }
 
 TEST_F(MeterSpecificInformation, ReadsEachValueOnce) {
@@ -389,6 +417,15 @@ TEST_F(Catalogs, NoFailureOfTheRegistryIsRaisedOrReported) {
 }
 
 // --- Sub-devices ---
+
+TEST_F(Catalogs, TestMessagesBeyond4096AreLeftOut) {
+  for (const auto& [first, last] : kTooMany) {
+    SetRange(TestMessages("Meter"), first, last);
+    const catalogs::TestMessageList messages(catalogs::DeviceKey("Meter"));
+    ASSERT_EQ(EntriesOf([&](const catalogs::AddEntry& add) { messages.Offer(add); }),
+              Numbered(first, first + 4095, "Invalid"));
+  }
+}
 
 TEST_F(Catalogs, TheKeyOfADeviceEndsInOneBackslash) {
   EXPECT_EQ(catalogs::DeviceKey("Meter"), kDeviceTypes + "\\Meter\\");

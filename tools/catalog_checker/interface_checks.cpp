@@ -75,8 +75,9 @@ void Interfaces::CheckLast(std::int32_t last) const {
     key_.Fault(value_name::kMax, is + "below -1", "no object can be created (0x800AFFFF)");
   } else if (last > kPromptRange.last) {
     key_.Fault(value_name::kMax, is + "above " + std::to_string(kPromptRange.last),
-               "each new object reads a key for every number, a million in some 9 s, and fails if "
-               "memory runs out; the list of interfaces ends with error 6");
+               "each new object reads a key for every number, the first " +
+                   std::to_string(catalogs::kMostNumbers) +
+                   " of them; the list of interfaces ends with error 6");
   } else if (last > HighestBit()) {
     key_.Fault(value_name::kMax, is + "above " + std::to_string(HighestBit()),
                "the list of interfaces ends with error 6 at " + std::to_string(HighestBit() + 1));

@@ -80,7 +80,8 @@ std::optional<Range> CheckRange(const CatalogKey& key, const std::optional<std::
 
 std::string EffectOfEnd(std::int32_t end, const std::string& effect) {
   if (IsWithin(kPromptRange, end)) return effect;
-  return "its numbers are looked up one by one, for seconds or longer; " + effect;
+  return "its numbers are looked up one by one, the first " +
+         std::to_string(catalogs::kMostNumbers) + " of them; " + effect;
 }
 
 std::optional<std::int32_t> CheckVersioned(const CatalogKey& key, const std::string& name,

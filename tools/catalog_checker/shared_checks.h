@@ -51,7 +51,7 @@ inline constexpr std::int32_t kMostRead = 28;      ///< of the 33 bytes of a rep
 /// The component looks up the numbers of a range one by one; within this one nobody notices.
 inline constexpr catalogs::Range kPromptRange{-1, 1000};
 
-/// The `effect` of a range that goes to `end`, with the time that it takes beyond kPromptRange.
+/// The `effect` of a range that goes to `end`, with what is looked up of it beyond kPromptRange.
 std::string EffectOfEnd(std::int32_t end, const std::string& effect);
 
 /// Judges a value that the simulator looks up for the version chosen: unlike elsewhere, a text that
