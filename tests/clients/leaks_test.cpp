@@ -7,6 +7,7 @@
 
 #include "tests/clients/com_client.h"
 #include "tests/clients/event_sink.h"
+#include "tests/clients/heap_blocks.h"
 #include "tests/clients/other_apartment.h"
 
 namespace qmzentrel::clients {
@@ -30,22 +31,6 @@ void ExpectNoGrowth(Round round) {
   for (int i = 0; i < kRounds; ++i) round();
   const std::size_t after = MemoryInUse();
   EXPECT_LT(after, before + kAllowedGrowth);
-}
-
-// Blocks that are in use on all heaps of the process.
-std::size_t BlocksInUse() {
-  HANDLE heaps[64];
-  const DWORD count = GetProcessHeaps(64, heaps);
-  std::size_t blocks = 0;
-  for (DWORD i = 0; i < count && i < 64; ++i) {
-    HeapLock(heaps[i]);
-    PROCESS_HEAP_ENTRY entry{};
-    while (HeapWalk(heaps[i], &entry)) {
-      if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) ++blocks;
-    }
-    HeapUnlock(heaps[i]);
-  }
-  return blocks;
 }
 
 class Leaks : public testing::Test {
