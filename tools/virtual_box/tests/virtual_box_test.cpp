@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "tools/virtual_box/control_client.h"
 #include "tools/virtual_box/event_wait.h"
@@ -30,6 +32,24 @@ fs::path MakeTemporaryFolder() {
   std::string path = (fs::temp_directory_path() / "virtual_box_XXXXXX").string();
   if (mkdtemp(path.data()) == nullptr) std::abort();
   return path;
+}
+
+// The addresses of this machine that sockets with that port are bound to, as the system lists them:
+// hexadecimal numbers.
+std::vector<std::string> AddressesWith(std::uint16_t port) {
+  char wanted[8];
+  std::snprintf(wanted, sizeof wanted, ":%04X", port);
+  std::vector<std::string> addresses;
+  for (const char* table : {"tcp", "tcp6", "udp", "udp6"}) {
+    std::ifstream lines(fs::path("/proc/net") / table);
+    for (std::string line; std::getline(lines, line);) {
+      std::string number;
+      std::string address;
+      std::istringstream(line) >> number >> address;
+      if (address.ends_with(wanted)) addresses.push_back(address.substr(0, address.find(':')));
+    }
+  }
+  return addresses;
 }
 
 class BoxProcess {
@@ -327,6 +347,14 @@ TEST_F(VirtualBoxProgram, ServesSeveralControlClientsAtOnce) {
   Write(port, {0x80});
   EXPECT_EQ(waiting_client.Command("wait-frames 2 20000").text, "2");
   EXPECT_EQ(Do("get util"), "ok 42");
+}
+
+TEST_F(VirtualBoxProgram, IsReachedFromThisMachineAlone) {
+  Start();
+  const std::vector<std::string> addresses = AddressesWith(ControlPort());
+  // That which listens and that which the test has connected to.
+  EXPECT_GE(addresses.size(), 2U);
+  for (const std::string& address : addresses) EXPECT_EQ(address, "0100007F");
 }
 
 TEST_F(VirtualBoxProgram, ShowsHowTheClientHasSetItsPortUp) {
