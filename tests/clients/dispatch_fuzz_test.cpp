@@ -183,14 +183,12 @@ template <class Type, class Call>
 void Answered(bool to_nowhere, EarlyOutcome& outcome, Call call) {
   using Given = typename Type::Given;
   Given place;
-  Given none;
   std::memset(&place, 0xCD, sizeof place);
-  std::memset(&none, 0, sizeof none);
   outcome.result = call(to_nowhere ? nullptr : &place);
   if (to_nowhere) {
     if (outcome.result != E_POINTER) outcome.finding = "a result that has nowhere to go";
   } else if (FAILED(outcome.result)) {
-    if (std::memcmp(&place, &none, sizeof place) != 0) outcome.finding = "a result of a failure";
+    if (place != Given{}) outcome.finding = "a result of a failure";
   } else if constexpr (std::is_same_v<Given, BSTR>) {
     if (place == nullptr) outcome.finding = "no text";
     SysFreeString(place);
@@ -350,14 +348,14 @@ class DispatchFuzz : public testing::Test {
     SetUnhandledExceptionFilter(SayWhere);
     Renew();
   }
-  ~DispatchFuzz() override { EXPECT_EQ(zentrel.Detach()->Release(), 0U); }
+  ~DispatchFuzz() override { EXPECT_EQ(zentrel_.Detach()->Release(), 0U); }
 
   // Calls from `first` on; ends at the first finding.
   void Run(std::uint64_t first, std::uint64_t calls) {
     for (g_call = first; g_call < first + calls; ++g_call) {
       // Every call can be had alone.
       Random random(g_seed * 0x100000001u + g_call);
-      objects.Follow(random);
+      objects_.Follow(random);
       const ULONGLONG begin = GetTickCount64();
       std::string what;
       Finding finding = random.OneIn(3)
@@ -374,7 +372,7 @@ class DispatchFuzz : public testing::Test {
 
  private:
   Finding Late(Random& random, std::string& what) {
-    LateCall call(random, objects);
+    LateCall call(random, objects_);
     const auto before = call.odd.Record();
     constexpr UINT kNoPlace = 0xDEAD;
     UINT place = kNoPlace;
@@ -383,10 +381,10 @@ class DispatchFuzz : public testing::Test {
     V_VT(&result) = VT_BSTR;  // of which nothing must be freed
     V_BSTR(&result) = reinterpret_cast<BSTR>(static_cast<INT_PTR>(0x1234));
     what = call.Shown();
-    const HRESULT ended = zentrel->Invoke(call.id, call.riid, call.lcid, call.flags, call.given,
-                                          call.wants_result ? &result : nullptr,
-                                          call.wants_failure ? &failure : nullptr,
-                                          call.wants_place ? &place : nullptr);
+    const HRESULT ended = zentrel_->Invoke(call.id, call.riid, call.lcid, call.flags, call.given,
+                                           call.wants_result ? &result : nullptr,
+                                           call.wants_failure ? &failure : nullptr,
+                                           call.wants_place ? &place : nullptr);
     what += "\n  ended with " + Hex(static_cast<std::uint32_t>(ended));
     ++ends_late[ended];
 
@@ -395,7 +393,7 @@ class DispatchFuzz : public testing::Test {
     if (refusal && *refusal != ended)
       return "not refused with " + Hex(static_cast<std::uint32_t>(*refusal));
     if (!refusal && !IsOfArguments(ended)) return "no documented code";
-    if (TakenErrorDescription() != L"") return "an error info is left";
+    if (!TakenErrorDescription().empty()) return "an error info is left";
     if (place != kNoPlace && place >= call.odd.list.size()) return "a place that there is not";
     if (Finding found = WrongFailure(ended, failure, call.wants_failure)) return found;
     // What is malformed is not even looked at.
@@ -422,7 +420,7 @@ class DispatchFuzz : public testing::Test {
     if (ended != DISP_E_EXCEPTION || !wanted) {
       if (failure.scode != S_OK || !whole || !source.empty()) return "a failure that is none";
       // Of one that nobody wants to hear of only the report could tell what it was.
-      return ended == DISP_E_EXCEPTION ? OfProcessor(reports.Take()) : WrongReports(ended);
+      return ended == DISP_E_EXCEPTION ? OfProcessor(reports_.Take()) : WrongReports(ended);
     }
     if (!whole || !IsOfProcedure(failure.scode)) return "no documented code of a failure";
     if (source != L"QmZentrel" || description.empty()) return "a failure without words";
@@ -431,7 +429,7 @@ class DispatchFuzz : public testing::Test {
 
   // A fault is reported once, and nothing else is.
   Finding WrongReports(HRESULT ended) {
-    const auto taken = reports.Take();
+    const auto taken = reports_.Take();
     if (taken.size() != (ended == kReportedFault ? 1U : 0U)) {
       return std::to_string(taken.size()) + " reports";
     }
@@ -450,11 +448,11 @@ class DispatchFuzz : public testing::Test {
   }
 
   Finding Early(Random& random, std::string& what) {
-    OddArguments odd(random, objects);
+    OddArguments odd(random, objects_);
     const EarlyCall& call = random.Of(kEarlyCalls);
     what = Narrow(call.name);
     EarlyOutcome outcome;
-    call.run(*zentrel.Get(), odd, random.OneIn(20), outcome);
+    call.run(*zentrel_.Get(), odd, random.OneIn(20), outcome);
     what += " ended with " + Hex(static_cast<std::uint32_t>(outcome.result));
     ++ends_early[outcome.result];
     if (outcome.finding) return outcome.finding;
@@ -488,7 +486,7 @@ class DispatchFuzz : public testing::Test {
     const IID riid = random.OneIn(40) ? IID_IDispatch : IID_NULL;
     std::vector<DISPID> ids(names.size(), 0x5A5A);
     const bool nothing = random.OneIn(60);
-    const HRESULT ended = zentrel->GetIDsOfNames(
+    const HRESULT ended = zentrel_->GetIDsOfNames(
         riid, nothing ? nullptr : names.data(), static_cast<UINT>(names.size()),
         static_cast<LCID>(random.Next()), nothing ? nullptr : ids.data());
     what = "GetIDsOfNames" + what + " ended with " + Hex(static_cast<std::uint32_t>(ended));
@@ -517,13 +515,13 @@ class DispatchFuzz : public testing::Test {
   Finding AfterAll(Random& random) {
     const auto number = static_cast<LONG>(random.Next());
     LONG kept = 0;
-    if (FAILED(zentrel->put_Util(number)) || FAILED(zentrel->get_Util(&kept)) || kept != number) {
+    if (FAILED(zentrel_->put_Util(number)) || FAILED(zentrel_->get_Util(&kept)) || kept != number) {
       return "the object does not answer";
     }
-    const Outcome late = InvokeId(zentrel.Get(), 0x68030016, DISPATCH_PROPERTYGET, {});
+    const Outcome late = InvokeId(zentrel_.Get(), 0x68030016, DISPATCH_PROPERTYGET, {});
     if (late.result != S_OK || late.value.AsLong() != number) return "not late bound";
-    if (objects.References() != 0) return "an object is still held";
-    if (FAILED(zentrel->put_VDelay(0)) || FAILED(zentrel->put_PowerManagement(VARIANT_FALSE))) {
+    if (objects_.References() != 0) return "an object is still held";
+    if (FAILED(zentrel_->put_VDelay(0)) || FAILED(zentrel_->put_PowerManagement(VARIANT_FALSE))) {
       return "the supply cannot be kept";
     }
     if (g_call % 512 == 0 && HeapValidate(GetProcessHeap(), 0, nullptr) == FALSE) {
@@ -535,20 +533,20 @@ class DispatchFuzz : public testing::Test {
 
   // After a Box Status an object waits before it switches the supply on.
   void Renew() {
-    if (_Zentrel* const last = zentrel.Detach()) {
+    if (_Zentrel* const last = zentrel_.Detach()) {
       EXPECT_EQ(last->Release(), 0U);
     }
-    zentrel = NewZentrel();
-    EXPECT_EQ(zentrel->put_VDelay(0), S_OK);
-    EXPECT_EQ(zentrel->put_PowerManagement(VARIANT_FALSE), S_OK);
+    zentrel_ = NewZentrel();
+    EXPECT_EQ(zentrel_->put_VDelay(0), S_OK);
+    EXPECT_EQ(zentrel_->put_PowerManagement(VARIANT_FALSE), S_OK);
   }
 
   static constexpr DISPID kBoxStatus = 0x6003001E;
 
-  ErrorReports reports;
-  FilledTestCatalog catalog;
-  OddObjects objects;
-  ComPointer<_Zentrel> zentrel;
+  ErrorReports reports_;
+  FilledTestCatalog catalog_;
+  OddObjects objects_;
+  ComPointer<_Zentrel> zentrel_;
 };
 
 void Print(const char* what, const std::map<HRESULT, std::uint64_t>& ends) {
