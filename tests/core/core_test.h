@@ -106,14 +106,19 @@ class ZentrelTest : public CoreTest, private ZentrelEvents {
   void SetUp() override {
     CoreTest::SetUp();
     TheWorld().ports[kPort];
-    zentrel = Zentrel::Create();
-    zentrel->Events(this);
-    TheWorld().TakeJournal();
+    MakeObject();
   }
 
   void TearDown() override {
     zentrel.reset();
     CoreTest::TearDown();
+  }
+
+  /// A new object in place of the one before.
+  void MakeObject() {
+    zentrel = Zentrel::Create();
+    zentrel->Events(this);
+    TheWorld().TakeJournal();
   }
 
   fakes::FakePort& Port() { return TheWorld().ports[kPort]; }

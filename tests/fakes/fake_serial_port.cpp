@@ -41,6 +41,7 @@ void PutOnWire(FakePort& port, std::span<const std::uint8_t> bytes) {
 }
 
 void SwitchLines(FakePort& port, ModemLines lines) {
+  if (port.refuses_lines) return;
   if ((port.lines.dtr && !lines.dtr) || (port.lines.rts && !lines.rts)) CutWire(port);
   port.lines = lines;
   port.line_history.push_back(lines);
@@ -149,6 +150,14 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
   FakePort* port = state_->Port();
   if (!port) return 0;
   fakes::World& world = TheWorld();
+  if (!port->reads_fail.empty()) {
+    const bool fails = port->reads_fail.front();
+    port->reads_fail.pop_front();
+    if (fails) {
+      world.Note("read " + std::to_string(buffer.size()) + " failed");
+      return 0;
+    }
+  }
   const Microseconds deadline = world.now + Milliseconds(timeout_ms);
   std::size_t count = 0;
   while (!port->vanished && count < buffer.size() && !port->incoming.empty() &&
@@ -157,6 +166,7 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
     world.now = std::max(world.now, byte->first);
     buffer[count++] = byte->second;
     port->incoming.erase(byte);
+    if (port->vanishes_after && --*port->vanishes_after == 0) port->vanished = true;
   }
   if (count < buffer.size()) world.now = std::max(world.now, deadline);
   world.Note("read " + std::to_string(buffer.size()) + " within " + std::to_string(timeout_ms) +

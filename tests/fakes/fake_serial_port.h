@@ -44,6 +44,9 @@ struct FakePort {
   std::vector<platform::ModemLines> line_history;  ///< each setting since the port was there
   std::vector<Bytes> written;                      ///< what the driver was handed, write by write
   std::optional<std::size_t> driver_room;  ///< bytes of a write that the driver takes; unset: all
+  std::deque<bool> reads_fail;  ///< one per read, in order: true ends it at once with no byte
+  std::optional<std::size_t> vanishes_after;  ///< so many bytes read; then it has `vanished`
+  bool refuses_lines = false;                 ///< the lines stay as they are
   /// Each byte with the moment at which its last bit has passed the wire. A line that goes off
   /// takes the supply from the box, and a closing empties the driver: either cuts what has not
   /// passed.
