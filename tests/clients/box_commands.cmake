@@ -5,6 +5,7 @@ add_executable(box_commands_tests
   box_clients_test.cpp
   box_commands_test.cpp
   box_control.cpp
+  box_fault_matrix_test.cpp
   box_faults_test.cpp
   box_port_test.cpp
   box_sub_device_test.cpp

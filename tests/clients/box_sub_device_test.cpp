@@ -4,32 +4,11 @@
 #include <vector>
 
 #include "tests/clients/box_test.h"
+#include "tests/clients/sub_device_messages.h"
 #include "tests/clients/test_catalog.h"
 
 namespace qmzentrel::clients {
 namespace {
-
-// The client's two arrays.
-class Messages {
- public:
-  explicit Messages(const std::vector<LONG>& identifiers, const std::vector<LONG>& data = {})
-      : identifiers_(Value::LongArray(identifiers)),
-        data_(Value::LongArray(data.empty() ? std::vector<LONG>(identifiers.size()) : data)),
-        count_(static_cast<LONG>(identifiers.size())) {}
-
-  SAFEARRAY** Identifiers() { return &V_ARRAY(&identifiers_.Raw()); }
-  SAFEARRAY** Data() { return &V_ARRAY(&data_.Raw()); }
-  LONG Count() const { return count_; }
-  std::vector<LONG> Received() {
-    const auto* const first = static_cast<const LONG*>((*Data())->pvData);
-    return {first, first + (*Data())->rgsabound[0].cElements};
-  }
-
- private:
-  Value identifiers_;
-  Value data_;
-  LONG count_;
-};
 
 class BoxSubDevice : public BoxTest {
  protected:
@@ -43,15 +22,8 @@ class BoxSubDevice : public BoxTest {
     ASSERT_EQ(Let(client.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
   }
 
-  using Command = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(LONG, SAFEARRAY**, SAFEARRAY**,
-                                                          ZentrelStatus*);
-  ZentrelStatus Run(Command command, Messages& messages) { return Run(client, command, messages); }
-  static ZentrelStatus Run(const BoxClient& by, Command command, Messages& messages) {
-    ZentrelStatus status = S_BAD_SUM;  // which no command here answers
-    EXPECT_EQ(
-        (by.Object()->*command)(messages.Count(), messages.Identifiers(), messages.Data(), &status),
-        S_OK);
-    return status;
+  ZentrelStatus Run(Messages::Command command, Messages& messages) {
+    return messages.Run(client.Object(), command);
   }
 
   // As many messages without a reply as fit a frame, and the frame: 19 bytes, 22 ms on the wire.
@@ -134,7 +106,7 @@ TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIs
     Open(one);
     ASSERT_EQ(Let(one.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
     Messages messages = LongTest();
-    ASSERT_EQ(Run(one, &_Zentrel::TELIC2Test, messages), S_OKAY);
+    ASSERT_EQ(messages.Run(one.Object(), &_Zentrel::TELIC2Test), S_OKAY);
     nexts[round % std::size(nexts)](one);
     expected.emplace_back(kLongFrame);
     Box().AwaitFrames(expected.size());

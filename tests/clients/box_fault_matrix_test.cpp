@@ -1,0 +1,224 @@
+// Every command that meets the box, under faults of the wire: a sample, on a real port and in real
+// time, of what the core is held to in full.
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/clients/box_test.h"
+#include "tests/clients/sub_device_messages.h"
+#include "tests/clients/test_catalog.h"
+
+namespace qmzentrel::clients {
+namespace {
+
+// The record that the transponder has, and the one that the client has.
+constexpr LONG kItsUtil = 99;
+constexpr LONG kOwnUtil = 17;
+
+// More sends than any command has.
+constexpr int kForEver = 1'000;
+
+// Over a transponder with two blocks.
+struct WireCommand {
+  const char* name;
+  std::function<ZentrelStatus(BoxClient&)> run;
+  int sends_in_a_try;  // to an electric box that stays silent
+  int tries;
+  std::size_t reply;  // bytes
+  bool summed = true;
+  bool two_blocks = false;
+  bool reads = false;  // into the client's record
+
+  int MostSends() const { return sends_in_a_try * tries; }
+};
+
+std::function<ZentrelStatus(BoxClient&)> MessagesOver(Messages::Command command) {
+  return [command](BoxClient& client) {
+    Messages messages({8, 17}, {1, 2});
+    return messages.Run(client.Object(), command);
+  };
+}
+
+ZentrelStatus RunTest(BoxClient& client) {
+  Messages messages({0, 2}, {0, 0x0A0B0C0D});
+  return messages.Run(client.Object(), &_Zentrel::TELIC2Test);
+}
+
+const std::vector<WireCommand>& WireCommands() {
+  static const std::vector<WireCommand> commands{
+      {"BoxStatus", &BoxClient::BoxStatus, 2, 1, 7},
+      {"DeviceInit", &BoxClient::Init, 2, 2, 7},
+      {"ReadXpdr", &BoxClient::Read, 26, 2, 19, true, true, true},
+      {"WriteXpdr", &BoxClient::Write, 6, 2, 19, true, true},
+      {"ResetXpdr", &BoxClient::Reset, 1, 1, 19},
+      {"TELIC2Read", MessagesOver(&_Zentrel::TELIC2Read), 26, 1, 12, false},
+      {"TELIC2Write", MessagesOver(&_Zentrel::TELIC2Write), 6, 1, 12, false},
+      {"TELIC2Test", &RunTest, 26, 1, 12, false},
+  };
+  return commands;
+}
+
+// What has to come of the first block, and how often it has to be sent.
+struct FirstBlock {
+  ZentrelStatus status = S_OKAY;
+  int sends = 1;
+};
+
+bool Any(const WireCommand& /*command*/) {
+  return true;
+}
+
+struct WireFault {
+  const char* name;
+  std::function<std::string(const WireCommand&)> tell;
+  std::function<FirstBlock(const WireCommand&)> rule;
+  std::function<bool(const WireCommand&)> concerns = &Any;
+  bool unplugs = false;
+  std::size_t frames_before = 0;
+};
+
+void PrintTo(const WireFault& fault, std::ostream* stream) {
+  *stream << fault.name;
+}
+
+std::function<std::string(const WireCommand&)> Always(const char* text) {
+  return [text](const WireCommand&) { return text; };
+}
+
+FirstBlock Okay(const WireCommand& /*command*/) {
+  return {};
+}
+
+// A box that is silent is asked again while the command allows.
+std::function<FirstBlock(const WireCommand&)> SilentFor(int sends) {
+  return [sends](const WireCommand& command) -> FirstBlock {
+    if (sends >= command.MostSends()) return {S_TIMEOUT, command.MostSends()};
+    return {S_OKAY, sends + 1};
+  };
+}
+
+bool HasSum(const WireCommand& command) {
+  return command.summed;
+}
+bool HasOneBlock(const WireCommand& command) {
+  return !command.two_blocks;
+}
+// Waits of half a second add up.
+bool IsShort(const WireCommand& command) {
+  return command.MostSends() <= 4;
+}
+
+const std::vector<WireFault>& WireFaults() {
+  constexpr auto bad_sum = [](const WireCommand&) { return FirstBlock{S_BAD_SUM}; };
+  static const std::vector<WireFault> faults{
+      {"NothingWrong", Always("clear"), &Okay},
+      {"SilentOnce", Always("silence"), SilentFor(1)},
+      {"SilentTwice", Always("silence 2"), SilentFor(2), &IsShort},
+      {"AWrongSum", Always("wrong-sum"), bad_sum, &HasSum},
+      {"GarbageOfTheRightLength",
+       [](const WireCommand& command) { return "garbage 1 " + std::to_string(command.reply); },
+       bad_sum, &HasSum},
+      {"StrayBytesAhead", Always("stray 55 AA"), bad_sum,
+       [](const WireCommand& command) { return HasSum(command) && HasOneBlock(command); }},
+      {"ALateReply", Always("late 60"), &Okay},
+      {"AReplyInTwoPieces", Always("split 3 60"), &Okay},
+      {"BytesLeftFromBefore", Always("send 55 AA 55"), &Okay, &Any, false, 1},
+      {"UnpluggedBefore", Always("unplug"), SilentFor(kForEver), &IsShort, true},
+      {"UnpluggedBehindTheReply",
+       [](const WireCommand& command) { return "unplug-at " + std::to_string(command.reply); },
+       &Okay, &HasOneBlock, true},
+  };
+  return faults;
+}
+
+class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFault> {
+ protected:
+  void SetUp() override {
+    BoxTest::SetUp();
+    catalog_.Fill();
+    Box().Tell("set version 8.0 util " + std::to_string(kItsUtil));
+    Box().Tell("message 8 1234");
+    Box().Tell("message 17 89ABCDEF");
+    Box().Tell("test 0 0 BEEF");
+    Box().Tell("test 2 4 01020304");
+    OpenElectric(client_);
+    ASSERT_EQ(Let(client_.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
+    client_.Let(&_Zentrel::put_VDelay, 0);
+    ASSERT_EQ(client_.Read(), S_OKAY);
+  }
+
+  void RunCase(const WireCommand& command) {
+    SCOPED_TRACE(std::string(command.name) + ", " + GetParam().name);
+    client_.Let(&_Zentrel::put_Util, kOwnUtil);
+    Box().Tell("set util " + std::to_string(kItsUtil));
+    Box().Tell("log-clear");
+    Box().Tell(GetParam().tell(command));
+    if (GetParam().frames_before > 0) Box().AwaitFrames(GetParam().frames_before);
+    const std::size_t events = client_.Events().size();
+    Expect(command, GetParam().rule(command));
+    EXPECT_EQ((client_.Events().size() - events) % 2, 0U) << "on and off";
+    EXPECT_FALSE(client_.Events().back());
+    if (GetParam().unplugs) {
+      AwaitUnplugged();
+      EXPECT_EQ(client_.Open(Port(), true), S_BAD_PORT);
+      Box().Tell("plug");
+      EXPECT_EQ(client_.Open(Port(), true), S_OKAY);
+    }
+    Box().Tell("clear");
+    Box().Tell("log-clear");
+    client_.Let(&_Zentrel::put_Util, kOwnUtil);
+    Box().Tell("set util " + std::to_string(kItsUtil));
+    mended_ = true;
+    Expect(command, {});
+    mended_ = false;
+  }
+
+ private:
+  // A read asks for block 2 whatever has become of block 1; a write sends it after a good one.
+  void Expect(const WireCommand& command, const FirstBlock& first) {
+    const bool okay = first.status == S_OKAY;
+    const bool second = command.two_blocks && (okay || command.reads);
+    EXPECT_EQ(command.run(client_), second ? S_OKAY : first.status);
+    const LONG read = okay ? kItsUtil : 0;
+    EXPECT_EQ(client_.Get(&_Zentrel::get_Util), command.reads ? read : kOwnUtil);
+    if (GetParam().unplugs && !mended_) return;  // what the port swallowed, no box has seen
+    // Until what a fault has pushed out behind the reply has come, too.
+    const int sends = first.sends + (second ? 1 : 0);
+    const int replies = (first.status == S_TIMEOUT ? 0 : 1) + (second ? 1 : 0);
+    Box().AwaitFrames(static_cast<std::size_t>(sends + replies));
+    EXPECT_EQ(Sends(), sends);
+  }
+
+  // The box pulls the plug when the client has had its time to take the reply.
+  static void AwaitUnplugged() {
+    constexpr DWORD kPlugPatienceMs = 10'000;
+    const Stopwatch time;
+    while (!Box().Tell("state").starts_with("unplugged") && time.Ms() < kPlugPatienceMs) Sleep(1);
+  }
+
+  static int Sends() {
+    int sends = 0;
+    for (const std::string& frame : Box().Frames()) sends += frame.starts_with("> ") ? 1 : 0;
+    return sends;
+  }
+
+  TestCatalog catalog_;
+  BoxClient client_;
+  bool mended_ = false;
+};
+
+TEST_P(BoxFaultMatrix, EndsAsTheRulesSay) {
+  int cases = 0;
+  for (const WireCommand& command : WireCommands()) {
+    if (!GetParam().concerns(command)) continue;
+    RunCase(command);
+    ++cases;
+  }
+  EXPECT_GE(cases, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, BoxFaultMatrix, testing::ValuesIn(WireFaults()),
+                         [](const auto& fault) { return fault.param.name; });
+
+}  // namespace
+}  // namespace qmzentrel::clients
