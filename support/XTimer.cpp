@@ -23,7 +23,12 @@ void XTimer::Enabled(bool NewValue) {
     STEP mblnEnabled = NewValue;
     STEP if (mlngInterval == 0) return;
     STEP if (!NewValue) {
-      STEP if (mlngTimerID != 0) modCOM_XTimerSupport::EndTimer(*this);
+      try {
+        STEP if (mlngTimerID != 0) modCOM_XTimerSupport::EndTimer(*this);
+      } catch (...) {
+        mblnEnabled = true;  // it runs on, and can be ended again
+        throw;
+      }
       return;
     }
     STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), mlngInterval);

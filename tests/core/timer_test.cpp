@@ -369,6 +369,16 @@ TEST_F(TimerTest, AFaultWhileATimerIsEndedIsReportedWithTheModulesFields) {
             "<maxti>{Cannot dump UDT arrays}</maxti>\r\n<mintMaxTimers>5</mintMaxTimers>\r\n");
 }
 
+TEST_F(TimerTest, ATimerWhoseEndingFailedRunsOnAndCanBeEndedAgain) {
+  Start();
+  TheWorld().out_of_memory_in = {"KillTimer"};
+  ReportOf([&] { timer->Enabled(false); });
+  TheWorld().out_of_memory_in.clear();
+  EXPECT_TRUE(timer->Enabled());
+  timer->Enabled(false);
+  EXPECT_EQ(RunningTimers(), 0);
+}
+
 // --- The life of the object ---
 
 /// Its end can be seen from outside.
