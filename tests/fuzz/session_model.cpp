@@ -38,7 +38,7 @@ void SessionModel::Follow(const std::vector<Seen>& seen) {
   seen_ = &seen;
   place_ = 0;
   FollowCall();
-  Compare(place_ == seen.size(), "more was seen than there is");
+  if (place_ != seen.size()) Fail("more was seen than there is");
 }
 
 bool SessionModel::NextIs(Kind kind) const {
@@ -46,15 +46,15 @@ bool SessionModel::NextIs(Kind kind) const {
 }
 
 const Seen& SessionModel::Next(Kind kind) {
-  Compare(NextIs(kind), "expected is " + Name(kind));
+  if (!NextIs(kind)) Fail("expected is " + Name(kind));
   const Seen& seen = (*seen_)[place_];
-  Compare(seen.at == now_, "expected at " + TimeText(now_));
+  if (seen.at != now_) Fail("expected at " + TimeText(now_));
   ++place_;
   return seen;
 }
 
-void SessionModel::Compare(bool holds, const std::string& what) const {
-  if (!holds) Require(false, what + '\n' + Text(*seen_, place_));
+void SessionModel::Fail(const std::string& what) const {
+  Require(false, what + '\n' + Text(*seen_, place_));
 }
 
 void SessionModel::CompareLines(const Seen& seen) const {
@@ -124,12 +124,10 @@ void SessionModel::FollowCall() {
   --calls_;
   Leave();
   const Seen& end = Next(Kind::kEnd);
-  Compare(end.fault == fault, fault ? "the call must raise" : "the call must not raise");
-  Compare(fault || end.status == status, "the status must be " + std::to_string(status));
-  Compare(call.data == end.call.data, "other data must be stored");
-  if (!gone_ && !released_) {
-    Compare(end.shown == Showing(), "must show " + Text(Showing()));
-  }
+  if (end.fault != fault) Fail(fault ? "the call must raise" : "the call must not raise");
+  if (!fault && end.status != status) Fail("the status must be " + std::to_string(status));
+  if (call.data != end.call.data) Fail("other data must be stored");
+  if (!released_ && end.shown != Showing()) Fail("must show " + Text(Showing()));
   CompareLines(end);
 }
 

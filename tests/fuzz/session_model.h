@@ -34,7 +34,7 @@ class SessionModel : private Surroundings {
   // What was seen
   const Seen& Next(Kind kind);
   bool NextIs(Kind kind) const;
-  void Compare(bool holds, const std::string& what) const;
+  void Fail(const std::string& what) const;
   void CompareLines(const Seen& seen) const;
   void FollowClient();
 
