@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr unsigned long kUsualCount = 2000;
+constexpr unsigned long kUsualCount = 1500;
 
-using Chance = std::array<std::uint8_t, 250>;
+using Chance = std::array<std::uint8_t, 150>;
 
 // What stands for chance in the sequence of this number.
 Chance BytesOf(unsigned long number) {

@@ -21,7 +21,7 @@ inline constexpr Telic2Length kTelic2Lengths[] = {{8, 2, 2, 2},   {9, 2, 1, 0}, 
                                                   {11, 3, 3, 1},  {12, 4, 4, 4}, {17, -4, 0, 0},
                                                   {20, 0, 1, -1}, {21, 5, 0, 9}};
 
-/// Its data device.
+/// The type of sub-device whose test messages these are.
 inline constexpr char kTelic2Device[] = "Meter";
 
 class Telic2Model {
