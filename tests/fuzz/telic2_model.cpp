@@ -38,8 +38,7 @@ bool Telic2Model::IsShort() const {
 }
 
 void Telic2Model::MakeRead() {
-  for (std::size_t i = 0; i < call_.ids.size(); ++i) {
-    const std::int32_t id = call_.ids[i];
+  for (const std::int32_t id : call_.ids) {
     const std::int32_t bytes = std::abs(LengthOf(id).bytes);
     if (id != kNoMessage && bytes == 0) {
       refusal_ = kBadParameter;
