@@ -6,6 +6,7 @@
 #include <map>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/core/wire_faults.h"
@@ -74,8 +75,11 @@ Bytes EarlierBlock2();
 
 class Rules {
  public:
-  Rules(const Command& command, std::uint8_t signature, bool maintained, const Facts& facts)
-      : facts(facts), command_(command), signature_(signature), maintained_(maintained) {}
+  Rules(const Command& command, std::uint8_t signature, bool maintained, Facts known)
+      : facts(std::move(known)),
+        command_(command),
+        signature_(signature),
+        maintained_(maintained) {}
 
   /// What has to come of running the command now.
   Outlook Run(const Fault& fault, Where where);
