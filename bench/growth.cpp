@@ -36,7 +36,8 @@ bool HasGrown(const Holdings& before, const Holdings& after, long allowed_heap) 
   return after.heap > before.heap + allowed_heap ||
          after.handles > before.handles + kAllowedObjects ||
          after.gdi > before.gdi + kAllowedObjects ||
-         after.windows > before.windows + kAllowedObjects || after.threads > before.threads;
+         after.windows > before.windows + kAllowedObjects ||
+         after.threads > before.threads;  // each that was begun has been waited for
 }
 
 // False when the work leaves something behind.

@@ -13,8 +13,7 @@ function(qmzentrel_component_library name)
     ${CMAKE_SOURCE_DIR}/com/terminate_handler.cpp
     ${ARGN})
   # Its procedures have exception handlers of their own: an image that promises none is not asked.
-  # Where it lies and that its data is no code the linker sees to on its own by now; not every one
-  # did (tools/check_hardening looks).
+  # Newer linkers set the last two by default, older ones do not (tools/check_hardening looks).
   target_link_options(${name} PRIVATE
     -Wl,--gc-sections -Wl,--enable-stdcall-fixup -Wl,--disable-no-seh
     -Wl,--dynamicbase -Wl,--nxcompat)

@@ -156,6 +156,7 @@ class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFa
     if (GetParam().frames_before > 0) Box().AwaitFrames(GetParam().frames_before);
     const std::size_t events = client_.Events().size();
     Expect(command, GetParam().rule(command));
+    ASSERT_GT(client_.Events().size(), events);
     EXPECT_EQ((client_.Events().size() - events) % 2, 0U) << "on and off";
     EXPECT_FALSE(client_.Events().back());
     if (GetParam().unplugs) {

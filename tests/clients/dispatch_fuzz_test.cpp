@@ -353,7 +353,7 @@ class DispatchFuzz : public testing::Test {
   // Calls from `first` on; ends at the first finding.
   void Run(std::uint64_t first, std::uint64_t calls) {
     for (g_call = first; g_call < first + calls; ++g_call) {
-      // Every call can be had alone.
+      // The same arguments, wherever a run begins.
       Random random(g_seed * 0x100000001u + g_call);
       objects_.Follow(random);
       const ULONGLONG begin = GetTickCount64();

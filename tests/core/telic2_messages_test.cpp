@@ -315,6 +315,14 @@ TEST_P(FaultyArray, ThatIsTooShortIsError9) {
   ExpectError(9, 4, three, three);
 }
 
+TEST_P(FaultyArray, ThatIsTooShortIsError9AlsoForATestThatWritesNothing) {
+  SetMessage(21, 2);
+  SetTest("Meter", 21, 0, 2);
+  Numbers identifiers{21, 21};
+  Numbers one{0};
+  ExpectError(9, 2, LongArray(identifiers, 0), LongArray(one, 0));
+}
+
 TEST_P(FaultyArray, ThatIsNotDimensionedIsError9) {
   ExpectError(9, 1, LongArray(), three);
   ExpectError(9, 1, three, LongArray());

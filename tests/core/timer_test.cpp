@@ -375,6 +375,7 @@ TEST_F(TimerTest, ATimerWhoseEndingFailedRunsOnAndCanBeEndedAgain) {
   ReportOf([&] { timer->Enabled(false); });
   TheWorld().out_of_memory_in.clear();
   EXPECT_TRUE(timer->Enabled());
+  EXPECT_EQ(RunningTimers(), 1);
   timer->Enabled(false);
   EXPECT_EQ(RunningTimers(), 0);
 }

@@ -159,8 +159,11 @@ std::optional<Time> BoxProgram::NextDue() const {
 // has switched the supply on.
 void BoxProgram::PutOnWire(const Bytes& bytes, const std::vector<LineChange>& changes) {
   Time sent = looked_;
+  bool was_on = supply_.IsOn();
   for (const LineChange& change : changes) {
-    if (change.dtr || change.rts) sent = std::max(sent, change.time);
+    const bool is_on = change.dtr || change.rts;
+    if (is_on && !was_on) sent = std::max(sent, change.time);
+    was_on = is_on;
   }
   for (const std::uint8_t byte : bytes) {
     wire_free_ = std::max(wire_free_, sent) + kByteTime;

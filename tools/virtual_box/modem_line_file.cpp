@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,22 +32,30 @@ std::optional<LineChange> ParseRecord(const std::string& record) {
   return LineChange{std::chrono::seconds(*seconds) + Time(*nanoseconds), *dtr != 0, *rts != 0};
 }
 
-// Asked of the processes: the system tells openings that follow each other as one.
-bool IsOpenInAnotherProcess(const std::string& terminal) {
+bool HasOpen(const std::string& process, const std::string& terminal) {
+  std::error_code gone;
+  for (fs::directory_iterator file(fs::path("/proc") / process / "fd", gone);
+       file != fs::directory_iterator(); file.increment(gone)) {
+    std::error_code unreadable;
+    if (fs::read_symlink(file->path(), unreadable) == terminal) return true;
+  }
+  return false;
+}
+
+// The number of another process that has the terminal open, empty when there is none. Asked of the
+// processes: the system tells openings that follow each other as one. That takes long where there
+// are many, so the `likeliest` is asked first.
+std::string WhoHasOpen(const std::string& terminal, const std::string& likeliest) {
+  if (!likeliest.empty() && HasOpen(likeliest, terminal)) return likeliest;
   std::error_code error;
   const std::string own = std::to_string(getpid());
   for (fs::directory_iterator process("/proc", error), end; process != end;
        process.increment(error)) {
     const std::string number = process->path().filename().string();
     if (number == own || number.find_first_not_of("0123456789") != std::string::npos) continue;
-    std::error_code gone;
-    for (fs::directory_iterator file(process->path() / "fd", gone);
-         file != fs::directory_iterator(); file.increment(gone)) {
-      std::error_code unreadable;
-      if (fs::read_symlink(file->path(), unreadable) == terminal) return true;
-    }
+    if (HasOpen(number, terminal)) return number;
   }
-  return false;
+  return {};
 }
 
 }  // namespace
@@ -72,6 +81,7 @@ void ModemLineFile::Remove() {
   watch_.Reset();
   file_.Reset();
   partial_.clear();
+  holder_.clear();
   closed_ = false;
   are_off_ = true;
   if (!path_.empty()) unlink(path_.c_str());
@@ -94,8 +104,10 @@ std::vector<LineChange> ModemLineFile::TakeChanges() {
   // After the records: whoever has written one closes the terminal afterwards.
   TakeClosings();
   if (closed_ && !are_off_) {
-    closed_ = false;
-    if (!IsOpenInAnotherProcess(terminal_)) AppendOff();
+    holder_ = WhoHasOpen(terminal_, holder_);
+    // Somebody who has come meanwhile has switched the lines since.
+    closed_ = holder_.empty() && HasNewRecords();
+    if (holder_.empty() && !closed_) AppendOff();
   }
   return changes;
 }
@@ -110,6 +122,11 @@ void ModemLineFile::TakeClosings() {
       at += sizeof *event + event->len;
     }
   }
+}
+
+bool ModemLineFile::HasNewRecords() const {
+  struct stat status {};
+  return fstat(file_.Get(), &status) == 0 && status.st_size > lseek(file_.Get(), 0, SEEK_CUR);
 }
 
 // Comes back as a change like those of a client.

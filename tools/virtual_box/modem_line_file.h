@@ -31,6 +31,7 @@ class ModemLineFile {
 
  private:
   void TakeClosings();
+  bool HasNewRecords() const;
   void AppendOff();
 
   std::string path_;
@@ -38,6 +39,7 @@ class ModemLineFile {
   FileDescriptor watch_;
   std::string partial_;
   std::string terminal_;
+  std::string holder_;   // the process that had it open when that was looked into
   bool closed_ = false;  // by somebody, and not looked into yet
   bool are_off_ = true;  // as the last record says
 };
