@@ -109,16 +109,16 @@ bool IsShort(const WireCommand& command) {
 }
 
 const std::vector<WireFault>& WireFaults() {
-  constexpr auto bad_sum = [](const WireCommand&) { return FirstBlock{S_BAD_SUM}; };
+  constexpr auto kBadSum = [](const WireCommand&) { return FirstBlock{S_BAD_SUM}; };
   static const std::vector<WireFault> faults{
       {"NothingWrong", Always("clear"), &Okay},
       {"SilentOnce", Always("silence"), SilentFor(1)},
       {"SilentTwice", Always("silence 2"), SilentFor(2), &IsShort},
-      {"AWrongSum", Always("wrong-sum"), bad_sum, &HasSum},
+      {"AWrongSum", Always("wrong-sum"), kBadSum, &HasSum},
       {"GarbageOfTheRightLength",
        [](const WireCommand& command) { return "garbage 1 " + std::to_string(command.reply); },
-       bad_sum, &HasSum},
-      {"StrayBytesAhead", Always("stray 55 AA"), bad_sum,
+       kBadSum, &HasSum},
+      {"StrayBytesAhead", Always("stray 55 AA"), kBadSum,
        [](const WireCommand& command) { return HasSum(command) && HasOneBlock(command); }},
       {"ALateReply", Always("late 60"), &Okay},
       {"AReplyInTwoPieces", Always("split 3 60"), &Okay},

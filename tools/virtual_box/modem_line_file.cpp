@@ -51,7 +51,7 @@ std::string WhoHasOpen(const std::string& terminal, const std::string& likeliest
   const std::string own = std::to_string(getpid());
   for (fs::directory_iterator process("/proc", error), end; process != end;
        process.increment(error)) {
-    const std::string number = process->path().filename().string();
+    std::string number = process->path().filename().string();
     if (number == own || number.find_first_not_of("0123456789") != std::string::npos) continue;
     if (HasOpen(number, terminal)) return number;
   }
