@@ -18,6 +18,7 @@
 #include "tests/core/fake_list_control.h"
 #include "tests/fakes/fake_dialog.h"
 #include "tests/fakes/fake_world.h"
+#include "tests/fuzz/drawn_number.h"
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/fresh_world.h"
 
@@ -60,14 +61,7 @@ std::int32_t AnyNumber(FuzzedDataProvider& input) {
                                     4095,
                                     4096,
                                     0xFFFFFF};
-  switch (input.ConsumeIntegralInRange(0, 9)) {
-    case 0:
-      return input.ConsumeIntegral<std::int32_t>();
-    case 1:
-      return input.PickValueInArray(kEnds);
-    default:
-      return input.ConsumeIntegralInRange(-3, 40);
-  }
+  return DrawnNumber(input, kEnds, -3, 40);
 }
 
 /// What has to fit together before a list has entries.

@@ -14,6 +14,7 @@
 #include "support/run_time_error.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/fakes/fake_world.h"
+#include "tests/fuzz/drawn_number.h"
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/fresh_world.h"
 
@@ -40,14 +41,7 @@ std::int32_t AnyNumber(FuzzedDataProvider& input) {
                                     99,
                                     255,
                                     256};
-  switch (input.ConsumeIntegralInRange(0, 9)) {
-    case 0:
-      return input.ConsumeIntegral<std::int32_t>();
-    case 1:
-      return input.PickValueInArray(kEnds);
-    default:
-      return input.ConsumeIntegralInRange(0, 12);
-  }
+  return DrawnNumber(input, kEnds, 0, 12);
 }
 
 Numbers AnyNumbers(FuzzedDataProvider& input, std::size_t count) {
