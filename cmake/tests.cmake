@@ -13,7 +13,10 @@ endif()
 function(qmzentrel_add_test name program)
   cmake_parse_arguments(test "BOX" "" "" ${ARGN})
   if(NOT WIN32)
-    add_test(NAME ${name} COMMAND ${program} --gtest_brief=1)
+    # What hangs is aborted before CTest's limit, and the sanitizer says where.
+    add_test(NAME ${name}
+      COMMAND timeout --signal=ABRT 240 $<TARGET_FILE:${program}> --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=handle_abort=1 TIMEOUT 300)
     return()
   endif()
   set(command ${QMZ_WINE_RUN} $<TARGET_FILE:${program}> --gtest_brief=1)
