@@ -18,7 +18,8 @@ VARIANT_BOOL Automation(bool value) {
 
 }  // namespace
 
-BoxClient::BoxClient() : object_(NewZentrel()), sink_(new EventSink) {
+BoxClient::BoxClient(ComPointer<_Zentrel> object)
+    : object_(std::move(object)), sink_(new EventSink) {
   const auto container =
       As<IConnectionPointContainer>(object_.Get(), IID_IConnectionPointContainer);
   ComPointer<IConnectionPoint> point;

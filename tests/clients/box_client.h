@@ -17,7 +17,9 @@ namespace qmzentrel::clients {
 /// std::runtime_error; statuses are returned. Belongs to the apartment that made it.
 class BoxClient {
  public:
-  BoxClient();
+  BoxClient() : BoxClient(NewZentrel()) {}
+  /// With an object that it has already, through a proxy, say.
+  explicit BoxClient(ComPointer<_Zentrel> object);
   ~BoxClient();
   BoxClient(const BoxClient&) = delete;
   BoxClient& operator=(const BoxClient&) = delete;

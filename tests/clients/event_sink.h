@@ -6,6 +6,7 @@
 // After it, which they need.
 #include <oleauto.h>
 
+#include <atomic>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -80,7 +81,8 @@ class EventSink final : public IDispatch {
   }
 
   Face face_;
-  ULONG references_ = 1;
+  // Several threads hold it where it is called through the marshaller.
+  std::atomic<ULONG> references_ = 1;
 };
 
 }  // namespace qmzentrel::clients
