@@ -6,8 +6,10 @@
 #include "com/dispatch_invoke.h"
 #include "com/enumerator.h"
 #include "com/type_information.h"
+#include "platform/win32/stack_room.h"
 #include "platform/win32/wide.h"
 #include "support/error_frame.h"
+#include "support/run_time_error.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -157,9 +159,25 @@ void ZentrelObject::ReportFaultOf(const Caller& member) {
   std::abort();  // not reached
 }
 
+// A client that calls again from within every event, without end, would use up the stack, and the
+// overflow would be its own and end its process. The innermost call fails while there is room for
+// its report, and so do those around it, up to the one outside all events: if each of them went on
+// to its next event, the client would begin again there.
 void ZentrelObject::PowerStateChange(bool NewState) {
-  const Use use(*this);
-  events_.FirePowerStateChange(NewState);
+  const bool within_another = uses_ > 1;
+  if (!within_another) {
+    out_of_stack_ = false;
+  } else if (out_of_stack_) {
+    throw ReportedError();
+  } else if (platform::StackIsShort()) {
+    out_of_stack_ = true;
+    RaiseError(kErrorOutOfStackSpace);
+  }
+  {
+    const Use use(*this);
+    events_.FirePowerStateChange(NewState);
+  }
+  if (within_another && out_of_stack_) throw ReportedError();
 }
 
 }  // namespace qmzentrel::com

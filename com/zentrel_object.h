@@ -126,6 +126,7 @@ class ZentrelObject final : public _Zentrel,
   ModuleReference module_;
   std::atomic<ULONG> references_{1};
   unsigned uses_ = 0;  // counted by the apartment's own thread only
+  bool out_of_stack_ = false;
   ConnectionPoint events_{*this};
   std::shared_ptr<Zentrel> core_;
 };

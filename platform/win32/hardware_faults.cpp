@@ -13,6 +13,7 @@
 #include <cxxabi.h>
 
 #include "platform/win32/fault_layout.h"
+#include "platform/win32/stack_room.h"
 #include "platform/win32/this_module.h"
 
 namespace qmzentrel::platform {
@@ -94,10 +95,6 @@ constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
 constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
 constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
 
-// The stack that must be left below a procedure for it to report a stack overflow, with the message
-// box or the error handler.
-constexpr std::ptrdiff_t kStackForReport = 128 * 1024;
-
 // Of the processor: pending exceptions of either floating-point unit, direction, single step.
 constexpr DWORD kX87Exceptions = 0x80FF;
 constexpr DWORD kSseExceptions = 0x3F;
@@ -154,13 +151,6 @@ bool IsProcedure(const Registration& registration) {
 
 bool IsCallOut(const Registration& registration) {
   return registration.handler == reinterpret_cast<void*>(&QmzCallOutHandler);
-}
-
-// Bytes of the thread's stack below `place`.
-std::ptrdiff_t StackBelow(const void* place) {
-  MEMORY_BASIC_INFORMATION stack{};
-  VirtualQuery(place, &stack, sizeof stack);
-  return static_cast<const char*>(place) - static_cast<const char*>(stack.AllocationBase);
 }
 
 bool LeavesStackForReport(const Registration* registration) {

@@ -7,6 +7,7 @@ add_executable(hard_use_tests
   crowd_test.cpp
   ending_processes_test.cpp
   ending_threads_test.cpp
+  endless_recursion_test.cpp
   first_objects_test.cpp
   hard_use_main.cpp
   marshalled_clients_test.cpp

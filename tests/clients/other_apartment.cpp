@@ -9,9 +9,10 @@
 
 namespace qmzentrel::clients {
 
-OtherApartment::OtherApartment(DWORD kind, std::function<void()> body)
+OtherApartment::OtherApartment(DWORD kind, std::function<void()> body, SIZE_T stack)
     : kind_(kind), body_(std::move(body)) {
-  thread_ = platform::OwnedHandle(CreateThread(nullptr, 0, Main, this, 0, nullptr));
+  thread_ = platform::OwnedHandle(
+      CreateThread(nullptr, stack, Main, this, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
   if (!thread_.IsValid()) throw std::runtime_error("no thread for another apartment");
 }
 

@@ -13,7 +13,8 @@ namespace qmzentrel::clients {
 /// A thread with an apartment of that kind (COINIT_…) in which `body` runs, at once.
 class OtherApartment {
  public:
-  OtherApartment(DWORD kind, std::function<void()> body);
+  /// `stack` is the size of its stack in bytes, 0 for that of the program.
+  OtherApartment(DWORD kind, std::function<void()> body, SIZE_T stack = 0);
   /// Dispatches messages until the thread has ended.
   ~OtherApartment();
   OtherApartment(const OtherApartment&) = delete;
