@@ -173,10 +173,8 @@ void ZentrelObject::PowerStateChange(bool NewState) {
     out_of_stack_ = true;
     RaiseError(kErrorOutOfStackSpace);
   }
-  {
-    const Use use(*this);
-    events_.FirePowerStateChange(NewState);
-  }
+  const Use use(*this);
+  events_.FirePowerStateChange(NewState);
   if (within_another && out_of_stack_) throw ReportedError();
 }
 

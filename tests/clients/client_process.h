@@ -32,7 +32,7 @@ std::optional<int> PlayPart(int count, char** arguments);
 /// A process that plays a part. One that has not ended when this goes is ended by force.
 class ClientProcess {
  public:
-  ClientProcess(const std::string& part, const std::vector<std::string>& arguments = {});
+  explicit ClientProcess(const std::string& part, const std::vector<std::string>& arguments = {});
   ~ClientProcess();
   ClientProcess(const ClientProcess&) = delete;
   ClientProcess& operator=(const ClientProcess&) = delete;
