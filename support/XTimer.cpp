@@ -39,10 +39,11 @@ void XTimer::Interval(std::int32_t NewInterval) {
   ErrorFrame frame(Fields(), "Interval", PARAMETERS(NewInterval));
   frame.Run([&] {
     STEP if (NewInterval == mlngInterval) return;
-    STEP mlngInterval = NewInterval;
     STEP if (mlngTimerID != 0) {
       STEP modCOM_XTimerSupport::EndTimer(*this);
     }
+    // Only now: one whose ending fails runs on as it was, and can be ended again.
+    STEP mlngInterval = NewInterval;
     STEP if (NewInterval != 0 && mblnEnabled) {
       STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), NewInterval);
     }

@@ -380,6 +380,21 @@ TEST_F(TimerTest, ATimerWhoseEndingFailedRunsOnAndCanBeEndedAgain) {
   EXPECT_EQ(RunningTimers(), 0);
 }
 
+TEST_F(TimerTest, ATimerThatCannotBeEndedForANewIntervalRunsOnWithItsOwn) {
+  for (const std::int32_t wanted : {0, 500}) {
+    Start();
+    TheWorld().out_of_memory_in = {"KillTimer"};
+    EXPECT_EQ(ReportOf([&] { timer->Interval(wanted); }).procedure, "EndTimer");
+    TheWorld().out_of_memory_in.clear();
+    EXPECT_EQ(timer->Interval(), 1000);
+    EXPECT_EQ(TicksWithin(2000), 2);
+    timer->Interval(wanted);
+    EXPECT_EQ(TicksWithin(2000), wanted == 0 ? 0 : 4);
+    timer->Enabled(false);
+    EXPECT_EQ(RunningTimers(), 0);
+  }
+}
+
 // --- The life of the object ---
 
 /// Its end can be seen from outside.
