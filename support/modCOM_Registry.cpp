@@ -35,27 +35,33 @@ constexpr std::int32_t kKeyDeleted = 1018;
 
 constexpr std::uint32_t kWriteAccess = 2;  // KEY_SET_VALUE
 
+// Requests that fail in a row for what may pass, another program's work on the same key.
+constexpr int kMostErrors = 1000;
+
 struct StoredValue {
   std::uint32_t type = 0;
   std::string bytes;
 };
 
-// Nearly every value fits the first buffer, which saves a second request.
+// Nearly every value fits the first buffer, which saves a second request. One that grows between
+// two requests is asked for again; that it grows for ever is somebody's malice, and it cannot be
+// read.
 std::optional<StoredValue> QueryValue(RegistryKey key, const std::string& name) {
   const std::string ansi_name = platform::ToAnsi(name);
   std::string bytes(256, '\0');
-  for (;;) {
+  for (int requests = 0; requests < kMostErrors; ++requests) {
     platform::RegistryValueInfo info;
     const std::int32_t result = platform::RegistryQueryValue(
         key, ansi_name, std::as_writable_bytes(std::span(bytes)), info);
     if (result == platform::kRegistryMoreData && info.size > bytes.size()) {
       bytes.resize(info.size);
-      continue;  // a value that grows between two requests is asked for again
+      continue;
     }
     if (result != platform::kRegistrySuccess || info.size > bytes.size()) return std::nullopt;
     bytes.resize(info.size);
     return StoredValue{info.type, std::move(bytes)};
   }
+  return std::nullopt;
 }
 
 bool HoldsWholeNumber(const Variant& slot) {
@@ -140,7 +146,6 @@ class EnumerationEnd {
       errors_in_a_row_ = 0;
       return false;
     }
-    constexpr int kMostErrors = 1000;
     return result == platform::kRegistryNoMoreItems || result == kKeyDeleted ||
            result == kInvalidHandle || result == kAccessDenied || ++errors_in_a_row_ == kMostErrors;
   }

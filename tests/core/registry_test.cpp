@@ -389,6 +389,17 @@ TEST_F(Registry, AValueThatGrowsBetweenTwoRequestsIsReadWhole) {
   EXPECT_EQ(queries, 4);
 }
 
+TEST_F(Registry, AValueThatSomebodyKeepsEnlargingIsLikeAMissingOne) {
+  StoreText("");
+  std::size_t queries = 0;
+  TheWorld().before_query = [&] {
+    if (++queries < 5'000) StoreText(std::string(256 + queries, 'a'));  // or the test would not end
+  };
+  EXPECT_EQ(Read(kEmpty, 7), Failed(7));
+  EXPECT_EQ(queries, 1'000U);
+  EXPECT_TRUE(TheWorld().open_keys.empty());
+}
+
 TEST_F(Registry, AValueThatShrinksBetweenTwoRequestsIsReadAsItIsNow) {
   StoreText(std::string(300, 'a'));
   int queries = 0;
