@@ -59,8 +59,16 @@ constexpr std::int32_t kInvalidHandle = 6;
 // Calls begin here: they are noted, and fail when the test says so.
 static std::optional<std::int32_t> Enter(const std::string& call, const std::string& subject) {
   fakes::World& world = TheWorld();
-  world.registry_calls.push_back(call + " " + subject);
+  ++world.registry_requests;
+  if (world.keeps_journal) world.registry_calls.push_back(call + " " + subject);
   return world.registry_fault ? world.registry_fault(call, subject) : std::nullopt;
+}
+
+static void NoteOpened(const std::string& path, std::uint32_t access) {
+  fakes::World& world = TheWorld();
+  if (!world.keeps_journal) return;
+  world.opened_paths.push_back(path);
+  world.opened_access.push_back(access);
 }
 
 static bool IsBelow(const std::string& path, const std::string& prefix) {
@@ -146,11 +154,9 @@ static std::int32_t Read(const std::string& path, const std::string& name,
 
 std::int32_t RegistryOpenKey(RegistryKey root, const std::string& path, std::uint32_t access,
                              RegistryKey& key) {
-  fakes::World& world = TheWorld();
-  world.opened_paths.push_back(path);
-  world.opened_access.push_back(access);
+  NoteOpened(path, access);
   if (const auto fault = Enter("RegOpenKeyEx", path)) return *fault;
-  if (world.open_result) return *world.open_result;
+  if (const auto& result = TheWorld().open_result) return *result;
   const auto whole = Join(root, path);
   if (!whole) return kInvalidHandle;
   if (!HasKey(*whole)) return kRegistryFileNotFound;
@@ -161,8 +167,7 @@ std::int32_t RegistryOpenKey(RegistryKey root, const std::string& path, std::uin
 
 std::int32_t RegistryCreateKey(RegistryKey root, const std::string& path, std::uint32_t access,
                                RegistryKey& key) {
-  TheWorld().opened_paths.push_back(path);
-  TheWorld().opened_access.push_back(access);
+  NoteOpened(path, access);
   if (const auto fault = Enter("RegCreateKeyEx", path)) return *fault;
   const auto whole = Join(root, path);
   if (!whole) return kInvalidHandle;

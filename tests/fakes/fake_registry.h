@@ -42,6 +42,7 @@ struct FakeRegistry {
       registry_fault;
   /// Each call with its subject, in order: "RegOpenKeyEx SOFTWARE\\...".
   std::vector<std::string> registry_calls;
+  std::size_t registry_requests = 0;  ///< how many there were, with or without a journal
   /// Order in which a key's sub-keys or values are enumerated; by name unless told.
   std::map<std::string, std::vector<std::string>, NoCaseLess> key_order;
   std::map<std::string, std::vector<std::string>, NoCaseLess> value_order;

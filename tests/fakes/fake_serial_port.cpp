@@ -75,8 +75,10 @@ bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, Modem
   const auto found = TheWorld().ports.find(number);
   open_error_ = WhyNotToOpen(found != TheWorld().ports.end() ? &found->second : nullptr);
   const bool usable = open_error_ == 0;
-  TheWorld().Note("open COM" + std::to_string(number) + " (" + NameOf(settings) + "), supply " +
-                  NameOf(lines) + (usable ? "" : ": refused"));
+  TheWorld().Note([&] {
+    return "open COM" + std::to_string(number) + " (" + NameOf(settings) + "), supply " +
+           NameOf(lines) + (usable ? "" : ": refused");
+  });
   if (!usable) return false;
   FakePort& port = found->second;
   port.open = true;
@@ -113,8 +115,9 @@ void SerialPort::ClearReceiveBuffer() {
 bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   FakePort* port = state_->Port();
   if (!port) return false;
-  TheWorld().Note("write " + fakes::Hex(bytes));
+  TheWorld().Note([&] { return "write " + fakes::Hex(bytes); });
   if (port->vanished) return false;
+  TheWorld().Advance(port->write_takes);
   const auto taken = bytes.first(std::min(bytes.size(), port->driver_room.value_or(bytes.size())));
   port->written.emplace_back(taken.begin(), taken.end());
   PutOnWire(*port, taken);
@@ -168,15 +171,20 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
     port->incoming.erase(byte);
     if (port->vanishes_after && --*port->vanishes_after == 0) port->vanished = true;
   }
-  if (count < buffer.size()) world.now = std::max(world.now, deadline);
-  world.Note("read " + std::to_string(buffer.size()) + " within " + std::to_string(timeout_ms) +
-             ": " + (count == 0 ? "nothing" : fakes::Hex(buffer.first(count))));
+  if (count < buffer.size()) {
+    world.now = std::max(world.now, deadline);
+    if (port->loses_cut_reads) count = 0;
+  }
+  world.Note([&] {
+    return "read " + std::to_string(buffer.size()) + " within " + std::to_string(timeout_ms) +
+           ": " + (count == 0 ? "nothing" : fakes::Hex(buffer.first(count)));
+  });
   return count;
 }
 
 void SerialPort::SetLines(ModemLines lines) {
   TheWorld().Enter("SerialPort::SetLines");
-  TheWorld().Note("supply " + NameOf(lines));
+  TheWorld().Note([&] { return "supply " + NameOf(lines); });
   if (FakePort* port = state_->Port()) SwitchLines(*port, lines);
 }
 

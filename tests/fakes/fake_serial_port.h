@@ -44,7 +44,9 @@ struct FakePort {
   std::vector<platform::ModemLines> line_history;  ///< each setting since the port was there
   std::vector<Bytes> written;                      ///< what the driver was handed, write by write
   std::optional<std::size_t> driver_room;  ///< bytes of a write that the driver takes; unset: all
-  std::deque<bool> reads_fail;  ///< one per read, in order: true ends it at once with no byte
+  Milliseconds write_takes{0};             ///< until the driver takes a write
+  bool loses_cut_reads = false;  ///< a read that is not full at its end hands over nothing
+  std::deque<bool> reads_fail;   ///< one per read, in order: true ends it at once with no byte
   std::optional<std::size_t> vanishes_after;  ///< so many bytes read; then it has `vanished`
   bool refuses_lines = false;                 ///< the lines stay as they are
   /// Each byte with the moment at which its last bit has passed the wire. A line that goes off

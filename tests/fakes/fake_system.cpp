@@ -15,6 +15,7 @@ using fakes::TheWorld;
 
 void DebuggerOutput(const std::string& text) {
   TheWorld().Enter("DebuggerOutput");
+  if (!TheWorld().keeps_journal) return;
   TheWorld().debugger_lines.push_back(ToAnsi(text));
   // The journal is about the order: it shows the text without time stamp and label.
   static const std::string kLabel = "  INFO   ";

@@ -106,6 +106,7 @@ constexpr std::int32_t kShortestTimerMs = 10;
 
 // Consecutive sleeps of a wait read as one.
 void NoteWait(Microseconds time) {
+  if (!TheWorld().keeps_journal) return;
   static const std::string kPrefix = "wait ";
   auto& journal = TheWorld().journal;
   auto total = std::chrono::duration<double, std::milli>(time).count();
@@ -135,7 +136,7 @@ double LocalDate() {
 }
 
 void Pause(std::int32_t milliseconds) {
-  TheWorld().Note("pause " + std::to_string(milliseconds));
+  TheWorld().Note([&] { return "pause " + std::to_string(milliseconds); });
   TheWorld().Advance(Milliseconds(std::max(milliseconds, 0)));
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -34,7 +35,18 @@ struct World : FakeTime,
   // --- The journal ---
 
   std::vector<std::string> journal;
-  void Note(std::string line) { journal.push_back(std::move(line)); }
+  /// Without it nothing is noted: for tests that run many worlds a second, and never look.
+  bool keeps_journal = true;
+  /// `line` may be a function that makes the line.
+  template <class Line>
+  void Note(Line line) {
+    if (!keeps_journal) return;
+    if constexpr (std::is_invocable_v<Line>) {
+      journal.push_back(line());
+    } else {
+      journal.push_back(std::move(line));
+    }
+  }
   /// The journal so far, and a fresh one from here on.
   std::vector<std::string> TakeJournal();
 

@@ -11,7 +11,10 @@
 #include "tests/fakes/fake_world.h"
 #include "tests/fakes/hardware_fault.h"
 #include "tests/fuzz/finding.h"
-#include "tests/fuzz/telic2_model.h"
+#include "tests/fuzz/properties.h"
+#include "tests/fuzz/seen_text.h"
+#include "tests/fuzz/sent_rules.h"
+#include "tests/fuzz/session_catalog.h"
 
 namespace qmzentrel::fuzz {
 namespace {
@@ -24,53 +27,24 @@ constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 constexpr std::uint32_t kAccessViolation = 0xC0000005;
 constexpr int kNestedDepth = 3;
 
-struct Accessor {
-  std::function<std::int32_t(const Zentrel&)> get;
-  std::function<void(Zentrel&, std::int32_t)> let;
-};
-
-#define QMZ_NUMBER(name)                                                \
-  {                                                                     \
-    [](const Zentrel& object) { return object.name(); },                \
-        [](Zentrel& object, std::int32_t value) { object.name(value); } \
-  }
-#define QMZ_FLAG(name)                                                       \
-  {                                                                          \
-    [](const Zentrel& object) { return std::int32_t{object.name()}; },       \
-        [](Zentrel& object, std::int32_t value) { object.name(value != 0); } \
-  }
-
-// In the order of Property.
-const Accessor kAccessors[kProperties] = {
-    QMZ_NUMBER(DeviceMIF), QMZ_FLAG(IDToggle), QMZ_FLAG(MIFSelect),      QMZ_NUMBER(Util),
-    QMZ_NUMBER(Xpdr),      QMZ_NUMBER(Tamper), QMZ_NUMBER(Reading),      QMZ_NUMBER(PLLWarmup),
-    QMZ_NUMBER(TXI),       QMZ_NUMBER(MSI),    QMZ_NUMBER(Freq_MSB),     QMZ_NUMBER(Freq_MID),
-    QMZ_NUMBER(Freq_LSB),  QMZ_NUMBER(BR_MSB), QMZ_NUMBER(BR_LSB),       QMZ_NUMBER(PA_CTRL),
-    QMZ_NUMBER(EOL_CTRL),  QMZ_FLAG(HasLeak),  QMZ_NUMBER(LeakThreshold)};
-
-// The older names of the same.
-const std::pair<Property, Accessor> kAliases[] = {{kFreqMsb, QMZ_NUMBER(Freq_A2)},
-                                                  {kFreqMid, QMZ_NUMBER(Freq_A1)},
-                                                  {kFreqLsb, QMZ_NUMBER(Freq_A0)},
-                                                  {kRateMsb, QMZ_NUMBER(Clock_A)},
-                                                  {kRateLsb, QMZ_NUMBER(PA_Power)}};
-
-#undef QMZ_NUMBER
-#undef QMZ_FLAG
-
 bool IsFlag(std::int32_t property) {
   return property == kIdToggle || property == kMifSelect || property == kHasLeak;
 }
 
 bool HasReply(const Call& call) {
-  return call.what != What::kTelic2Test || Telic2Model(call).Expected() > 0;
+  return call.what != What::kTelic2Test || Telic2Model(call, kSessionCatalog).Expected() > 0;
 }
 
 void InstallCatalog() {
-  for (const Telic2Length& length : kTelic2Lengths) {
+  for (const Telic2Length& length : kSessionCatalog) {
     if (length.bytes != 0) tests::SetMessage(length.id, length.bytes);
     tests::SetTest(kTelic2Device, length.id, length.test_writes, length.test_reads);
   }
+}
+
+Bytes Summed(Bytes bytes) {
+  bytes.push_back(static_cast<std::uint8_t>(std::accumulate(bytes.begin(), bytes.end(), 0)));
+  return bytes;
 }
 
 // Client code takes whole steps.
@@ -85,6 +59,7 @@ Client::Client(FuzzedDataProvider& chance, std::span<const What> calls, bool bre
 
 void Client::RunSession() {
   fakes::ResetWorld();
+  TheWorld().keeps_journal = false;
   modErrorReportSupport::InitErrorReporting();
   Furnish();
   constexpr int kQuartersAnHour = 4 * 3600;
@@ -103,10 +78,16 @@ void Client::RunSession() {
   constexpr int kMostCalls = 60;
   for (int i = 0; i < kMostCalls && object_ && chance_.remaining_bytes() > 0; ++i) {
     Act();
-    if (!broken_) model.Follow(seen_);
+    if (broken_) {
+      CheckSent();
+    } else {
+      model.Follow(seen_);
+    }
+    shown_before_ = shown_last_;
     seen_.clear();
     if (TheWorld().now > std::chrono::hours(2)) break;
   }
+  if (broken_ && object_) CheckRecovery();
   object_.reset();
   CheckEnd();
   fakes::ResetWorld();
@@ -138,6 +119,60 @@ void Client::BreakAt(int call) {
     broken_ = true;
     throw std::bad_alloc();
   };
+}
+
+void Client::CheckSent() const {
+  // Calls from within may change what is sent.
+  const auto is_nested = [this](const Seen& seen) {
+    return seen.kind == Kind::kBegin && &seen != &seen_.front();
+  };
+  if (!shown_before_ || std::ranges::any_of(seen_, is_nested)) return;
+  for (const Seen& seen : seen_) {
+    Require(seen.kind != Kind::kSent || MaySend(seen_.front().call, *shown_before_, seen.bytes),
+            [this] { return "nobody has asked for such a frame\n" + Text(seen_, seen_.size()); });
+  }
+}
+
+// Memory is back, the ports are there, and the box is sound.
+void Client::CheckRecovery() {
+  fakes::World& world = TheWorld();
+  world.before_call = nullptr;
+  world.out_of_timers = false;
+  for (const std::int32_t port : kPorts) {
+    world.ports[port].vanished = world.ports[port].refuses_settings = false;
+  }
+  quiet_ = true;
+  seen_.clear();
+  constexpr std::uint8_t kShortSupply = 0xA5;
+  const Bytes box_status = Summed({0x32, 120, kShortSupply, 7, 0, 0});
+  const Bytes block_1 = Summed({0x2A, 99, 0x65, 0x43, 0x21, 0x93, 0x0F, 0x0E, 0x0D, 0x71, 9, 0x80,
+                                0x32, 120, kShortSupply, 7, 0, 0});
+  const Bytes block_2 = Summed({0, 11, 12, 13, 14, 15, 16, 17, 55, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  sound_replies_ = {box_status, block_1, block_2};
+  const auto run = [this](auto command) {
+    const int reports = reports_;
+    std::int32_t status = -1;
+    try {
+      status = command(*object_);
+    } catch (const RunTimeError&) {
+      Find("a call still fails");
+    }
+    Require(status == 0 && reports_ == reports, "a command still fails");
+  };
+  run([](Zentrel& object) { return object.DeviceOpen(kPorts.front(), true); });
+  run([](Zentrel& object) { return object.BoxStatus(); });
+  run([](Zentrel& object) { return object.ReadXpdr(); });
+  std::vector<Bytes> sent;
+  for (const Seen& seen : seen_) {
+    if (seen.kind == Kind::kSent) sent.push_back(seen.bytes);
+  }
+  Require(sent == std::vector<Bytes>{{0x80}, {0x40}, {0x42}}, "something else is sent");
+  Shown expected = ShownAfter(box_status, block_1, block_2);
+  expected.power_timeout = 20;
+  expected.verify_delay = object_->VDelay();
+  Require(ShownBy(*object_) == expected,
+          [&] { return "shows " + Text(ShownBy(*object_)) + "\ninstead of " + Text(expected); });
+  seen_.clear();
 }
 
 void Client::CheckEnd() const {
@@ -237,7 +272,8 @@ void Client::Do(Call call) {
   try {
     status = Perform(call);
   } catch (const RunTimeError& error) {
-    Require(error.number == kReported, "error " + std::to_string(error.number) + " leaves");
+    Require(error.number == kReported,
+            [&] { return "error " + std::to_string(error.number) + " leaves"; });
     // What breaks may be the report of something else.
     const bool breaks_now = broken_ && !was_broken;
     Require(reports_ > reports || breaks_now, "an error leaves without a report");
@@ -248,8 +284,10 @@ void Client::Do(Call call) {
   end.call = std::move(call);
   end.fault = fault;
   end.status = status;
+  shown_last_.reset();
   try {
-    if (object_) end.shown = Look();
+    if (object_) end.shown = ShownBy(*object_);
+    shown_last_ = end.shown;
   } catch (const RunTimeError&) {
     Require(broken_, "a property raises");
   }
@@ -312,7 +350,7 @@ std::int32_t Client::PerformCommand(Zentrel& object, Call& call) {
     case What::kTelic2Read:
     case What::kTelic2Write:
     case What::kTelic2Test:
-      reply_length_ = static_cast<std::size_t>(Telic2Model(call).Expected());
+      reply_length_ = static_cast<std::size_t>(Telic2Model(call, kSessionCatalog).Expected());
       if (call.what == What::kTelic2Read) return run(&Zentrel::TELIC2Read);
       return call.what == What::kTelic2Write ? run(&Zentrel::TELIC2Write)
                                              : run(&Zentrel::TELIC2Test);
@@ -382,26 +420,16 @@ Seen& Client::Note(Kind kind) {
   return seen;
 }
 
-Shown Client::Look() const {
-  const Zentrel& object = *object_;
-  Shown shown;
-  for (std::size_t i = 0; i < kProperties; ++i) shown.properties[i] = kAccessors[i].get(object);
-  shown.transponder_version = object.TravonelVersion();
-  shown.box_version = object.ZentrelVersion();
-  for (std::int16_t i = 0; i < 2; ++i) {
-    shown.signature[static_cast<std::size_t>(i)] = object.ZentrelSignature(i);
-  }
-  shown.volts = object.BatteryVoltage();
-  shown.power_timeout = object.PowerTimeout();
-  shown.verify_delay = object.VDelay();
-  return shown;
-}
-
 // --- The box ---
 
 fakes::Reaction Client::React(std::span<const std::uint8_t> sent) {
   Seen& seen = Note(Kind::kSent);
   seen.bytes.assign(sent.begin(), sent.end());
+  if (!sound_replies_.empty()) {
+    const Bytes reply = std::move(sound_replies_.front());
+    sound_replies_.pop_front();
+    return {{reply, milliseconds(0)}};
+  }
   const int kind = Within(0, 15);
   if (kind == 0) {
     seen.fault = true;
@@ -441,10 +469,7 @@ Bytes Client::Reply(std::size_t length) {
     reply[11] = chance_.PickValueInArray<std::uint8_t>({0x51, 0x80, 0x39, 0x40, 0xA0, 0x9F, 0x7F});
     reply[14] = kind_of_box();
   }
-  if (length > 0) {
-    reply.push_back(static_cast<std::uint8_t>(std::accumulate(reply.begin(), reply.end(), 0)));
-  }
-  return reply;
+  return length > 0 ? Summed(std::move(reply)) : reply;
 }
 
 }  // namespace qmzentrel::fuzz

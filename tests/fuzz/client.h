@@ -4,8 +4,10 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -20,7 +22,9 @@ namespace qmzentrel::fuzz {
 class Client : private ZentrelEvents {
  public:
   /// Does any of `calls`, the more often the more often it is among them. With `breaks` the world
-  /// may fail anywhere once; from then on only what holds in every case is held against it.
+  /// may fail anywhere once; from then on only what holds in every case is held against it: what is
+  /// sent is what the commands send, and once all is well again everything works as on a new
+  /// object.
   Client(FuzzedDataProvider& chance, std::span<const What> calls, bool breaks);
 
   /// From the creation of the object to its release.
@@ -42,7 +46,8 @@ class Client : private ZentrelEvents {
   fakes::Reaction React(std::span<const std::uint8_t> sent);
   Bytes Reply(std::size_t length);
   Seen& Note(Kind kind);
-  Shown Look() const;
+  void CheckSent() const;
+  void CheckRecovery();
   void CheckEnd() const;
 
   int Within(int least, int most) { return chance_.ConsumeIntegralInRange(least, most); }
@@ -51,6 +56,8 @@ class Client : private ZentrelEvents {
   std::span<const What> calls_;
   bool breaks_;
   bool broken_ = false;
+  std::optional<Shown> shown_before_;  ///< ahead of the call at work
+  std::optional<Shown> shown_last_;
 
   fakes::FakeObject handler_;
   int reports_ = 0;
@@ -61,6 +68,7 @@ class Client : private ZentrelEvents {
   bool quiet_ = false;
   bool maintained_ = true;
   std::size_t reply_length_ = 0;
+  std::deque<Bytes> sound_replies_;  ///< instead of drawn ones
 };
 
 }  // namespace qmzentrel::fuzz

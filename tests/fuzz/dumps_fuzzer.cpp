@@ -28,7 +28,7 @@ constexpr const char* kName = "name";
 /// A text of any bytes, at times a long one.
 std::string AnyText(FuzzedDataProvider& input) {
   std::string text = input.ConsumeRandomLengthString(60);
-  if (input.ConsumeIntegralInRange(0, 15) == 0) {
+  if (input.ConsumeIntegralInRange(0, 63) == 0) {
     text.resize(input.ConsumeIntegralInRange<std::size_t>(0, 5000), '<');
   }
   if (input.ConsumeIntegralInRange(0, 3) == 0) text += '\0';
@@ -36,7 +36,7 @@ std::string AnyText(FuzzedDataProvider& input) {
 }
 
 std::size_t AnyCount(FuzzedDataProvider& input) {
-  return input.ConsumeIntegralInRange(0, 15) == 0
+  return input.ConsumeIntegralInRange(0, 63) == 0
              ? input.ConsumeIntegralInRange<std::size_t>(0, 4000)
              : input.ConsumeIntegralInRange<std::size_t>(0, 6);
 }

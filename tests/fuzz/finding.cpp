@@ -5,9 +5,8 @@
 
 namespace qmzentrel::fuzz {
 
-void Require(bool holds, const std::string& what) {
-  if (holds) return;
-  std::fprintf(stderr, "FINDING: %s\n", what.c_str());
+void Find(std::string_view what) {
+  std::fprintf(stderr, "FINDING: %.*s\n", static_cast<int>(what.size()), what.data());
   std::abort();
 }
 

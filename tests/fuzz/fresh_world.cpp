@@ -12,6 +12,7 @@ namespace qmzentrel::fuzz {
 
 FreshWorld::FreshWorld() {
   fakes::ResetWorld();
+  fakes::TheWorld().keeps_journal = false;
   modErrorReportSupport::InitErrorReporting();
   error_handler_.type_name = "Error";
   error_handler_.methods["ErrorHandler"] = [this](const auto& arguments) {
@@ -31,8 +32,9 @@ FreshWorld::~FreshWorld() {
   Require(!fakes::IsInProcedure(), "a frame is left behind");
   Require(fakes::TheWorld().open_keys.empty(), "a key is left open");
   Require(fakes::TheWorld().stop_messages.empty(), "a message box came up");
-  for (const auto& [number, port] : fakes::TheWorld().ports) {
-    Require(!port.open, "port " + std::to_string(number) + " is left open");
+  for (const auto& port : fakes::TheWorld().ports) {
+    Require(!port.second.open,
+            [&] { return "port " + std::to_string(port.first) + " is left open"; });
   }
   modCOM_XTimerSupport::ReleaseThread();
   modErrorReportSupport::ReleaseThread();
@@ -47,9 +49,10 @@ std::int32_t FreshWorld::FaultOf(const std::function<void()>& action) {
   } catch (const RunTimeError& error) {
     left = true;
     Require(error.number == kErrorReported,
-            "error " + std::to_string(error.number) + " leaves without a report");
+            [&] { return "error " + std::to_string(error.number) + " leaves without a report"; });
   }
-  Require(reported_.size() == (left ? 1 : 0), std::to_string(reported_.size()) + " reports");
+  Require(reported_.size() == (left ? 1 : 0),
+          [this] { return std::to_string(reported_.size()) + " reports"; });
   const std::int32_t number = left ? reported_.front() : 0;
   reported_.clear();
   return number;

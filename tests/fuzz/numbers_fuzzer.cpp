@@ -58,7 +58,8 @@ void TryVersion(std::uint8_t b) {
   const int high = b >> 4;
   const int low = b & 15;
   const double expected = high > 9 ? 0 : low > 9 ? high : high + low / 10.0;
-  Require(std::abs(value - expected) < 1e-9, "version " + text + " has another value");
+  Require(std::abs(value - expected) < 1e-9,
+          [&] { return "version " + text + " has another value"; });
 }
 
 template <typename Number>
@@ -66,7 +67,8 @@ void TryText(Number value) {
   if (!std::isfinite(value)) return;
   const std::string text = NumberText(value);
   const auto read = NumericValue(text);
-  Require(read && static_cast<Number>(*read) == value, "does not read back: " + text);
+  Require(read && static_cast<Number>(*read) == value,
+          [&] { return "does not read back: " + text; });
 }
 
 }  // namespace

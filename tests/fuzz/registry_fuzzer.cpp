@@ -245,8 +245,10 @@ void TryWriting(FuzzedDataProvider& input) {
   if (const auto* number = std::get_if<std::int32_t>(&expected); number && without_numbers) {
     expected = std::to_string(*number);
   }
-  Require(read == expected, "what was written reads as something else: " +
-                                DumpVariable("data", data) + DumpVariable("read", read));
+  Require(read == expected, [&] {
+    return "what was written reads as something else: " + DumpVariable("data", data) +
+           DumpVariable("read", read);
+  });
 }
 
 // --- Lists ---

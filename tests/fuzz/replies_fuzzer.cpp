@@ -2,9 +2,8 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -12,68 +11,20 @@
 #include "tests/fakes/fake_world.h"
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/fresh_world.h"
+#include "tests/fuzz/properties.h"
+#include "tests/fuzz/record_model.h"
 
 namespace qmzentrel::fuzz {
 namespace {
 
-using fakes::Bytes;
 using fakes::Microseconds;
 using fakes::Milliseconds;
 using fakes::TheWorld;
 
 constexpr std::int32_t kPort = 7;
+constexpr std::int32_t kVerifyDelay = 4000;
 constexpr std::size_t kBoxStatusReply = 7;
 constexpr std::size_t kTransponderReply = 19;
-
-std::string VersionOf(std::uint8_t byte) {
-  char text[8];
-  std::snprintf(text, sizeof text, "%X.%X", static_cast<unsigned>(byte >> 4),
-                static_cast<unsigned>(byte & 15));
-  return text;
-}
-
-// Tenths; a letter ends the number.
-int TenthsOf(std::uint8_t byte) {
-  const int high = byte >> 4;
-  const int low = byte & 15;
-  return high > 9 ? 0 : low > 9 ? high * 10 : high * 10 + low;
-}
-
-/// What the object holds, as far as replies decide it.
-struct Holdings {
-  std::int32_t mif = 0, util = 0, id = 0, tamper = 0, reading = 0, warmup = 0, interval = 0,
-               msi = 0;
-  std::string version;
-  bool has_leak = false;
-  std::int32_t settings[7] = {};
-  std::int32_t threshold = 0;
-  std::string box_version;
-  float battery = 0;
-  std::int32_t signature[2] = {};
-  std::int32_t power_timeout = 60;
-
-  bool operator==(const Holdings&) const = default;
-};
-
-Holdings HoldingsOf(const Zentrel& object) {
-  return {object.DeviceMIF(),
-          object.Util(),
-          object.Xpdr(),
-          object.Tamper(),
-          object.Reading(),
-          object.PLLWarmup(),
-          object.TXI(),
-          object.MSI(),
-          object.TravonelVersion(),
-          object.HasLeak(),
-          {object.Freq_MSB(), object.Freq_MID(), object.Freq_LSB(), object.BR_MSB(),
-           object.BR_LSB(), object.PA_CTRL(), object.EOL_CTRL()},
-          object.LeakThreshold(),
-          object.ZentrelVersion(),
-          object.BatteryVoltage(),
-          {object.ZentrelSignature(0), object.ZentrelSignature(1)},
-          object.PowerTimeout()};
-}
 
 /// A byte on its way from the box.
 struct Arrival {
@@ -90,59 +41,52 @@ struct Sending {
 /// Says, from what was sent when and answered how, what has to come of it.
 class Model {
  public:
-  Holdings now;
+  /// What the object shows.
+  Shown Now() const {
+    Shown shown;
+    record_.Show(shown);
+    shown.power_timeout = power_timeout_;
+    shown.verify_delay = kVerifyDelay;
+    return shown;
+  }
 
   ZentrelStatus BoxStatus() {
     const auto [status, reply] = Exchange({0x80}, kBoxStatusReply, 500);
-    if (status == S_OKAY) TakeFacts(reply, 0);
+    if (status == S_OKAY) {
+      record_.TakeBoxFacts(reply.data());
+      NoteSignature();
+    }
     return status;
   }
 
   ZentrelStatus Reset() { return Exchange({0xC0}, kTransponderReply, 10).first; }
 
   ZentrelStatus Read() {
-    auto [status, reply] = ExchangeTwice({0x40}, electric_ ? 12500 : 2500);
+    auto [status, reply] = ExchangeTwice({0x40}, record_.IsElectric() ? 12500 : 2500);
     if (status == S_OKAY) {
       TakeBlock1(reply);
     } else {
-      now = {.settings = {},
-             .threshold = now.threshold,
-             .box_version = now.box_version,
-             .battery = now.battery,
-             .signature = {now.signature[0], now.signature[1]},
-             .power_timeout = now.power_timeout};
-      now.version = "0.0";
-      std::copy(std::begin(settings_), std::end(settings_), now.settings);
-      tenths_ = 0;
+      record_.ClearBlock1();
     }
-    if (!HasBlock2()) return status;
-    std::tie(status, reply) = ExchangeTwice({0x42}, electric_ ? 12500 : 2500);
-    if (status != S_OKAY) {
-      reply.assign(kTransponderReply, 0);
-      reply[7] = 23;
+    if (!record_.HasBlock2()) return status;
+    std::tie(status, reply) = ExchangeTwice({0x42}, record_.IsElectric() ? 12500 : 2500);
+    if (status == S_OKAY) {
+      record_.TakeBlock2(reply);
+    } else {
+      record_.ClearBlock2();
     }
-    TakeBlock2(reply);
     return status;
   }
 
+  // What has come in a reply is in range, so that it can be sent.
   ZentrelStatus Write() {
-    now.tamper = (now.tamper & 127) + (now.has_leak ? 128 : 0);
-    const auto part = [](std::int32_t value, int shift) {
-      return static_cast<std::uint8_t>(value >> shift & 255);
-    };
-    auto [status, reply] = ExchangeTwice(
-        {part(now.mif, 0), part(now.util, 0), part(now.id, 16), part(now.id, 8), part(now.id, 0),
-         part(now.tamper, 0), part(now.reading, 16), part(now.reading, 8), part(now.reading, 0),
-         part(now.warmup * 16 + now.interval, 0), part(now.msi, 0), 0},
-        2500);
+    record_.AdjustLeak();
+    auto [status, reply] = ExchangeTwice(record_.Block1(), 2500);
     if (status != S_OKAY) return status;
     TakeBlock1(reply);
-    if (!HasBlock2()) return status;
-    Bytes block2{part(now.mif, 0)};
-    for (const std::int32_t setting : settings_) block2.push_back(part(setting, 0));
-    block2.insert(block2.end(), {part(255 - now.threshold, 0), 0, 0x20, 0});
-    std::tie(status, reply) = ExchangeTwice(block2, 2500);
-    if (status == S_OKAY) TakeBlock2(reply);
+    if (!record_.HasBlock2()) return status;
+    std::tie(status, reply) = ExchangeTwice(record_.Block2().value(), 2500);
+    if (status == S_OKAY) record_.TakeBlock2(reply);
     return status;
   }
 
@@ -150,37 +94,12 @@ class Model {
   std::size_t judged = 0;     ///< of them
 
  private:
-  void TakeFacts(const Bytes& reply, std::size_t first) {
-    now.box_version = VersionOf(reply[first]);
-    now.battery = static_cast<float>(reply[first + 1] * 0.039);
-    now.signature[0] = reply[first + 2];
-    now.signature[1] = reply[first + 3];
-    electric_ = now.signature[0] == 0xA6;
-    now.power_timeout = now.signature[0] == 0xA5 ? 20 : 60;
+  void TakeBlock1(const Bytes& reply) {
+    record_.TakeBlock1(reply);
+    NoteSignature();
   }
 
-  void TakeBlock1(const Bytes& b) {
-    tenths_ = TenthsOf(b[11]);
-    now.mif = b[0] & 63;
-    now.util = b[1];
-    now.id = b[2] * 65536 + b[3] * 256 + b[4];
-    now.has_leak = tenths_ >= 80 && b[5] >= 128;
-    now.tamper = now.has_leak && (b[0] & 32) == 0 ? b[5] - 128 : b[5];
-    now.reading = b[6] * 65536 + b[7] * 256 + b[8];
-    now.warmup = b[9] / 16;
-    now.interval = b[9] % 16;
-    now.msi = b[10] % 16;
-    now.version = VersionOf(b[11]);
-    TakeFacts(b, 12);
-  }
-
-  void TakeBlock2(const Bytes& b) {
-    std::copy(b.begin() + 1, b.begin() + 8, std::begin(settings_));
-    std::copy(std::begin(settings_), std::end(settings_), now.settings);
-    now.threshold = 255 - b[8];
-  }
-
-  bool HasBlock2() const { return tenths_ < 40 || tenths_ >= 80; }
+  void NoteSignature() { power_timeout_ = record_.Signature() == 0xA5 ? 20 : 60; }
 
   using Result = std::pair<ZentrelStatus, Bytes>;
 
@@ -191,7 +110,7 @@ class Model {
 
   Result Exchange(const Bytes& command, std::size_t length, std::int32_t timeout_ms) {
     Bytes reply;
-    const bool woken = electric_;
+    const bool woken = record_.IsElectric();
     for (int sendings = woken ? timeout_ms / 500 + 1 : 1; sendings > 0 && reply.empty();
          --sendings) {
       Require(judged < sent.size(), "too few sendings");
@@ -214,9 +133,8 @@ class Model {
     return {sum % 256 == reply.back() ? S_OKAY : S_BAD_SUM, reply};
   }
 
-  bool electric_ = false;
-  int tenths_ = 0;
-  std::int32_t settings_[7] = {};
+  RecordModel record_;
+  std::int32_t power_timeout_ = 60;
   std::vector<Arrival> line_;
 };
 
@@ -285,13 +203,15 @@ void RunCommands(FreshWorld& world, FuzzedDataProvider& input) {
     model.sent.clear();
     model.judged = 0;
     ZentrelStatus status = S_OKAY;
-    Require(world.FaultOf([&] { status = (object.get()->*command.run)(); }) == 0,
-            std::string(command.name) + " fails");
-    Require(status == (model.*command.expected)(), std::string(command.name) + ": another status");
-    Require(model.judged == model.sent.size(), std::string(command.name) + ": too many sendings");
-    Require(HoldingsOf(*object) == model.now, std::string(command.name) + ": another record");
+    const auto require = [&command](bool holds, const char* what) {
+      Require(holds, [&] { return std::string(command.name) + what; });
+    };
+    require(world.FaultOf([&] { status = (object.get()->*command.run)(); }) == 0, " fails");
+    require(status == (model.*command.expected)(), ": another status");
+    require(model.judged == model.sent.size(), ": too many sendings");
+    require(ShownBy(*object) == model.Now(), ": another record");
     TheWorld().Pump(Milliseconds(input.ConsumeIntegralInRange(0, 20000)));
-    Require(HoldingsOf(*object) == model.now, "a late byte has changed the record");
+    Require(ShownBy(*object) == model.Now(), "a late byte has changed the record");
   }
 }
 

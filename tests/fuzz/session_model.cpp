@@ -5,6 +5,7 @@
 
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/seen_text.h"
+#include "tests/fuzz/session_catalog.h"
 
 namespace qmzentrel::fuzz {
 namespace {
@@ -284,19 +285,19 @@ std::int32_t SessionModel::Write() {
 }
 
 std::int32_t SessionModel::Telic2(Call& call) {
-  const Telic2Model request(call);
+  const Telic2Model request(call, kSessionCatalog);
   if (request.Refusal()) return *request.Refusal();
-  if (request.IsShort()) throw Fault();
+  if (request.Error() != 0) throw Fault();
   if (!open_port_) {
     power_.Power(false);
     return kBadPort;
   }
   Bytes reply;
-  const std::int32_t count =
-      SuppliedExchange(request.Frame(), request.Expected(), request.Timeout(), reply);
+  const auto expected = static_cast<std::int32_t>(request.Expected());
+  const std::int32_t count = SuppliedExchange(request.Frame(), expected, request.Timeout(), reply);
   if (count < 0) return kTimeout;
-  if (count != request.Expected()) return kBadResponse;
-  if (call.what != What::kTelic2Write && !request.Unpack(reply, call.data)) throw Fault();
+  if (count != expected) return kBadResponse;
+  if (!request.Store(reply, call.data)) throw Fault();
   return kOkay;
 }
 

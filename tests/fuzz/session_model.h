@@ -11,7 +11,6 @@
 #include "tests/fuzz/power_model.h"
 #include "tests/fuzz/record_model.h"
 #include "tests/fuzz/seen.h"
-#include "tests/fuzz/telic2_model.h"
 
 namespace qmzentrel::fuzz {
 

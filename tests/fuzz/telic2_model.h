@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <vector>
 
 #include "tests/fuzz/seen.h"
 
@@ -17,37 +19,51 @@ struct Telic2Length {
 };
 
 /// What is known of messages; of any other number nothing is.
-inline constexpr Telic2Length kTelic2Lengths[] = {{8, 2, 2, 2},   {9, 2, 1, 0},  {10, 1, 0, 4},
-                                                  {11, 3, 3, 1},  {12, 4, 4, 4}, {17, -4, 0, 0},
-                                                  {20, 0, 1, -1}, {21, 5, 0, 9}};
+using Telic2Catalog = std::vector<Telic2Length>;
 
-/// The type of sub-device whose test messages these are.
-inline constexpr char kTelic2Device[] = "Meter";
+using LengthOfMessage = std::function<std::int64_t(std::int32_t id)>;
+
+/// The messages as they stand in a frame. Entries that `data` lacks are 0.
+Bytes Packed(const Numbers& ids, const Numbers& data, const LengthOfMessage& length_of);
+
+/// Stores what a reply says; false when it goes beyond `data`, or beyond the frame: what is before
+/// that is stored.
+bool Unpack(const Bytes& reply, const LengthOfMessage& length_of, Numbers& data);
+
+/// Bytes of the frame ahead of the messages, and all that it has room for.
+inline constexpr std::size_t kTelic2Header = 4;
+inline constexpr std::size_t kTelic2Buffer = 33;
 
 class Telic2Model {
  public:
   /// A request as the client makes it.
-  explicit Telic2Model(const Call& call);
+  Telic2Model(const Call& call, const Telic2Catalog& catalog);
 
   /// What ends the command before anything is sent.
   std::optional<std::int32_t> Refusal() const { return refusal_; }
-  /// The arrays lack entries.
-  bool IsShort() const;
+  /// The error that ends one without a refusal before anything is sent, 0 for none.
+  std::int32_t Error() const;
   const Bytes& Frame() const { return frame_; }
-  std::int32_t Expected() const { return expected_; }
+  /// Bytes of the reply.
+  std::int64_t Expected() const { return expected_; }
   std::int32_t Timeout() const { return call_.what == What::kTelic2Write ? 2500 : 12500; }
   /// Stores what a whole reply says, as far as `data` goes; false when it ends before the reply.
-  bool Unpack(const Bytes& reply, Numbers& data) const;
+  bool Store(const Bytes& reply, Numbers& data) const;
 
  private:
+  Telic2Length Known(std::int32_t id) const;
+  std::int64_t Length(std::int32_t id) const;
   void MakeRead();
-  void MakeWriteOrTest();
-  void Finish(std::uint8_t command, bool replies);
+  void MakeWrite();
+  void MakeTest();
+  void Finish(std::uint8_t command, bool replies, std::int64_t length, const Bytes& messages);
 
   const Call& call_;
+  const Telic2Catalog& catalog_;
   std::optional<std::int32_t> refusal_;
-  Bytes frame_{0x7E, 0x20, 0, 0};
-  std::int32_t expected_ = 4;
+  std::int32_t error_ = 0;
+  Bytes frame_;
+  std::int64_t expected_ = kTelic2Header;
 };
 
 }  // namespace qmzentrel::fuzz
