@@ -153,6 +153,7 @@ int Rules::Attempts() const {
 }
 
 void Rules::SetPower(bool on) {
+  link.rested = false;
   if (maintained_) {
     supplied = true;
     link.SetLine(true);
@@ -161,18 +162,28 @@ void Rules::SetPower(bool on) {
     seconds_left = facts["PowerTimeout"];
   } else {
     seconds_left = 0;
-    if (supplied) return;
-    supplied = true;
-    link.SetLine(true);
-    outlook_.takes += Milliseconds(2500);
-    outlook_.events.push_back(true);
+    if (!supplied) {
+      supplied = true;
+      link.SetLine(true);
+      outlook_.takes += Milliseconds(2500);
+      outlook_.events.push_back(true);
+    }
+    if (rests_until <= now + outlook_.takes) return;
+    outlook_.takes = rests_until - now;
+    outlook_.waited_for_clock = link.rested = true;
   }
+}
+
+// After a Box Status, answered or not. While the supply is maintained nobody waits for it.
+void Rules::LetRest() {
+  if (facts["signature 0"] == 0) rests_until = now + outlook_.takes + kRest;
 }
 
 Met Rules::OneSend(int step, int send) {
   const Exchange exchange = ExchangeOf(step);
   outlook_.sent.push_back(fakes::Hex(exchange.frame));
   if (link.gone) return Unsent(exchange);
+  outlook_.takes += link.write_takes;
   const bool here = where_ == Where::kBoth || (step == 0) == (where_ == Where::kFirst);
   const bool befallen = fault_->met && here && fault_->Befalls(send);
   if (befallen && fault_->hits_sending && fault_->driver_room) {
@@ -271,6 +282,13 @@ Bytes Rules::WriteFrame(int step) const {
           LowByte(is("MSI")),           0};
 }
 
+ZentrelStatus Rules::BoxStatus(int& send) {
+  const Met met = Try(0, send);
+  if (met.status == S_OKAY) TakeBoxFacts(met.reply, 0);
+  LetRest();
+  return met.status;
+}
+
 // A failed block 1 leaves no version, so that block 2 is read then, too.
 ZentrelStatus Rules::Read() {
   Met met = TryTwice(0);
@@ -338,11 +356,11 @@ Outlook Rules::Run(const Fault& fault, Where where) {
         outlook_.status = S_BAD_PORT;
         break;
       }
-      [[fallthrough]];
+      outlook_.status = BoxStatus(send);
+      if (outlook_.status == S_TIMEOUT) outlook_.status = BoxStatus(send);
+      break;
     case Order::kBoxStatus:
-      met = command_.order == Order::kDeviceInit ? TryTwice(0) : Try(0, send);
-      if (met.status == S_OKAY) TakeBoxFacts(met.reply, 0);
-      outlook_.status = met.status;
+      outlook_.status = BoxStatus(send);
       break;
     default:
       met = Try(0, send);

@@ -61,7 +61,15 @@ struct Outlook {
   Facts facts;
   std::vector<std::int32_t> data;  ///< of the client's messages
   bool line = false;               ///< the supply line at the end
+  /// It has waited for the clock of the day, which is a Single, read again at most each
+  /// millisecond: `takes` is good to kClockError.
+  bool waited_for_clock = false;
 };
+
+inline constexpr Milliseconds kClockError{5};
+
+/// How long a box without a signature rests after each Box Status.
+inline constexpr Milliseconds kRest{3'750};
 
 /// Which steps of a command a fault befalls.
 enum class Where { kFirst, kSecond, kBoth };
@@ -91,11 +99,16 @@ class Rules {
   bool supplied = false;  ///< as the object believes
   /// Seconds until the supply goes off, 0 while nothing counts them.
   std::int64_t seconds_left = 0;
+  /// When the command begins.
+  Microseconds now{0};
+  /// Until when a box without a signature rests.
+  Microseconds rests_until{0};
 
  private:
   bool IsElectric() const { return facts.at("signature 0") == 0xA6; }
   int Attempts() const;
   void SetPower(bool on);
+  void LetRest();
   Met OneSend(int step, int send);
   Met Try(int step, int& send);
   Met TryTwice(int step);
@@ -106,6 +119,7 @@ class Rules {
   void ClearBlock2();
   bool HasBlock2() const;
   Bytes WriteFrame(int step) const;
+  ZentrelStatus BoxStatus(int& send);
   ZentrelStatus Read();
   ZentrelStatus Write();
   void Unpack(const Bytes& reply);

@@ -72,15 +72,18 @@ class Table {
     if (length_ > 0) {
       ShortReplies();
       WrongBytes();
+      HeadlessReplies();
       LateReplies();
       Dribbles();
       ShiftedReplies();
       FailedReads();
+      CutReads();
     }
     MoreThanTheReply();
     Unplugged();
     SupplyLost();
     ShortWrites();
+    SlowWrites();
     Add({.name = "a port that another program has", .around = Around::kBusy});
     Add({.name = "a port that was gone when it was opened", .around = Around::kMissing});
     Add({.name = "a port that was gone, is back and has been opened again",
@@ -136,6 +139,21 @@ class Table {
                    int send) { return send == 0 ? Nothing(exchange) : Begun(exchange); }});
   }
 
+  // A driver that is still at work on a clearing takes the beginning of the reply with it.
+  void HeadlessReplies() {
+    for (const std::size_t lost : {std::size_t{1}, length_ / 2, length_ - 1, length_}) {
+      Add({.name = "the first " + std::to_string(lost) + " bytes of the reply lost",
+           .react = [lost](FakePort&, const Exchange& exchange, int) -> Reaction {
+             return {{Rest(exchange.reply, lost)}};
+           },
+           .met =
+               [lost](Link&, const Exchange& exchange, int) {
+                 return lost == exchange.reply.size() ? Nothing(exchange) : Begun(exchange);
+               },
+           .one_step_only = true});
+    }
+  }
+
   void WrongBytes() {
     for (std::size_t at = 0; at < length_; ++at) {
       for (const int by : {0x01, 0xFF}) {
@@ -177,8 +195,9 @@ class Table {
     Add({.name = "the first byte always beyond its limit",
          .react = late(kBeyond),
          .met =
-             [](Link&, const Exchange& exchange, int send) {
-               return send == 0 ? Nothing(exchange) : Taken(exchange, exchange.reply, kBeyond);
+             [](Link& link, const Exchange& exchange, int send) {
+               const bool is_late = send == 0 || link.rested;
+               return is_late ? Nothing(exchange) : Taken(exchange, exchange.reply, kBeyond);
              },
          .one_step_only = true});
     for (const std::size_t after : {std::size_t{1}, length_ / 2, length_ - 1}) {
@@ -306,6 +325,21 @@ class Table {
              }});
   }
 
+  // Many drivers hand over nothing of a read that they cancel, though bytes had come.
+  void CutReads() {
+    for (const std::size_t count : {std::size_t{1}, std::size_t{2}, length_ / 2, length_ - 1}) {
+      Add({.name = "a driver that keeps what a cut read had, " + std::to_string(count) +
+                   " bytes of the reply",
+           .react = [count](FakePort&, const Exchange& exchange, int) -> Reaction {
+             return {{First(exchange.reply, count)}};
+           },
+           .met = [](Link&, const Exchange& exchange, int) { return Begun(exchange); },
+           .loses_cut_reads = true});
+    }
+    Add({.name = "a driver that keeps what a cut read had, and the whole reply",
+         .loses_cut_reads = true});
+  }
+
   void Unplugged() {
     Add({.name = "unplugged before the command", .around = Around::kGone});
     Add({.name = "unplugged within the command",
@@ -369,6 +403,19 @@ class Table {
                },
            .hits_sending = true,
            .driver_room = room});
+    }
+  }
+
+  // The bytes begin to pass when the driver has taken them, and the box answers then.
+  void SlowWrites() {
+    for (const Milliseconds takes : {Milliseconds{1}, Milliseconds{400}, Milliseconds{999}}) {
+      const std::string name = "a driver that takes " + InMs(takes) + " over a write";
+      Add({.name = name, .write_takes = takes});
+      Add({.name = name + ", silent" + Times(1),
+           .count = 1,
+           .react = [](FakePort&, const Exchange&, int) { return Reaction{}; },
+           .met = [](Link&, const Exchange& exchange, int) { return Nothing(exchange); },
+           .write_takes = takes});
     }
   }
 

@@ -38,6 +38,8 @@ struct Link {
   bool line = false;  ///< the supply line is on
   bool lines_refused = false;
   bool fed_by_line = true;
+  Milliseconds write_takes{0};  ///< until the driver has taken a write
+  bool rested = false;  ///< the box has, ahead of the sends at work: what came late is cleared
 
   void SetLine(bool on) {
     if (!lines_refused) line = on;
@@ -84,6 +86,10 @@ struct Fault {
   bool takes_turns = false;
   /// Bytes of the frame that the driver takes, if not all.
   std::optional<std::size_t> driver_room{};
+  /// As in Link.
+  Milliseconds write_takes{0};
+  /// The driver hands over nothing of a read that it has to cut short.
+  bool loses_cut_reads = false;
 
   bool Befalls(int send) const { return send >= first && send - first < count; }
 };
