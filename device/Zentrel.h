@@ -219,7 +219,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   /// The fields in declared order, for the error report.
   std::string DumpFields() const;
   /// The same for a frame that reports in the name of a member.
-  ModuleFields Fields() const;
+  const ModuleFields& Fields() const { return fields_; }
 
  private:
   friend struct ZentrelAccess;  // tests of the private procedures below
@@ -260,6 +260,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void PowerTick();
 
   ObjectLifetime lifetime_{"Zentrel"};
+  ModuleFields fields_ = FieldsOf("Zentrel", this);
 
   // The error report shows them and what is in them; its order is that of DumpFields.
   bool m_blnPowerOnDemand = false;

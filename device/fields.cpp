@@ -17,9 +17,4 @@ std::string Zentrel::DumpFields() const {
          DumpObject("m_XTimer", m_XTimer.get());
 }
 
-ModuleFields Zentrel::Fields() const {
-  return {"Zentrel", this,
-          [](const void* object) { return static_cast<const Zentrel*>(object)->DumpFields(); }};
-}
-
 }  // namespace qmzentrel

@@ -100,7 +100,7 @@ class ClientCode {
 
  private:
   // Room for a place in the chain that the operating system asks about an exception.
-  static constexpr std::size_t kRoom = 11 * sizeof(void*);
+  static constexpr std::size_t kRoom = 10 * sizeof(void*);
   alignas(void*) std::byte registration_[kRoom];
 };
 

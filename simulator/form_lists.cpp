@@ -33,7 +33,7 @@ std::string ItemText(std::int32_t number, const std::string& name) {
 }  // namespace
 
 void frmZentrelSim::Form_Load() {
-  ErrorFrame frame(Fields(), "Form_Load");
+  ErrorFrame frame(fields_, "Form_Load");
   frame.Run([&] {
     STEP g_strKeyZentrelSim = kSimulatorKey;
     STEP if (!SimulatorEnabled()) return;
@@ -53,7 +53,7 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
   std::vector<modCOM_Registry::Reg_KeyValues> values;
   const StructureArray shown_values;
   std::int32_t lngValue = 0;
-  ErrorFrame frame(Fields(), "LoadSignatures", PARAMETERS(index, key),
+  ErrorFrame frame(fields_, "LoadSignatures", PARAMETERS(index, key),
                    Variables("values, lngValue", shown_values, lngValue));
   frame.Run([&] {
     STEP FormList list(*this, index == 0 ? DialogList::cboSignature0 : DialogList::cboSignature1);
@@ -70,7 +70,7 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
 }
 
 void frmZentrelSim::cboMIF_Click() {
-  ErrorFrame frame(Fields(), "cboMIF_Click");
+  ErrorFrame frame(fields_, "cboMIF_Click");
   frame.Run([&] {
     const bool selected =
         content_.lists[static_cast<std::size_t>(DialogList::cboMIF)].selected >= 0;
@@ -82,7 +82,7 @@ void frmZentrelSim::cboMIF_Click() {
 }
 
 void frmZentrelSim::chkSecondary_Click() {
-  ErrorFrame frame(Fields(), "chkSecondary_Click");
+  ErrorFrame frame(fields_, "chkSecondary_Click");
   frame.Run([&] { STEP RebuildLists(); });
 }
 
@@ -112,7 +112,7 @@ void frmZentrelSim::LoadMIFVersions() {
   std::int32_t lngMIF = 0;
   std::vector<std::string> strKeys;
   std::vector<std::string> strVersions;
-  ErrorFrame frame(Fields(), "LoadMIFVersions", PARAMETERS(), LOCALS(lngMIF, strKeys, strVersions));
+  ErrorFrame frame(fields_, "LoadMIFVersions", PARAMETERS(), LOCALS(lngMIF, strKeys, strVersions));
   frame.Run([&] {
     STEP lngMIF = ChosenInterface();
     STEP if (RegEnumKeys(kLocalMachine, InterfaceKey(lngMIF), strKeys, false) == 0) return;
@@ -129,7 +129,7 @@ void frmZentrelSim::LoadMIFVersions() {
 void frmZentrelSim::cboVersion_Click() {
   std::string strKey;
   std::int32_t lngSources = 0;
-  ErrorFrame frame(Fields(), "cboVersion_Click", PARAMETERS(), LOCALS(strKey, lngSources));
+  ErrorFrame frame(fields_, "cboVersion_Click", PARAMETERS(), LOCALS(strKey, lngSources));
   frame.Run([&] {
     STEP if (content_.lists[static_cast<std::size_t>(DialogList::cboVersion)].selected < 0) return;
     STEP strKey = InterfaceKey(m_lngSelectedMIF);
@@ -152,7 +152,7 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
                                      const std::optional<Variant>& Default) const {
   catalogs::VersionedLookup lookup;
   const auto& [strKeys, strKey, lngIndex, vntValue] = lookup;
-  ErrorFrame frame(Fields(), "VersionedProp",
+  ErrorFrame frame(fields_, "VersionedProp",
                    PARAMETERS(RegRootKey, PropName, TargetVersion, Default),
                    LOCALS(strKeys, strKey, lngIndex, vntValue));
   return frame.Run([&] { STEP return lookup.Find(RegRootKey, PropName, TargetVersion, Default); });
@@ -161,7 +161,7 @@ Variant frmZentrelSim::VersionedProp(const std::string& RegRootKey, const std::s
 void frmZentrelSim::LoadMSI() {
   Variant vntEncoder = false;
   std::int32_t lngCode = 0;
-  ErrorFrame frame(Fields(), "LoadMSI", PARAMETERS(), LOCALS(vntEncoder, lngCode));
+  ErrorFrame frame(fields_, "LoadMSI", PARAMETERS(), LOCALS(vntEncoder, lngCode));
   frame.Run([&] {
     STEP vntEncoder = catalogs::EncoderOf(m_lngSelectedMIF);
     STEP content_.tamper_caption = PropertyNumber(vntEncoder) != 0 ? "Status" : "Tamper";

@@ -45,7 +45,7 @@ class PointerAtDialog {
 }  // namespace
 
 void frmZentrelSim::ShowRead() {
-  ErrorFrame frame(Fields(), "ShowRead");
+  ErrorFrame frame(fields_, "ShowRead");
   frame.Run([&] {
     STEP ShowStoredValues();
     STEP Show("Zentrel Simulator - Read");
@@ -54,12 +54,12 @@ void frmZentrelSim::ShowRead() {
 }
 
 void frmZentrelSim::ShowFactoryTest() {
-  ErrorFrame frame(Fields(), "ShowFactoryTest");
+  ErrorFrame frame(fields_, "ShowFactoryTest");
   frame.Run([&] { STEP Show("Zentrel Simulator - Factory Test"); });
 }
 
 void frmZentrelSim::ShowWrite() {
-  ErrorFrame frame(Fields(), "ShowWrite");
+  ErrorFrame frame(fields_, "ShowWrite");
   frame.Run([&] { STEP Show("Zentrel Simulator - Write"); });
 }
 
@@ -117,7 +117,7 @@ void frmZentrelSim::ButtonPressed(DialogButton button) {
 }
 
 void frmZentrelSim::cmdOK_Click() {
-  ErrorFrame frame(Fields(), "cmdOK_Click");
+  ErrorFrame frame(fields_, "cmdOK_Click");
   frame.Run([&] {
     STEP WriteSimulatorValue("Reading", Reading());
     STEP WriteSimulatorValue("Tamper", Tamper());
@@ -137,7 +137,7 @@ void frmZentrelSim::cmdOK_Click() {
 }
 
 void frmZentrelSim::cmdNoXpdr_Click() {
-  ErrorFrame frame(Fields(), "cmdNoXpdr_Click");
+  ErrorFrame frame(fields_, "cmdNoXpdr_Click");
   frame.Run([&] {
     STEP StoreBoxValues();
     STEP Answer(S_TIMEOUT, S_OKAY);
@@ -145,7 +145,7 @@ void frmZentrelSim::cmdNoXpdr_Click() {
 }
 
 void frmZentrelSim::cmdNoZentrel_Click() {
-  ErrorFrame frame(Fields(), "cmdNoZentrel_Click");
+  ErrorFrame frame(fields_, "cmdNoZentrel_Click");
   frame.Run([&] { STEP Answer(S_TIMEOUT, S_TIMEOUT); });
 }
 
@@ -182,7 +182,7 @@ void frmZentrelSim::Hiding(const platform::WindowPlace& place) {
 }
 
 void frmZentrelSim::Form_Unload() {
-  ErrorFrame frame(Fields(), "Form_Unload");
+  ErrorFrame frame(fields_, "Form_Unload");
   frame.Run([&] {
     STEP if (window_) modCOM_FormHelpers::Form_SaveState(*window_, true, "", kPlaceName);
   });
@@ -190,17 +190,12 @@ void frmZentrelSim::Form_Unload() {
 
 // --- For the error report ---
 
-ModuleFields frmZentrelSim::Fields() const {
-  return {"frmZentrelSim", this, [](const void* object) {
-            const auto& form = *static_cast<const frmZentrelSim*>(object);
-            const auto status = [](const char* name, ZentrelStatus value) {
-              return DumpVariable(name, static_cast<std::int32_t>(value));
-            };
-            return DumpVariable("g_strKeyZentrelSim", form.g_strKeyZentrelSim) +
-                   DumpVariable("m_lngMIFsAvailable", form.m_lngMIFsAvailable) +
-                   DumpVariable("m_lngSelectedMIF", form.m_lngSelectedMIF) +
-                   status("m_Status", form.m_Status) + status("m_NextStatus", form.m_NextStatus);
-          }};
+std::string frmZentrelSim::DumpFields() const {
+  const auto status = [](const char* name, ZentrelStatus value) {
+    return DumpVariable(name, static_cast<std::int32_t>(value));
+  };
+  return DumpVariables(VARIABLES(g_strKeyZentrelSim, m_lngMIFsAvailable, m_lngSelectedMIF)) +
+         status("m_Status", m_Status) + status("m_NextStatus", m_NextStatus);
 }
 
 }  // namespace qmzentrel::simulator

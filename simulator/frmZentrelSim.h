@@ -91,6 +91,9 @@ class frmZentrelSim : private platform::DialogPresenter {
                         const std::string& TargetVersion,
                         const std::optional<Variant>& Default = std::nullopt) const;
 
+  /// The fields in declared order, for the error report.
+  std::string DumpFields() const;
+
  private:
   // One list of the dialog, for the helpers that fill and select.
   class FormList : public modCOM_CboLstHelpers::ItemList {
@@ -108,8 +111,6 @@ class frmZentrelSim : private platform::DialogPresenter {
     frmZentrelSim& form_;
     platform::DialogList list_;
   };
-
-  ModuleFields Fields() const;
 
   // Lists and interlocks
   void LoadSignatures(std::int32_t index, const std::string& key);
@@ -149,6 +150,8 @@ class frmZentrelSim : private platform::DialogPresenter {
   void TextTyped(platform::DialogText text, const std::string& typed) override;
   void ButtonPressed(platform::DialogButton button) override;
   void Hiding(const platform::WindowPlace& place) override;
+
+  ModuleFields fields_ = FieldsOf("frmZentrelSim", this);
 
   // In the order in which the error report shows them.
   std::string g_strKeyZentrelSim;

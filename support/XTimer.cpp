@@ -17,7 +17,7 @@ XTimer::~XTimer() {
 }
 
 void XTimer::Enabled(bool NewValue) {
-  ErrorFrame frame(Fields(), "Enabled", PARAMETERS(NewValue));
+  ErrorFrame frame(fields_, "Enabled", PARAMETERS(NewValue));
   frame.Run([&] {
     STEP if (NewValue == mblnEnabled) return;
     STEP mblnEnabled = NewValue;
@@ -36,7 +36,7 @@ void XTimer::Enabled(bool NewValue) {
 }
 
 void XTimer::Interval(std::int32_t NewInterval) {
-  ErrorFrame frame(Fields(), "Interval", PARAMETERS(NewInterval));
+  ErrorFrame frame(fields_, "Interval", PARAMETERS(NewInterval));
   frame.Run([&] {
     STEP if (NewInterval == mlngInterval) return;
     STEP if (mlngTimerID != 0) {
@@ -51,7 +51,7 @@ void XTimer::Interval(std::int32_t NewInterval) {
 }
 
 void XTimer::RaiseTick() {
-  ErrorFrame frame(Fields(), "RaiseTick");
+  ErrorFrame frame(fields_, "RaiseTick");
   frame.Run([&] {
     STEP const auto handler = tick_;  // the handler may detach itself while it runs
     STEP if (handler) handler();
@@ -60,11 +60,6 @@ void XTimer::RaiseTick() {
 
 std::string XTimer::DumpFields() const {
   return DumpVariables(VARIABLES(mlngTimerID, mlngInterval, mblnEnabled));
-}
-
-ModuleFields XTimer::Fields() const {
-  return {"XTimer", this,
-          [](const void* timer) { return static_cast<const XTimer*>(timer)->DumpFields(); }};
 }
 
 }  // namespace qmzentrel

@@ -49,7 +49,7 @@ class XTimer : public std::enable_shared_from_this<XTimer> {
   XTimer() = default;
 
   ObjectLifetime lifetime_{"XTimer"};
-  ModuleFields Fields() const;
+  ModuleFields fields_ = FieldsOf("XTimer", this);
 
   // In the order in which the error report shows them.
   std::int32_t mlngTimerID = 0;

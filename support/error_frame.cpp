@@ -57,14 +57,6 @@ std::string TextOrNothing(Dump dump) {
 
 }  // namespace
 
-void ErrorFrame::RunStatements(platform::ErasedCall run, void* call) const {
-  try {
-    platform::RunAsProcedure(run, call);
-  } catch (...) {
-    Fail();
-  }
-}
-
 void ErrorFrame::Fail() const {
   const RunTimeError error = ErrorInProgress();
   // What fails in here, of the report itself or of the component that takes it, ends here: the

@@ -17,7 +17,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/erased_call.h"
+#include "platform/hardware_faults.h"
 #include "support/variables.h"
 
 /// Stands before each statement of a procedure: a fault is reported with this line.
@@ -40,9 +40,16 @@ constexpr ModuleFields NoFields(const char* module) {
   return {module, nullptr, [](const void*) { return std::string(); }};
 }
 
+/// Of a class that renders them by DumpFields.
+template <class Class>
+constexpr ModuleFields FieldsOf(const char* module, const Class* object) {
+  return {module, object,
+          [](const void* shown) { return static_cast<const Class*>(shown)->DumpFields(); }};
+}
+
 class ErrorFrame {
  public:
-  /// Module and procedure as the report names them.
+  /// Module and procedure as the report names them. They outlive the frame.
   ErrorFrame(const ModuleFields& fields, const char* procedure)
       : fields_(fields), procedure_(procedure) {}
   template <class... Parameter>
@@ -53,28 +60,30 @@ class ErrorFrame {
   ErrorFrame(const ModuleFields& fields, const char* procedure,
              const Variables<Parameter...>& parameters, const Variables<Local...>& locals)
       : fields_(fields), procedure_(procedure), parameters_(parameters), locals_(locals) {}
+  template <class... Lists>
+  ErrorFrame(ModuleFields&& gone_too_soon, const char* procedure, const Lists&... lists) = delete;
   ErrorFrame(const ErrorFrame&) = delete;
   ErrorFrame& operator=(const ErrorFrame&) = delete;
 
   /// Runs the statements of the procedure and returns what they return.
   template <class Body>
   std::invoke_result_t<Body> Run(Body&& body) {
-    return platform::CallErased(
-        [this](platform::ErasedCall run, void* call) { RunStatements(run, call); },
-        std::forward<Body>(body));
+    try {
+      return platform::CallErased(platform::RunAsProcedure, std::forward<Body>(body));
+    } catch (...) {
+      Fail();
+    }
   }
 
   /// Line of the statement at work. Volatile: it must be in memory whenever a statement faults.
   volatile int line = 0;
 
  private:
-  void RunStatements(platform::ErasedCall run, void* call) const;
-
   /// Called while an exception is handled: reports it unless that has been done, and raises
   /// kErrorReported.
   [[noreturn]] void Fail() const;
 
-  ModuleFields fields_;
+  const ModuleFields& fields_;
   const char* procedure_;
   VariableList parameters_;
   VariableList locals_;

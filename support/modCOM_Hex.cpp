@@ -5,6 +5,8 @@
 namespace qmzentrel::modCOM_Hex {
 namespace {
 
+constexpr ModuleFields kFields = NoFields("modCOM_Hex");
+
 std::string BareDigits(std::int32_t value) {
   constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;
@@ -20,7 +22,7 @@ std::string BareDigits(std::int32_t value) {
 
 std::string HexPad(std::int32_t value, std::int32_t digits) {
   std::string strHex;
-  ErrorFrame frame(NoFields("modCOM_Hex"), "HexPad", PARAMETERS(value, digits), LOCALS(strHex));
+  ErrorFrame frame(kFields, "HexPad", PARAMETERS(value, digits), LOCALS(strHex));
   return frame.Run([&] {
     STEP strHex = BareDigits(value);
     STEP if (digits <= 1) return strHex;

@@ -11,6 +11,8 @@
 namespace qmzentrel::modCOM_IsWithinMinMax {
 namespace {
 
+constexpr ModuleFields kFields = NoFields("modCOM_IsWithinMinMax");
+
 // Null when `value` is no text.
 const std::string* TextOf(const Variant& value) {
   if (std::holds_alternative<std::vector<std::string>>(value)) RaiseError(kErrorTypeMismatch);
@@ -52,8 +54,8 @@ int Compare(const Variant& left, const Variant& right) {
 bool IsWithinMinMax(const Variant& value, const Variant& minimum, const Variant& maximum) {
   std::int32_t lngToMinimum = 0;
   std::int32_t lngToMaximum = 0;
-  ErrorFrame frame(NoFields("modCOM_IsWithinMinMax"), "IsWithinMinMax",
-                   PARAMETERS(value, minimum, maximum), LOCALS(lngToMinimum, lngToMaximum));
+  ErrorFrame frame(kFields, "IsWithinMinMax", PARAMETERS(value, minimum, maximum),
+                   LOCALS(lngToMinimum, lngToMaximum));
   return frame.Run([&] {
     STEP lngToMinimum = Compare(value, minimum);
     STEP lngToMaximum = Compare(value, maximum);

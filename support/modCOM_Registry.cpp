@@ -17,6 +17,8 @@
 namespace qmzentrel::modCOM_Registry {
 namespace {
 
+constexpr ModuleFields kFields = NoFields("modCOM_Registry");
+
 using platform::RegistryKey;
 
 // READ_CONTROL, KEY_QUERY_VALUE and KEY_ENUMERATE_SUB_KEYS of the operating system.
@@ -275,8 +277,7 @@ void QSort(const char* procedure, const char* parameter_names, std::vector<Entry
   Variant vntTempVal;
   Variant vntTestVal;
   std::vector<std::pair<std::int32_t, std::int32_t>> parts;
-  ErrorFrame frame(NoFields("modCOM_Registry"), procedure,
-                   Variables(parameter_names, list, lngFirst, lngLast),
+  ErrorFrame frame(kFields, procedure, Variables(parameter_names, list, lngFirst, lngLast),
                    LOCALS(lngLow, lngHigh, lngMiddle, vntTempVal, vntTestVal));
   frame.Run([&] {
     const auto at = [&list](std::int32_t index) -> Entry& {

@@ -64,9 +64,8 @@ Slot& FreeSlot() {
 
 const modErrorReportSupport::GlobalVariables kVariables(DumpFields);
 
-ModuleFields Fields() {
-  return {"modCOM_XTimerSupport", nullptr, [](const void*) { return DumpFields(); }};
-}
+constexpr ModuleFields kFields{"modCOM_XTimerSupport", nullptr,
+                               [](const void*) { return DumpFields(); }};
 
 }  // namespace
 
@@ -83,7 +82,7 @@ std::int32_t BeginTimer(const std::shared_ptr<XTimer>& xt, std::int32_t interval
 
 void EndTimer(const XTimer& xt) {
   std::int32_t id = 0;
-  ErrorFrame frame(Fields(), "EndTimer", PARAMETERS(), LOCALS(id));
+  ErrorFrame frame(kFields, "EndTimer", PARAMETERS(), LOCALS(id));
   frame.Run([&] {
     STEP id = xt.TimerID();
     STEP if (id == 0) return;
@@ -99,7 +98,7 @@ void EndTimer(const XTimer& xt) {
 void TimerProc(std::int32_t hWnd, std::int32_t uMsg, std::int32_t idEvent,
                std::int32_t lngSysTime) {
   try {
-    ErrorFrame frame(Fields(), "TimerProc", PARAMETERS(hWnd, uMsg, idEvent, lngSysTime));
+    ErrorFrame frame(kFields, "TimerProc", PARAMETERS(hWnd, uMsg, idEvent, lngSysTime));
     frame.Run([&] {
       STEP const Slot* slot = FindSlot(idEvent);
       STEP if (!slot || idEvent == 0) {     // 0 would find a free slot

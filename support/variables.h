@@ -23,8 +23,9 @@ std::string DumpAt(std::string_view name, const void* variable) {
   return DumpVariable(name, *static_cast<const T*>(variable));
 }
 
+// One for each, and a null.
 template <class... T>
-inline constexpr std::array<DumpFunction, sizeof...(T)> kDumpFunctions{DumpAt<T>...};
+inline constexpr std::array<DumpFunction, sizeof...(T) + 1> kDumpFunctions{DumpAt<T>...};
 
 }  // namespace internal
 
@@ -48,9 +49,7 @@ class VariableList {
   VariableList() = default;
   template <class... T>
   explicit VariableList(const Variables<T...>& variables)
-      : names_(variables.names),
-        functions_(internal::kDumpFunctions<T...>.data()),
-        count_(sizeof...(T)) {
+      : names_(variables.names), functions_(internal::kDumpFunctions<T...>.data()) {
     static_assert(sizeof...(T) <= kMost);
     for (std::size_t i = 0; i < sizeof...(T); ++i) addresses_[i] = variables.addresses[i];
   }
@@ -61,21 +60,20 @@ class VariableList {
   std::string Dump() const;
 
  private:
-  const char* names_ = "";
-  const DumpFunction* functions_ = nullptr;
-  std::size_t count_ = 0;
+  const char* names_;
+  const DumpFunction* functions_ = nullptr;  // null: there are no variables
   std::array<const void*, kMost> addresses_;
 };
 // NOLINTEND(cppcoreguidelines-pro-type-member-init)
 
-/// An entry for each of `count` variables.
+/// An entry for each variable, as many as there are functions before the null.
 std::string DumpVariables(std::string_view names, const DumpFunction* functions,
-                          const void* const* addresses, std::size_t count);
+                          const void* const* addresses);
 
 template <class... T>
 std::string DumpVariables(const Variables<T...>& variables) {
   return DumpVariables(variables.names, internal::kDumpFunctions<T...>.data(),
-                       variables.addresses.data(), sizeof...(T));
+                       variables.addresses.data());
 }
 
 }  // namespace qmzentrel

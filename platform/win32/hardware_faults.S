@@ -1,46 +1,7 @@
-/* The two ends of a fault registration, and the way back to it: what no compiler can express. */
+/* The way back to a fault registration: what no compiler can express. */
 #include "platform/win32/fault_layout.h"
 
 	.text
-
-/* int QmzEnterFaultRegistration(Registration*), int QmzEnterCallOut(Registration*) */
-	.macro enter handler
-	movl 4(%esp), %eax
-	movl $\handler, REGISTRATION_HANDLER(%eax)
-	movl %ebx, REGISTRATION_EBX(%eax)
-	movl %esi, REGISTRATION_ESI(%eax)
-	movl %edi, REGISTRATION_EDI(%eax)
-	movl %ebp, REGISTRATION_EBP(%eax)
-	leal 4(%esp), %ecx          /* the stack as it is after the return */
-	movl %ecx, REGISTRATION_ESP(%eax)
-	movl (%esp), %ecx
-	movl %ecx, REGISTRATION_EIP(%eax)
-	xorl %ecx, %ecx             /* nothing has led back yet */
-	movl %ecx, REGISTRATION_CODE(%eax)
-	movl %ecx, REGISTRATION_CUT_BACK_TO(%eax)
-	movl %ecx, REGISTRATION_UNWINDING(%eax)
-	movl %fs:0, %ecx
-	movl %ecx, REGISTRATION_PREVIOUS(%eax)
-	movl %eax, %fs:0
-	xorl %eax, %eax
-	ret
-	.endm
-
-	.globl _QmzEnterFaultRegistration
-_QmzEnterFaultRegistration:
-	enter _QmzFaultHandler
-
-	.globl _QmzEnterCallOut
-_QmzEnterCallOut:
-	enter _QmzCallOutHandler
-
-/* void QmzLeaveFaultRegistration(Registration*) */
-	.globl _QmzLeaveFaultRegistration
-_QmzLeaveFaultRegistration:
-	movl 4(%esp), %eax
-	movl REGISTRATION_PREVIOUS(%eax), %ecx
-	movl %ecx, %fs:0
-	ret
 
 /* void QmzReturnToFaultRegistration(Registration*): never returns here */
 	.globl _QmzReturnToFaultRegistration
@@ -51,13 +12,9 @@ return_to:
 	cld
 	fnclex
 	emms                        /* no x87 register in use, as a function expects */
-	movl REGISTRATION_EBX(%eax), %ebx
-	movl REGISTRATION_ESI(%eax), %esi
-	movl REGISTRATION_EDI(%eax), %edi
 	movl REGISTRATION_EBP(%eax), %ebp
 	movl REGISTRATION_ESP(%eax), %esp
 	movl REGISTRATION_EIP(%eax), %ecx
-	movl $1, %eax
 	jmp *%ecx
 
 /* void QmzUnwindTo(Registration*, EXCEPTION_RECORD*): tells the registrations below that they

@@ -23,22 +23,12 @@ namespace qmzentrel::platform {
 struct Registration {
   Registration* previous;
   void* handler;
-  DWORD ebx, esi, edi, ebp, esp, eip;  // to come back with
-  DWORD code;                          // of the last fault, 0: none yet
-  DWORD cut_back_to;                   // not 0 while a fault of ours is leading back here
-  KeptUnwinding* unwinding;            // the client's, that has led back here; null: none
+  void* place[5];            // to come back to; the compiler writes it
+  DWORD code;                // of the last fault, 0: none yet
+  DWORD cut_back_to;         // not 0 while a fault of ours is leading back here
+  KeptUnwinding* unwinding;  // the client's, that has led back here; null: none
 };
-static_assert(offsetof(Registration, previous) == REGISTRATION_PREVIOUS);
-static_assert(offsetof(Registration, handler) == REGISTRATION_HANDLER);
-static_assert(offsetof(Registration, ebx) == REGISTRATION_EBX);
-static_assert(offsetof(Registration, esi) == REGISTRATION_ESI);
-static_assert(offsetof(Registration, edi) == REGISTRATION_EDI);
-static_assert(offsetof(Registration, ebp) == REGISTRATION_EBP);
-static_assert(offsetof(Registration, esp) == REGISTRATION_ESP);
-static_assert(offsetof(Registration, eip) == REGISTRATION_EIP);
-static_assert(offsetof(Registration, code) == REGISTRATION_CODE);
-static_assert(offsetof(Registration, cut_back_to) == REGISTRATION_CUT_BACK_TO);
-static_assert(offsetof(Registration, unwinding) == REGISTRATION_UNWINDING);
+static_assert(offsetof(Registration, place) == REGISTRATION_PLACE);
 
 // An unwinding of the client's that has been interrupted: the stack below the registration that was
 // told of it, and how to go back there.
@@ -67,14 +57,6 @@ static_assert(offsetof(KeptUnwinding, size) == KEPT_SIZE);
 static_assert(sizeof(KeptUnwinding) == KEPT_BYTES);
 
 extern "C" {
-// Enters `registration` into the chain, as the place of a procedure or of a call out of the
-// component. Returns 0. When a fault or an unwinding has led back here it returns once more, with
-// another value. Costs about a nanosecond.
-[[gnu::returns_twice]] int QmzEnterFaultRegistration(Registration* registration);
-[[gnu::returns_twice]] int QmzEnterCallOut(Registration* registration);
-// Takes `registration`, the one entered last, out of the chain.
-void QmzLeaveFaultRegistration(Registration* registration);
-
 int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, Registration* registration, CONTEXT* context,
                             void* dispatcher);
 int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record, Registration* registration,
@@ -365,17 +347,29 @@ void OnTerminate() {
   CutBackTo(place, place->code, nullptr);
 }
 
-// Enters a registration, and leaves it on every way out.
-template <auto kEnter>
-void RunWithin(ErasedCall run, void* call) {
-  // Not initialised: a procedure pays for what is written.
+using Handler = int __cdecl(EXCEPTION_RECORD*, Registration*, CONTEXT*, void*);
+
+// Enters a registration, and leaves it on every way out. Every procedure comes this way and pays
+// for what is written.
+void RunWithin(Handler& handler, ErasedCall run, void* call) {
+  // The way back here does not bring the registers of the caller along: this function keeps them.
+  asm volatile("" : : : "ebx", "esi", "edi");
   struct Entered : Registration {
-    Entered() {}  // NOLINT(cppcoreguidelines-pro-type-member-init,modernize-use-equals-default)
-    ~Entered() { QmzLeaveFaultRegistration(this); }
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
+    explicit Entered(Handler& asked) {
+      previous = FirstRegistration();
+      handler = reinterpret_cast<void*>(&asked);
+      code = 0;
+      cut_back_to = 0;
+      unwinding = nullptr;
+    }
+    ~Entered() { SetFirstRegistration(previous); }
     Entered(const Entered&) = delete;
     Entered& operator=(const Entered&) = delete;
-  } entered;
-  if (kEnter(&entered) != 0) RaiseWhatLedBack(entered);
+  } entered(handler);
+  // Comes back once more when a fault or an unwinding has led back here.
+  if (__builtin_setjmp(entered.place) != 0) RaiseWhatLedBack(entered);
+  SetFirstRegistration(&entered);
   // As a function that the compiler knows nothing about. Around copies that it makes itself in one
   // that it knows it drops destructors; a fault there would leave the registration in the chain.
   asm("" : "+r"(run));
@@ -438,11 +432,11 @@ void InstallFaultHandling(FaultRaiser raiser) {
 }
 
 void RunAsProcedure(ErasedCall run, void* call) {
-  RunWithin<&QmzEnterFaultRegistration>(run, call);
+  RunWithin(QmzFaultHandler, run, call);
 }
 
 void RunAsCallOut(ErasedCall run, void* call) {
-  RunWithin<&QmzEnterCallOut>(run, call);
+  RunWithin(QmzCallOutHandler, run, call);
 }
 
 ClientUnwinding::~ClientUnwinding() {

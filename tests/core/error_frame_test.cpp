@@ -18,10 +18,7 @@ int g_module_dumps = 0;
 /// A class of the component in miniature.
 class Meter {
  public:
-  ModuleFields Fields() const {
-    return {"Meter", this,
-            [](const void* meter) { return static_cast<const Meter*>(meter)->DumpFields(); }};
-  }
+  const ModuleFields& Fields() const { return fields_; }
 
   std::string DumpFields() const {
     ++g_module_dumps;
@@ -31,6 +28,9 @@ class Meter {
 
   std::int32_t m_lngReading = 12;
   bool unprintable = false;
+
+ private:
+  ModuleFields fields_ = FieldsOf("Meter", this);
 };
 
 class ErrorFrameTest : public CoreTest {

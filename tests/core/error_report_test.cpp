@@ -14,8 +14,10 @@ using modErrorReportSupport::HardwareFault;
 class ErrorReporting : public CoreTest {
  protected:
   /// The module of a procedure.
-  static ModuleFields Fields() {
-    return {"Meter", nullptr, [](const void*) { return DumpVariable("m_lngReading", 12); }};
+  static const ModuleFields& Fields() {
+    static constexpr ModuleFields kFields{
+        "Meter", nullptr, [](const void*) { return DumpVariable("m_lngReading", 12); }};
+    return kFields;
   }
 
   /// A procedure that fails with error 6 in line `line`.

@@ -23,11 +23,12 @@ ExpectedReport g_expected;
 bool g_faulting_fields = false;
 std::atomic<int> Witness::alive = 0;
 
-ModuleFields Fields() {
-  return {"Probe", nullptr, [](const void*) {
-            if (g_faulting_fields) ReadNull();
-            return DumpVariable("lngField", std::int32_t{7});
-          }};
+const ModuleFields& Fields() {
+  static constexpr ModuleFields kFields{"Probe", nullptr, [](const void*) {
+                                          if (g_faulting_fields) ReadNull();
+                                          return DumpVariable("lngField", std::int32_t{7});
+                                        }};
+  return kFields;
 }
 
 namespace {

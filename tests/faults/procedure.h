@@ -21,7 +21,7 @@ extern ExpectedReport g_expected;
 /// Whether the dump of the module's fields faults as well.
 extern bool g_faulting_fields;
 
-ModuleFields Fields();
+const ModuleFields& Fields();
 
 /// Counts the objects that live.
 class Witness {
