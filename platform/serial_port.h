@@ -85,7 +85,8 @@ class SerialPort {
   /// came. Dispatches no window message and sleeps in the kernel.
   std::size_t Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms);
 
-  /// Sets both output lines. A driver that has no such lines is left alone.
+  /// Sets both output lines. A driver that has no such lines is left alone. So is one, once, that
+  /// has them so already and has just delivered a whole reply.
   void SetLines(ModemLines lines);
 
  private:

@@ -45,6 +45,11 @@ constexpr std::size_t kChipBuffer = 16;
 // The way to the wire, before the bytes' time on it: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
 
+// A whole reply shows that the box has its supply, hence that the lines stand as the driver took
+// them. For so long after it they are not set once more: a call that behind a USB adapter is a
+// transfer of its own. No longer, since a driver may drop a line at any time.
+constexpr DWORD kLinesStandMs = 250;
+
 // One request, with all the memory that the driver may write to. On the heap: a driver that never
 // ends a request keeps it.
 struct Request {
@@ -100,8 +105,10 @@ struct SerialPort::State {
   std::unique_ptr<Request> request;  // Null once the driver has kept it: the port is dead then.
   COMMTIMEOUTS limits{};             // As the driver has them.
   SerialSettings settings;
-  ModemLines lines;  // As the driver last took them.
-  Deadline sent{0};  // When all that was written has passed the wire.
+  ModemLines lines;         // As the driver last took them.
+  bool lines_taken = true;  // Whether it took them when they were set last.
+  Deadline lines_stand{0};  // See kLinesStandMs.
+  Deadline sent{0};         // When all that was written has passed the wire.
 
   explicit State(const SerialSettings& link) : settings(link) {}
   State(const State&) = delete;
@@ -143,12 +150,16 @@ struct SerialPort::State {
   // NOLINTNEXTLINE(readability-make-member-function-const): the port changes.
   void DropUnsent() { PurgeComm(port.Get(), PURGE_TXABORT | PURGE_TXCLEAR); }
 
-  // A line that stays off is left alone: it is not ours, and behind a USB adapter each call is a
-  // transfer of its own. One that stays on is set again: a driver may have dropped it meanwhile.
+  // A line that stays off is left alone: it is not ours. One that stays on is set again: a driver
+  // may have dropped it meanwhile.
   // NOLINTNEXTLINE(readability-make-member-function-const): the port changes.
   void SetLine(bool& present, bool wanted, DWORD set, DWORD clear) {
     if (!present && !wanted) return;
-    if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) present = wanted;
+    if (EscapeCommFunction(port.Get(), wanted ? set : clear) != FALSE) {
+      present = wanted;
+    } else {
+      lines_taken = false;
+    }
   }
 
   // Moves `size` bytes in as many turns as it takes, until the deadline or until the port has
@@ -304,6 +315,7 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
         std::ranges::copy(moved, part.begin());
         return moved.size();
       });
+  state.lines_stand = Deadline(received == buffer.size() && state.lines_taken ? kLinesStandMs : 0);
   // A port that has vanished, or whose driver is stuck, is what a silent box is: a client that
   // tries again and again must not burn the processor.
   if (received < buffer.size()) deadline.SleepOut();
@@ -312,6 +324,11 @@ std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeou
 
 void SerialPort::SetLines(ModemLines lines) {
   if (!state_) return;
+  const bool stand = state_->lines_stand.Remaining() > 0 && lines == state_->lines;
+  // At most once for each reply: a command begins by setting the lines, whatever came before it.
+  state_->lines_stand = Deadline(0);
+  if (stand) return;
+  state_->lines_taken = true;
   state_->SetLine(state_->lines.dtr, lines.dtr, SETDTR, CLRDTR);
   state_->SetLine(state_->lines.rts, lines.rts, SETRTS, CLRRTS);
 }

@@ -172,6 +172,11 @@ void DriverModel::FailLine() {
   CancelRequest(write_);
 }
 
+void DriverModel::DropLines() {
+  const Lock lock;
+  SwitchLines({});
+}
+
 ModemLines DriverModel::Lines() {
   const Lock lock;
   return lines_;
@@ -378,6 +383,7 @@ BOOL WINAPI DriverModel::Escape(HANDLE handle, DWORD function) {
   const Lock lock;
   if (self.dead_) return Fail(ERROR_BAD_COMMAND);
   self.calls_.line_functions.push_back(function);
+  if (self.habits_.refuses_lines) return Fail(ERROR_INVALID_FUNCTION);
   ModemLines lines = self.lines_;
   if (function == SETDTR || function == CLRDTR) lines.dtr = function == SETDTR;
   if (function == SETRTS || function == CLRRTS) lines.rts = function == SETRTS;

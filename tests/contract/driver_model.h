@@ -22,6 +22,7 @@ struct DriverHabits {
   bool closing_drops_lines = true;
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool answers_status = true;                    ///< else ClearCommError is no function of its
+  bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
   std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one
   int loses_cancels = 0;                         ///< so many cancels have no effect
   bool never_ends_cancelled = false;             ///< a cancelled request stays pending
@@ -58,6 +59,8 @@ class DriverModel {
   /// ClearCommError.
   void FailLine();
   platform::ModemLines Lines();
+  /// As a driver does by itself: the adapter was asleep, or was reset.
+  void DropLines();
   std::vector<platform::ModemLines> LineHistory();
 
   // --- What the client has done since the last Reset ---

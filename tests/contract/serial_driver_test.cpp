@@ -107,6 +107,107 @@ TEST_F(SerialDriver, IsHandedEachLineOnlyWhenItIsOnOrGoesOff) {
   }
 }
 
+constexpr ModemLines kSupplied{.dtr = true};
+constexpr ModemLines kBothLines{.dtr = true, .rts = true};
+
+// The port while a command sets the lines before its exchange and after it.
+class SuppliedPort : public SerialDriver {
+ protected:
+  // Whether the driver is told of them.
+  bool Sets(ModemLines lines) {
+    const auto before = Driver().Seen().line_functions.size();
+    port.SetLines(lines);
+    return Driver().Seen().line_functions.size() > before;
+  }
+  // Of `count` bytes, of which the device sends `sent`.
+  void Exchange(std::size_t count, std::size_t sent) {
+    Driver().AnswerNext(Bytes(sent, 1));
+    port.ClearReceiveBuffer();
+    port.Write(Bytes{contract::kDeviceCommand});
+    Read(count, kReadMs);
+  }
+  void Answered() { Exchange(7, 7); }
+};
+
+TEST_F(SuppliedPort, IsNotSetOnceMoreWhenAWholeReplyHasJustCome) {
+  for (int command = 0; command < 3; ++command) {
+    EXPECT_TRUE(Sets(kSupplied)) << "at the start of every command";
+    Answered();
+    EXPECT_FALSE(Sets(kSupplied));
+  }
+  EXPECT_TRUE(Sets(kSupplied));
+}
+
+TEST_F(SuppliedPort, IsSetAgainForTheNextCommandWhenTheDriverHasDroppedIt) {
+  EXPECT_TRUE(Sets(kSupplied));
+  Answered();
+  Driver().DropLines();
+  Sets(kSupplied);
+  EXPECT_TRUE(Sets(kSupplied));
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
+TEST_F(SuppliedPort, IsSetAgainSomeTimeAfterAReply) {
+  Sets(kSupplied);
+  Answered();
+  Driver().DropLines();
+  Sleep(400);
+  EXPECT_TRUE(Sets(kSupplied));
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
+TEST_F(SuppliedPort, IsSetAgainAfterAReplyThatIsNotWhole) {
+  for (const std::size_t sent : {std::size_t{0}, std::size_t{6}}) {
+    Sets(kSupplied);
+    Answered();
+    Exchange(7, sent);
+    EXPECT_TRUE(Sets(kSupplied)) << sent;
+  }
+}
+
+TEST_F(SuppliedPort, IsSetToOtherLinesAfterAReply) {
+  Sets(kSupplied);
+  Answered();
+  EXPECT_TRUE(Sets(kBothLines));
+  Answered();
+  EXPECT_TRUE(Sets({}));
+  EXPECT_EQ(Driver().Lines(), ModemLines{});
+}
+
+TEST_F(SuppliedPort, IsSetAgainAfterAReplyWhenTheDriverHasRefused) {
+  Sets(kSupplied);
+  Driver().DropLines();
+  Driver().SetHabits({.refuses_lines = true});
+  Sets(kSupplied);
+  Driver().SetHabits({});
+  Answered();
+  EXPECT_TRUE(Sets(kSupplied));
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
+TEST_F(SuppliedPort, IsSetAgainWhenItIsOpenedAgain) {
+  Sets(kSupplied);
+  Answered();
+  port.Close();
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(Sets(kSupplied));
+  Answered();
+  ASSERT_TRUE(Open(kSupplied));
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
+TEST_F(SuppliedPort, IsSetAgainWhenItWasGone) {
+  Sets(kSupplied);
+  Answered();
+  Driver().Vanish();
+  Sets(kSupplied);
+  Driver().ComeBack();
+  port.Close();
+  ASSERT_TRUE(Open());
+  EXPECT_TRUE(Sets(kSupplied));
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
 // A program that is ended by force closes nothing.
 TEST_F(SerialDriver, NeverGetsAControlBlockWithALineOn) {
   ASSERT_TRUE(Open({.dtr = true, .rts = true}));
