@@ -2,10 +2,12 @@
 // left late binding to the system's type information.
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bench/bare_object.h"
 #include "bench/measure.h"
 #include "tests/clients/com_client.h"
+#include "tests/clients/published_members.h"
 
 namespace {
 
@@ -94,6 +96,34 @@ void MeasureName(_Zentrel* zentrel, ITypeInfo* slots, std::wstring name, const c
                     Repeated("GetIDsOfNames of the component", kFast, in_component)}});
 }
 
+// Once each, as a script does that uses them all.
+void MeasureAllNames(_Zentrel* zentrel, ITypeInfo* slots) {
+  std::vector<std::wstring> all;
+  for (const auto& member : qmzentrel::clients::kPublishedMembers) all.emplace_back(member.name);
+  const auto members = static_cast<unsigned>(all.size());
+  // The next one, in turn.
+  const auto next = [](std::vector<std::wstring>& names, std::size_t& place) {
+    return names[place = (place + 1) % names.size()].data();
+  };
+  const auto in_type_info = [=, place = std::size_t{0}]() mutable {
+    LPOLESTR names[] = {next(all, place)};
+    DISPID id = DISPID_UNKNOWN;
+    slots->GetIDsOfNames(names, 1, &id);
+    Require(id != DISPID_UNKNOWN, "ITypeInfo::GetIDsOfNames");
+  };
+  const auto in_component = [=, place = std::size_t{0}]() mutable {
+    LPOLESTR names[] = {next(all, place)};
+    DISPID id = DISPID_UNKNOWN;
+    zentrel->GetIDsOfNames(IID_NULL, names, 1, LOCALE_SYSTEM_DEFAULT, &id);
+    Require(id != DISPID_UNKNOWN, "GetIDsOfNames");
+  };
+  Measure({.title = "The identifiers of all members in turn, for each",
+           .unit = kNanoseconds,
+           .rounds = kRounds,
+           .ways = {Repeated("ITypeInfo::GetIDsOfNames", members, in_type_info),
+                    Repeated("GetIDsOfNames of the component", 200 * members, in_component)}});
+}
+
 void MeasureErrorFrame(_Zentrel* zentrel) {
   const auto without = [=] {
     LONG value = 0;
@@ -133,5 +163,6 @@ int main() {
   MeasureName(zentrel.Get(), slots.Get(), L"BoxStatus", "The identifier of BoxStatus, the first");
   MeasureName(zentrel.Get(), slots.Get(), L"Util", "The identifier of Util");
   MeasureName(zentrel.Get(), slots.Get(), L"PA_CTRL", "The identifier of PA_CTRL, the last");
+  MeasureAllNames(zentrel.Get(), slots.Get());
   MeasureErrorFrame(zentrel.Get());
 }

@@ -47,6 +47,12 @@ struct Comparison {
   std::vector<Way> ways;
 };
 
+/// Runs the blocks of all ways in turn and returns the samples of each, sorted.
+std::vector<Samples> Taken(int rounds, const std::vector<Way>& ways);
+
+/// The value below which this share of the samples lies, between two of them where need be.
+double Quantile(const Samples& sorted, double share);
+
 /// Measures and prints one line a way: the median, where nine of ten samples lie, and how the
 /// median compares with that of the first way.
 void Measure(const Comparison& comparison);

@@ -1,0 +1,159 @@
+// How what the component does grows with what there is to do, and how the least grows that the same
+// takes. One table, a line for each size.
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "bench/measure.h"
+#include "platform/win32/bstr.h"
+#include "support/dump_variable.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/test_catalog.h"
+
+namespace {
+
+using namespace qmzentrel;
+using namespace qmzentrel::bench;
+
+// What one size takes, in microseconds: the component, and the raw program.
+void Compare(const char* curve, int size, unsigned rounds, const Way& component, const Way& raw) {
+  const auto samples = Taken(static_cast<int>(rounds), {component, raw});
+  std::printf("%s\t%d\t%.2f\t%.2f\n", curve, size, Quantile(samples[0], 0.5) / 1000,
+              Quantile(samples[1], 0.5) / 1000);
+  std::fflush(stdout);
+}
+
+constexpr unsigned kRounds = 31;
+
+// --- Registry ---
+
+// A key of HKEY_LOCAL_MACHINE\SOFTWARE\QuenmoorComms, open.
+class RawKey {
+ public:
+  explicit RawKey(const std::string& path) {
+    const std::string whole = "SOFTWARE\\QuenmoorComms\\" + path;
+    Require(RegOpenKeyExA(HKEY_LOCAL_MACHINE, whole.c_str(), 0, KEY_READ, &key_) == ERROR_SUCCESS,
+            "no key");
+  }
+  RawKey(const RawKey& parent, const std::string& name) {
+    Require(RegOpenKeyExA(parent.key_, name.c_str(), 0, KEY_READ, &key_) == ERROR_SUCCESS,
+            "no key below");
+  }
+  ~RawKey() { RegCloseKey(key_); }
+  RawKey(const RawKey&) = delete;
+  RawKey& operator=(const RawKey&) = delete;
+
+  void Ask(const char* name) const {
+    std::array<BYTE, 256> data{};
+    DWORD size = data.size();
+    Require(RegQueryValueExA(key_, name, nullptr, nullptr, data.data(), &size) == ERROR_SUCCESS,
+            "no value");
+  }
+
+ private:
+  HKEY key_ = nullptr;
+};
+
+// --- An object that finds a catalog of so many interfaces ---
+
+constexpr std::array kInterfaces{8, 16, 32, 64, 128, 256};
+
+void MeasureInterfaces(clients::TestCatalog& catalog) {
+  const auto kept = clients::NewZentrel();
+  for (const int count : kInterfaces) {
+    catalog.Number(L"Kernel\\MIF", L"Max", static_cast<DWORD>(count - 2));  // from -1 on
+    for (int i = -1; i <= count - 2; ++i) {
+      const std::wstring number = std::to_wstring(i);
+      catalog.Text(L"Kernel\\MIF\\" + number, L"", L"Meter interface number " + number);
+    }
+    Compare("interfaces", count, kRounds, Repeated("", 2, [] { clients::NewZentrel(); }),
+            Repeated("", 2, [count] {
+              const RawKey interfaces("Kernel\\MIF");
+              interfaces.Ask("Max");
+              for (int i = -1; i <= count - 2; ++i) RawKey(interfaces, std::to_string(i)).Ask("");
+              const RawKey intervals("Kernel\\TXI");
+              for (int i = 0; i <= 15; ++i) intervals.Ask(std::to_string(i).c_str());
+            }));
+  }
+}
+
+// --- A command of so many test messages, up to where the box would be asked ---
+
+constexpr std::array kMessages{1, 2, 4, 8, 16, 29};
+// More are refused as too long, once all of them have been looked at.
+constexpr int kMostInFrame = 16;
+
+void MeasureMessages(clients::TestCatalog& catalog) {
+  const std::wstring tests = L"TELIC2\\Types\\1\\TestMessages\\";
+  for (int i = 0; i < kMessages.back(); ++i) {
+    catalog.Number(tests + std::to_wstring(i), L"RBytes", 0);
+    catalog.Number(tests + std::to_wstring(i), L"PBytes", 0);
+  }
+  const auto zentrel = clients::NewZentrel();
+  Require(zentrel->put_TELIC2Device(platform::OwnedBstr(L"1").Get()) == S_OK, "no device");
+  for (const int count : kMessages) {
+    std::vector<LONG> identifiers;
+    for (int i = 0; i < count; ++i) identifiers.push_back(i);
+    auto message_ids = clients::Value::LongArray(identifiers);
+    auto data = clients::Value::LongArray(identifiers);
+    Compare("messages", count, kRounds,
+            Repeated("", 2,
+                     [&] {
+                       ZentrelStatus status = S_OKAY;
+                       Require(zentrel->TELIC2Test(count, &V_ARRAY(&message_ids.Raw()),
+                                                   &V_ARRAY(&data.Raw()), &status) == S_OK &&
+                                   status == (count > kMostInFrame ? S_MSG_TOO_LONG : S_BAD_PORT),
+                               "TELIC2Test");
+                     }),
+            Repeated("", 2, [count] {
+              for (int i = 0; i < count; ++i) {
+                const RawKey message("TELIC2\\Types\\1\\TestMessages\\" + std::to_string(i));
+                message.Ask("RBytes");
+                message.Ask("PBytes");
+              }
+            }));
+  }
+}
+
+// --- The text of an array of so many numbers in a report ---
+
+constexpr std::array kElements{10, 100, 1'000, 10'000, 100'000, 1'000'000};
+
+std::string RawDump(std::span<const std::int32_t> numbers) {
+  std::string text;
+  std::array<char, 96> line{};
+  int index = 0;
+  for (const std::int32_t number : numbers) {
+    const int length = std::snprintf(line.data(), line.size(), "<a Index=\"%d\">%d</a>\r\n",
+                                     index++, static_cast<int>(number));
+    text.append(line.data(), static_cast<std::size_t>(length));
+  }
+  return text;
+}
+
+void MeasureElements() {
+  for (const int count : kElements) {
+    std::vector<std::int32_t> numbers;
+    for (std::int32_t i = 0; i < count; ++i) numbers.push_back(i * 7);
+    const std::span<const std::int32_t> all(numbers);
+    Require(DumpVariable("a", all, 0) == RawDump(all), "the same text");
+    const unsigned rounds = count < 100'000 ? kRounds : 5;
+    Compare("elements", count, rounds,
+            Repeated("", 1, [all] { Require(!DumpVariable("a", all, 0).empty(), "a dump"); }),
+            Repeated("", 1, [all] { Require(!RawDump(all).empty(), "a raw dump"); }));
+  }
+}
+
+}  // namespace
+
+int main() {
+  std::printf("curve\tsize\tcomponent us\traw us\n");
+  clients::FilledTestCatalog catalog;
+  MeasureInterfaces(catalog);
+  MeasureMessages(catalog);
+  MeasureElements();
+}
