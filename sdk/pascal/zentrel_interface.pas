@@ -1,6 +1,9 @@
-{ The class as an early-bound client knows it: identifiers and the members in the order of their
-  slots, written down by hand rather than taken from the type library, so that neither can be wrong
-  without the other. }
+{ QmZentrel for clients in Pascal, early bound: identifiers, constants, and the members in the order
+  of their slots. An object is made by CreateComObject(CLASS_Zentrel) as _Zentrel, in an apartment
+  of its own (CoInitialize); the component is 32-bit, and so is the program.
+
+  Written down by hand rather than taken from the type library, so that neither can be wrong without
+  the other. }
 unit zentrel_interface;
 
 {$mode objfpc}{$H+}
@@ -14,10 +17,46 @@ const
   CLASS_Zentrel: TGUID = '{FC8682E2-9814-4065-86F6-49F1E6A8704B}';
   DIID___Zentrel: TGUID = '{69D54976-4B55-493E-B5FF-E27DC45E2CA6}';
 
+  LIBID_QmZentrel: TGUID = '{314317B4-1F1E-4FA7-B288-75070A78C531}';
+
+  { ZentrelStatus: what a command answers }
   S_OKAY = 0;
+  S_TIMEOUT = 1;
+  S_BAD_RESPONSE = 2;
   S_BAD_PORT = 3;
+  S_BAD_SUM = 4;
+  S_BAD_DATA = 5;
   S_MSG_TOO_LONG = 6;
   S_BAD_PARAMETER = 7;
+
+  { MIF_Masks: the parts of DeviceMIF }
+  MIF_MASK_TYPE = $0F;
+  MIF_MASK_IDT = $10;
+  MIF_MASK_2IF = $20;
+
+  { TELIC2_ElectricFlags: bits of the status of an electric sub-device }
+  EF_Reverse = 1;
+  EF_Flood = 2;
+  EF_SensorError = 4;
+  EF_NVRAMFailure = 8;
+  EF_Tilt = 16;
+  EF_Attack = 32;
+
+  { TELIC2_Commands: messages of the sub-device }
+  T2_ReverseCountTotal = 8;
+  T2_ReverseThreshold = 9;
+  T2_JitterCount = 10;
+  T2_JitterThreshold = 11;
+  T2_PreScaleCount = 12;
+  T2_ReverseCountContiguous = 13;
+  T2_SensorThresholdLow = 14;
+  T2_SensorThresholdHigh = 15;
+  T2_SensorThresholdFlood = 16;
+  T2_HardwareID = 17;
+  T2_CentronHID = 18;
+
+  { The event, of DIID___Zentrel: PowerStateChange(NewState: WordBool) }
+  DISPID_PowerStateChange = 1;
 
 type
   _Zentrel = interface(IDispatch)
