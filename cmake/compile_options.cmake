@@ -23,8 +23,9 @@ if(WIN32)
     -ffunction-sections -fdata-sections)
   target_compile_definitions(qmzentrel_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE _WIN32_WINNT=0x0601)
-  # Nothing that a client would have to install beside the DLL.
-  target_link_options(qmzentrel_options INTERFACE -static)
+  # Nothing that a client would have to install beside the DLL; and the same sources make the same
+  # file, whenever they are linked.
+  target_link_options(qmzentrel_options INTERFACE -static -Wl,--no-insert-timestamp)
 else()
   target_compile_options(qmzentrel_options INTERFACE -fnon-call-exceptions)
   if(QMZ_SANITIZE)
