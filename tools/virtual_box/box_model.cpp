@@ -1,14 +1,13 @@
 #include "tools/virtual_box/box_model.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
+
+#include "tools/virtual_box/record_frame.h"
+#include "tools/virtual_box/reply_frame.h"
 
 namespace qmzentrel::virtual_box {
 namespace {
-
-constexpr std::size_t kBoxStatusReplyLength = 7;
-constexpr std::size_t kTransponderReplyLength = 19;
 
 std::uint8_t Low(std::uint32_t value) {
   return static_cast<std::uint8_t>(value & 0xFF);
@@ -18,14 +17,6 @@ void PutThreeBytes(Bytes& bytes, std::size_t at, std::uint32_t value) {
   bytes[at] = Low(value >> 16);
   bytes[at + 1] = Low(value >> 8);
   bytes[at + 2] = Low(value);
-}
-
-std::uint32_t ThreeBytes(const Bytes& bytes, std::size_t at) {
-  return (std::uint32_t{bytes[at]} << 16) | (std::uint32_t{bytes[at + 1]} << 8) | bytes[at + 2];
-}
-
-std::uint8_t SumOfOthers(const Bytes& bytes) {
-  return Low(std::accumulate(bytes.begin(), bytes.end() - 1, std::uint32_t{0}));
 }
 
 bool NeedsTransponder(CommandKind kind) {
@@ -178,10 +169,10 @@ std::optional<BoxModel::Reply> BoxModel::CarryOut(const CommandFrame& command,
       facts.tamper = 0;
       return Reply{Block1Reply()};
     case CommandKind::kWriteBlock1:
-      StoreBlock1(command.bytes);
+      TakeBlock1(command.bytes, facts);
       return Reply{Block1Reply()};
     case CommandKind::kWriteBlock2:
-      StoreBlock2(command.bytes);
+      TakeBlock2(command.bytes, facts);
       return Reply{Block2Reply()};
     case CommandKind::kSubDeviceRead:
     case CommandKind::kSubDeviceWrite:
@@ -236,29 +227,6 @@ Bytes BoxModel::Block2Reply() const {
   reply[8] = Low(255 - facts.leak_threshold);
   reply.back() = SumOfOthers(reply);
   return reply;
-}
-
-void BoxModel::StoreBlock1(const Bytes& frame) {
-  facts.mif = frame[0];
-  facts.util = frame[1];
-  facts.id = ThreeBytes(frame, 2);
-  facts.tamper = frame[5];
-  facts.reading = ThreeBytes(frame, 6);
-  facts.pll = frame[9] >> 4;
-  facts.txi = frame[9] & 0x0F;
-  facts.msi = frame[10];
-}
-
-void BoxModel::StoreBlock2(const Bytes& frame) {
-  facts.mif = frame[0];
-  facts.freq_msb = frame[1];
-  facts.freq_mid = frame[2];
-  facts.freq_lsb = frame[3];
-  facts.br_msb = frame[4];
-  facts.br_lsb = frame[5];
-  facts.pa = frame[6];
-  facts.eol = frame[7];
-  facts.leak_threshold = 255U - frame[8];
 }
 
 void BoxModel::Spoil(Reply& reply, const Misbehaviour& fault) {

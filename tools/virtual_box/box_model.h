@@ -85,8 +85,6 @@ class BoxModel {
   Bytes BoxStatusReply() const;
   Bytes Block1Reply() const;
   Bytes Block2Reply() const;
-  void StoreBlock1(const Bytes& frame);
-  void StoreBlock2(const Bytes& frame);
   void Spoil(Reply& reply, const Misbehaviour& fault);
   void Schedule(Bytes bytes, std::string meaning, const Misbehaviour& fault, Time earliest);
   void LogSent(const Sending& sending, Time now, const std::string& meaning);

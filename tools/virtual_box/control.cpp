@@ -20,6 +20,9 @@ ControlAnswer Ok(std::string text = {}) {
 ControlAnswer Error(std::string reason) {
   return {false, std::move(reason), {}, false};
 }
+ControlAnswer NoBox(const std::string& word) {
+  return Error(word + " is for a box, and this is a tap: ask the box behind it");
+}
 ControlAnswer List(std::vector<std::string> lines) {
   return {true, {}, std::move(lines), true};
 }
@@ -31,37 +34,43 @@ struct Control::Command {
   std::size_t min_words;  // the command itself included
   std::size_t max_words;
   std::string_view help;
+  bool asks_box;
   ControlAnswer (Control::*run)(const Words& words, Time now);
 };
 
 const std::vector<Control::Command>& Control::Commands() {
   constexpr std::size_t kAny = 1000;
+  constexpr bool kBox = true;
+  constexpr bool kPort = false;
   static const std::vector<Command> commands = {
-      {"help", 1, 1, "help                   this list", &Control::Help},
-      {"set", 3, kAny, "set NAME VALUE ...     facts of box, transponder and manners",
+      {"help", 1, 1, "help                   this list", kPort, &Control::Help},
+      {"set", 3, kAny, "set NAME VALUE ...     facts of box, transponder and manners", kBox,
        &Control::Set},
-      {"get", 1, 2, "get [NAME|box|record|radio|manners]", &Control::Get},
+      {"get", 1, 2, "get [NAME|box|record|radio|manners]", kBox, &Control::Get},
       {"message", 2, kAny, "message ID [HEX...]    data of a sub-device message; its length counts",
-       &Control::Message},
+       kBox, &Control::Message},
       {"test", 2, kAny, "test ID [LENGTH HEX..] sub-device test: bytes written, bytes of the reply",
-       &Control::Test},
-      {"faults", 1, 1, "faults                 the faults still to come", &Control::Faults},
-      {"clear", 1, 1, "clear                  forget them", &Control::Clear},
-      {"send", 2, kAny, "send HEX...            bytes that nobody asked for, now", &Control::Send},
-      {"supply", 1, 2, "supply [dtr|rts|both|none]  which line feeds the box", &Control::Supply},
-      {"lines", 1, 1, "lines                  how the modem lines have stood, with times",
+       kBox, &Control::Test},
+      {"faults", 1, 1, "faults                 the faults still to come", kBox, &Control::Faults},
+      {"clear", 1, 1, "clear                  forget them", kBox, &Control::Clear},
+      {"send", 2, kAny, "send HEX...            bytes that nobody asked for, now", kBox,
+       &Control::Send},
+      {"supply", 1, 2, "supply [dtr|rts|both|none]  which line feeds the box", kBox,
+       &Control::Supply},
+      {"lines", 1, 1, "lines                  how the modem lines have stood, with times", kPort,
        &Control::Lines},
-      {"lines-clear", 1, 1, "lines-clear            forget that", &Control::LinesClear},
-      {"state", 1, 1, "state                  plugged or not, supplied or not, port",
+      {"lines-clear", 1, 1, "lines-clear            forget that", kPort, &Control::LinesClear},
+      {"state", 1, 1, "state                  plugged or not, supplied or not, port", kPort,
        &Control::State},
-      {"port-settings", 1, 1, "port-settings          how the client set its port up",
+      {"port-settings", 1, 1, "port-settings          how the client set its port up", kPort,
        &Control::PortSettings},
-      {"unplug", 1, 1, "unplug                 the port disappears", &Control::Unplug},
-      {"plug", 1, 1, "plug                   the port is back", &Control::Plug},
-      {"log", 1, 1, "log                    the frames since the last log-clear", &Control::Log},
-      {"log-clear", 1, 1, "log-clear              empty the log", &Control::LogClear},
-      {"now", 1, 1, "now                    the box's clock, ms", &Control::Now},
-      {"quit", 1, 1, "quit                   end the program", &Control::Quit},
+      {"unplug", 1, 1, "unplug                 the port disappears", kPort, &Control::Unplug},
+      {"plug", 1, 1, "plug                   the port is back", kPort, &Control::Plug},
+      {"log", 1, 1, "log                    the frames since the last log-clear", kPort,
+       &Control::Log},
+      {"log-clear", 1, 1, "log-clear              empty the log", kPort, &Control::LogClear},
+      {"now", 1, 1, "now                    the clock of the log, ms", kPort, &Control::Now},
+      {"quit", 1, 1, "quit                   end the program", kPort, &Control::Quit},
   };
   return commands;
 }
@@ -82,10 +91,11 @@ std::variant<ControlAnswer, FrameWait> Control::Execute(const std::string& line,
   const Words words = SplitWords(line);
   if (words.empty()) return Error("empty command");
   if (IsFaultWord(words[0])) {
+    if (model_ == nullptr) return NoBox(words[0]);
     std::string error;
     const auto command = ParseFault(line, error);
     if (!command) return Error(error);
-    model_.faults.Add(command->fault, command->count);
+    model_->faults.Add(command->fault, command->count);
     return Ok();
   }
   if (words[0] == "wait-frames") {
@@ -97,6 +107,7 @@ std::variant<ControlAnswer, FrameWait> Control::Execute(const std::string& line,
   }
   const auto found = std::ranges::find(Commands(), words[0], &Command::word);
   if (found == Commands().end()) return Error("unknown command: " + words[0]);
+  if (found->asks_box && model_ == nullptr) return NoBox(words[0]);
   if (words.size() < found->min_words || words.size() > found->max_words) {
     return Error("usage: " + std::string(found->help));
   }
@@ -105,8 +116,11 @@ std::variant<ControlAnswer, FrameWait> Control::Execute(const std::string& line,
 
 ControlAnswer Control::Help(const Words&, Time) {
   std::vector<std::string> lines;
-  for (const Command& command : Commands()) lines.emplace_back(command.help);
+  for (const Command& command : Commands()) {
+    if (model_ != nullptr || !command.asks_box) lines.emplace_back(command.help);
+  }
   lines.emplace_back(kWaitHelp);
+  if (model_ == nullptr) return List(std::move(lines));
   for (std::string& line : FaultHelp()) lines.push_back(std::move(line));
   lines.emplace_back("FAULT + FAULT          both befall the same command");
   return List(std::move(lines));
@@ -115,7 +129,7 @@ ControlAnswer Control::Help(const Words&, Time) {
 ControlAnswer Control::Set(const Words& words, Time) {
   if (words.size() % 2 == 0) return Error("a value is missing");
   // All or nothing: a test that misspells one name must not run with half of its record.
-  Facts changed = model_.facts;
+  Facts changed = model_->facts;
   for (std::size_t i = 1; i < words.size(); i += 2) {
     const FactField* field = FindFact(words[i]);
     if (field == nullptr) return Error("unknown name: " + words[i]);
@@ -123,7 +137,7 @@ ControlAnswer Control::Set(const Words& words, Time) {
       return Error("not a value of " + words[i] + ": " + words[i + 1]);
     }
   }
-  model_.facts = changed;
+  model_->facts = changed;
   return Ok();
 }
 
@@ -138,12 +152,12 @@ ControlAnswer Control::Get(const Words& words, Time) {
       std::ranges::find(kGroups, name, &std::pair<std::string_view, FactGroup>::first);
   if (!name.empty() && group == std::ranges::end(kGroups)) {
     const FactField* field = FindFact(name);
-    return field != nullptr ? Ok(FactText(model_.facts, *field)) : Error("unknown name: " + name);
+    return field != nullptr ? Ok(FactText(model_->facts, *field)) : Error("unknown name: " + name);
   }
   std::vector<std::string> lines;
   for (const FactField& field : FactFields()) {
     if (!name.empty() && field.group != group->second) continue;
-    lines.push_back(std::string(field.name) + '=' + FactText(model_.facts, field));
+    lines.push_back(std::string(field.name) + '=' + FactText(model_->facts, field));
   }
   return List(std::move(lines));
 }
@@ -152,7 +166,7 @@ ControlAnswer Control::Message(const Words& words, Time) {
   const auto identifier = ParseNumber(words[1], 255);
   const auto data = ParseHexWords(words, 2);
   if (!identifier || !data) return Error("not a message");
-  Bytes& stored = model_.sub_device.Message(static_cast<std::uint8_t>(*identifier));
+  Bytes& stored = model_->sub_device.Message(static_cast<std::uint8_t>(*identifier));
   if (words.size() > 2) stored = *data;
   return Ok(HexText(stored));
 }
@@ -162,7 +176,7 @@ ControlAnswer Control::Test(const Words& words, Time) {
   const auto length = words.size() > 2 ? ParseNumber(words[2], kBoxBuffer) : 0;
   const auto reply = ParseHexWords(words, 3);
   if (!identifier || !length || !reply) return Error("not a test message");
-  TestMessage& test = model_.sub_device.Test(static_cast<std::uint8_t>(*identifier));
+  TestMessage& test = model_->sub_device.Test(static_cast<std::uint8_t>(*identifier));
   if (words.size() > 2) test = {*length, *reply, {}};
   return Ok("length=" + std::to_string(test.write_length) + " reply=" + HexText(test.reply) +
             " written=" + HexText(test.written));
@@ -170,11 +184,11 @@ ControlAnswer Control::Test(const Words& words, Time) {
 
 // NOLINTNEXTLINE(readability-make-member-function-const): the table has one kind of entry.
 ControlAnswer Control::Faults(const Words&, Time) {
-  return List(model_.faults.Lines());
+  return List(model_->faults.Lines());
 }
 
 ControlAnswer Control::Clear(const Words&, Time) {
-  model_.faults.Clear();
+  model_->faults.Clear();
   return Ok();
 }
 
@@ -182,7 +196,7 @@ ControlAnswer Control::Send(const Words& words, Time now) {
   const auto bytes = ParseHexWords(words, 1);
   if (!bytes) return Error("not bytes in hexadecimal");
   if (!host_.IsPlugged()) return Error("unplugged");
-  return model_.SendUnasked(*bytes, now) ? Ok() : Error("the box is not ready");
+  return model_->SendUnasked(*bytes, now) ? Ok() : Error("the box is not ready");
 }
 
 ControlAnswer Control::Supply(const Words& words, Time now) {
@@ -193,14 +207,17 @@ ControlAnswer Control::Supply(const Words& words, Time now) {
       return Error("this port shows no modem lines");
     }
     supply_.Choose(*choice);
-    model_.SetSupply(supply_.IsOn(), now);
+    model_->SetSupply(supply_.IsOn(), now);
   }
   return Ok(std::string(SupplyChoiceText(supply_.Choice())));
 }
 
 ControlAnswer Control::Lines(const Words&, Time) {
   std::vector<std::string> lines;
-  for (const LineChange& change : supply_.History()) lines.push_back(FormatLineChange(change));
+  for (LineChange change : supply_.History()) {
+    change.time -= log_.Origin();
+    lines.push_back(FormatLineChange(change));
+  }
   return List(std::move(lines));
 }
 
@@ -210,8 +227,8 @@ ControlAnswer Control::LinesClear(const Words&, Time) {
 }
 
 ControlAnswer Control::State(const Words&, Time) {
-  return Ok(std::string(host_.IsPlugged() ? "plugged" : "unplugged") +
-            (model_.HasSupply() ? " supplied" : " unsupplied") + " port=" + host_.PortName());
+  return Ok(std::string(host_.IsPlugged() ? "plugged " : "unplugged ") + host_.Condition() +
+            " port=" + host_.PortName());
 }
 
 ControlAnswer Control::PortSettings(const Words&, Time) {
@@ -239,7 +256,7 @@ ControlAnswer Control::LogClear(const Words&, Time) {
 }
 
 ControlAnswer Control::Now(const Words&, Time now) {
-  return Ok(MillisecondsText(now));
+  return Ok(MillisecondsText(now - log_.Origin()));
 }
 
 ControlAnswer Control::Quit(const Words&, Time) {

@@ -12,7 +12,7 @@
 
 namespace qmzentrel::virtual_box {
 
-/// What the program around the box does on command.
+/// What the program around the box, or in the place of one, does on command.
 class BoxHost {
  public:
   virtual ~BoxHost() = default;
@@ -21,6 +21,9 @@ class BoxHost {
   virtual std::string Plug() = 0;
   virtual void Unplug() = 0;
   virtual bool IsPlugged() const = 0;
+
+  /// What else there is to say of its state: "supplied".
+  virtual std::string Condition() const = 0;
 
   /// "/dev/pts/3" or "COM7"; empty while unplugged.
   virtual std::string PortName() const = 0;
@@ -51,7 +54,8 @@ struct FrameWait {
 
 class Control {
  public:
-  Control(BoxModel& model, FrameLog& log, SupplyLine& supply, BoxHost& host)
+  /// `model`: null where there is no box; commands about one are then refused.
+  Control(BoxModel* model, FrameLog& log, SupplyLine& supply, BoxHost& host)
       : model_(model), log_(log), supply_(supply), host_(host) {}
 
   std::variant<ControlAnswer, FrameWait> Execute(const std::string& line, Time now);
@@ -82,7 +86,7 @@ class Control {
   ControlAnswer Now(const Words& words, Time now);
   ControlAnswer Quit(const Words& words, Time now);
 
-  BoxModel& model_;
+  BoxModel* model_;
   FrameLog& log_;
   SupplyLine& supply_;
   BoxHost& host_;

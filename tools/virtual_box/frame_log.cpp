@@ -2,7 +2,8 @@
 
 namespace qmzentrel::virtual_box {
 
-void FrameLog::Add(const LogLine& line) {
+void FrameLog::Add(LogLine line) {
+  line.start -= origin_;
   lines_.push_back(FormatLogLine(line));
   if (lines_.size() > kKeptLines) lines_.pop_front();
   if (line.IsFrame()) ++frame_count_;

@@ -13,11 +13,15 @@ namespace qmzentrel::virtual_box {
 
 class FrameLog {
  public:
+  /// Times are shown as counted from `origin`.
+  explicit FrameLog(Time origin = Time::zero()) : origin_(origin) {}
+  Time Origin() const { return origin_; }
+
   /// Called with each formatted line as it is added.
   using Sink = std::function<void(const std::string& text)>;
 
   void AddSink(Sink sink) { sinks_.push_back(std::move(sink)); }
-  void Add(const LogLine& line);
+  void Add(LogLine line);
 
   /// The lines since the last Clear, oldest first; beyond kKeptLines the oldest are forgotten.
   const std::deque<std::string>& Lines() const { return lines_; }
@@ -31,6 +35,7 @@ class FrameLog {
   static constexpr std::size_t kKeptLines = 100000;
 
  private:
+  Time origin_;
   std::deque<std::string> lines_;
   std::size_t frame_count_ = 0;
   std::vector<Sink> sinks_;

@@ -60,6 +60,18 @@ std::string WhoHasOpen(const std::string& terminal, const std::string& likeliest
 
 }  // namespace
 
+std::string LineFileOf(const std::string& folder, const std::string& terminal) {
+  return (fs::path(folder) / ("pts-" + fs::path(terminal).filename().string())).string();
+}
+
+std::string FormatLineRecord(const LineChange& change) {
+  char record[40];
+  std::snprintf(record, sizeof record, "%d %d %010lld.%09lld\n", change.dtr, change.rts,
+                static_cast<long long>(change.time / std::chrono::seconds(1)),
+                static_cast<long long>((change.time % std::chrono::seconds(1)).count()));
+  return record;
+}
+
 std::string ModemLineFile::Create(const std::string& path, const std::string& terminal) {
   Remove();
   file_ =
@@ -131,13 +143,10 @@ bool ModemLineFile::HasNewRecords() const {
 
 // Comes back as a change like those of a client.
 void ModemLineFile::AppendOff() {
-  const Time now = MonotonicNow();
-  char record[40];
-  const int length = std::snprintf(record, sizeof record, "0 0 %010lld.%09lld\n",
-                                   static_cast<long long>(now / std::chrono::seconds(1)),
-                                   static_cast<long long>((now % std::chrono::seconds(1)).count()));
+  const std::string record = FormatLineRecord({MonotonicNow(), false, false});
   // Not by write, which would move the place at which the next record is read.
-  if (pwrite(file_.Get(), record, static_cast<std::size_t>(length), 0) == length) are_off_ = true;
+  const ssize_t written = pwrite(file_.Get(), record.data(), record.size(), 0);
+  if (written == static_cast<ssize_t>(record.size())) are_off_ = true;
 }
 
 }  // namespace qmzentrel::virtual_box

@@ -11,6 +11,12 @@
 
 namespace qmzentrel::virtual_box {
 
+/// The file in that folder for the terminal "/dev/pts/3".
+std::string LineFileOf(const std::string& folder, const std::string& terminal);
+
+/// A record of the file, as a line: all have one length.
+std::string FormatLineRecord(const LineChange& change);
+
 class ModemLineFile {
  public:
   ModemLineFile() = default;

@@ -1,84 +1,36 @@
 #include <windows.h>
 
-#include <array>
-
+#include "tools/virtual_box/com_channel.h"
 #include "tools/virtual_box/port.h"
 
 namespace qmzentrel::virtual_box {
-namespace {
-
-// An overlapped call and the event that tells its end.
-struct Pending {
-  Pending() { overlapped.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr); }
-  ~Pending() { CloseHandle(overlapped.hEvent); }
-  Pending(const Pending&) = delete;
-  Pending& operator=(const Pending&) = delete;
-
-  OVERLAPPED overlapped{};
-  bool under_way = false;
-};
-
-std::string Failure(const std::string& what) {
-  return what + ": error " + std::to_string(GetLastError());
-}
-
-// The same settings as the client's end. The box shows itself by both of its own lines.
-bool SetUp(HANDLE port) {
-  DCB settings{};
-  settings.DCBlength = sizeof settings;
-  settings.BaudRate = CBR_9600;
-  settings.fBinary = TRUE;
-  settings.ByteSize = 8;
-  settings.Parity = NOPARITY;
-  settings.StopBits = TWOSTOPBITS;
-  settings.fDtrControl = DTR_CONTROL_ENABLE;
-  settings.fRtsControl = RTS_CONTROL_ENABLE;
-  // Not one time-out: a pending read ends with its first bytes, see StartRead.
-  COMMTIMEOUTS none{};
-  return SetCommState(port, &settings) && SetCommTimeouts(port, &none) &&
-         PurgeComm(port, PURGE_RXCLEAR | PURGE_TXCLEAR);
-}
-
-}  // namespace
 
 struct Port::State {
-  HANDLE port = INVALID_HANDLE_VALUE;
-  Pending read;
+  ComChannel channel;
   Pending lines;
   bool shows_lines = false;
-  std::uint8_t byte = 0;
   DWORD line_event = 0;
   LineChange last;
 
   ~State() {
-    if (port == INVALID_HANDLE_VALUE) return;
-    CancelIo(port);
+    if (!lines.under_way) return;
+    CancelIoEx(channel.Handle(), &lines.overlapped);
     DWORD ignored = 0;
-    // The system must be done with the buffers before they go.
-    if (read.under_way) GetOverlappedResult(port, &read.overlapped, &ignored, TRUE);
-    if (lines.under_way) GetOverlappedResult(port, &lines.overlapped, &ignored, TRUE);
-    CloseHandle(port);
-  }
-
-  // Waits for one byte; the rest of what has arrived is fetched when it is there.
-  void StartRead() {
-    if (read.under_way) return;
-    ResetEvent(read.overlapped.hEvent);
-    read.under_way =
-        ReadFile(port, &byte, 1, nullptr, &read.overlapped) || GetLastError() == ERROR_IO_PENDING;
+    // The system must be done with the buffer before it goes.
+    GetOverlappedResult(channel.Handle(), &lines.overlapped, &ignored, TRUE);
   }
 
   void StartLines() {
     if (!shows_lines || lines.under_way) return;
     ResetEvent(lines.overlapped.hEvent);
-    lines.under_way =
-        WaitCommEvent(port, &line_event, &lines.overlapped) || GetLastError() == ERROR_IO_PENDING;
+    lines.under_way = WaitCommEvent(channel.Handle(), &line_event, &lines.overlapped) ||
+                      GetLastError() == ERROR_IO_PENDING;
   }
 
   // DTR of the client arrives at DSR here, its RTS at CTS.
   LineChange LinesNow() const {
     DWORD status = 0;
-    GetCommModemStatus(port, &status);
+    GetCommModemStatus(channel.Handle(), &status);
     return {MonotonicNow(), (status & MS_DSR_ON) != 0, (status & MS_CTS_ON) != 0};
   }
 };
@@ -92,15 +44,12 @@ Port::~Port() {
 std::string Port::Plug() {
   if (IsPlugged()) return {};
   auto state = std::make_unique<State>();
-  const std::string path = "\\\\.\\" + options_.com_name;
-  state->port = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_OVERLAPPED, nullptr);
-  if (state->port == INVALID_HANDLE_VALUE) return Failure("cannot open " + path);
-  if (!SetUp(state->port)) return Failure("cannot set up " + path);
+  // The box shows itself by both of its own lines.
+  std::string reason = state->channel.Open(options_.com_name, true);
+  if (!reason.empty()) return reason;
   DWORD status = 0;
-  state->shows_lines = SetCommMask(state->port, EV_DSR | EV_CTS) != 0 &&
-                       GetCommModemStatus(state->port, &status) != 0;
-  state->StartRead();
+  state->shows_lines = SetCommMask(state->channel.Handle(), EV_DSR | EV_CTS) != 0 &&
+                       GetCommModemStatus(state->channel.Handle(), &status) != 0;
   state->StartLines();
   state_ = std::move(state);
   return {};
@@ -131,46 +80,23 @@ bool Port::HasLines() const {
 
 void Port::AddTo(EventWait& wait) {
   if (!IsPlugged()) return;
-  if (state_->read.under_way) wait.Add(state_->read.overlapped.hEvent);
+  state_->channel.AddTo(wait);
   if (state_->lines.under_way) wait.Add(state_->lines.overlapped.hEvent);
 }
 
 Bytes Port::Read() {
-  Bytes bytes;
-  while (IsPlugged() && state_->read.under_way) {
-    DWORD count = 0;
-    if (!GetOverlappedResult(state_->port, &state_->read.overlapped, &count, FALSE)) {
-      if (GetLastError() == ERROR_IO_INCOMPLETE) break;
-      count = 0;
-    }
-    state_->read.under_way = false;
-    if (count == 0) break;
-    bytes.push_back(state_->byte);
-    state_->StartRead();
-  }
-  return bytes;
+  return IsPlugged() ? state_->channel.Read() : Bytes();
 }
 
 void Port::Write(std::span<const std::uint8_t> bytes) {
-  if (!IsPlugged() || bytes.empty()) return;
-  Pending write;
-  DWORD count = 0;
-  if (!WriteFile(state_->port, bytes.data(), static_cast<DWORD>(bytes.size()), nullptr,
-                 &write.overlapped) &&
-      GetLastError() == ERROR_IO_PENDING) {
-    // A line that takes nothing for a second (the longest reply needs 40 ms) is dead.
-    if (WaitForSingleObject(write.overlapped.hEvent, 1000) != WAIT_OBJECT_0) {
-      CancelIoEx(state_->port, &write.overlapped);
-    }
-    GetOverlappedResult(state_->port, &write.overlapped, &count, TRUE);
-  }
+  if (IsPlugged()) state_->channel.Write(bytes);
 }
 
 std::vector<LineChange> Port::TakeLineChanges() {
   if (!IsPlugged() || !state_->shows_lines) return {};
   DWORD ignored = 0;
   if (state_->lines.under_way &&
-      (GetOverlappedResult(state_->port, &state_->lines.overlapped, &ignored, FALSE) ||
+      (GetOverlappedResult(state_->channel.Handle(), &state_->lines.overlapped, &ignored, FALSE) ||
        GetLastError() != ERROR_IO_INCOMPLETE)) {
     state_->lines.under_way = false;
     state_->StartLines();

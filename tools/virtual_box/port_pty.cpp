@@ -4,35 +4,19 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "tools/virtual_box/file_descriptor.h"
 #include "tools/virtual_box/modem_line_file.h"
 #include "tools/virtual_box/port.h"
+#include "tools/virtual_box/tty.h"
 
 namespace qmzentrel::virtual_box {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string Failure(const std::string& what) {
-  return what + ": " + std::strerror(errno);
-}
-
-// Raw from the start: with the terminal's echo the box would hear its own replies as commands until
-// the client has set the port up.
-bool MakeRaw(int terminal) {
-  termios settings{};
-  if (tcgetattr(terminal, &settings) != 0) return false;
-  cfmakeraw(&settings);
-  cfsetspeed(&settings, B9600);
-  settings.c_cflag |= CSTOPB | CLOCAL | CREAD;
-  return tcsetattr(terminal, TCSANOW, &settings) == 0;
-}
 
 // Replaces the link in one step, so that a client never finds it missing at a replug. A file that
 // is no link is somebody's file and stays.
@@ -91,6 +75,8 @@ std::string Port::Plug() {
   fcntl(box_end, F_SETFL, O_NONBLOCK);
   fcntl(box_end, F_SETFD, FD_CLOEXEC);
   state->client_end = FileDescriptor(open(name, O_RDWR | O_NOCTTY | O_CLOEXEC));
+  // Raw from the start: with the terminal's echo the box would hear its own replies as commands
+  // until the client has set the port up.
   if (!state->client_end.IsOpen() || !MakeRaw(state->client_end.Get())) {
     return Failure(std::string("cannot set up ") + name);
   }
@@ -100,8 +86,7 @@ std::string Port::Plug() {
   ioctl(state->client_end.Get(), TIOCSCTTY, 0);
 
   if (!options_.lines_dir.empty()) {
-    const std::string file = "pts-" + fs::path(name).filename().string();
-    std::string reason = state->lines.Create((fs::path(options_.lines_dir) / file).string(), name);
+    std::string reason = state->lines.Create(LineFileOf(options_.lines_dir, name), name);
     if (!reason.empty()) return reason;
   }
   if (!options_.link.empty()) {
@@ -166,22 +151,13 @@ void Port::AddTo(EventWait& wait) {
 
 Bytes Port::Read() {
   Bytes bytes;
-  if (!IsPlugged()) return bytes;
-  std::uint8_t buffer[256];
-  ssize_t count = 0;
-  while ((count = read(state_->box_end.Get(), buffer, sizeof buffer)) > 0) {
-    bytes.insert(bytes.end(), buffer, buffer + count);
-  }
+  // The client's end is held open: nothing hangs this one up.
+  if (IsPlugged()) ReadArrived(state_->box_end.Get(), bytes);
   return bytes;
 }
 
 void Port::Write(std::span<const std::uint8_t> bytes) {
-  while (IsPlugged() && !bytes.empty()) {
-    const ssize_t count = write(state_->box_end.Get(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return;
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
-  }
+  if (IsPlugged()) WriteAtOnce(state_->box_end.Get(), bytes);
 }
 
 std::vector<LineChange> Port::TakeLineChanges() {

@@ -14,6 +14,7 @@ class FakeHost : public BoxHost {
   }
   void Unplug() override { plugged = false; }
   bool IsPlugged() const override { return plugged; }
+  std::string Condition() const override { return condition; }
   std::string PortName() const override { return plugged ? "port" : ""; }
   std::string PortSettings() const override { return settings; }
   bool HasLines() const override { return has_lines; }
@@ -22,6 +23,7 @@ class FakeHost : public BoxHost {
   bool plugged = true;
   bool has_lines = true;
   bool quit = false;
+  std::string condition = "supplied";
   std::string settings = "9600 8 N 2";
 };
 
@@ -38,7 +40,7 @@ class ControlChannel : public ::testing::Test {
   BoxModel model{[this](const LogLine& line) { log.Add(line); }};
   SupplyLine supply{SupplyChoice::kDtr};
   FakeHost host;
-  Control control{model, log, supply, host};
+  Control control{&model, log, supply, host};
 };
 
 TEST_F(ControlChannel, EveryFactCanBeSetToItsMaximumAndReadBackAsItIsShown) {
