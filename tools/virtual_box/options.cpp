@@ -72,6 +72,8 @@ const std::vector<Option>& AllOptions() {
       {"--lines", "DIR", "modem lines: folder of the files that the modem_lines library writes",
        TakePortText<&PortOptions::lines_dir>},
 #endif
+      {"--tap", "PORT", "no box but a tap: all goes on to the box behind this port, and is logged",
+       TakeText<&Options::tap>},
       {"--supply", "LINE", "dtr, rts, both or none: the line that feeds the box", TakeSupply},
       {"--startup-ms", "N", "silent for so long after the supply has come on (2000)",
        [](Parsed& p, const std::string& v) { return AddCommand(p, "set startup-ms " + v); }},
@@ -100,12 +102,19 @@ std::string Check(Parsed& parsed) {
   Options& options = parsed.options;
   if (options.help) return {};
   if (kWindows && options.port.com_name.empty()) return "--port is missing";
+  if (!options.tap.empty() && parsed.supply_given)
+    return "--supply is for a box, and not for --tap";
+  // A COM port takes its own time for the bytes.
+  if (kWindows && options.tap.empty()) {
+    options.commands.insert(options.commands.begin(), "set pace 0");
+  }
   if (!kWindows) {
     const bool has_lines = !options.port.lines_dir.empty();
     if (options.supply != SupplyChoice::kNone && !has_lines) {
       return "--supply needs the modem lines of --lines";
     }
-    if (has_lines && !parsed.supply_given) options.supply = SupplyChoice::kDtr;
+    if (has_lines && !parsed.supply_given && options.tap.empty())
+      options.supply = SupplyChoice::kDtr;
   }
   if (!options.control_file.empty() && !options.control_port) {
     return "--control-file needs --control";
@@ -117,8 +126,6 @@ std::string Check(Parsed& parsed) {
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error) {
   Parsed parsed;
-  // A COM port takes its own time for the bytes.
-  if (kWindows) AddCommand(parsed, "set pace 0");
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     const auto found = std::ranges::find(AllOptions(), argument, &Option::name);
@@ -148,6 +155,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, s
 std::string HelpText() {
   std::string text =
       "virtual_box: plays a Zentrel box with a transponder on a serial port.\n"
+      "With --tap it listens between a client and a box instead.\n"
       "\n"
       "usage: virtual_box [options]\n";
   for (const Option& option : AllOptions()) {

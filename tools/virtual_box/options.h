@@ -14,6 +14,7 @@ namespace qmzentrel::virtual_box {
 
 struct Options {
   PortOptions port;
+  std::string tap;  ///< the port of the box to listen to; empty: a box is played
   SupplyChoice supply = SupplyChoice::kNone;
   std::optional<std::uint16_t> control_port;
   std::string control_file;

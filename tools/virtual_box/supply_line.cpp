@@ -29,6 +29,16 @@ std::string FormatLineChange(const LineChange& change) {
          " rts=" + (change.rts ? '1' : '0');
 }
 
+std::size_t ChangesBeforeBytes(const LineChange& before, const std::vector<LineChange>& changes) {
+  std::size_t count = 0;
+  const LineChange* last = &before;
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    if ((changes[i].dtr && !last->dtr) || (changes[i].rts && !last->rts)) count = i + 1;
+    last = &changes[i];
+  }
+  return count;
+}
+
 void SupplyLine::ClearHistory() {
   before_ = Standing();
   history_.clear();

@@ -29,6 +29,11 @@ struct LineChange {
 /// "81236.412 dtr=1 rts=0": the time in milliseconds of the monotonic clock.
 std::string FormatLineChange(const LineChange& change);
 
+/// How many of these changes come before the bytes that were found together with them. A client
+/// switches on, sends, takes the reply and switches off: those up to the last that switches
+/// something on. `before`: how the lines stood ahead of them.
+std::size_t ChangesBeforeBytes(const LineChange& before, const std::vector<LineChange>& changes);
+
 class SupplyLine {
  public:
   explicit SupplyLine(SupplyChoice choice) : choice_(choice) {}

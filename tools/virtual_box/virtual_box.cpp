@@ -1,11 +1,13 @@
-// The virtual box as a program.
+// The virtual box as a program, or a tap between a client and a box.
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tools/virtual_box/box_program.h"
 #include "tools/virtual_box/options.h"
+#include "tools/virtual_box/tap_program.h"
 #ifndef _WIN32
 #include "tools/virtual_box/own_session.h"
 #endif
@@ -22,12 +24,17 @@ int Fail(const std::string& reason, int code) {
 }
 
 int Play(const Options& options) {
-  BoxProgram program(options);
-  std::string reason = program.Prepare();
+  std::unique_ptr<PortProgram> program;
+  if (options.tap.empty()) {
+    program = std::make_unique<BoxProgram>(options);
+  } else {
+    program = std::make_unique<TapProgram>(options);
+  }
+  std::string reason = program->Prepare();
   if (!reason.empty()) return Fail(reason, kUsageError);
-  reason = program.Start();
+  reason = program->Start();
   if (!reason.empty()) return Fail(reason, EXIT_FAILURE);
-  program.Run();
+  program->Run();
   return EXIT_SUCCESS;
 }
 

@@ -5,6 +5,8 @@
 namespace qmzentrel::virtual_box {
 namespace {
 
+using std::chrono::milliseconds;
+
 class FakeHost : public BoxHost {
  public:
   std::string Plug() override {
@@ -132,7 +134,7 @@ TEST_F(ControlChannel, WaitFramesIsAWaitWithItsDeadline) {
   const auto* const wait = std::get_if<FrameWait>(&result);
   ASSERT_NE(wait, nullptr);
   EXPECT_EQ(wait->frames, 2U);
-  EXPECT_EQ(wait->deadline, now + std::chrono::milliseconds(500));
+  EXPECT_EQ(wait->deadline, now + milliseconds(500));
   EXPECT_TRUE(Do("wait-frames 2").starts_with("error usage: "));
 }
 
@@ -152,6 +154,21 @@ TEST_F(ControlChannel, NonsenseIsAnErrorWithAReason) {
   EXPECT_EQ(Do("fly"), "error unknown command: fly\n");
   EXPECT_TRUE(Do("quit now").starts_with("error usage: "));
   EXPECT_TRUE(Do("help").starts_with("ok lines="));
+}
+
+TEST(ControlChannelOfATap, ShowsTimesFromTheBeginningOfTheLog) {
+  FrameLog log(milliseconds(5000));
+  SupplyLine supply(SupplyChoice::kNone);
+  FakeHost host;
+  Control control(nullptr, log, supply, host);
+  supply.Add({milliseconds(6500), true, false});
+  log.Add({milliseconds(7250), Time::zero(), LogMark::kEvent, {}, "plugged"});
+  const auto answered = [&](const std::string& line) {
+    return std::get<ControlAnswer>(control.Execute(line, milliseconds(8000))).Wire();
+  };
+  EXPECT_EQ(answered("lines"), "ok lines=1\n1500.000 dtr=1 rts=0\n");
+  EXPECT_EQ(answered("log"), "ok lines=1\n2250.000 +0.000 ! ; plugged\n");
+  EXPECT_EQ(answered("now"), "ok 3000.000\n");
 }
 
 }  // namespace

@@ -33,12 +33,23 @@ TEST(BoxOptions, SettingsBecomeControlCommandsInTheirOrder) {
                                                          "set version 4.0", "silence 2"}));
 }
 
+TEST(BoxOptions, ATapLeavesTheSupplyToTheBox) {
+  std::string error;
+  const auto options = ParseOptions({"--tap", "there", "--lines", "here"}, error);
+  ASSERT_TRUE(options) << error;
+  EXPECT_EQ(options->tap, "there");
+  EXPECT_EQ(options->supply, SupplyChoice::kNone);
+  EXPECT_TRUE(options->commands.empty());
+}
+
 TEST(BoxOptions, AreRefusedWithAReason) {
   for (const std::vector<std::string>& arguments :
        std::vector<std::vector<std::string>>{{"--fly"},
                                              {"--link"},
                                              {"--supply", "dtr"},
                                              {"--lines", "here", "--supply", "cts"},
+                                             {"--tap"},
+                                             {"--tap", "there", "--supply", "none"},
                                              {"--control", "65536"},
                                              {"--control-file", "f"},
                                              {"--pace", "slow"},
@@ -50,8 +61,9 @@ TEST(BoxOptions, AreRefusedWithAReason) {
 }
 
 TEST(BoxOptions, HelpNamesEveryOption) {
-  for (const char* name : {"--link", "--lines", "--supply", "--startup-ms", "--pace", "--set",
-                           "--do", "--control", "--control-file", "--log", "--trace", "--help"}) {
+  for (const char* name :
+       {"--link", "--lines", "--tap", "--supply", "--startup-ms", "--pace", "--set", "--do",
+        "--control", "--control-file", "--log", "--trace", "--help"}) {
     EXPECT_NE(HelpText().find(std::string("  ") + name), std::string::npos) << name;
   }
 }
