@@ -36,11 +36,16 @@ class ComBox : public testing::Test {
     box = std::make_unique<Process>(CommandLine("--port " + BoxPort() +
                                                 " --supply none --control 0 --control-file \"" +
                                                 kControlFile.string() + "\""));
-    const std::string ready = box->ReadLine();
-    const std::string start = "ready port=" + BoxPort() + " control=";
-    ASSERT_TRUE(ready.starts_with(start)) << ready;
-    control_port = static_cast<std::uint16_t>(std::stoi(ready.substr(start.size())));
+    control_port = ControlPortOf(*box, BoxPort());
     ASSERT_TRUE(control.Connect(control_port));
+  }
+
+  /// The port of the control channel, once the program is ready on that port.
+  static std::uint16_t ControlPortOf(Process& program, const std::string& port) {
+    const std::string ready = program.ReadLine();
+    const std::string start = "ready port=" + port + " control=";
+    if (!ready.starts_with(start)) throw std::runtime_error("not ready: " + ready);
+    return static_cast<std::uint16_t>(std::stoi(ready.substr(start.size())));
   }
 
   static std::string CommandLine(const std::string& options) {
@@ -48,9 +53,10 @@ class ComBox : public testing::Test {
   }
 
   /// Opens the client's end, sends `command` and returns what comes back, at most `length` bytes.
-  static Bytes Exchange(const Bytes& command, std::size_t length, std::int32_t limit_ms = 10'000) {
+  static Bytes Exchange(const Bytes& command, std::size_t length, std::int32_t limit_ms = 10'000,
+                        const char* port_variable = "QMZ_PORT") {
     platform::SerialPort port;
-    const auto number = virtual_box::NumberFromEnvironment("QMZ_PORT").value();
+    const auto number = virtual_box::NumberFromEnvironment(port_variable).value();
     if (!port.Open(number, {}, {})) throw std::runtime_error("the client's port does not open");
     port.Write(command);
     Bytes reply(length);
@@ -92,6 +98,35 @@ TEST_F(ComBox, IsSilentWhileUnpluggedAndAnswersAfterwards) {
   EXPECT_EQ(Exchange(kBoxStatus, kBoxStatusLength).size(), kBoxStatusLength);
 }
 
+std::vector<std::string> FramesOf(virtual_box::ControlClient& control) {
+  std::vector<std::string> frames;
+  for (const virtual_box::LogLine& line : control.Log()) {
+    if (!line.IsFrame()) continue;
+    frames.push_back(static_cast<char>(line.mark) + (' ' + virtual_box::HexText(line.bytes)));
+  }
+  return frames;
+}
+
+TEST_F(ComBox, HasTheSameFramesAsATapBetweenItAndItsClient) {
+  Told("set startup-ms 0");
+  const std::string tap_port = "COM" + FromEnvironment("QMZ_TAP_PORT");
+  Process tap(CommandLine("--port " + tap_port + " --tap COM" + FromEnvironment("QMZ_PORT") +
+                          " --control 0"));
+  virtual_box::ControlClient tap_control;
+  ASSERT_TRUE(tap_control.Connect(ControlPortOf(tap, tap_port)));
+  const Bytes write = {0x25, 7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0};
+  const auto exchange = [](const Bytes& command, std::size_t length) {
+    return Exchange(command, length, 10'000, "QMZ_TAP_CLIENT_PORT").size();
+  };
+  EXPECT_EQ(exchange(kBoxStatus, kBoxStatusLength), kBoxStatusLength);
+  EXPECT_EQ(exchange(write, 19), 19U);
+  EXPECT_EQ(exchange({0x40}, 19), 19U);
+  EXPECT_TRUE(tap_control.Command("wait-frames 6 20000").ok);
+  EXPECT_EQ(FramesOf(tap_control), FramesOf(control));
+  EXPECT_TRUE(tap_control.Command("quit").ok);
+  EXPECT_EQ(tap.ExitCode(), 0U);
+}
+
 TEST_F(ComBox, CarriesTheWholeSetOfCommandsOfTheLibrary) {
   SetEnvironmentVariableA("QMZ_BOX_CONTROL", ("127.0.0.1:" + std::to_string(control_port)).c_str());
   Process client("\"" + FromEnvironment("QMZ_CLIENT_PROGRAM") +
@@ -122,6 +157,9 @@ TEST_F(ComBox, SaysWhyItCannotStart) {
   Process missing(CommandLine("--port COM99 --supply none"));
   EXPECT_EQ(missing.ReadLine(), "virtual_box: cannot open \\\\.\\COM99: error 2");
   EXPECT_EQ(missing.ExitCode(), 1U);
+  Process without_box(CommandLine("--port " + BoxPort() + " --tap COM99"));
+  EXPECT_EQ(without_box.ReadLine(), "virtual_box: cannot open \\\\.\\COM99: error 2");
+  EXPECT_EQ(without_box.ExitCode(), 1U);
   Process without_port(CommandLine("--supply none"));
   EXPECT_EQ(without_port.ReadLine(), "virtual_box: --port is missing; see --help");
   EXPECT_EQ(without_port.ExitCode(), 2U);
