@@ -48,3 +48,5 @@ qmzentrel_wine_test(box_commands_tests_com12
 qmzentrel_wine_test(vbscript_client_test
   COMMAND ${QMZ_WITH_BOX} ${CMAKE_SOURCE_DIR}/tests/clients/scripts/vbscript_client_test
     $<TARGET_FILE:QmZentrel>)
+qmzentrel_wine_test(tap_test
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/tap_test $<TARGET_FILE:QmZentrel>)
