@@ -154,6 +154,14 @@ TEST_F(TapLog, FindsAReplyBehindStrayBytesAndAcrossAPause) {
   EXPECT_EQ(Meanings(), Texts{"stray, no command is open"});
 }
 
+TEST_F(TapLog, TakesNoReplyForThatToAnotherCommandOfTheSubDevice) {
+  tap.ToBox(Bytes{0x7E, 0x20, 0xC7, 1, 8}, wire.now);
+  tap.FromBox(Bytes{0x7E, 0x20, 0xC6, 1, 8}, wire.now);
+  Pause();
+  EXPECT_EQ(Meanings(),
+            (Texts{"sub-device read: message 8", "no reply to sub-device read, 5 bytes"}));
+}
+
 TEST_F(TapLog, SaysWhatIsNoCommand) {
   Exchange({1, 2, 3});
   Exchange({0x7F, 0x80});
