@@ -3,7 +3,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <utility>
 
 #include "tools/virtual_box/file_descriptor.h"
@@ -13,8 +12,6 @@
 
 namespace qmzentrel::virtual_box {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The file of that pseudo-terminal's lines, where a virtual box keeps one.
 FileDescriptor OpenLineFile(const std::string& folder, int terminal) {

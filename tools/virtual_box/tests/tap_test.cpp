@@ -40,8 +40,8 @@ class TapLog : public ::testing::Test {
   // The meanings since the last call, without what they say of the time.
   std::vector<std::string> Meanings() {
     std::vector<std::string> meanings;
-    for (; told < log.size(); ++told) {
-      const std::string& meaning = log[told].meaning;
+    for (; told_ < log.size(); ++told_) {
+      const std::string& meaning = log[told_].meaning;
       meanings.push_back(meaning.substr(0, meaning.find(" [")));
     }
     return meanings;
@@ -52,7 +52,7 @@ class TapLog : public ::testing::Test {
   Tap tap{[this](const LogLine& line) { log.push_back(line); }};
 
  private:
-  std::size_t told = 0;
+  std::size_t told_ = 0;
 };
 
 using Texts = std::vector<std::string>;
