@@ -170,6 +170,13 @@ std::string FunctionText(ITypeInfo& type, const LentFunction& function, bool nam
   return text + ") " + TypeText(type, function->elemdescFunc.tdesc);
 }
 
+// The dispatch side of a dual interface begins with the functions of IDispatch.
+unsigned FirstFunctionOf(const TypeAttributes& attributes) {
+  const bool is_dual_side =
+      attributes.kind == TKIND_DISPATCH && (attributes.flags & TYPEFLAG_FDUAL) != 0;
+  return is_dual_side ? kSlotsOfDispatch : 0;
+}
+
 }  // namespace
 
 std::string Narrow(const std::wstring& text) {
@@ -262,10 +269,7 @@ std::vector<std::string> FunctionsOf(ITypeInfo& type) {
   std::vector<std::string> texts;
   std::vector<MEMBERID> seen;
   const TypeAttributes attributes = AttributesOf(type);
-  // The dispatch side of a dual interface begins with the functions of IDispatch.
-  const bool is_dual_side =
-      attributes.kind == TKIND_DISPATCH && (attributes.flags & TYPEFLAG_FDUAL) != 0;
-  for (unsigned i = is_dual_side ? kSlotsOfDispatch : 0; i < attributes.function_count; ++i) {
+  for (unsigned i = FirstFunctionOf(attributes); i < attributes.function_count; ++i) {
     LentFunction function(type);
     Require(type.GetFuncDesc(i, function.Receive()), "GetFuncDesc");
     const bool is_first = std::ranges::find(seen, function->memid) == seen.end();
@@ -273,6 +277,17 @@ std::vector<std::string> FunctionsOf(ITypeInfo& type) {
     texts.push_back(FunctionText(type, function, is_first));
   }
   return texts;
+}
+
+std::set<MEMBERID> FunctionIdentifiersOf(ITypeInfo& type) {
+  std::set<MEMBERID> identifiers;
+  const TypeAttributes attributes = AttributesOf(type);
+  for (unsigned i = FirstFunctionOf(attributes); i < attributes.function_count; ++i) {
+    LentFunction function(type);
+    Require(type.GetFuncDesc(i, function.Receive()), "GetFuncDesc");
+    identifiers.insert(function->memid);
+  }
+  return identifiers;
 }
 
 std::vector<EnumerationMember> MembersOf(ITypeInfo& enumeration) {

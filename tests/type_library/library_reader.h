@@ -7,6 +7,7 @@
 #include <oaidl.h>
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,9 @@ std::string AliasTargetOf(ITypeInfo& alias);
 /// "slot 36: method 0x60030028 Open(0x1 Port Long, 0x31 Keep Boolean = Boolean -1) Long";
 /// the seven functions of IDispatch are left out. A number before a parameter is its flags.
 std::vector<std::string> FunctionsOf(ITypeInfo& type);
+
+/// Those that FunctionsOf has, each once.
+std::set<MEMBERID> FunctionIdentifiersOf(ITypeInfo& type);
 
 std::vector<EnumerationMember> MembersOf(ITypeInfo& enumeration);
 
