@@ -100,7 +100,7 @@ def _parse(name, text, has_entries):
 
 def _check_fields(page, entry, required, allowed):
     given = set(entry.fields)
-    for what, wrong in (("has no", required - given), ("has nothing to say of", given - allowed)):
+    for what, wrong in (("has no", required - given), ("says something of what is not there:", given - allowed)):
         if wrong:
             raise TextError(f"{page.name}.md, {entry.name} {what} {', '.join(sorted(wrong))}")
 
