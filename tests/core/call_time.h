@@ -10,7 +10,7 @@
 
 namespace qmzentrel::tests {
 
-inline double SecondsOf(const std::function<void()>& call) {
+inline double DurationOf(const std::function<void()>& call) {
   const fakes::Microseconds start = fakes::TheWorld().now;
   call();
   return std::chrono::duration<double>(fakes::TheWorld().now - start).count();
@@ -18,7 +18,7 @@ inline double SecondsOf(const std::function<void()>& call) {
 
 /// "2.5 s", to half a second: what the bytes take on the line is left out.
 inline std::string TimeOf(const std::function<void()>& call) {
-  const auto halves = std::lround(SecondsOf(call) * 2);
+  const auto halves = std::lround(DurationOf(call) * 2);
   return std::to_string(halves / 2) + (halves % 2 == 0 ? "" : ".5") + " s";
 }
 

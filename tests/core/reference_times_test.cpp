@@ -101,10 +101,10 @@ TEST_F(ReferenceTimes, HaveATableOfWhatEachCallTakesWithoutAnAnswerAndAtMost) {
 TEST_F(ReferenceTimes, AReadOrWriteAfterAWriteWaitsForTheVerifyDelayOnTop) {
   for (const TimedCommand& command : {commands[2], commands[3]}) {
     MakeReady(kAwakeBox);
-    const double alone = SecondsOf(command.run);
+    const double alone = DurationOf(command.run);
     MakeReady(kAwakeBox);
     zentrel->WriteXpdr();
-    EXPECT_NEAR(SecondsOf(command.run), alone + kUsualVerifyDelay, 0.1) << command.name;
+    EXPECT_NEAR(DurationOf(command.run), alone + kUsualVerifyDelay, 0.1) << command.name;
   }
 }
 
@@ -116,12 +116,12 @@ TEST_F(ReferenceTimes, OnDemandTheFirstCommandWaitsForTheBoxToStart) {
 TEST_F(ReferenceTimes, OnDemandABoxWithoutASignatureIsLeftAloneAfterABoxStatus) {
   OpenBox(false, 0);
   Port().Answer(Block1Reply({}));
-  EXPECT_NEAR(SecondsOf([&] { EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY); }), 3.75, 0.1);
+  EXPECT_NEAR(DurationOf([&] { EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY); }), 3.75, 0.1);
 }
 
 TEST_F(ReferenceTimes, AllOtherMembersReturnAtOnce) {
   Open(true);
-  EXPECT_EQ(SecondsOf([&] {
+  EXPECT_EQ(DurationOf([&] {
               zentrel->PowerManagement(true);
               zentrel->PowerManagement(false);
               zentrel->PLLWarmUpName();
