@@ -1,5 +1,5 @@
-"""Makes the topics of the help file: the reference with a topic for each member, and the guides that
-it leads to, as HTML with a table of contents, an index, and the help contexts."""
+"""Makes the topics of the help file: the reference with a topic for each member, and the guides
+that it leads to, as HTML with a table of contents, an index, and the help contexts."""
 
 import html
 import posixpath
@@ -61,30 +61,34 @@ class HelpProject:
 
     # --- Topics ---
 
+    @staticmethod
+    def _place(path, document):
+        """In the project, of what a document names."""
+        return posixpath.normpath(posixpath.join(posixpath.dirname(document), path))
+
     def _link(self, found, document):
         """Of a link in a document, the same in its topic."""
-        attribute, target, words = found.groups()
+        target, words = found.groups()
         if re.match(r"https?:", target):
             return found[0]
         path, _, anchor = target.partition("#")
-        there = posixpath.normpath(posixpath.join(posixpath.dirname(document), path)) if path else document
+        there = self._place(path, document) if path else document
         topic = self.topic_of.get(f"{there}#{anchor}")
         if topic is None and there in self.topic_of:
             topic = self.topic_of[there] + (f"#{anchor}" if anchor else "")
         return f'<a href="{topic}">{words}</a>' if topic else words
 
     def _picture(self, found, document):
-        path = posixpath.normpath(posixpath.join(posixpath.dirname(document), found[1]))
+        path = self._place(found[1], document)
         self.pictures.add(path)
         return f'src="{posixpath.basename(path)}"'
 
     def _add(self, name, title, text, document):
-        body = markdown.markdown(
-            text,
-            extensions=["tables", "fenced_code", TocExtension(slugify=lambda value, _: slug(value))],
-        )
-        body = re.sub(r'<a (href)="([^"]*)">(.*?)</a>', lambda f: self._link(f, document), body, flags=re.S)
-        body = re.sub(r'src="([^"]*)"', lambda f: self._picture(f, document), body)
+        anchors = TocExtension(slugify=lambda value, _: slug(value))
+        body = markdown.markdown(text, extensions=["tables", "fenced_code", anchors])
+        link = re.compile(r'<a href="([^"]*)">(.*?)</a>', re.S)
+        body = link.sub(lambda found: self._link(found, document), body)
+        body = re.sub(r'src="([^"]*)"', lambda found: self._picture(found, document), body)
         # A table whose head says nothing has none.
         body = re.sub(r"<thead>\s*<tr>\s*(<th></th>\s*)*</tr>\s*</thead>", "", body)
         self.topics[name] = TOPIC.format(title=html.escape(title), body=body)
@@ -96,8 +100,9 @@ class HelpProject:
             text += "\n".join(f"- [{e.name}](#{slug(e.name)})" for e in page.entries)
             self._add(self._page_topic(page), page.title, text, document)
             for entry in page.entries:
-                said = f"# {entry.name}\n\n{self.pages.entry(page.name, entry)}\n\n[{page.title}]({self.pages.file_of(page.name)})"
-                self._add(f"{entry.name}.htm", entry.name, said, document)
+                back = f"[{page.title}]({self.pages.file_of(page.name)})"
+                said = [f"# {entry.name}", self.pages.entry(page.name, entry), back]
+                self._add(f"{entry.name}.htm", entry.name, "\n\n".join(said), document)
 
     def _add_guides(self):
         self.guide_titles = {}
@@ -112,8 +117,8 @@ class HelpProject:
     @staticmethod
     def _node(name, topic):
         return (
-            '<LI><OBJECT type="text/sitemap">'
-            f'<param name="Name" value="{html.escape(name)}"><param name="Local" value="{topic}"></OBJECT>'
+            f'<LI><OBJECT type="text/sitemap"><param name="Name" value="{html.escape(name)}">'
+            f'<param name="Local" value="{topic}"></OBJECT>'
         )
 
     def _contents(self):
@@ -134,13 +139,15 @@ class HelpProject:
         return SITE_MAP.format(body="\n".join([*lines, "</UL>"]))
 
     def _index(self):
-        entries = [(e.name, f"{e.name}.htm") for p in self.pages.texts.pages.values() for e in p.entries]
-        entries += [(p.title, self._page_topic(p)) for p in self.pages.texts.pages.values()]
+        pages = self.pages.texts.pages.values()
+        entries = [(e.name, f"{e.name}.htm") for page in pages for e in page.entries]
+        entries += [(page.title, self._page_topic(page)) for page in pages]
         entries += [(title, f"{name}.htm") for name, title in self.guide_titles.items()]
         for enumeration in self.pages.enumerations.values():
             entries += [(name, f"{enumeration.name}.htm") for name, _ in enumeration.constants]
         entries.sort(key=lambda e: e[0].lower())
-        return SITE_MAP.format(body="\n".join(["<UL>", *(self._node(*e) for e in entries), "</UL>"]))
+        nodes = [self._node(*entry) for entry in entries]
+        return SITE_MAP.format(body="\n".join(["<UL>", *nodes, "</UL>"]))
 
     def _contexts(self):
         library = self.pages.library

@@ -43,7 +43,6 @@ class Member:
 class Enumeration:
     name: str
     uuid: str
-    context: int
     constants: list  # (name, value)
 
 
@@ -86,6 +85,11 @@ def _attribute(attributes, name, otherwise=None):
     return found.group(1).strip('"') if found else otherwise
 
 
+def _identified(attributes, name, kind, version=None):
+    version = version or _attribute(attributes, "version")
+    return Identified(name, kind, _attribute(attributes, "uuid"), version)
+
+
 def _member(attributes, name):
     return Member(
         name,
@@ -102,9 +106,8 @@ def _parameters(text):
 
 
 def _add_procedure(members, attributes, name, text, slot):
-    kind = {"propget": "get", "propput": "let"}.get(
-        next((a for a in ("propget", "propput") if re.search(rf"\b{a}\b", attributes)), ""), "method"
-    )
+    mark = re.search(r"\bprop(get|put)\b", attributes)
+    kind = {None: "method", "get": "get", "put": "let"}[mark and mark[1]]
     member = members.setdefault(name, _member(attributes, name))
     member.slots[kind] = slot
     parameters = []
@@ -126,49 +129,38 @@ def read(path):
     text = re.sub(r'"\s*\n\s*"', "", text)
 
     head = re.search(r"\[([^\]]*)\]\s*library (\w+)", text)
-    identified = [
-        Identified(head[2], "type library", _attribute(head[1], "uuid"), _attribute(head[1], "version"))
-    ]
+    identified = [_identified(head[1], head[2], "type library")]
 
     enumerations = []
     for attributes, body, name in re.findall(
         r"typedef \[([^\]]*)\] enum \w+ \{([^}]*)\} (\w+);", text
     ):
         constants = [(n, int(v, 0)) for n, v in re.findall(r"(\w+) = (\w+)", body)]
-        enumerations.append(
-            Enumeration(
-                name, _attribute(attributes, "uuid"), int(_attribute(attributes, "helpcontext")), constants
-            )
-        )
+        enumerations.append(Enumeration(name, _attribute(attributes, "uuid"), constants))
 
     attributes, body = re.search(
         r"\[([^\]]*)\]\s*interface _Zentrel : IDispatch\s*\{(.*?)\n    \}", text, re.S
     ).groups()
-    identified.append(
-        Identified("_Zentrel", "interface, dual", _attribute(attributes, "uuid"), _attribute(attributes, "version"))
-    )
+    identified.append(_identified(attributes, "_Zentrel", "interface, dual"))
     members = {}
     procedures = re.findall(r"\[(id\(.*?)\]\s*HRESULT (\w+)\((.*?)\);", body, re.S)
     for slot, (how, name, parameters) in enumerate(procedures, FIRST_SLOT):
         _add_procedure(members, how, name, " ".join(parameters.split()), slot)
 
     for attributes, name in re.findall(r"typedef \[([^\]]*)\]\s*_Zentrel (\w+);", text):
-        identified.append(
-            Identified(name, "alias, hidden", _attribute(attributes, "uuid"), _attribute(attributes, "version"))
-        )
+        identified.append(_identified(attributes, name, "alias, hidden"))
 
     attributes, body = re.search(
         r"\[([^\]]*)\]\s*dispinterface __Zentrel\s*\{(.*?)\n    \}", text, re.S
     ).groups()
-    identified.append(Identified("__Zentrel", "interface of the event", _attribute(attributes, "uuid"), "1.3"))
+    # Versions that the description cannot give are set afterwards (interface/type_library.cmake).
+    identified.append(_identified(attributes, "__Zentrel", "interface of the event", "1.3"))
     how, name, parameters = re.search(r"\[(id\(.*?)\]\s*void (\w+)\((.*?)\);", body, re.S).groups()
     event = _member(how, name)
     event.parameters = [Parameter(n, TYPES[t]) for _, t, n in _parameters(parameters)]
 
     attributes = re.search(r"\[([^\]]*)\]\s*coclass Zentrel", text)[1]
-    identified.insert(
-        1, Identified("Zentrel", "class", _attribute(attributes, "uuid"), _attribute(attributes, "version"))
-    )
+    identified.insert(1, _identified(attributes, "Zentrel", "class"))
     identified += [Identified(e.name, "enumeration", e.uuid, "1.0") for e in enumerations]
     return Library(
         identified,

@@ -3,6 +3,7 @@
 import re
 
 HEAD = "<!-- Made by tools/reference/make_reference from interface/: change it there. -->\n\n"
+ACCESS = {("get", "let"): "read and write", ("get",): "read only", ("let",): "write only"}
 
 
 def slug(heading):
@@ -19,7 +20,8 @@ class Pages:
         self.texts = texts
         self.members = {m.name: m for m in [*library.members, library.event]}
         self.enumerations = {e.name: e for e in library.enumerations}
-        self.status_names = {value: name for name, value in self.enumerations["ZentrelStatus"].constants}
+        statuses = self.enumerations["ZentrelStatus"].constants
+        self.status_names = {value: name for name, value in statuses}
         self.home = {slug(e.name): p.name for p in texts.pages.values() for e in p.entries}
 
     # --- Where things are ---
@@ -72,13 +74,14 @@ class Pages:
             if kind not in member.slots:
                 continue
             last = f"{result.compiled} NewValue" if kind == "let" else f"{result.compiled}* Result"
-            yield "cpp", f"HRESULT {prefix}{member.name}({', '.join(filter(None, [compiled, last]))});"
+            every = ", ".join(filter(None, [compiled, last]))
+            yield "cpp", f"HRESULT {prefix}{member.name}({every});"
 
     def _declaration_block(self, member):
         lines = {}
         for language, line in self._declarations(member):
             lines.setdefault(language, []).append(line)
-        return "\n".join(f"```{language}\n" + "\n".join(said) + "\n```" for language, said in lines.items())
+        return "\n".join("\n".join([f"```{language}", *said, "```"]) for language, said in lines.items())
 
     def _time(self, member, fields):
         page = "[on top](times.md)"
@@ -100,8 +103,7 @@ class Pages:
         if member.is_event:
             add("raised", fields["when"])
         elif not member.is_method:
-            kinds = set(member.slots)
-            add("access", "read and write" if len(kinds) == 2 else "read only" if kinds == {"get"} else "write only")
+            add("access", ACCESS[tuple(member.slots)])
             add("type", member.result.basic)
             add("range", fields["range"])
             add("unit", "" if fields["unit"] == "none" else fields["unit"])
@@ -114,7 +116,8 @@ class Pages:
         if not member.is_event:
             add("takes", self._time(member, fields))
         add("raises", fields.get("events", ""))
-        where = [f"identifier {f'0x{member.identifier:08X}' if member.slots else member.identifier}"]
+        number = str(member.identifier) if member.is_event else f"0x{member.identifier:08X}"
+        where = [f"identifier {number}"]
         if member.slots:
             slots = " and ".join(str(slot) for slot in member.slots.values())
             where.append(("slots " if len(member.slots) > 1 else "slot ") + slots)
@@ -135,8 +138,9 @@ class Pages:
         return "\n".join(rows)
 
     def _status_meaning(self, name):
-        said = next(e for e in self.texts.pages["enumerations"].entries if e.name == "ZentrelStatus")
-        return said.fields[name].partition(" | ")[2]
+        entries = self.texts.pages["enumerations"].entries
+        statuses = next(entry for entry in entries if entry.name == "ZentrelStatus")
+        return statuses.fields[name].partition(" | ")[2]
 
     def _statuses(self, fields):
         if "statuses" not in fields:

@@ -100,9 +100,12 @@ def _parse(name, text, has_entries):
 
 def _check_fields(page, entry, required, allowed):
     given = set(entry.fields)
-    for what, wrong in (("has no", required - given), ("says something of what is not there:", given - allowed)):
-        if wrong:
-            raise TextError(f"{page.name}.md, {entry.name} {what} {', '.join(sorted(wrong))}")
+    if required - given:
+        missing = ", ".join(sorted(required - given))
+        raise TextError(f"{page.name}.md, {entry.name} has no {missing}")
+    if given - allowed:
+        wrong = ", ".join(sorted(given - allowed))
+        raise TextError(f"{page.name}.md, {entry.name} speaks of {wrong}, which it does not have")
 
 
 def _check_member(page, entry, member):
