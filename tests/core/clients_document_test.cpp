@@ -9,8 +9,8 @@
 namespace qmzentrel::tests {
 namespace {
 
-constexpr std::uint8_t kElectric = 0xA6;
-constexpr std::uint8_t kOther = 0xA5;
+constexpr std::uint8_t kSignatureOfElectricBox = 0xA6;
+constexpr std::uint8_t kSignatureOfOtherBox = 0xA5;
 
 class ClientsDocument : public ZentrelTest {};
 
@@ -21,7 +21,7 @@ TEST_F(ClientsDocument, ASecondMaintainedSessionWithAnElectricBoxMeetsABoxThatIs
   fakes::Microseconds supplied{0};
   Port().device = [&](std::span<const std::uint8_t>) -> fakes::Reaction {
     if (TheWorld().now - supplied < kStartUp) return {};
-    return {{BoxStatusReply(0x21, 100, kElectric, 0), Milliseconds(0)}};
+    return {{BoxStatusReply(0x21, 100, kSignatureOfElectricBox, 0), Milliseconds(0)}};
   };
   const auto open = [&] {
     supplied = TheWorld().now;
@@ -59,8 +59,8 @@ TEST_F(ClientsDocument, EveryGoodReplyWithTheFactsOfTheBoxReplacesThePowerTimeou
     call();
     return zentrel->PowerTimeout();
   };
-  const Bytes record = Block1Reply({.signature = kOther});
-  const Bytes box = BoxStatusReply(0x21, 100, kOther, 0);
+  const Bytes record = Block1Reply({.signature = kSignatureOfOtherBox});
+  const Bytes box = BoxStatusReply(0x21, 100, kSignatureOfOtherBox, 0);
   EXPECT_EQ(timeout_after(box, [&] { zentrel->BoxStatus(); }), 20);
   EXPECT_EQ(timeout_after(record, [&] { zentrel->ReadXpdr(); }), 20);
   EXPECT_EQ(timeout_after(record, [&] { zentrel->WriteXpdr(); }), 20);
