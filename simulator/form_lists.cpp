@@ -59,7 +59,6 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
     STEP FormList list(*this, index == 0 ? DialogList::cboSignature0 : DialogList::cboSignature1);
     STEP modCOM_Registry::RegEnumValues(kLocalMachine, key, values, false);
     STEP for (const auto& value : values) {
-      STEP if (value.name.empty()) break;
       STEP const auto number = catalogs::SignatureNumber(value.name);
       STEP if (!number) RaiseError(kErrorTypeMismatch);
       STEP lngValue = *number;
@@ -72,10 +71,8 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
 void frmZentrelSim::cboMIF_Click() {
   ErrorFrame frame(fields_, "cboMIF_Click");
   frame.Run([&] {
-    const bool selected =
-        content_.lists[static_cast<std::size_t>(DialogList::cboMIF)].selected >= 0;
-    STEP m_lngSelectedMIF = selected ? MIF() : -1;
-    STEP content_.ok_enabled = selected;
+    STEP m_lngSelectedMIF = MIF();
+    STEP content_.ok_enabled = true;
     STEP platform::RefreshSimulatorDialog();
     STEP RebuildLists();
   });

@@ -11,8 +11,6 @@ class ErrorReportClient {
   /// Asks the service, once: a session is attached before the component is used or not at all.
   ErrorReportClient();
 
-  bool HasDebugSession() const { return has_debug_session_; }
-
   /// A new instance; the service stores its number in `instance_number`.
   void AnnounceCreation(const char* class_name, std::int16_t& instance_number) const;
   void AnnounceDestruction(const char* class_name, std::int16_t instance_number) const;

@@ -198,54 +198,35 @@ std::string Join(const std::vector<std::string>& texts) {
   return joined;
 }
 
-// The data of a value to be written, as a text.
-struct TextForm {
-  std::string operator()(std::monostate) const { return ""; }
-  std::string operator()(float number) const { return NumberText(number); }
-  std::string operator()(double number) const { return NumberText(number); }
-  std::string operator()(const std::string& text) const { return text; }
-  std::string operator()(const std::vector<std::string>& texts) const { return Join(texts); }
-  template <class WholeNumber>
-  std::string operator()(WholeNumber number) const {
-    return std::to_string(WholeNumberOf(number));
+// Writes a value of any kind in its stored form; gives the code of the operating system.
+struct Store {
+  RegistryKey key;
+  std::string name;
+
+  std::int32_t operator()(std::monostate) const { return platform::RegistryDeleteValue(key, name); }
+  std::int32_t operator()(bool value) const {
+    return (*this)(value ? -1 : 0);
+  }  // automation's True
+  std::int32_t operator()(std::int16_t number) const { return (*this)(std::int32_t{number}); }
+  std::int32_t operator()(std::int32_t number) const {
+    const std::int32_t result =
+        Set(kRegDword, {reinterpret_cast<const char*>(&number), sizeof number});
+    // Early systems knew no numbers in the registry.
+    return result == kInvalidParameter ? (*this)(std::to_string(number)) : result;
+  }
+  std::int32_t operator()(float number) const { return (*this)(NumberText(number)); }
+  std::int32_t operator()(double number) const { return (*this)(NumberText(number)); }
+  std::int32_t operator()(const std::string& text) const {
+    return Set(kRegSz, platform::ToAnsi(text) + '\0');
+  }
+  std::int32_t operator()(const std::vector<std::string>& texts) const {
+    return Set(kRegMultiSz, platform::ToAnsi(Join(texts)) + std::string(2, '\0'));
   }
 
-  static std::int32_t WholeNumberOf(bool value) { return value ? -1 : 0; }  // automation's True
-  static std::int32_t WholeNumberOf(std::int32_t value) { return value; }
+  std::int32_t Set(std::uint32_t type, std::string_view bytes) const {
+    return platform::RegistrySetValue(key, name, type, std::as_bytes(std::span(bytes)));
+  }
 };
-
-std::int32_t SetBytes(RegistryKey key, const std::string& name, std::uint32_t type,
-                      std::string_view bytes) {
-  return platform::RegistrySetValue(key, name, type, std::as_bytes(std::span(bytes)));
-}
-
-std::int32_t SetText(RegistryKey key, const std::string& name, const Variant& data) {
-  return SetBytes(key, name, kRegSz, platform::ToAnsi(std::visit(TextForm(), data)) + '\0');
-}
-
-std::int32_t SetWholeNumber(RegistryKey key, const std::string& name, std::int32_t number) {
-  const std::int32_t result =
-      SetBytes(key, name, kRegDword, {reinterpret_cast<const char*>(&number), sizeof number});
-  // Early systems knew no numbers in the registry.
-  return result == kInvalidParameter ? SetText(key, name, number) : result;
-}
-
-std::int32_t Store(RegistryKey key, const std::string& name, const Variant& data) {
-  if (IsEmpty(data)) return platform::RegistryDeleteValue(key, name);
-  if (const auto* number = std::get_if<std::int32_t>(&data)) {
-    return SetWholeNumber(key, name, *number);
-  }
-  if (const auto* number = std::get_if<std::int16_t>(&data)) {
-    return SetWholeNumber(key, name, *number);
-  }
-  if (const auto* value = std::get_if<bool>(&data)) {
-    return SetWholeNumber(key, name, TextForm::WholeNumberOf(*value));
-  }
-  if (const auto* texts = std::get_if<std::vector<std::string>>(&data)) {
-    return SetBytes(key, name, kRegMultiSz, platform::ToAnsi(Join(*texts)) + std::string(2, '\0'));
-  }
-  return SetText(key, name, data);
-}
 
 const std::string& NameOf(const std::string& key) {
   return key;
@@ -394,7 +375,7 @@ bool RegSetValue(RegistryKey root, const std::string& path, const std::string& n
   }
   std::int32_t stored = 0;
   try {
-    stored = Store(key, platform::ToAnsi(name), data);
+    stored = std::visit(Store{key, platform::ToAnsi(name)}, data);
   } catch (...) {
     platform::RegistryCloseKey(key);
     throw;

@@ -104,6 +104,14 @@ TEST_F(ClientExceptions, DuringTheVerifyDelayEndTheReadBeforeItHasBegun) {
   ExpectAnswer();
 }
 
+TEST_F(ClientExceptions, WhileAnObjectIsShownAreNotShown) {
+  fakes::FakeObject object;
+  object.default_value = []() -> platform::LateValue { fakes::RaiseClientException(); };
+  const platform::LateValue value =
+      platform::ObjectValue{platform::HeldObject(platform::HeldObject(), &object)};
+  EXPECT_TRUE(LeftByClientException([&] { DumpVariable("v", value); }));
+}
+
 TEST_F(ClientExceptions, DuringAReportAreNotTakenForAFaultOfItsOwn) {
   TheWorld().classes.clear();  // no error handler: a message box
   TheWorld().at_stop_message = [] { fakes::RaiseClientException(); };

@@ -26,6 +26,11 @@ class Conversion : public CoreTest {
   }
 };
 
+TEST_F(Conversion, WhatNeverReadsBackAsItselfHasATextAllTheSame) {
+  EXPECT_FALSE(NumberText(std::numeric_limits<double>::quiet_NaN()).empty());
+  EXPECT_FALSE(NumberText(std::numeric_limits<float>::quiet_NaN()).empty());
+}
+
 TEST_F(Conversion, ANumberIsRoundedToTheNearestWholeNumber) {
   EXPECT_EQ(RoundToLong(0), 0);
   EXPECT_EQ(RoundToLong(2.4), 2);

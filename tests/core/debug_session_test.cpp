@@ -12,12 +12,20 @@ constexpr std::int32_t kDestroyed = 501;
 
 class DebugSession : public CoreTest {
  protected:
-  /// The session is there before the first object of the process is.
+  /// The session is there before the first objects of the process are, which come in two apartments
+  /// at once.
   static void SetUpTestSuite() {
     fakes::ResetWorld();
     TheWorld().has_debug_session = true;
+    TheWorld().before_call = [](const std::string& call) {
+      if (call != "ProcessLock") return;
+      TheWorld().before_call = nullptr;
+      modErrorReportSupport::InitErrorReporting();
+    };
     modErrorReportSupport::InitErrorReporting();
+    questions = TheWorld().debug_session_questions;
   }
+  inline static int questions = 0;
 
   struct Notice {
     std::int32_t message;
@@ -39,6 +47,10 @@ class DebugSession : public CoreTest {
     return notices;
   }
 };
+
+TEST_F(DebugSession, IsAskedForOnceThoughTwoApartmentsBeginAtOnce) {
+  EXPECT_EQ(questions, 1);
+}
 
 TEST_F(DebugSession, ADebugLogAnnouncesItsLife) {
   TheWorld().next_instance = 3;

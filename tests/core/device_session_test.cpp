@@ -1,4 +1,6 @@
 // Creating, opening, initialising, closing and releasing, and the facts of the box.
+#include <set>
+
 #include "interface/version_text.h"
 #include "tests/core/catalog_writer.h"
 #include "tests/core/core_test.h"
@@ -54,6 +56,13 @@ TEST_F(DeviceSession, ReleaseErasesTheNamesFirst) {
   EXPECT_NE(after.find("<m_strTXIs>{UnInitialised Array}"), std::string::npos);
 }
 
+// Memory runs out at the beginning of each of these of the coming procedures.
+void FailAtEntries(const std::set<int>& turns) {
+  TheWorld().before_call = [turns, entered = std::make_shared<int>(0)](const std::string& call) {
+    if (call == "procedure" && turns.contains(++*entered)) throw std::bad_alloc();
+  };
+}
+
 TEST_F(DeviceSession, AReleaseThatFailsLeavesNoTimerRunning) {
   Open(false);
   zentrel->Power(true);
@@ -67,6 +76,41 @@ TEST_F(DeviceSession, AReleaseThatFailsLeavesNoTimerRunning) {
   EXPECT_EQ(reports[0].procedure, "Zentrel_DeviceClose");
   EXPECT_EQ(modCOM_XTimerSupport::RunningTimers(), 0);
   EXPECT_TRUE(TheWorld().timers.empty());
+}
+
+TEST_F(DeviceSession, AnObjectThatHasNothingYetIsUndoneWhereverMemoryRunsOutAgain) {
+  std::set<Texts> reported;
+  for (int first = 1; first < 4; ++first) {
+    for (int second = first + 1; second < 80; ++second) {
+      FailAtEntries({first, second});
+      ErrorNumberOf([] { Zentrel::Create(); });
+      TheWorld().before_call = nullptr;
+      TheWorld().stop_messages.clear();
+      Texts procedures;
+      for (const ErrorReport& report : TakeReports()) procedures.push_back(report.procedure);
+      reported.insert(procedures);
+      EXPECT_EQ(modCOM_XTimerSupport::RunningTimers(), 0);
+    }
+  }
+  EXPECT_TRUE(reported.contains({"Class_Initialize"}));
+  EXPECT_TRUE(reported.contains({"Class_Initialize", "Class_Terminate"}));
+}
+
+TEST_F(DeviceSession, ATickWithinTheReleaseFindsNoObject) {
+  Open(false);
+  zentrel->PowerTimeout(1);
+  zentrel->Power(false);
+  ASSERT_EQ(modCOM_XTimerSupport::RunningTimers(), 1);
+  int ticks = 0;
+  TheWorld().before_call = [&ticks](const std::string& call) {
+    if (call == "SerialPort::SetLines" && ticks++ == 0) TheWorld().Pump(Milliseconds(1000));
+  };
+  TheWorld().TakeJournal();
+  zentrel.reset();
+  TheWorld().before_call = nullptr;
+  EXPECT_EQ(ticks, 1);
+  const auto journal = TheWorld().TakeJournal();
+  EXPECT_EQ(std::ranges::count(journal, "event False"), 0);
 }
 
 TEST_F(DeviceSession, AnObjectReleasedWithinItsLastTickLivesUntilTheTickEnds) {
@@ -309,6 +353,17 @@ TEST_F(DeviceSession, AVersionByteIsShownAsTwoHexadecimalDigitsWithADot) {
   EXPECT_EQ(VersionText(0x1A), "1.A");
   EXPECT_EQ(VersionText(0x00), "0.0");
   EXPECT_EQ(VersionText(0xFF), "F.F");
+}
+
+TEST_F(DeviceSession, TheValueOfAVersionIsTheNumberThatItBeginsWith) {
+  EXPECT_EQ(VersionValue("8.0"), 8);
+  EXPECT_EQ(VersionValue("2.1"), 2.1);
+  EXPECT_EQ(VersionValue("12.34"), 12.34);
+  EXPECT_EQ(VersionValue("1.A"), 1);
+  EXPECT_EQ(VersionValue("A.0"), 0);
+  EXPECT_EQ(VersionValue("4.1.9"), 4.1);
+  EXPECT_EQ(VersionValue("4-1"), 4);
+  EXPECT_EQ(VersionValue(""), 0);
 }
 
 // --- The line that carries the supply ---

@@ -310,6 +310,21 @@ TEST_F(ErrorFrameTest, WithoutMemoryAnErrorStillLeavesAs65535) {
   EXPECT_TRUE(TakeReports().empty());
 }
 
+TEST_F(ErrorFrameTest, WithoutMemoryForItsTextAnErrorStillLeavesAs65535) {
+  const std::runtime_error failure("longer than any text that needs no memory of its own");
+  std::int32_t number = 0;
+  try {
+    const MemoryRunsOut for_good;
+    Procedure([&failure] { throw failure; });
+  } catch (const ReportedError& error) {
+    number = error.number;
+  } catch (...) {
+    number = -1;
+  }
+  EXPECT_EQ(number, 65535);
+  EXPECT_TRUE(TakeReports().empty());
+}
+
 // Names and texts are longer than what needs no memory of its own.
 class OneAllocationFails : public ErrorFrameTest, public testing::WithParamInterface<bool> {
  protected:

@@ -21,6 +21,15 @@ TEST_F(NameFaults, LoadNamesIsReportedWhole) {
                 Shown("n", 3) + Shown("vntMax", 1) + Shown("lngMax", 1)});
 }
 
+class NameBeginnings : public FaultTest<ZentrelTest> {};
+
+TEST_F(NameBeginnings, LoadNamesIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegOpenKeyEx", kInterfaces);
+  ExpectReport([] { Zentrel::Create(); },
+               {kOutOfMemory, kModule, "OpenKey interfaces(", "",
+                Shown("n", 0) + Shown("vntMax", 0) + Shown("lngMax", 0)});
+}
+
 TEST_F(NameFaults, MIFNameIsReportedWhole) {
   ExpectReport([this] { zentrel->MIFName(); },
                {kSubscript, kModule, "return m_strMIFs[record_.m_lngMIF]", "", ""});
@@ -140,6 +149,64 @@ TEST_F(MessageFaults, TELIC2TestIsReportedWhole) {
        ShownFrame("bytTx", {0x7E, 0x20, 0xC9, 3, 8, 0x12, 0x34}) + ShownFrame("bytRx", reply) +
            Shown("lngTxLength", 7) + Shown("lngRxLength", 7) + Shown("lngReply", 2) +
            Shown("lngStatus", 0) + Shown("i", 1)});
+}
+
+// Before their first statement they show their locals as these begin.
+class MessageBeginnings : public MessageFaults {
+ protected:
+  void ExpectLocals(const Telic2Command& command, const std::string& locals) {
+    FailAtEntry();
+    ExpectReport([&] { Run(command, {8}, {7}); },
+                 {kStackOverflow, kModule, kBeforeTheFirstLine,
+                  Shown("NumMessages", 1) + ShownNumbers("MessageIDs", {8}) +
+                      ShownNumbers("MessageData", {7}),
+                  ShownFrame("bytTx") + ShownFrame("bytRx") + locals});
+  }
+};
+
+TEST_F(MessageBeginnings, TELIC2ReadIsReportedWhole) {
+  ExpectLocals(kReadCommand, Shown("lngRxLength", 0) + Shown("lngStatus", 0) + Shown("i", 0));
+}
+
+TEST_F(MessageBeginnings, TELIC2WriteIsReportedWhole) {
+  ExpectLocals(kWriteCommand, Shown("lngTxLength", 0) + Shown("i", 0));
+}
+
+TEST_F(MessageBeginnings, TELIC2TestIsReportedWhole) {
+  ExpectLocals(kTestCommand, Shown("lngTxLength", 0) + Shown("lngRxLength", 0) +
+                                 Shown("lngReply", 0) + Shown("lngStatus", 0) + Shown("i", 0));
+}
+
+// How long a command may take is seen in its exchange, and in a report of that.
+class Timeouts : public Telic2Test<ZentrelTest> {
+ protected:
+  template <class Command>
+  std::string TimeoutOf(Command command) {
+    for (int turn = 2; turn < 20; ++turn) {
+      FailAtEntry(turn);
+      ErrorNumberOf(command);
+      TheWorld().before_call = nullptr;
+      for (const ErrorReport& report : TakeReports()) {
+        if (report.procedure != "SuppliedExchange") continue;
+        return report.parameters.substr(report.parameters.find("<Timeout>"));
+      }
+    }
+    return "no exchange";
+  }
+};
+
+TEST_F(Timeouts, OfEachCommandAreInItsReport) {
+  const auto shown = [](std::int32_t milliseconds) { return Shown("Timeout", milliseconds); };
+  Open(true);
+  EXPECT_EQ(TimeoutOf([&] { zentrel->BoxStatus(); }), shown(500));
+  EXPECT_EQ(TimeoutOf([&] { zentrel->ReadXpdr(); }), shown(2500));
+  EXPECT_EQ(TimeoutOf([&] { zentrel->WriteXpdr(); }), shown(2500));
+  EXPECT_EQ(TimeoutOf([&] { zentrel->ResetXpdr(); }), shown(10));
+  EXPECT_EQ(TimeoutOf([&] { Run(kReadCommand, {8}); }), shown(12500));
+  EXPECT_EQ(TimeoutOf([&] { Run(kWriteCommand, {8}, {7}); }), shown(2500));
+  EXPECT_EQ(TimeoutOf([&] { Run(kTestCommand, {8}, {7}); }), shown(12500));
+  OpenBox(true, 0xA6);
+  EXPECT_EQ(TimeoutOf([&] { zentrel->ReadXpdr(); }), shown(12500));
 }
 
 }  // namespace

@@ -393,6 +393,18 @@ TEST_F(RegistryValues, AValueWhoseDataCannotBeReadKeepsItsNameAndHasNoData) {
   }
 }
 
+TEST_F(RegistryValues, AValueSaidToBeLongerThanWhatWasReadHasNoData) {
+  AddTexts({"a"});
+  TheWorld().overstated_by = 1;
+  int calls = 0;
+  TheWorld().registry_fault = [&](const std::string&,
+                                  const std::string&) -> std::optional<std::int32_t> {
+    if (++calls == 3) TheWorld().overstated_by = 300;
+    return std::nullopt;
+  };
+  EXPECT_EQ(Values(), (Entries{{"a", kNoData}}));
+}
+
 TEST_F(RegistryValues, AValueThatGrowsBetweenTheTwoCallsHasNoData) {
   AddTexts({"a", "b"});
   int calls = 0;

@@ -60,6 +60,12 @@ TEST_F(TypedRegistryValues, ANumberOfATypeThatIsNotReadIsTheDefault) {
   }
 }
 
+TEST_F(TypedRegistryValues, AValueSaidToBeLongerThanWhatWasReadIsTheDefault) {
+  SetText(kKey, "v", "text");
+  TheWorld().overstated_by = 300;
+  ExpectNoText();
+}
+
 TEST_F(TypedRegistryValues, ATextIsReadAsItIs) {
   SetText(kKey, "v", " a \xE4");
   EXPECT_EQ(Text(), " a \xC3\xA4");

@@ -108,6 +108,16 @@ TEST_F(SimulatorFaults, LoadMSIIsReportedWhole) {
        Shown("vntEncoder", false) + Shown("lngCode", 0)});
 }
 
+TEST_F(SimulatorFaults, SelectByItemDataIsReportedWhole) {
+  Read(CloseBox);
+  constexpr int kAfterTheCommandAndTheShow = 3;
+  FailAtEntry(kAfterTheCommandAndTheShow);
+  ExpectReport([this] { zentrel->ReadXpdr(); },
+               {kStackOverflow, "modCOM_CboLstHelpers", kBeforeTheFirstLine,
+                Shown("list", "{[15] Unknown}") + Shown("lngData", 15),
+                Shown("lngIndex", 0) + Shown("lngCount", 0)});
+}
+
 // --- Shows ---
 
 TEST_F(SimulatorFaults, ShowReadIsReportedWhole) {

@@ -235,6 +235,14 @@ TEST_F(SimulatorValues, ATextStoredAsANumberOrAListIsTheDefault) {
   EXPECT_EQ(At(ShownByRead().texts, DialogText::txtBattery), "5.20");
 }
 
+TEST_F(SimulatorValues, AnUnsavedOneOfAnotherKindIsTheDefault) {
+  TheWorld().read_only_keys = {kSimulatorKey};
+  simulator::WriteSimulatorValue("Util", std::string("many"));
+  EXPECT_EQ(simulator::ReadSimulatorNumber("Util", 60), 60);
+  simulator::WriteSimulatorValue("Battery", 4);
+  EXPECT_EQ(simulator::ReadSimulatorText("Battery", "5.20"), "5.20");
+}
+
 TEST_F(SimulatorValues, ThatCannotBeReadHaveTheirDefaults) {
   Create();
   SetNumber(kSimulatorKey, "Util", 17);
@@ -308,6 +316,15 @@ TEST_F(SimulatorValues, TheUsersDecimalSeparatorInTheBatteryIsADot) {
   }
 }
 
+TEST_F(SimulatorValues, WithoutASeparatorOfTheUsersTheBatteryIsAsTyped) {
+  TheWorld().decimal_separator = "";
+  Read([](FakeDialog& dialog) {
+    dialog.Type(DialogText::txtBattery, "4.85");
+    Ok(dialog);
+  });
+  EXPECT_FLOAT_EQ(zentrel->BatteryVoltage(), 4.85F);
+}
+
 TEST_F(SimulatorValues, ADotInTheBatteryIsADotForEveryUser) {
   TheWorld().decimal_separator = ",";
   Read([](FakeDialog& dialog) {
@@ -321,6 +338,14 @@ TEST_F(SimulatorValues, AWrittenBatteryKnowsTheUsersSeparatorToo) {
   TheWorld().decimal_separator = ",";
   Write([](FakeDialog& dialog) { dialog.Type(DialogText::txtBattery, "3,5"); });
   EXPECT_FLOAT_EQ(zentrel->BatteryVoltage(), 3.5F);
+}
+
+TEST_F(SimulatorValues, OfTheBoxVersionAReadTakesItsLettersAsCapitals) {
+  Read([](FakeDialog& dialog) {
+    dialog.Type(DialogText::txtZentrelVersion, "`a.z{~\xC3\xA4");
+    Ok(dialog);
+  });
+  EXPECT_EQ(zentrel->ZentrelVersion(), "`A.Z{~\xC3\xA4");
 }
 
 TEST_F(SimulatorValues, TheBoxVersionIsTakenAsTypedWhateverTheSeparator) {

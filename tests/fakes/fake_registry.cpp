@@ -149,6 +149,7 @@ static std::int32_t Read(const std::string& path, const std::string& name,
   if (size_only) return kRegistrySuccess;
   if (bytes.size() > data.size()) return kRegistryMoreData;
   std::memcpy(data.data(), bytes.data(), bytes.size());
+  info.size += TheWorld().overstated_by;
   return kRegistrySuccess;
 }
 

@@ -35,6 +35,8 @@ struct FakeRegistry {
   std::optional<std::int32_t> open_result;           ///< every open fails with this
   std::optional<std::int32_t> query_result;          ///< every query fails with this
   std::set<std::string, NoCaseLess> read_only_keys;  ///< opening one for writing is refused
+  /// What a hook in the process adds to the size of each value that is read.
+  std::uint32_t overstated_by = 0;
   std::function<void()> before_query;  ///< another program at work ahead of each query
   /// Asked ahead of each call, by the name of the advapi32 call it stands for ("RegOpenKeyEx") and
   /// the key, value or index that it is about: a code makes the call fail with it.

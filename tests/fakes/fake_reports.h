@@ -17,6 +17,7 @@ struct FakeReports {
   std::function<void()> at_stop_message;   ///< runs while one is up
 
   bool has_debug_session = false;
+  int debug_session_questions = 0;
   struct ServiceNotice {
     std::int32_t message;
     std::string text;
