@@ -177,6 +177,29 @@ TEST_F(MessageBeginnings, TELIC2TestIsReportedWhole) {
                                  Shown("lngReply", 0) + Shown("lngStatus", 0) + Shown("i", 0));
 }
 
+// With an identifier too few nothing of the frame is made yet.
+class MissingIdentifiers : public MessageFaults {
+ protected:
+  void ExpectLocals(const Telic2Command& command, const std::string& locals) {
+    ids = {8};
+    data = {1, 2};
+    ExpectReport([&] { RunOver(command, 2); },
+                 {kSubscript, kModule, "CheckEntries(MessageIDs, NumMessages)",
+                  Shown("NumMessages", 2) + ShownNumbers("MessageIDs", {8}) +
+                      ShownNumbers("MessageData", {1, 2}),
+                  ShownFrame("bytTx") + ShownFrame("bytRx") + locals});
+  }
+};
+
+TEST_F(MissingIdentifiers, TELIC2WriteIsReportedWhole) {
+  ExpectLocals(kWriteCommand, Shown("lngTxLength", 8) + Shown("i", 2));
+}
+
+TEST_F(MissingIdentifiers, TELIC2TestIsReportedWhole) {
+  ExpectLocals(kTestCommand, Shown("lngTxLength", 8) + Shown("lngRxLength", 7) +
+                                 Shown("lngReply", 2) + Shown("lngStatus", 0) + Shown("i", 2));
+}
+
 // How long a command may take is seen in its exchange, and in a report of that.
 class Timeouts : public Telic2Test<ZentrelTest> {
  protected:
