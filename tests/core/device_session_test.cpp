@@ -359,6 +359,8 @@ TEST_F(DeviceSession, TheValueOfAVersionIsTheNumberThatItBeginsWith) {
   EXPECT_EQ(VersionValue("8.0"), 8);
   EXPECT_EQ(VersionValue("2.1"), 2.1);
   EXPECT_EQ(VersionValue("12.34"), 12.34);
+  EXPECT_EQ(VersionValue("0.9"), 0.9);
+  EXPECT_EQ(VersionValue("10.05"), 10.05);
   EXPECT_EQ(VersionValue("1.A"), 1);
   EXPECT_EQ(VersionValue("A.0"), 0);
   EXPECT_EQ(VersionValue("4.1.9"), 4.1);

@@ -351,16 +351,20 @@ TEST_F(FormLife, AFaultWhileTheStoredValuesAreShownIsReportedAndShowsNoDialog) {
   EXPECT_EQ(Read(Ok), S_OKAY);
 }
 
-TEST_F(FormLife, AListWithoutASelectionIsReportedEmpty) {
+TEST_F(FormLife, AListIsReportedByItsSelection) {
   Create();
-  int entered = 0;
-  TheWorld().before_call = [&entered](const std::string& call) {
-    if (call == "procedure" && ++entered == 3) throw std::bad_alloc();
-  };
-  const ErrorReport report = ReportOf([&] { zentrel->ReadXpdr(); });
-  TheWorld().before_call = nullptr;
-  EXPECT_EQ(report.procedure, "SelectByItemData");
-  EXPECT_TRUE(report.parameters.starts_with("<list>{}</list>\r\n")) << report.parameters;
+  for (const std::string selected : {"", "[0] Pulse"}) {
+    int entered = 0;
+    TheWorld().before_call = [&entered](const std::string& call) {
+      if (call == "procedure" && ++entered == 3) throw std::bad_alloc();
+    };
+    const ErrorReport report = ReportOf([&] { zentrel->ReadXpdr(); });
+    TheWorld().before_call = nullptr;
+    EXPECT_EQ(report.procedure, "SelectByItemData");
+    EXPECT_TRUE(report.parameters.starts_with("<list>{" + selected + "}</list>\r\n"))
+        << report.parameters;
+    Read([](FakeDialog& dialog) { dialog.Choose(DialogList::cboMIF, "[0] Pulse"); });
+  }
 }
 
 TEST_F(FormLife, AFaultWhileItIsPlacedIsReportedAndTheNextShowWorks) {

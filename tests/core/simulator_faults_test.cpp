@@ -73,6 +73,30 @@ TEST_F(SimulatorFaults, LoadMIFVersionsIsReportedWhole) {
            Shown("strVersions", "{UnInitialised Array}")});
 }
 
+// What they hold by then.
+class SimulatorListFaults : public SimulatorFaults {};
+
+TEST_F(SimulatorListFaults, LoadSignaturesIsReportedWhole) {
+  RunOutOfMemoryInRegistry("RegOpenKeyEx", kBoxTypes);
+  ExpectReport([this] { Create(); },
+               {kOutOfMemory, kModule, "RegEnumValues(kLocalMachine, key, values, false)",
+                Shown("index", 0) + Shown("key", kBoxTypes),
+                Shown("values", "{Cannot dump UDT arrays}") + Shown("lngValue", 0)});
+}
+
+TEST_F(SimulatorListFaults, LoadMIFVersionsIsReportedWhole) {
+  StoreInterface(5, true);
+  SetVersion(0, "10.0");
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        RunOutOfMemoryInRegistry("RegQueryValueEx", "Ver");
+        dialog.Click(DialogCheck::chkSecondary);
+      },
+      {kOutOfMemory, kModule, "strVersions = catalogs::VersionsOf(lngMIF, strKeys)", "",
+       Shown("lngMIF", 0) + ShownTexts("strKeys", {"10.0", "4.0", "5.0", "8.0"}) +
+           Shown("strVersions", "{UnInitialised Array}")});
+}
+
 TEST_F(SimulatorFaults, cboVersion_ClickIsReportedWhole) {
   StoreInterface(5, true);
   ExpectReportAtDialog(

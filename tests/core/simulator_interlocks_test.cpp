@@ -304,5 +304,16 @@ TEST_F(SimulatorTest, AVersionedPropertyIsLookedUpAsTheCatalogsHaveIt) {
   EXPECT_EQ(form.VersionedProp(root, "Other", "5.0"), Variant());
 }
 
+TEST_F(SimulatorInterlocks, AVersionWithOneIdSourceIsSeenToClearTheBoxAtOnce) {
+  StoreInterface(0, false);
+  SetNumber(InterfaceKey(0) + "\\8.0", "IDSources", 1);
+  Read([](FakeDialog& dialog) {
+    dialog.Click(DialogCheck::chkUserID);
+    ASSERT_TRUE(dialog.Shown(DialogCheck::chkUserID).ticked);
+    dialog.Choose(DialogList::cboVersion, "8.0");
+    EXPECT_FALSE(dialog.Shown(DialogCheck::chkUserID).ticked);
+  });
+}
+
 }  // namespace
 }  // namespace qmzentrel::tests

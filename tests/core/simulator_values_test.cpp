@@ -235,6 +235,12 @@ TEST_F(SimulatorValues, ATextStoredAsANumberOrAListIsTheDefault) {
   EXPECT_EQ(At(ShownByRead().texts, DialogText::txtBattery), "5.20");
 }
 
+TEST_F(SimulatorValues, TheStoredInterfaceHasNoBitOfABoxThatIsClear) {
+  StoreInterface(0, false);
+  Read(Ok);
+  EXPECT_EQ(Stored()["MIF"], Number(0));
+}
+
 TEST_F(SimulatorValues, AnUnsavedOneOfAnotherKindIsTheDefault) {
   TheWorld().read_only_keys = {kSimulatorKey};
   simulator::WriteSimulatorValue("Util", std::string("many"));
