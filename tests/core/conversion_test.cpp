@@ -26,6 +26,10 @@ class Conversion : public CoreTest {
   }
 };
 
+TEST_F(Conversion, ANumberThatNeedsEveryDigitHasThemAll) {
+  EXPECT_EQ(NumberText(1000000064.0F), "1.00000006e+09");
+}
+
 TEST_F(Conversion, WhatNeverReadsBackAsItselfHasATextAllTheSame) {
   EXPECT_FALSE(NumberText(std::numeric_limits<double>::quiet_NaN()).empty());
   EXPECT_FALSE(NumberText(std::numeric_limits<float>::quiet_NaN()).empty());

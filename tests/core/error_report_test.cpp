@@ -1,5 +1,6 @@
 // What a report is made of, and who gets it.
 
+#include "support/ErrorReportClient.h"
 #include "support/component_version.h"
 #include "tests/core/core_test.h"
 #include "tests/faults/exception_names.h"
@@ -289,6 +290,15 @@ TEST_F(ErrorReporting, ADebuggerChannelThatFailsDoesNotHideTheError) {
 
 TEST_F(ErrorReporting, WithoutADebuggingSessionNoObjectIsAnnounced) {
   Zentrel::Create();
+  EXPECT_TRUE(TheWorld().service_notices.empty());
+}
+
+TEST_F(ErrorReporting, AServiceThatCannotBeAskedForASessionHasNone) {
+  TheWorld().has_debug_session = true;
+  TheWorld().out_of_memory_in = {"HasDebugSession"};
+  const ErrorReportClient client;
+  std::int16_t instance = 0;
+  client.AnnounceCreation("Zentrel", instance);
   EXPECT_TRUE(TheWorld().service_notices.empty());
 }
 

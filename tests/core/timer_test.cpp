@@ -439,6 +439,18 @@ TEST_F(TimerTest, ADestroyedTimerKillsTheTimerItStartedLastPastTheTable) {
   EXPECT_FALSE(RunsInTheSystem(id));
 }
 
+TEST_F(TimerTest, ARunningTimerIsRestartedWhateverItsIdentifier) {
+  TheWorld().next_timer_id = 1;
+  const auto timer = XTimer::Create();
+  timer->Interval(1000);
+  timer->Enabled(true);
+  ASSERT_EQ(timer->TimerID(), 1);
+  TheWorld().next_timer_id = 7;
+  timer->Interval(2000);
+  EXPECT_EQ(TheWorld().timers.size(), 1U);
+  timer->Enabled(false);
+}
+
 TEST_F(TimerTest, ADestroyedTimerThatNeverStartedKillsNone) {
   AddSystemTimer(0);
   XTimer::Create().reset();

@@ -21,6 +21,7 @@ bool ShowStopMessage(const std::string& title, const std::string& text) {
 }
 
 bool HasDebugSession() {
+  TheWorld().Enter("HasDebugSession");
   ++TheWorld().debug_session_questions;
   return TheWorld().has_debug_session;
 }
