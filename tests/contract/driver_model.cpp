@@ -395,6 +395,7 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->error.System()(handle, errors, status);
   const Lock lock;
+  ++self.calls_.status_questions;
   if (self.dead_) return Fail(ERROR_BAD_COMMAND);
   if (!self.habits_.answers_status) return Fail(ERROR_INVALID_FUNCTION);
   self.line_failed_ = false;

@@ -70,6 +70,7 @@ class DriverModel {
     int writes = 0;
     int cancels = 0;
     int limit_changes = 0;
+    int status_questions = 0;  ///< ClearCommError
     std::vector<DCB> control_blocks;
     std::vector<DWORD> line_functions;  ///< of EscapeCommFunction
   };

@@ -79,6 +79,11 @@ TEST_F(SerialDriver, IsToldEverySettingAndInheritsNone) {
   EXPECT_EQ(bytes_of(blocks[0]), bytes_of(expected));
 }
 
+TEST_F(SerialDriver, IsToldTheParityOfTheLink) {
+  ASSERT_TRUE(port.Open(DriverModel::kPort, SerialSettings{.parity = EVENPARITY}, {}));
+  EXPECT_EQ(Driver().Seen().control_blocks.back().Parity, EVENPARITY);
+}
+
 TEST_F(SerialDriver, HasLimitsOfItsOwnForReadsAndWritesFromTheStart) {
   const COMMTIMEOUTS limits = Driver().Limits();
   EXPECT_EQ(limits.ReadIntervalTimeout, 0u);
@@ -231,7 +236,13 @@ TEST_F(SerialDriver, IsAskedNothingBeyondItsWorkInAnExchange) {
   EXPECT_EQ(seen.writes, 1);
   EXPECT_EQ(seen.reads, 2);
   EXPECT_EQ(seen.limit_changes, 1) << "at the opening";
+  EXPECT_EQ(seen.status_questions, 0);
   EXPECT_EQ(seen.cancels, 0);
+}
+
+TEST_F(SerialDriver, HasNoLongerLimitThanAShortWait) {
+  EXPECT_EQ(Read(1, 100), Bytes{});
+  EXPECT_LE(Driver().Limits().ReadTotalTimeoutConstant, 100u);
 }
 
 TEST_F(SerialDriver, HasItsUsualLimitsBackAfterAWaitThatRanOut) {
