@@ -7,7 +7,6 @@
 #include "support/registry_values.h"
 
 namespace qmzentrel {
-namespace {
 
 // A line that does not carry the supply stays off.
 platform::ModemLines ConfiguredSupplyLines() {
@@ -20,8 +19,6 @@ platform::ModemLines ConfiguredSupplyLines() {
   if (is("RTS")) return {.rts = true};
   return {.dtr = true};
 }
-
-}  // namespace
 
 void PortControl::Open(const PortSettings& settings) {
   supply_lines_ = ConfiguredSupplyLines();

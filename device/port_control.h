@@ -14,6 +14,10 @@ struct PortSettings {
   platform::SerialSettings link;
 };
 
+/// The lines that carry the supply: what the text "SupplyLine" in the registry says, DTR unless it
+/// is "RTS" or "BOTH". Read afresh each time.
+platform::ModemLines ConfiguredSupplyLines();
+
 /// The supply may be set at any time, open or closed. A closed port swallows writes and reads
 /// nothing.
 class PortControl {
@@ -22,8 +26,7 @@ class PortControl {
 
   /// Opens the port, or leaves it closed where that cannot be: IsOpen tells. The supply line stands
   /// as last set from the first moment on: a reopened port carries the supply that its owner
-  /// believes it has. Which line that is says the text "SupplyLine" in the registry: DTR unless it
-  /// is "RTS" or "BOTH".
+  /// believes it has. Which line that is says ConfiguredSupplyLines.
   void Open(const PortSettings& settings);
   /// Why the last opening failed, as the operating system's code; 0 when it did not.
   std::int32_t OpenError() const { return port_.OpenError(); }

@@ -1,11 +1,9 @@
 // The checker as a program for the console. It is a 32-bit one, as the component is, and so sees
 // the same view of the registry.
-#include <windows.h>
-
 #include <cstdio>
 #include <string>
 
-#include "platform/win32/wide.h"
+#include "platform/win32/console_text.h"
 #include "tools/catalog_checker/catalog_checks.h"
 
 namespace {
@@ -49,23 +47,10 @@ Options ParseOptions(int count, char** arguments) {
   return options;
 }
 
-// In the console's code page; without a console in that of the machine.
-std::string ConsoleText(const std::string& utf8) {
-  const UINT console = GetConsoleOutputCP();
-  const UINT code_page = console != 0 ? console : CP_ACP;
-  const std::wstring wide = qmzentrel::platform::Utf8ToWide(utf8);
-  const int length = static_cast<int>(wide.size());
-  const int size =
-      WideCharToMultiByte(code_page, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string text(static_cast<std::size_t>(size), '\0');
-  WideCharToMultiByte(code_page, 0, wide.data(), length, text.data(), size, nullptr, nullptr);
-  return text;
-}
-
 void Print(const Findings& findings, bool quiet) {
   for (const Finding& finding : findings) {
     if (quiet && finding.grade != Grade::kFault) continue;
-    std::puts(ConsoleText(Line(finding)).c_str());
+    std::puts(qmzentrel::platform::ConsoleText(Line(finding)).c_str());
   }
   if (!quiet) std::puts(Summary(findings).c_str());
 }

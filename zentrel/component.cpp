@@ -1,0 +1,216 @@
+#include "zentrel/component.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "platform/win32/bstr.h"
+#include "platform/win32/wide.h"
+#include "zentrel/console.h"
+#include "zentrel/failure.h"
+#include "zentrel/system_program.h"
+
+namespace qmzentrel::program {
+namespace {
+
+// What a fault inside the component is to its clients.
+constexpr HRESULT kComponentFault = static_cast<HRESULT>(0x800AFFFF);
+
+std::string Hexadecimal(HRESULT result) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
+  return text;
+}
+
+void Require(HRESULT result, const char* what) {
+  if (result == S_OK) return;
+  if (result == kComponentFault) {
+    throw Failure(ExitCode::kComponentFault,
+                  std::string("the component met a fault of its own in ") + what,
+                  "read its report, which went to the error handler or a message box, and run "
+                  "zentrel doctor");
+  }
+  throw Failure(ExitCode::kUnexpected,
+                std::string("the component refuses ") + what + " with " + Hexadecimal(result),
+                "run zentrel doctor");
+}
+
+platform::ComPointer<_Zentrel> NewObject() {
+  platform::ComPointer<_Zentrel> object;
+  const HRESULT result = CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER,
+                                          IID__Zentrel, object.ReceiveVoid());
+  if (result == S_OK) return object;
+  if (result == REGDB_E_CLASSNOTREG) {
+    throw Failure(ExitCode::kNoComponent, "the component QmZentrel is not registered",
+                  "register QmZentrel.dll with " + SystemProgram("regsvr32.exe") +
+                      " from an administrator's prompt, or let zentrel doctor say what is missing");
+  }
+  throw Failure(ExitCode::kNoComponent,
+                "the component QmZentrel cannot be made: " + Hexadecimal(result),
+                "run zentrel doctor, which says why");
+}
+
+// One-dimensional, of 32-bit numbers, from index 0 on.
+class LongArray {
+ public:
+  explicit LongArray(const std::vector<LONG>& numbers)
+      : array_(SafeArrayCreateVector(VT_I4, 0, static_cast<ULONG>(numbers.size()))) {
+    if (array_ == nullptr) throw std::bad_alloc();
+    for (std::size_t i = 0; i < numbers.size(); ++i) Data()[i] = numbers[i];
+  }
+  ~LongArray() { SafeArrayDestroy(array_); }
+  LongArray(const LongArray&) = delete;
+  LongArray& operator=(const LongArray&) = delete;
+
+  SAFEARRAY** Reference() { return &array_; }
+  std::vector<LONG> Numbers() const { return {Data(), Data() + array_->rgsabound[0].cElements}; }
+
+ private:
+  LONG* Data() const { return static_cast<LONG*>(array_->pvData); }
+
+  SAFEARRAY* array_;
+};
+
+}  // namespace
+
+ComApartment::ComApartment() {
+  if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {
+    throw Failure(ExitCode::kUnexpected, "COM does not start", "restart Windows and try again");
+  }
+}
+
+ComApartment::~ComApartment() {
+  CoUninitialize();
+}
+
+Component::Component() : object_(NewObject()) {}
+
+Component::~Component() {
+  ::ZentrelStatus status{};
+  object_->DeviceClose(&status);
+}
+
+ZentrelStatus Component::TryToOpen(std::int32_t port) {
+  port_ = port;
+  ::ZentrelStatus status{};
+  Require(object_->DeviceOpen(port, VARIANT_TRUE, &status), "DeviceOpen");
+  if (status != S_OKAY) return status;
+  Require(object_->DeviceInit(&status), "DeviceInit");
+  // The first object of a session waits long enough; one that knows its box may be too early.
+  if (status == S_TIMEOUT) Require(object_->DeviceInit(&status), "DeviceInit");
+  // On a port that has opened only the simulator answers so.
+  simulated_ = status == S_BAD_PORT;
+  return simulated_ ? S_OKAY : status;
+}
+
+void Component::Open(const Options& options) {
+  const std::int32_t port = NamedPort(options);
+  const Waiting waiting("Asking the box on " + PortName(port), options);
+  Check(TryToOpen(port), Answerer::kBox);
+}
+
+void Component::Run(Command command, Answerer answerer) {
+  ::ZentrelStatus status{};
+  Require((object_.Get()->*command)(&status), "a command");
+  Check(status, answerer);
+}
+
+LONG Component::Get(LongGetter property) const {
+  LONG value = 0;
+  Require((object_.Get()->*property)(&value), "a property");
+  return value;
+}
+
+bool Component::Get(BoolGetter property) const {
+  VARIANT_BOOL value = VARIANT_FALSE;
+  Require((object_.Get()->*property)(&value), "a property");
+  return value != VARIANT_FALSE;
+}
+
+std::string Component::Get(TextGetter property) const {
+  platform::OwnedBstr value;
+  Require((object_.Get()->*property)(value.Receive()), "a property");
+  return platform::WideToUtf8(value.View());
+}
+
+void Component::Let(LongSetter property, LONG value) {
+  Require((object_.Get()->*property)(value), "a property");
+}
+
+void Component::Let(BoolSetter property, bool value) {
+  Require((object_.Get()->*property)(value ? VARIANT_TRUE : VARIANT_FALSE), "a property");
+}
+
+LONG Component::Signature(short index) const {
+  LONG value = 0;
+  Require(object_->get_ZentrelSignature(index, &value), "ZentrelSignature");
+  return value;
+}
+
+float Component::BatteryVoltage() const {
+  float volts = 0;
+  Require(object_->get_BatteryVoltage(&volts), "BatteryVoltage");
+  return volts;
+}
+
+std::vector<LONG> Component::ReadMessages(const std::vector<LONG>& identifiers) {
+  LongArray named(identifiers);
+  LongArray data(std::vector<LONG>(identifiers.size()));
+  ::ZentrelStatus status{};
+  Require(object_->TELIC2Read(static_cast<LONG>(identifiers.size()), named.Reference(),
+                              data.Reference(), &status),
+          "TELIC2Read");
+  Check(status, Answerer::kTransponder);
+  return data.Numbers();
+}
+
+void Component::Check(::ZentrelStatus status, Answerer answerer) const {
+  const std::string port = PortName(port_);
+  const std::string number = std::to_string(port_);
+  switch (status) {
+    case S_OKAY:
+      return;
+    case S_TIMEOUT:
+      if (answerer == Answerer::kBox) {
+        throw Failure(ExitCode::kNoAnswer, "no box answers on " + port,
+                      "look at cable and battery, then run zentrel doctor --port " + number);
+      }
+      throw Failure(ExitCode::kNoAnswer, "no transponder answers the box on " + port,
+                    "hold the box nearer to the meter and try again");
+    case S_BAD_RESPONSE:
+    case S_BAD_SUM:
+      throw Failure(ExitCode::kDisturbed,
+                    status == S_BAD_SUM ? "the answer on " + port + " is disturbed"
+                                        : "the answer on " + port + " breaks off",
+                    "hold the box nearer to the meter, away from sources of noise, and try again");
+    case S_BAD_PORT:
+      throw Failure(
+          ExitCode::kPort, port + " cannot be opened",
+          "run zentrel doctor --port " + number + ", which says whether it is missing or busy");
+    case S_BAD_DATA:
+      throw Failure(ExitCode::kRefused, "the component refuses the record as out of range",
+                    "read the transponder and mend what is out of range");
+    case S_MSG_TOO_LONG:
+      throw Failure(ExitCode::kRefused, "more sub-device messages than one frame carries",
+                    "ask for fewer at a time");
+    case S_BAD_PARAMETER:
+      throw Failure(ExitCode::kRefused, "the catalog does not know a sub-device message",
+                    "see zentrel messages --list");
+  }
+  throw Failure(ExitCode::kUnexpected,
+                "the component answers with the status " + std::to_string(static_cast<int>(status)),
+                "use a program of the component's version");
+}
+
+std::string PortName(std::int32_t port) {
+  return "COM" + std::to_string(port);
+}
+
+std::int32_t NamedPort(const Options& options) {
+  if (options.port == 0) {
+    throw Failure(ExitCode::kCommandLine, "no port is named",
+                  "add --port with the box's port, which zentrel ports or zentrel probe finds");
+  }
+  return options.port;
+}
+
+}  // namespace qmzentrel::program

@@ -1,0 +1,104 @@
+#include "zentrel/debug_lines.h"
+
+// After <windows.h>, which it needs.
+#include <sddl.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "platform/text.h"
+#include "platform/win32/wide.h"
+#include "zentrel/failure.h"
+
+namespace qmzentrel::program {
+namespace {
+
+// The size that senders expect: the number of the process, then text in the ANSI code page.
+constexpr DWORD kBufferSize = 4096;
+constexpr std::size_t kTextSize = kBufferSize - sizeof(DWORD);
+
+// Who sits at this session may send, whatever rights his programs run with.
+constexpr wchar_t kAccess[] = L"D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GRGWGX;;;IU)";
+
+class AccessForTheSession {
+ public:
+  AccessForTheSession() {
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        kAccess, SDDL_REVISION_1, &attributes_.lpSecurityDescriptor, nullptr);
+  }
+  ~AccessForTheSession() { LocalFree(attributes_.lpSecurityDescriptor); }
+  AccessForTheSession(const AccessForTheSession&) = delete;
+  AccessForTheSession& operator=(const AccessForTheSession&) = delete;
+
+  SECURITY_ATTRIBUTES* Get() { return &attributes_; }
+
+ private:
+  SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
+};
+
+// Any program can send any text; none of it may act on the console.
+std::string Printable(std::string text) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+  std::ranges::replace_if(
+      text, [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
+      ' ');
+  return text;
+}
+
+Failure Taken() {
+  return {ExitCode::kWatchTaken, "another program receives the step lines already",
+          "close it (a second zentrel watch, or a viewer of debugger output) and try again"};
+}
+
+}  // namespace
+
+DebugLines::DebugLines() {
+  AccessForTheSession access;
+  mapping_ = platform::OwnedHandle(CreateFileMappingW(
+      INVALID_HANDLE_VALUE, access.Get(), PAGE_READWRITE, 0, kBufferSize, L"DBWIN_BUFFER"));
+  if (mapping_.IsValid() && GetLastError() == ERROR_ALREADY_EXISTS) throw Taken();
+  // Each of the two lets one sender or one receiver through.
+  buffer_ready_ =
+      platform::OwnedHandle(CreateEventW(access.Get(), FALSE, FALSE, L"DBWIN_BUFFER_READY"));
+  data_ready_ =
+      platform::OwnedHandle(CreateEventW(access.Get(), FALSE, FALSE, L"DBWIN_DATA_READY"));
+  if (mapping_.IsValid()) {
+    buffer_ = MapViewOfFile(mapping_.Get(), FILE_MAP_READ, 0, 0, kBufferSize);
+  }
+  if (buffer_ == nullptr || !buffer_ready_.IsValid() || !data_ready_.IsValid()) throw Taken();
+  SetEvent(buffer_ready_.Get());
+}
+
+DebugLines::~DebugLines() {
+  if (buffer_ != nullptr) UnmapViewOfFile(buffer_);
+}
+
+std::optional<DebugLine> DebugLines::Next(DWORD timeout_ms, HANDLE stop) {
+  const std::array<HANDLE, 2> events{stop, data_ready_.Get()};
+  if (WaitForMultipleObjects(events.size(), events.data(), FALSE, timeout_ms) !=
+      WAIT_OBJECT_0 + 1) {
+    return std::nullopt;
+  }
+  DebugLine line{};
+  std::memcpy(&line.process, buffer_, sizeof line.process);
+  const char* const text = static_cast<const char*>(buffer_) + sizeof line.process;
+  line.text = Printable(platform::FromAnsi({text, strnlen(text, kTextSize)}));
+  SetEvent(buffer_ready_.Get());
+  return line;
+}
+
+std::string ProcessName(DWORD process) {
+  const platform::OwnedHandle opened(
+      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process));
+  std::array<wchar_t, 1024> path{};
+  auto length = static_cast<DWORD>(path.size());
+  if (!opened.IsValid() ||
+      QueryFullProcessImageNameW(opened.Get(), 0, path.data(), &length) == FALSE) {
+    return "";
+  }
+  const std::wstring_view whole(path.data(), length);
+  return platform::WideToUtf8(whole.substr(whole.rfind(L'\\') + 1));
+}
+
+}  // namespace qmzentrel::program

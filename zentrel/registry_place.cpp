@@ -1,0 +1,71 @@
+#include "zentrel/registry_place.h"
+
+#include <array>
+
+namespace qmzentrel::program {
+namespace {
+
+class OpenedKey {
+ public:
+  OpenedKey(const RegistryPlace& place, REGSAM access)
+      : result_(RegOpenKeyExW(place.root, place.path.c_str(), 0, access | place.view, &key_)) {}
+  ~OpenedKey() {
+    if (IsOpen()) RegCloseKey(key_);
+  }
+  OpenedKey(const OpenedKey&) = delete;
+  OpenedKey& operator=(const OpenedKey&) = delete;
+
+  bool IsOpen() const { return result_ == ERROR_SUCCESS; }
+  HKEY Get() const { return key_; }
+
+ private:
+  HKEY key_ = nullptr;
+  LSTATUS result_;
+};
+
+// Longer than any path that the system takes.
+using TextBuffer = std::array<wchar_t, 4096>;
+
+}  // namespace
+
+bool IsThere(const RegistryPlace& place) {
+  return OpenedKey(place, KEY_QUERY_VALUE).IsOpen();
+}
+
+std::wstring ReadText(const RegistryPlace& place, const std::wstring& name) {
+  const OpenedKey key(place, KEY_QUERY_VALUE);
+  if (!key.IsOpen()) return L"";
+  TextBuffer text{};
+  auto size = static_cast<DWORD>(sizeof text - sizeof(wchar_t));
+  DWORD type = REG_NONE;
+  if (RegQueryValueExW(key.Get(), name.c_str(), nullptr, &type,
+                       reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS ||
+      (type != REG_SZ && type != REG_EXPAND_SZ)) {
+    return L"";
+  }
+  if (type == REG_SZ) return text.data();
+  TextBuffer expanded{};
+  ExpandEnvironmentStringsW(text.data(), expanded.data(), static_cast<DWORD>(expanded.size()));
+  return expanded.data();
+}
+
+bool CanWrite(const RegistryPlace& place) {
+  return OpenedKey(place, KEY_SET_VALUE | KEY_CREATE_SUB_KEY).IsOpen();
+}
+
+Machine ThisMachine() {
+  Machine machine{{HKEY_LOCAL_MACHINE, L"Software\\Classes"},
+                  {HKEY_CURRENT_USER, L"Software\\Classes"},
+                  {HKEY_LOCAL_MACHINE, L"SOFTWARE"},
+                  std::nullopt,
+                  std::nullopt};
+  BOOL two_views = FALSE;
+  IsWow64Process(GetCurrentProcess(), &two_views);
+  if (two_views != FALSE) {
+    machine.classes64 = {HKEY_LOCAL_MACHINE, L"Software\\Classes", KEY_WOW64_64KEY};
+    machine.software64 = {HKEY_LOCAL_MACHINE, L"SOFTWARE", KEY_WOW64_64KEY};
+  }
+  return machine;
+}
+
+}  // namespace qmzentrel::program
