@@ -1,6 +1,6 @@
 // The commands that ask a box or its transponder and change nothing that was not asked for: info,
 // read, radio, reset.
-#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -46,7 +46,7 @@ void ShowBox(const Component& component, Report& report) {
   report.Document()["box"] = {{"version", version},
                               {"signature", {kind, mode}},
                               {"kind", KindOf(kind)},
-                              {"battery", volts}};
+                              {"battery", std::round(volts * 100.0) / 100.0}};
 }
 
 // From the catalog itself: the component's own properties fail where it has no place for a number.

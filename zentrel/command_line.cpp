@@ -1,6 +1,7 @@
 #include "zentrel/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <cctype>
 #include <charconv>
 #include <sstream>
 
@@ -88,6 +89,8 @@ std::string TextOf(const CLI::App& app, const CLI::ParseError& stopped) {
   if (const std::size_t end = problem.find_last_not_of(".\r\n "); end != std::string::npos) {
     problem.resize(end + 1);
   }
+  // One sentence, which begins with the program's name.
+  problem.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(problem.front())));
   throw Failure(ExitCode::kCommandLine, problem, "see zentrel --help");
 }
 

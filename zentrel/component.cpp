@@ -39,6 +39,7 @@ platform::ComPointer<_Zentrel> NewObject() {
   const HRESULT result = CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER,
                                           IID__Zentrel, object.ReceiveVoid());
   if (result == S_OK) return object;
+  if (result == kComponentFault) Require(result, "making an object");
   if (result == REGDB_E_CLASSNOTREG) {
     throw Failure(ExitCode::kNoComponent, "the component QmZentrel is not registered",
                   "register QmZentrel.dll with " + SystemProgram("regsvr32.exe") +
@@ -95,8 +96,6 @@ ZentrelStatus Component::TryToOpen(std::int32_t port) {
   Require(object_->DeviceOpen(port, VARIANT_TRUE, &status), "DeviceOpen");
   if (status != S_OKAY) return status;
   Require(object_->DeviceInit(&status), "DeviceInit");
-  // The first object of a session waits long enough; one that knows its box may be too early.
-  if (status == S_TIMEOUT) Require(object_->DeviceInit(&status), "DeviceInit");
   // On a port that has opened only the simulator answers so.
   simulated_ = status == S_BAD_PORT;
   return simulated_ ? S_OKAY : status;

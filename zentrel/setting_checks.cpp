@@ -57,7 +57,10 @@ void CheckCatalogEntries(const Machine& machine, Diagnoses& diagnoses) {
   for (const catalog_checker::Finding& finding : findings) {
     if (finding.grade != catalog_checker::Grade::kFault || shown == kMostLines) continue;
     ++shown;
-    diagnoses.push_back({kCatalog, Grade::kFault, Line(finding), "mend the entry"});
+    // Its grade stands in front of it already.
+    const std::string line = Line(finding);
+    diagnoses.push_back(
+        {kCatalog, Grade::kFault, line.substr(line.find(' ') + 1), "mend the entry"});
   }
   if (faults > shown) {
     diagnoses.push_back({kCatalog, Grade::kFault,

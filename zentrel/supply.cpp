@@ -7,7 +7,7 @@ namespace {
 
 // A box is silent for 2 seconds after it is supplied, and one of the electric kind sleeps until it
 // has been called.
-constexpr int kCalls = 8;
+constexpr int kCalls = 6;
 constexpr std::int32_t kCallMs = 500;
 
 constexpr std::uint8_t kBoxStatusCommand = 0x80;

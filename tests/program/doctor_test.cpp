@@ -1,0 +1,427 @@
+// Every condition that doctor is to find, brought about in the registry and the files of the
+// prefix.
+#include <algorithm>
+#include <array>
+
+#include "platform/win32/wide.h"
+#include "tests/automation/read_only_key.h"
+#include "tests/program/crafted_file.h"
+#include "tests/program/program_test.h"
+#include "zentrel/doctor_checks.h"
+
+namespace qmzentrel::program_tests {
+namespace {
+
+using Json = nlohmann::json;
+using program::Diagnoses;
+using program::Diagnosis;
+using program::Grade;
+
+constexpr wchar_t kClasses[] = L"Software\\Classes\\";
+
+std::wstring Guid(REFGUID guid) {
+  std::array<wchar_t, 39> text{};
+  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
+  return text.data();
+}
+
+std::wstring ServerKey() {
+  return L"CLSID\\" + Guid(CLSID_Zentrel) + L"\\InprocServer32";
+}
+std::wstring TypeLibraryKey() {
+  return L"TypeLib\\" + Guid(LIBID_QmZentrel) + L"\\1.3";
+}
+
+void SetText(HKEY root, const std::wstring& key, const std::wstring& name,
+             const std::wstring& text) {
+  RegSetKeyValueW(root, key.c_str(), name.c_str(), REG_SZ, text.c_str(),
+                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+}
+
+// A text in the registry as long as it lives; then whatever was there before, or nothing.
+class ChangedText {
+ public:
+  ChangedText(HKEY root, std::wstring key, const std::wstring& text, std::wstring name = L"")
+      : root_(root), key_(std::move(key)), name_(std::move(name)) {
+    DWORD size = 0;
+    if (Query(nullptr, size) == ERROR_SUCCESS) {
+      before_.resize(size);
+      Query(before_.data(), size);
+    }
+    SetText(root_, key_, name_, text);
+  }
+  ~ChangedText() {
+    if (type_ == REG_NONE) {
+      RegDeleteKeyValueW(root_, key_.c_str(), name_.c_str());
+    } else {
+      RegSetKeyValueW(root_, key_.c_str(), name_.c_str(), type_, before_.data(),
+                      static_cast<DWORD>(before_.size()));
+    }
+  }
+  ChangedText(const ChangedText&) = delete;
+  ChangedText& operator=(const ChangedText&) = delete;
+
+ private:
+  LSTATUS Query(BYTE* data, DWORD& size) {
+    return RegGetValueW(root_, key_.c_str(), name_.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &type_, data,
+                        &size);
+  }
+
+  HKEY root_;
+  std::wstring key_;
+  std::wstring name_;
+  DWORD type_ = REG_NONE;
+  std::vector<BYTE> before_;
+};
+
+// A key that is there as long as it lives, with everything that is put below it.
+class TemporaryKey {
+ public:
+  TemporaryKey(HKEY root, std::wstring path) : root_(root), path_(std::move(path)) {
+    HKEY key = nullptr;
+    RegCreateKeyW(root_, path_.c_str(), &key);
+    RegCloseKey(key);
+  }
+  ~TemporaryKey() {
+    RegDeleteTreeW(root_, path_.c_str());
+    RegDeleteKeyW(root_, path_.c_str());
+  }
+  TemporaryKey(const TemporaryKey&) = delete;
+  TemporaryKey& operator=(const TemporaryKey&) = delete;
+
+ private:
+  HKEY root_;
+  std::wstring path_;
+};
+
+std::wstring Library() {
+  std::array<wchar_t, MAX_PATH> path{};
+  GetModuleFileNameW(clients::LoadedLibrary().module, path.data(), MAX_PATH);
+  return path.data();
+}
+
+// A file whose resources say that it is an older version of the DLL.
+std::wstring OldLibrary() {
+  std::array<wchar_t, MAX_PATH> path{};
+  GetEnvironmentVariableW(L"QMZ_OLD_DLL", path.data(), MAX_PATH);
+  std::wstring name = path.data();
+  std::ranges::replace(name, L'/', L'\\');
+  return name.front() == L'\\' ? L"Z:" + name : name;
+}
+
+void RunSystemProgram(std::wstring command) {
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION process{};
+  ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                             &start, &process));
+  WaitForSingleObject(process.hProcess, INFINITE);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+}
+
+// On a machine with a sound installation.
+class DoctorFinds : public clients::BoxTest {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
+    ImportCatalog();
+  }
+  static void TearDownTestSuite() {
+    EXPECT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
+    RemoveCatalog();
+  }
+
+  static void ImportCatalog() {
+    RunSystemProgram(L"reg.exe import Z:" + platform::Utf8ToWide(CATALOG_FILE));
+  }
+  static void RemoveCatalog() {
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms");
+    RegDeleteKeyW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms");
+  }
+
+  // What doctor says in the document.
+  static Json Checks(const std::string& arguments, int exit_code) {
+    const Outcome outcome = RunZentrel("doctor --json " + arguments);
+    EXPECT_EQ(outcome.exit_code, exit_code) << outcome.output;
+    return outcome.Document()["checks"];
+  }
+
+  // The one of that grade about a thing; its text and next step as one text. Empty when there is
+  // none, and each but a good one has to have a next step.
+  static std::string Found(const Json& checks, const std::string& check, const std::string& grade) {
+    for (const Json& entry : checks) {
+      if (entry["check"] != check || entry["grade"] != grade) continue;
+      const std::string next = entry["next"];
+      EXPECT_EQ(next.empty(), grade == "ok") << entry;
+      return entry["text"].get<std::string>() + " => " + next;
+    }
+    return "";
+  }
+  static std::string Found(const Diagnoses& diagnoses, const std::string& check, Grade grade) {
+    for (const Diagnosis& diagnosis : diagnoses) {
+      if (diagnosis.check == check && diagnosis.grade == grade) {
+        return diagnosis.text + " => " + diagnosis.next;
+      }
+    }
+    return "";
+  }
+
+  static testing::AssertionResult Says(const std::string& text, const std::string& part) {
+    if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "\"" << part << "\" is not in \"" << text << "\"";
+  }
+};
+
+TEST_F(DoctorFinds, NothingOnASoundMachine) {
+  const Json checks = Checks("--yes" + (" --port " + std::to_string(Port())), 0);
+  for (const Json& entry : checks) EXPECT_EQ(entry["grade"], "ok") << entry;
+  for (const char* const check :
+       {"dll", "version", "type library", "catalog", "object", "64-bit callers", "error handler",
+        "simulator", "rights", "port", "supply line"}) {
+    EXPECT_NE(Found(checks, check, "ok"), "") << check;
+  }
+}
+
+TEST_F(DoctorFinds, AClassThatIsNotRegistered) {
+  ASSERT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
+  const Json checks = Checks("", 11);
+  EXPECT_TRUE(Says(Found(checks, "registration", "fault"), "regsvr32.exe"));
+  EXPECT_TRUE(Says(Found(checks, "object", "note"), "faults above"));
+  ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
+}
+
+TEST_F(DoctorFinds, AClassBelowTheNodeThatA32BitSystemDoesNotKnow) {
+  ASSERT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
+  {
+    const TemporaryKey node(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Wow6432Node");
+    SetText(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"Wow6432Node\\" + ServerKey(), L"",
+            Library());
+    EXPECT_TRUE(Says(Found(Checks("", 11), "registry view", "fault"), "Wow6432Node"));
+  }
+  ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
+}
+
+TEST_F(DoctorFinds, ACatalogBelowTheNodeThatA32BitSystemDoesNotKnow) {
+  RemoveCatalog();
+  {
+    const TemporaryKey node(HKEY_LOCAL_MACHINE,
+                            L"SOFTWARE\\Wow6432Node\\QuenmoorComms\\Kernel\\MIF");
+    EXPECT_TRUE(Says(Found(Checks("", 11), "registry view", "fault"), "reg.exe"));
+  }
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node\\QuenmoorComms");
+  EXPECT_TRUE(Says(Found(Checks("", 0), "catalog", "warning"), "no catalog"));
+  ImportCatalog();
+}
+
+// A prefix of 32 bits has one view. What a 64-bit one has in its second is laid out apart here, and
+// handed to the checks as that view.
+class DoctorOn64BitWindows : public DoctorFinds {
+ protected:
+  const TemporaryKey apart_{HKEY_CURRENT_USER, L"Software\\QmzDoctorTest"};
+  program::Machine machine_ = [] {
+    program::Machine machine = program::ThisMachine();
+    machine.classes64 = {HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Classes64"};
+    machine.software64 = {HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Software64"};
+    return machine;
+  }();
+  const program::OwnComponent own_{Library(), {6, 2, 0}};
+};
+
+TEST_F(DoctorOn64BitWindows, AClassInTheOtherViewOnly) {
+  SetText(HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Classes64\\" + ServerKey(), L"", Library());
+  machine_.classes.path = L"Software\\QmzNothing";
+  Diagnoses found;
+  CheckRegistration(machine_, own_, found);
+  EXPECT_TRUE(Says(Found(found, "registry view", Grade::kFault), "64-bit view"));
+  EXPECT_TRUE(Says(Found(found, "registry view", Grade::kFault), "regsvr32.exe"));
+}
+
+TEST_F(DoctorOn64BitWindows, ACatalogInTheOtherViewOnly) {
+  const TemporaryKey catalog(HKEY_CURRENT_USER,
+                             L"Software\\QmzDoctorTest\\Software64\\QuenmoorComms\\Kernel");
+  machine_.software.path = L"Software\\QmzNothing";
+  Diagnoses found;
+  CheckCatalogEntries(machine_, found);
+  EXPECT_TRUE(Says(Found(found, "registry view", Grade::kFault), "64-bit view"));
+}
+
+TEST_F(DoctorOn64BitWindows, ACallerWith64Bits) {
+  const CraftedFile caller(IMAGE_FILE_MACHINE_AMD64);
+  Diagnoses found;
+  CheckCallers(machine_, platform::WideToUtf8(caller.Path()), found);
+  EXPECT_TRUE(Says(Found(found, "64-bit callers", Grade::kNote), "class not registered"));
+  EXPECT_TRUE(Says(Found(found, "caller", Grade::kFault), "64-bit program"));
+}
+
+TEST_F(DoctorOn64BitWindows, ASurrogateThatTakes64BitCallers) {
+  const std::wstring id = Guid(CLSID_Zentrel);
+  const ChangedText application(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"CLSID\\" + id, id,
+                                L"AppID");
+  const TemporaryKey surrogate(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id);
+  const ChangedText system(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id, L" ",
+                           L"DllSurrogate");
+  const CraftedFile caller(IMAGE_FILE_MACHINE_AMD64);
+  Diagnoses found;
+  CheckCallers(machine_, platform::WideToUtf8(caller.Path()), found);
+  EXPECT_TRUE(Says(Found(found, "64-bit callers", Grade::kNote), "surrogate"));
+  EXPECT_TRUE(Says(Found(found, "caller", Grade::kNote), "surrogate"));
+}
+
+TEST_F(DoctorFinds, CallersThatCannotReachTheComponent) {
+  constexpr DWORD kIntermediateOnly = 1;
+  constexpr DWORD kRequires32Bit = 2;
+  const CraftedFile with_64_bits(IMAGE_FILE_MACHINE_AMD64);
+  const CraftedFile with_32_bits(IMAGE_FILE_MACHINE_I386);
+  const CraftedFile any(IMAGE_FILE_MACHINE_I386, kIntermediateOnly);
+  const CraftedFile x86(IMAGE_FILE_MACHINE_I386, kIntermediateOnly | kRequires32Bit);
+  const CraftedFile text("just a text");
+  const auto judge = [](const std::wstring& path, int exit_code, const std::string& grade) {
+    return Found(Checks("--caller \"" + platform::WideToUtf8(path) + "\"", exit_code), "caller",
+                 grade);
+  };
+  EXPECT_TRUE(Says(judge(with_64_bits.Path(), 11, "fault"), "64-bit program"));
+  EXPECT_TRUE(Says(judge(with_32_bits.Path(), 0, "ok"), "32-bit program"));
+  Diagnoses found;
+  for (const CraftedFile* file : {&any, &x86, &text}) {
+    CheckCallers(program::ThisMachine(), platform::WideToUtf8(file->Path()), found);
+  }
+  CheckCallers(program::ThisMachine(), "C:\\nowhere.exe", found);
+  std::erase_if(found, [](const Diagnosis& diagnosis) { return diagnosis.check != "caller"; });
+  ASSERT_EQ(found.size(), 4u);
+  EXPECT_TRUE(Says(found[0].text, "any processor"));
+  EXPECT_EQ(found[1].grade, Grade::kOk);
+  EXPECT_TRUE(Says(found[2].text, "no program"));
+  EXPECT_TRUE(Says(found[3].text, "not there"));
+}
+
+TEST_F(DoctorFinds, ADllThatHasBeenMovedAway) {
+  const ChangedText moved(HKEY_LOCAL_MACHINE, kClasses + ServerKey(), L"C:\\gone\\QmZentrel.dll");
+  const std::string fault = Found(Checks("", 11), "dll", "fault");
+  EXPECT_TRUE(Says(fault, "not there any more: C:\\gone\\QmZentrel.dll"));
+  // It says where the DLL lies now.
+  EXPECT_TRUE(Says(fault, platform::WideToUtf8(Library())));
+}
+
+TEST_F(DoctorFinds, AFileThatIsNoDllOf32Bits) {
+  const CraftedFile other(IMAGE_FILE_MACHINE_AMD64);
+  const ChangedText wrong(HKEY_LOCAL_MACHINE, kClasses + ServerKey(), other.Path());
+  EXPECT_TRUE(Says(Found(Checks("", 11), "dll", "fault"), "no 32-bit DLL"));
+}
+
+TEST_F(DoctorFinds, AnOlderVersionThatIsRegisteredElsewhere) {
+  const ChangedText old(HKEY_LOCAL_MACHINE, kClasses + ServerKey(), OldLibrary());
+  const std::string fault = Found(Checks("", 11), "version", "fault");
+  EXPECT_TRUE(Says(fault, "6.1.0 in " + platform::WideToUtf8(OldLibrary())));
+}
+
+TEST_F(DoctorFinds, AnOlderVersionThatTheUserHasForHimself) {
+  const TemporaryKey own(HKEY_CURRENT_USER, std::wstring(kClasses) + L"CLSID");
+  SetText(HKEY_CURRENT_USER, kClasses + ServerKey(), L"", OldLibrary());
+  const std::string fault = Found(Checks("", 11), "user's registration", "fault");
+  EXPECT_TRUE(Says(fault, "version 6.1.0"));
+  EXPECT_TRUE(Says(fault, "HKEY_CURRENT_USER"));
+}
+
+TEST_F(DoctorFinds, ANameThatStandsForAnotherClass) {
+  const ChangedText other(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"QmZentrel.Zentrel\\CLSID",
+                          L"{00000000-0000-0000-0000-000000000000}");
+  EXPECT_TRUE(Says(Found(Checks("", 11), "registration", "fault"), "another class"));
+}
+
+TEST_F(DoctorFinds, AMissingTypeLibrary) {
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, (kClasses + TypeLibraryKey()).c_str());
+  EXPECT_TRUE(Says(Found(Checks("", 11), "type library", "fault"), "not registered"));
+  ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
+}
+
+TEST_F(DoctorFinds, ATypeLibraryWhoseFileIsGoneOrHoldsNone) {
+  const program::OwnComponent own{Library(), {6, 2, 0}};
+  const auto found_with = [&](const std::wstring& file) {
+    const ChangedText changed(HKEY_LOCAL_MACHINE, kClasses + TypeLibraryKey() + L"\\409\\win32",
+                              file);
+    Diagnoses found;
+    CheckRegistration(program::ThisMachine(), own, found);
+    return Found(found, "type library", Grade::kFault);
+  };
+  EXPECT_TRUE(Says(found_with(L"C:\\gone\\QmZentrel.dll"), "is not there: C:\\gone"));
+  EXPECT_TRUE(Says(found_with(OldLibrary()), "there is no type library in"));
+}
+
+TEST_F(DoctorFinds, AnInterfaceWithoutMarshaller) {
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE,
+                 (std::wstring(kClasses) + L"Interface\\" + Guid(DIID___Zentrel)).c_str());
+  EXPECT_TRUE(Says(Found(Checks("", 11), "type library", "fault"), "marshaller"));
+  ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
+}
+
+TEST_F(DoctorFinds, FaultsOfTheCatalog) {
+  const ChangedText wrong(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\Kernel\\MIF", L"many",
+                          L"Mask");
+  EXPECT_TRUE(Says(Found(Checks("", 11), "catalog", "fault"), "Kernel\\MIF, Mask"));
+}
+
+TEST_F(DoctorFinds, ALineThatNoBoxIsFedBy) {
+  const ChangedText wrong(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\Zentrel", L"CTS",
+                          L"SupplyLine");
+  EXPECT_TRUE(Says(Found(Checks("", 11), "catalog", "fault"), "DTR, RTS and BOTH"));
+}
+
+TEST_F(DoctorFinds, ABoxThatIsFedByAnotherLine) {
+  Box().Tell("supply rts");
+  const std::string fault =
+      Found(Checks("--yes --port " + std::to_string(Port()), 11), "supply line", "fault");
+  EXPECT_TRUE(Says(fault, "answers with RTS, but the component raises DTR"));
+  EXPECT_TRUE(Says(fault, "SupplyLine"));
+  const ChangedText mended(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\Zentrel", L"RTS",
+                           L"SupplyLine");
+  EXPECT_TRUE(Says(Found(Checks("--yes --port " + std::to_string(Port()), 0), "supply line", "ok"),
+                   "answers with RTS"));
+}
+
+TEST_F(DoctorFinds, NoLineIsRaisedWithoutAYes) {
+  EXPECT_TRUE(Says(Found(Checks("--port " + std::to_string(Port()), 0), "supply line", "note"),
+                   "no box was looked for"));
+  EXPECT_EQ(Box().Supply(), clients::Journal{});
+}
+
+TEST_F(DoctorFinds, APortThatIsMissing) {
+  EXPECT_TRUE(Says(Found(Checks("--port 33", 11), "port", "fault"), "there is no COM33"));
+}
+
+// Wine opens a port for everybody; a device that refuses with the code of one in use stands for it.
+TEST_F(DoctorFinds, APortThatIsBusy) {
+  EXPECT_TRUE(Says(Found(Checks("--port 11", 11), "port", "fault"), "in use by another program"));
+}
+
+TEST_F(DoctorFinds, ASimulatorThatWasLeftOn) {
+  const TemporaryKey key(HKEY_LOCAL_MACHINE,
+                         L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator");
+  SetText(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator",
+          L"", L"1");
+  const Json checks = Checks("--yes --port " + std::to_string(Port()), 0);
+  EXPECT_TRUE(Says(Found(checks, "simulator", "warning"), "switched on"));
+  EXPECT_EQ(Box().Supply(), clients::Journal{});
+}
+
+TEST_F(DoctorFinds, NoErrorHandler) {
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", L"1");
+  const Json checks = Checks("", 0);
+  SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr);
+  EXPECT_TRUE(Says(Found(checks, "error handler", "warning"), "message box"));
+  EXPECT_TRUE(Says(Found(checks, "error handler", "warning"), "QmZentrelReports.dll"));
+}
+
+TEST_F(DoctorFinds, NoRightsToWrite) {
+  const TemporaryKey key(HKEY_LOCAL_MACHINE,
+                         L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator");
+  const automation::ReadOnlyKey values(
+      L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator");
+  const automation::ReadOnlyKey classes(L"Software\\Classes");
+  const Json checks = Checks("", 0);
+  EXPECT_TRUE(Says(Found(checks, "rights", "warning"), "simulator's values"));
+  EXPECT_TRUE(Says(Found(checks, "rights", "note"), "administrator"));
+}
+
+}  // namespace
+}  // namespace qmzentrel::program_tests

@@ -1,0 +1,103 @@
+// Parts of the program by themselves.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "interface/radio_settings.h"
+#include "tests/clients/com_client.h"
+#include "zentrel/exit_codes.h"
+#include "zentrel/failure.h"
+#include "zentrel/program_file.h"
+#include "zentrel/record_fields.h"
+#include "zentrel/step_line.h"
+
+namespace qmzentrel::program_tests {
+namespace {
+
+using namespace qmzentrel::program;
+
+TEST(StepLines, ALineOfTheComponentIsTakenApart) {
+  const auto line = ParseStepLine("22 Nov 2026, 10:08:00  INFO   ReadXpdr retry");
+  ASSERT_TRUE(line);
+  EXPECT_EQ(line->type, "INFO");
+  EXPECT_EQ(line->step, "ReadXpdr retry");
+  EXPECT_EQ(ParseStepLine("22 Nov 2026, 10:08:00  *RES*  ")->type, "*RES*");
+}
+
+TEST(StepLines, LinesOfOthersAreNone) {
+  for (const char* const other :
+       {"", "ReadXpdr", "22 Nov 2026, 10:08:00", "22 Nov 2026, 10:08:00  NEWS   x",
+        "2026-11-22 10:08:00   INFO   x", "22 Nov 2026, 10:08:0x  INFO   x"}) {
+    EXPECT_FALSE(ParseStepLine(other)) << other;
+  }
+}
+
+TEST(RecordValues, ANumberIsDecimalOrHexadecimal) {
+  EXPECT_EQ(ParseAssignment("reading=16777215").value, 0xFFFFFF);
+  EXPECT_EQ(ParseAssignment("Reading=0xfFffff").value, 0xFFFFFF);
+  EXPECT_EQ(ParseAssignment("Reading=&H10").value, 16);
+  for (const char* const wrong : {"Reading=", "Reading=0x", "Reading=1 ", "Reading=16777216"}) {
+    EXPECT_THROW(ParseAssignment(wrong), Failure) << wrong;
+  }
+}
+
+TEST(RecordValues, AFlagIsAWordOrABit) {
+  for (const char* const on : {"HasLeak=1", "hasleak=TRUE", "HasLeak=yes", "HasLeak=on"}) {
+    EXPECT_EQ(ParseAssignment(on).value, 1) << on;
+  }
+  EXPECT_EQ(ParseAssignment("HasLeak=off").value, 0);
+  EXPECT_THROW(ParseAssignment("HasLeak=maybe"), Failure);
+}
+
+TEST(RecordValues, AnOlderNameIsTheSameValue) {
+  EXPECT_EQ(ParseAssignment("Freq_A2=1").field, ParseAssignment("freq_msb=1").field);
+  EXPECT_EQ(ParseAssignment("Clock_A=1").field, ParseAssignment("BR_MSB=1").field);
+}
+
+// The component says what it sends: on a closed port a record in range is status 3, any other 5.
+TEST(RecordValues, TheRangesAreThoseOfTheComponent) {
+  for (const RecordField& field : RecordFields()) {
+    const auto* const number = std::get_if<NumberAccess>(&field.access);
+    if (number == nullptr) continue;
+    if (field.part == Part::kRadio) {
+      EXPECT_EQ(number->greatest, RadioSettings::kMaxByte) << field.name;
+      continue;
+    }
+    const auto object = clients::NewZentrel();
+    object->put_VDelay(0);  // nothing is stored anywhere
+    const auto write = [&](LONG value) {
+      (object.Get()->*number->let)(value);
+      ::ZentrelStatus status{};
+      object->WriteXpdr(&status);
+      return static_cast<int>(status);
+    };
+    EXPECT_EQ(write(0), ::S_BAD_PORT) << field.name;
+    EXPECT_EQ(write(number->greatest), ::S_BAD_PORT) << field.name;
+    // This one has no bits beyond its range.
+    if (field.name == std::string("DeviceMIF")) continue;
+    EXPECT_EQ(write(number->greatest + 1), ::S_BAD_DATA) << field.name;
+    EXPECT_EQ(write(-1), ::S_BAD_DATA) << field.name;
+  }
+}
+
+TEST(ProgramFiles, VersionsAreComparedByTheirNumbers) {
+  EXPECT_LT(ParseVersion("6.1.9"), ParseVersion("6.2.0"));
+  EXPECT_LT(ParseVersion("6.9.0"), ParseVersion("6.10.0"));
+  EXPECT_EQ(VersionNumbers(ParseVersion("6.2.0")), "6.2.0");
+}
+
+TEST(ProgramDocument, EveryExitCodeIsInIt) {
+  std::ifstream file(PROGRAM_DOCUMENT);
+  std::ostringstream text;
+  text << file.rdbuf();
+  ASSERT_FALSE(text.str().empty());
+  for (const ExitCodeMeaning& row : kExitCodes) {
+    const std::string line =
+        "| " + std::to_string(static_cast<int>(row.code)) + " | " + row.meaning + " |";
+    EXPECT_NE(text.str().find(line), std::string::npos) << line;
+  }
+}
+
+}  // namespace
+}  // namespace qmzentrel::program_tests
