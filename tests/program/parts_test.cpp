@@ -6,6 +6,7 @@
 
 #include "interface/radio_settings.h"
 #include "tests/clients/com_client.h"
+#include "zentrel/command_line.h"
 #include "zentrel/exit_codes.h"
 #include "zentrel/failure.h"
 #include "zentrel/program_file.h"
@@ -33,11 +34,47 @@ TEST(StepLines, LinesOfOthersAreNone) {
   }
 }
 
+TEST(CommandLines, PortsAreNamedInAnyOfTheirForms) {
+  for (const std::string port : {"7", "COM7", "com7"}) {
+    EXPECT_EQ(ParseCommandLine({"info", "--port", port}).options.port, 7) << port;
+    EXPECT_EQ(ParseCommandLine({"--port", port, "info"}).options.port, 7) << port;
+  }
+}
+
+TEST(CommandLines, WhatIsWrongIsThrownWithANextStep) {
+  using Words = std::vector<std::string>;
+  for (const Words& words :
+       {Words{}, Words{"sing"}, Words{"info", "--port", "COM"}, Words{"info", "--port", "0"},
+        Words{"info", "--port", "7x"}, Words{"read", "--loud"}, Words{"write"},
+        Words{"info", "read"}, Words{"watch", "--lines", "-1"}}) {
+    try {
+      ParseCommandLine(words);
+      ADD_FAILURE() << (words.empty() ? "" : words.back());
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.code, ExitCode::kCommandLine);
+      EXPECT_NE(failure.next, "");
+      EXPECT_EQ(std::string(failure.what()).find('\n'), std::string::npos) << failure.what();
+    }
+  }
+}
+
+TEST(CommandLines, EveryCommandHasItsHelp) {
+  const std::string all = ParseCommandLine({"--help"}).text;
+  for (const std::string command : {"ports", "probe", "info", "read", "write", "reset", "radio",
+                                    "messages", "watch", "doctor"}) {
+    EXPECT_NE(all.find("\n  " + command + " "), std::string::npos) << command;
+    const Invocation help = ParseCommandLine({command, "--help"});
+    EXPECT_EQ(help.command, nullptr);
+    EXPECT_NE(help.text.find("zentrel " + command), std::string::npos) << help.text;
+  }
+}
+
 TEST(RecordValues, ANumberIsDecimalOrHexadecimal) {
   EXPECT_EQ(ParseAssignment("reading=16777215").value, 0xFFFFFF);
   EXPECT_EQ(ParseAssignment("Reading=0xfFffff").value, 0xFFFFFF);
   EXPECT_EQ(ParseAssignment("Reading=&H10").value, 16);
-  for (const char* const wrong : {"Reading=", "Reading=0x", "Reading=1 ", "Reading=16777216"}) {
+  for (const char* const wrong :
+       {"Reading=", "Reading=0x", "Reading=1 ", "Reading=16777216", "Reading=-1", "Reading"}) {
     EXPECT_THROW(ParseAssignment(wrong), Failure) << wrong;
   }
 }
