@@ -139,7 +139,7 @@ std::vector<Port> FindPorts() {
 }
 
 std::string ShownName(const Port& port) {
-  const std::string name = PortName(port.number);
+  std::string name = PortName(port.number);
   if (port.friendly_name.empty()) return name;
   // Most friendly names have the port in them.
   if (port.friendly_name.find("(" + name + ")") != std::string::npos) return port.friendly_name;
