@@ -167,11 +167,28 @@ class DoctorFinds : public clients::BoxTest {
     return "";
   }
 
-  // The same by the check itself, without a program around it.
-  static std::string FaultOfRegistration(const std::string& check) {
+  // The same by a check itself, without a program around it: "" when it finds nothing of the kind.
+  template <class Check>
+  static std::string FoundBy(Check check, const std::string& name, Grade grade) {
     Diagnoses found;
-    CheckRegistration(program::ThisMachine(), {Library(), {6, 2, 0}}, found);
-    return Found(found, check, Grade::kFault);
+    check(found);
+    return Found(found, name, grade);
+  }
+  static std::string FaultOfRegistration(const std::string& name) {
+    return FoundBy(
+        [](Diagnoses& found) {
+          CheckRegistration(program::ThisMachine(), {Library(), {6, 2, 0}}, found);
+        },
+        name, Grade::kFault);
+  }
+  static std::string FoundInCatalog(const std::string& name, Grade grade) {
+    return FoundBy([](Diagnoses& found) { CheckCatalogEntries(program::ThisMachine(), found); },
+                   name, grade);
+  }
+  static std::string FoundAtPort(std::int32_t port, const std::string& name, Grade grade) {
+    program::Options options;
+    options.port = port;
+    return FoundBy([&](Diagnoses& found) { CheckPorts(options, found); }, name, grade);
   }
 
   static testing::AssertionResult Says(const std::string& text, const std::string& part) {
@@ -204,7 +221,7 @@ TEST_F(DoctorFinds, AClassBelowTheNodeThatA32BitSystemDoesNotKnow) {
     const TemporaryKey node(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Wow6432Node");
     SetText(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"Wow6432Node\\" + ServerKey(), L"",
             Library());
-    EXPECT_TRUE(Says(Found(Checks("", 11), "registry view", "fault"), "Wow6432Node"));
+    EXPECT_TRUE(Says(FaultOfRegistration("registry view"), "Wow6432Node"));
   }
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
 }
@@ -214,9 +231,9 @@ TEST_F(DoctorFinds, ACatalogBelowTheNodeThatA32BitSystemDoesNotKnow) {
   {
     const TemporaryKey node(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node");
     const TemporaryKey catalog(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node\\QuenmoorComms\\Kernel");
-    EXPECT_TRUE(Says(Found(Checks("", 11), "registry view", "fault"), "reg.exe"));
+    EXPECT_TRUE(Says(FoundInCatalog("registry view", Grade::kFault), "reg.exe"));
   }
-  EXPECT_TRUE(Says(Found(Checks("", 0), "catalog", "warning"), "no catalog"));
+  EXPECT_TRUE(Says(FoundInCatalog("catalog", Grade::kWarning), "no catalog"));
   ImportCatalog();
 }
 
@@ -282,23 +299,21 @@ TEST_F(DoctorFinds, CallersThatCannotReachTheComponent) {
   const CraftedFile any(IMAGE_FILE_MACHINE_I386, kIntermediateOnly);
   const CraftedFile x86(IMAGE_FILE_MACHINE_I386, kIntermediateOnly | kRequires32Bit);
   const CraftedFile text("just a text");
-  const auto judge = [](const std::wstring& path, int exit_code, const std::string& grade) {
-    return Found(Checks("--caller \"" + platform::WideToUtf8(path) + "\"", exit_code), "caller",
-                 grade);
-  };
-  EXPECT_TRUE(Says(judge(with_64_bits.Path(), 11, "fault"), "64-bit program"));
-  EXPECT_TRUE(Says(judge(with_32_bits.Path(), 0, "ok"), "32-bit program"));
+  const std::string named = platform::WideToUtf8(with_64_bits.Path());
+  EXPECT_TRUE(
+      Says(Found(Checks("--caller \"" + named + "\"", 11), "caller", "fault"), "64-bit program"));
   Diagnoses found;
-  for (const CraftedFile* file : {&any, &x86, &text}) {
+  for (const CraftedFile* file : {&with_32_bits, &any, &x86, &text}) {
     CheckCallers(program::ThisMachine(), platform::WideToUtf8(file->Path()), found);
   }
   CheckCallers(program::ThisMachine(), "C:\\nowhere.exe", found);
   std::erase_if(found, [](const Diagnosis& diagnosis) { return diagnosis.check != "caller"; });
-  ASSERT_EQ(found.size(), 4u);
-  EXPECT_TRUE(Says(found[0].text, "any processor"));
-  EXPECT_EQ(found[1].grade, Grade::kOk);
-  EXPECT_TRUE(Says(found[2].text, "no program"));
-  EXPECT_TRUE(Says(found[3].text, "not there"));
+  ASSERT_EQ(found.size(), 5u);
+  EXPECT_TRUE(Says(found[0].text, "32-bit program"));
+  EXPECT_TRUE(Says(found[1].text, "any processor"));
+  EXPECT_EQ(found[2].grade, Grade::kOk);
+  EXPECT_TRUE(Says(found[3].text, "no program"));
+  EXPECT_TRUE(Says(found[4].text, "not there"));
 }
 
 TEST_F(DoctorFinds, ADllThatHasBeenMovedAway) {
@@ -324,7 +339,7 @@ TEST_F(DoctorFinds, AnOlderVersionThatIsRegisteredElsewhere) {
 TEST_F(DoctorFinds, AnOlderVersionThatTheUserHasForHimself) {
   const TemporaryKey own(HKEY_CURRENT_USER, std::wstring(kClasses) + L"CLSID");
   SetText(HKEY_CURRENT_USER, kClasses + ServerKey(), L"", OldLibrary());
-  const std::string fault = Found(Checks("", 11), "user's registration", "fault");
+  const std::string fault = FaultOfRegistration("user's registration");
   EXPECT_TRUE(Says(fault, "version 6.1.0"));
   EXPECT_TRUE(Says(fault, "HKEY_CURRENT_USER"));
 }
@@ -361,13 +376,13 @@ TEST_F(DoctorFinds, AnInterfaceWithoutMarshaller) {
 TEST_F(DoctorFinds, FaultsOfTheCatalog) {
   const ChangedText wrong(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\Kernel\\MIF", L"many",
                           L"Mask");
-  EXPECT_TRUE(Says(Found(Checks("", 11), "catalog", "fault"), "Kernel\\MIF, Mask"));
+  EXPECT_TRUE(Says(FoundInCatalog("catalog", Grade::kFault), "Kernel\\MIF, Mask"));
 }
 
 TEST_F(DoctorFinds, ALineThatNoBoxIsFedBy) {
   const ChangedText wrong(HKEY_LOCAL_MACHINE, L"SOFTWARE\\QuenmoorComms\\Zentrel", L"CTS",
                           L"SupplyLine");
-  EXPECT_TRUE(Says(Found(Checks("", 11), "catalog", "fault"), "DTR, RTS and BOTH"));
+  EXPECT_TRUE(Says(FoundInCatalog("catalog", Grade::kFault), "DTR, RTS and BOTH"));
 }
 
 TEST_F(DoctorFinds, ABoxThatIsFedByAnotherLine) {
@@ -389,7 +404,7 @@ TEST_F(DoctorFinds, NoLineIsRaisedWithoutAYes) {
 }
 
 TEST_F(DoctorFinds, APortThatIsMissing) {
-  EXPECT_TRUE(Says(Found(Checks("--port 33", 11), "port", "fault"), "there is no COM33"));
+  EXPECT_TRUE(Says(FoundAtPort(33, "port", Grade::kFault), "there is no COM33"));
 }
 
 // Wine opens a port for everybody; a device that refuses with the code of one in use stands for it.
@@ -409,10 +424,10 @@ TEST_F(DoctorFinds, ASimulatorThatWasLeftOn) {
 
 TEST_F(DoctorFinds, NoErrorHandler) {
   SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", L"1");
-  const Json checks = Checks("", 0);
+  const std::string missing = FoundBy(program::CheckErrorHandler, "error handler", Grade::kWarning);
   SetEnvironmentVariableW(L"QMZ_NO_ERROR_HANDLER", nullptr);
-  EXPECT_TRUE(Says(Found(checks, "error handler", "warning"), "message box"));
-  EXPECT_TRUE(Says(Found(checks, "error handler", "warning"), "QmZentrelReports.dll"));
+  EXPECT_TRUE(Says(missing, "message box"));
+  EXPECT_TRUE(Says(missing, "QmZentrelReports.dll"));
 }
 
 TEST_F(DoctorFinds, NoRightsToWrite) {
@@ -421,9 +436,10 @@ TEST_F(DoctorFinds, NoRightsToWrite) {
   const automation::ReadOnlyKey values(
       L"SOFTWARE\\QuenmoorComms\\QMC Software Library\\Zentrel\\Simulator");
   const automation::ReadOnlyKey classes(L"Software\\Classes");
-  const Json checks = Checks("", 0);
-  EXPECT_TRUE(Says(Found(checks, "rights", "warning"), "simulator's values"));
-  EXPECT_TRUE(Says(Found(checks, "rights", "note"), "administrator"));
+  Diagnoses found;
+  CheckRights(program::ThisMachine(), found);
+  EXPECT_TRUE(Says(Found(found, "rights", Grade::kWarning), "simulator's values"));
+  EXPECT_TRUE(Says(Found(found, "rights", Grade::kNote), "administrator"));
 }
 
 }  // namespace
