@@ -52,8 +52,8 @@ void CheckSupply(const Options& options, Diagnoses& diagnoses) {
   // The one that the component raises first: as a rule no other is needed.
   std::array<platform::ModemLines, 3> lines{
       {{.dtr = true}, {.rts = true}, {.dtr = true, .rts = true}}};
-  std::ranges::stable_partition(lines,
-                                [&](platform::ModemLines line) { return line == configured; });
+  std::stable_partition(lines.begin(), lines.end(),
+                        [&](platform::ModemLines line) { return line == configured; });
   const std::string question = "Look for a box on " + name + "? This raises " +
                                LinesText(configured) +
                                " of the port and, where nothing answers, its other line, too.";

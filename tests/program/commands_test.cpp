@@ -15,7 +15,7 @@ class ProgramCommands : public ProgramTest {
   static Json DocumentOf(const std::string& command, int exit_code) {
     const Outcome outcome = RunZentrel(command + " --json");
     EXPECT_EQ(outcome.exit_code, exit_code) << outcome.errors;
-    const Json document = outcome.Document();
+    Json document = outcome.Document();
     EXPECT_EQ(document["exit_code"], exit_code);
     EXPECT_EQ(document["ok"], exit_code == 0);
     EXPECT_EQ(document.contains("error"), !Sentence(outcome.errors).empty());
@@ -25,7 +25,7 @@ class ProgramCommands : public ProgramTest {
 
 TEST_F(ProgramCommands, InfoTellsTheFactsOfTheBox) {
   Box().Tell("set box-version 3.4 signature0 0xA5 signature1 0x02 battery 100");
-  const Json box = DocumentOf("info" + PortOption(), 0)["box"];
+  Json box = DocumentOf("info" + PortOption(), 0)["box"];
   EXPECT_EQ(box["version"], "3.4");
   EXPECT_EQ(box["signature"], (Json{0xA5, 2}));
   EXPECT_EQ(box["kind"], "short supply");
@@ -35,7 +35,7 @@ TEST_F(ProgramCommands, InfoTellsTheFactsOfTheBox) {
 
 TEST_F(ProgramCommands, ReadTellsTheRecordWithItsNamesAndTheRadioSettings) {
   Box().Tell("set version 8.0 util 42 reading 654321 tamper 0x83 mif 3 txi 7 br-msb 17");
-  const Json document = DocumentOf("read" + PortOption(), 0);
+  Json document = DocumentOf("read" + PortOption(), 0);
   EXPECT_EQ(document["port"], Port());
   EXPECT_EQ(document["version"], "8.0");
   EXPECT_EQ(document["record"]["Util"], 42);
@@ -59,7 +59,7 @@ TEST_F(ProgramCommands, ResetTakesTheTamperCountAway) {
 }
 
 TEST_F(ProgramCommands, ResetIsNotDoneWhereNobodyCanBeAsked) {
-  const Json document = DocumentOf("reset" + PortOption(), 8);
+  Json document = DocumentOf("reset" + PortOption(), 8);
   EXPECT_NE(document["error"]["next"].get<std::string>().find("--yes"), std::string::npos);
   EXPECT_EQ(Box().Frames(), Journal{});
   EXPECT_EQ(Box().Supply(), Journal{});
@@ -119,7 +119,7 @@ TEST_F(ProgramCommands, WriteJudgesNamesAndRangesBeforeAnythingIsSent) {
 TEST_F(ProgramCommands, MessagesGoInAsManyFramesAsTheyNeed) {
   Box().Tell("message 8 12 34");
   Box().Tell("message 17 01 02 03 04");
-  const Json messages = DocumentOf("messages" + PortOption(), 0)["messages"];
+  Json messages = DocumentOf("messages" + PortOption(), 0)["messages"];
   ASSERT_EQ(messages.size(), 11u);
   EXPECT_EQ(messages[0]["data"], 0x1234);
   EXPECT_EQ(messages[0]["name"], "Message 8");
@@ -128,7 +128,7 @@ TEST_F(ProgramCommands, MessagesGoInAsManyFramesAsTheyNeed) {
 }
 
 TEST_F(ProgramCommands, MessagesOfTheCatalogAreListedWithoutABox) {
-  const Json messages = DocumentOf("messages --list 17 8", 0)["messages"];
+  Json messages = DocumentOf("messages --list 17 8", 0)["messages"];
   ASSERT_EQ(messages.size(), 2u);
   EXPECT_EQ(messages[0]["length"], 4);
   EXPECT_FALSE(messages[0].contains("data"));
@@ -142,14 +142,14 @@ TEST_F(ProgramCommands, ProbeSaysWhichLineItRaisesAndFindsTheBox) {
   EXPECT_NE(outcome.output.find("This raises DTR of COM" + std::to_string(Port())),
             std::string::npos)
       << outcome.output;
-  const Json ports = DocumentOf("probe --yes" + PortOption(), 0)["ports"];
+  Json ports = DocumentOf("probe --yes" + PortOption(), 0)["ports"];
   ASSERT_EQ(ports.size(), 1u);
   EXPECT_EQ(ports[0]["outcome"], "box");
   EXPECT_EQ(ports[0]["number"], Port());
 }
 
 TEST_F(ProgramCommands, ProbeRaisesNoLineWithoutAYes) {
-  const Json document = DocumentOf("probe" + PortOption(), 8);
+  Json document = DocumentOf("probe" + PortOption(), 8);
   EXPECT_NE(document["error"]["problem"].get<std::string>().find("raises DTR"), std::string::npos);
   EXPECT_EQ(Box().Supply(), Journal{});
 }
@@ -184,7 +184,7 @@ TEST_F(ProgramCommands, TheSimulatorIsNamed) {
 
 TEST_F(ProgramCommands, WithoutARegistrationItSaysHowToRegister) {
   ASSERT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
-  const Json document = DocumentOf("info" + PortOption(), 3);
+  Json document = DocumentOf("info" + PortOption(), 3);
   EXPECT_NE(document["error"]["next"].get<std::string>().find("regsvr32.exe"), std::string::npos);
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
 }
