@@ -62,9 +62,11 @@ ExitCode Watch(const Options& options, Report& report) {
     const std::string type = step ? step->type : "";
     const std::string text = step ? step->step : line->text;
     const std::string program = ProcessName(line->process);
-    report.Line(TimeText(now) + "  " + (program.empty() ? "?" : program) + " (" +
-                std::to_string(line->process) + ")  " +
-                (type.empty() || type == "INFO" ? "" : type + " ") + text);
+    std::string shown = TimeText(now);
+    shown.append("  ").append(program.empty() ? "?" : program);
+    shown.append(" (").append(std::to_string(line->process)).append(")  ");
+    if (!type.empty() && type != "INFO") shown.append(type).append(" ");
+    report.Line(shown.append(text));
     if (report.IsJson()) {
       entries.push_back({{"time", TimeText(now)},
                          {"process", line->process},
