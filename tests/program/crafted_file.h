@@ -12,7 +12,7 @@ namespace qmzentrel::program_tests {
 class CraftedFile {
  public:
   /// `clr_flags`: a program of .NET with these flags in its header.
-  CraftedFile(WORD machine, std::optional<DWORD> clr_flags = std::nullopt);
+  explicit CraftedFile(WORD machine, std::optional<DWORD> clr_flags = std::nullopt);
   /// With any contents.
   explicit CraftedFile(const std::string& contents);
   ~CraftedFile();
