@@ -26,14 +26,20 @@ function(qmzentrel_add_test name program)
   qmzentrel_wine_test(${name} COMMAND ${command})
 endfunction()
 
-# qmzentrel_wine_test(NAME [COST SECONDS] [ENVIRONMENT...] COMMAND...): a command that starts Windows
-# programs. What costs much begins first, also where no run before has shown what costs how much.
+# qmzentrel_wine_test(NAME [BOTH_WIDTHS] [COST SECONDS] [ENVIRONMENT...] COMMAND...): a command that
+# starts Windows programs, with BOTH_WIDTHS also of 64-bit Windows. What costs much begins first, also
+# where no run before has shown what costs how much.
 function(qmzentrel_wine_test name)
-  cmake_parse_arguments(test "" "COST" "ENVIRONMENT;COMMAND" ${ARGN})
+  cmake_parse_arguments(test "BOTH_WIDTHS" "COST" "ENVIRONMENT;COMMAND" ${ARGN})
   add_test(NAME ${name} COMMAND ${QMZ_WITH_PREFIX} ${test_COMMAND})
+  set(fixture error_component)
+  if(test_BOTH_WIDTHS)
+    string(APPEND fixture _both_widths)
+    list(APPEND test_ENVIRONMENT QMZ_WINE_WIDTHS=both)
+  endif()
   set_tests_properties(${name} PROPERTIES
     ENVIRONMENT "QMZ_DLL=$<TARGET_FILE:QmZentrel>;${test_ENVIRONMENT}"
-    FIXTURES_REQUIRED error_component
+    FIXTURES_REQUIRED ${fixture}
     TIMEOUT 300)
   if(test_COST)
     set_tests_properties(${name} PROPERTIES COST ${test_COST})

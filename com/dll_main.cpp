@@ -5,6 +5,7 @@
 #include <ole2.h>
 
 #include <new>
+#include <string_view>
 
 #include "QmZentrel_h.h"
 #include "com/class_factory.h"
@@ -56,4 +57,11 @@ STDAPI DllRegisterServer() {
 
 STDAPI DllUnregisterServer() {
   return qmzentrel::com::UnregisterComponent();
+}
+
+// regsvr32 /n /i:surrogate, and /u with it to take it back.
+STDAPI DllInstall(BOOL install, PCWSTR choice) {
+  if (choice == nullptr || choice != std::wstring_view(L"surrogate")) return E_INVALIDARG;
+  return install != FALSE ? qmzentrel::com::RegisterSurrogate()
+                          : qmzentrel::com::UnregisterSurrogate();
 }

@@ -138,6 +138,13 @@ void RemoveClassesKey(const ClassesKey& key) {
   Require(RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), key.view, 0));
 }
 
+void RemoveClassesValue(const ClassesKey& key, const std::wstring& name) {
+  OpenKey opened;
+  LSTATUS result = opened.Open(FullPath(key), KEY_SET_VALUE | key.view);
+  if (result == ERROR_SUCCESS) result = RegDeleteValueW(opened.Get(), name.c_str());
+  if (result != ERROR_FILE_NOT_FOUND) Require(result);
+}
+
 void RemoveEmptyClassesKey(const ClassesKey& key) {
   const std::wstring path = FullPath(key);
   DWORD children = 0;

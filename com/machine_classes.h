@@ -64,6 +64,9 @@ std::wstring ReadClassesText(const ClassesKey& key);
 /// Removes a key with everything below it, if it is there. Throws ComError.
 void RemoveClassesKey(const ClassesKey& key);
 
+/// Removes a named value, if it is there. Throws ComError.
+void RemoveClassesValue(const ClassesKey& key, const std::wstring& name);
+
 /// Removes a key if there is no other below it. Throws ComError.
 void RemoveEmptyClassesKey(const ClassesKey& key);
 

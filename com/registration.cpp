@@ -66,36 +66,77 @@ void WriteLibrary(ClassesWriter& writer) {
   writer.Write(version.Below(L"0\\win32"), L"", file);
 }
 
+ClassesKey WriteInterface(ClassesWriter& writer, const Interface& described, REGSAM view) {
+  ClassesKey key = InterfaceKey(described, view);
+  writer.Write(key, L"", described.name);
+  writer.Write(key.Below(L"ProxyStubClsid32"), L"", described.marshaller);
+  return key;
+}
+
 // 64-bit clients call through a process that stands between, so their marshallers are asked too.
-void WriteInterfaces(ClassesWriter& writer) {
+void WritePresentInterfaces(ClassesWriter& writer) {
   for (const REGSAM view : ClassesViews()) {
-    const auto write_key = [&](const Interface& described) {
-      ClassesKey key = InterfaceKey(described, view);
-      writer.Write(key, L"", described.name);
-      writer.Write(key.Below(L"ProxyStubClsid32"), L"", described.marshaller);
-      return key;
-    };
     for (const Interface& present : kInterfaces) {
-      const ClassesKey key = write_key(present);
+      const ClassesKey key = WriteInterface(writer, present, view);
       writer.Write(key.Below(L"ProxyStubClsid"), L"", present.marshaller);
       const ClassesKey library = key.Below(L"TypeLib");
       writer.Write(library, L"", GuidText(LIBID_QmZentrel));
       writer.Write(library, L"Version", kLibraryVersion);
     }
+  }
+}
+
+void WriteEarlierNames(ClassesWriter& writer) {
+  for (const REGSAM view : ClassesViews()) {
     for (const Interface& earlier : kEarlierNames) {
-      writer.Write(write_key(earlier).Below(L"Forward"), L"", GuidText(IID__Zentrel));
+      const ClassesKey key = WriteInterface(writer, earlier, view);
+      writer.Write(key.Below(L"Forward"), L"", GuidText(IID__Zentrel));
     }
   }
 }
 
-}  // namespace
+// What a process of its own for the class is started by. Programs of both widths see the same key.
+ClassesKey ApplicationKey() {
+  return {L"AppID\\" + GuidText(kClass.identifier)};
+}
 
-HRESULT RegisterComponent() noexcept {
+void WriteSurrogate(ClassesWriter& writer) {
+  if (!kClass.IsRegistered()) {
+    throw ComError{REGDB_E_CLASSNOTREG, "The component has to be registered first"};
+  }
+  writer.Write(ApplicationKey(), L"", kClass.programmatic_identifier);
+  writer.Write(ApplicationKey(), L"DllSurrogate", L"");  // none of ours: the system's
+  // Where a registration of an earlier version has not: without them nothing passes between.
+  WritePresentInterfaces(writer);
+  writer.Write(kClass.Key(), L"AppID", GuidText(kClass.identifier));
+}
+
+// Each step runs whatever became of the others: what can go, goes.
+class Removal {
+ public:
+  template <class Step>
+  void Attempt(Step step) noexcept {
+    try {
+      step();
+    } catch (...) {
+      result_ = ReportErrorInProgress();
+    }
+  }
+  HRESULT Result() const { return result_; }
+
+ private:
+  HRESULT result_ = S_OK;
+};
+
+void RemoveSurrogate(Removal& removal) {
+  removal.Attempt([] { RemoveClassesValue(kClass.Key(), L"AppID"); });
+  removal.Attempt([] { RemoveClassesKey(ApplicationKey()); });
+}
+
+HRESULT WriteAllOrNothing(void (*write)(ClassesWriter&)) noexcept {
   try {
     ClassesWriter writer;
-    WriteClass(writer);
-    WriteLibrary(writer);
-    WriteInterfaces(writer);
+    write(writer);
     writer.Keep();
     return S_OK;
   } catch (...) {
@@ -103,30 +144,44 @@ HRESULT RegisterComponent() noexcept {
   }
 }
 
+}  // namespace
+
+HRESULT RegisterComponent() noexcept {
+  return WriteAllOrNothing([](ClassesWriter& writer) {
+    WriteClass(writer);
+    WriteLibrary(writer);
+    WritePresentInterfaces(writer);
+    WriteEarlierNames(writer);
+  });
+}
+
 HRESULT UnregisterComponent() noexcept {
-  HRESULT result = S_OK;
-  const auto attempt = [&result](auto step) {
-    try {
-      step();
-    } catch (...) {
-      result = ReportErrorInProgress();
-    }
-  };
-  const auto remove_interface = [&attempt](const Interface& described) {
+  Removal removal;
+  RemoveSurrogate(removal);
+  const auto remove_interface = [&removal](const Interface& described) {
     for (const REGSAM view : ClassesViews()) {
-      attempt([&] { RemoveClassesKey(InterfaceKey(described, view)); });
+      removal.Attempt([&] { RemoveClassesKey(InterfaceKey(described, view)); });
     }
   };
-  // Each step runs whatever became of the others: what can go, goes.
   for (const Interface& present : kInterfaces) remove_interface(present);
   for (const Interface& earlier : kEarlierNames) remove_interface(earlier);
-  attempt([] {
+  removal.Attempt([] {
     RemoveClassesKey(LibraryKey().Below(kLibraryVersion));
     RemoveEmptyClassesKey(LibraryKey());  // another version of it may be there
   });
-  attempt([] { kClass.RemoveIdentifier(); });
-  attempt([] { kClass.RemoveProgrammaticIdentifier(); });
-  return result;
+  removal.Attempt([] { kClass.RemoveIdentifier(); });
+  removal.Attempt([] { kClass.RemoveProgrammaticIdentifier(); });
+  return removal.Result();
+}
+
+HRESULT RegisterSurrogate() noexcept {
+  return WriteAllOrNothing(WriteSurrogate);
+}
+
+HRESULT UnregisterSurrogate() noexcept {
+  Removal removal;
+  RemoveSurrogate(removal);
+  return removal.Result();
 }
 
 }  // namespace qmzentrel::com

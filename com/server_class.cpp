@@ -13,6 +13,10 @@ ClassesKey ServerClass::Key() const {
   return {L"CLSID\\" + GuidText(identifier)};
 }
 
+bool ServerClass::IsRegistered() const {
+  return !ReadClassesText(Key().Below(L"ProgID")).empty();
+}
+
 void ServerClass::Write(ClassesWriter& writer) const {
   const ClassesKey server = Key().Below(L"InprocServer32");
   writer.Write(Key(), L"", programmatic_identifier);

@@ -15,6 +15,8 @@ struct ServerClass {
   const wchar_t* threading_model;
 
   ClassesKey Key() const;
+  /// Whichever library is its server.
+  bool IsRegistered() const;
 
   /// Under both its identifiers, with this library as its server. Throws ComError.
   void Write(ClassesWriter& writer) const;

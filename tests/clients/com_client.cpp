@@ -42,6 +42,7 @@ Library Load() {
   Find(library.module, "DllCanUnloadNow", library.CanUnloadNow);
   Find(library.module, "DllRegisterServer", library.RegisterServer);
   Find(library.module, "DllUnregisterServer", library.UnregisterServer);
+  Find(library.module, "DllInstall", library.Install);
   return library;
 }
 

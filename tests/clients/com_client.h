@@ -26,6 +26,7 @@ struct Library {
   HRESULT(STDAPICALLTYPE* CanUnloadNow)();
   HRESULT(STDAPICALLTYPE* RegisterServer)();
   HRESULT(STDAPICALLTYPE* UnregisterServer)();
+  HRESULT(STDAPICALLTYPE* Install)(BOOL, PCWSTR);
 };
 
 /// Loaded once, COM initialised for the calling thread as a single-threaded apartment. Ends the

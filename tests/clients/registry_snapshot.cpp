@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <array>
 #include <cstddef>
 
 namespace qmzentrel::clients {
@@ -10,10 +11,10 @@ namespace {
 constexpr DWORD kLongestName = 1024;
 constexpr std::size_t kLargestData = 65536;
 
-void Collect(HKEY parent, const std::wstring& name, const std::wstring& path,
+void Collect(HKEY parent, const std::wstring& name, const std::wstring& path, REGSAM view,
              RegistrySnapshot& snapshot) {
   HKEY key = nullptr;
-  if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+  if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) return;
   snapshot[path] = {};
   std::wstring text(kLongestName, L'\0');
   std::vector<unsigned char> data(kLargestData);
@@ -36,7 +37,7 @@ void Collect(HKEY parent, const std::wstring& name, const std::wstring& path,
       break;
     }
     const std::wstring child = text.substr(0, length);
-    Collect(key, child, std::wstring(path).append(L"\\").append(child), snapshot);
+    Collect(key, child, std::wstring(path).append(L"\\").append(child), view, snapshot);
   }
   RegCloseKey(key);
 }
@@ -54,17 +55,24 @@ void List(const char* mark, const RegistrySnapshot& left, const RegistrySnapshot
 
 RegistrySnapshot TakeRegistrySnapshot() {
   RegistrySnapshot snapshot;
-  Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", L"machine", snapshot);
-  Collect(HKEY_CURRENT_USER, L"Software\\Classes", L"user", snapshot);
+  Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", L"machine", 0, snapshot);
+  Collect(HKEY_CURRENT_USER, L"Software\\Classes", L"user", 0, snapshot);
   return snapshot;
 }
 
-RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys) {
+RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys, RegistryView view) {
+  constexpr std::array<REGSAM, 3> kAccess = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
   RegistrySnapshot snapshot;
   for (const std::wstring& key : keys) {
-    Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + key, L"machine\\" + key, snapshot);
+    Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + key, L"machine\\" + key,
+            kAccess.at(static_cast<std::size_t>(view)), snapshot);
   }
   return snapshot;
+}
+
+bool HasBothWidths() {
+  BOOL narrow = FALSE;
+  return IsWow64Process(GetCurrentProcess(), &narrow) != FALSE && narrow != FALSE;
 }
 
 std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right) {

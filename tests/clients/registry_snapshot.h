@@ -13,8 +13,15 @@ using RegistrySnapshot = std::map<std::wstring, std::vector<unsigned char>>;
 
 RegistrySnapshot TakeRegistrySnapshot();
 
+/// What the calling program sees, what 32-bit ones do, what 64-bit ones do.
+enum class RegistryView { kOwn, k32, k64 };
+
 /// The same of some keys of the machine's classes only, which takes no seconds.
-RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys);
+RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys,
+                                      RegistryView view = RegistryView::kOwn);
+
+/// Whether the system has programs of both widths, and a registry for each.
+bool HasBothWidths();
 
 /// The entries that only one of the two has, or that differ, one per line.
 std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right);

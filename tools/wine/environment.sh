@@ -1,8 +1,18 @@
 # Sourced by whatever starts Wine: the project's own 32-bit prefix under build/, never the user's.
+# With QMZ_WINE_WIDTHS=both a prefix for 64-bit programs as well, and the Wine that can have it.
 # No display unless one is named in QMZ_DISPLAY: everything but the look of a window works without.
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-export WINEPREFIX=${QMZ_WINEPREFIX:-$root/build/wine}
-export WINEARCH=win32
+if [ "${QMZ_WINE_WIDTHS:-}" = both ]; then
+  first_prefix=$root/build/both_widths/wine
+  test_prefixes=$root/build/both_widths/wine_tests
+  export WINEARCH=win64
+  PATH=$root/build/both_widths/bin:$PATH
+else
+  first_prefix=$root/build/wine
+  test_prefixes=$root/build/wine_tests
+  export WINEARCH=win32
+fi
+export WINEPREFIX=${QMZ_WINEPREFIX:-$first_prefix}
 export WINEDEBUG=${WINEDEBUG:--all}
 # Neither is used, and both would ask for a download.
 export WINEDLLOVERRIDES='mscoree,mshtml='
