@@ -1,7 +1,9 @@
 #include "com/class_factory.h"
 
 #include "com/error_info.h"
+#include "com/worker_apartment.h"
 #include "com/zentrel_object.h"
+#include "platform/win32/surrogate.h"
 
 namespace qmzentrel::com {
 
@@ -10,6 +12,8 @@ STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** o
   *object = nullptr;
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
   DropStaleErrorInfo();
+  // Another client's command would hold it up there, wherever the system wants it.
+  if (platform::InSurrogate()) return CreateInWorkerApartment(riid, object);
   return ResultOf([&] {
     const platform::ComPointer<_Zentrel> created = ZentrelObject::Create();
     return created->QueryInterface(riid, object);

@@ -28,12 +28,16 @@ struct ListedConnectionPoint {
 }  // namespace
 
 platform::ComPointer<_Zentrel> ZentrelObject::Create() {
+  return CreateForThread(0);
+}
+
+platform::ComPointer<_Zentrel> ZentrelObject::CreateForThread(DWORD thread) {
   platform::ComPointer<_Zentrel> created;
-  *created.Receive() = new ZentrelObject;
+  *created.Receive() = new ZentrelObject(thread);
   return created;
 }
 
-ZentrelObject::ZentrelObject() : core_(Zentrel::Create()) {
+ZentrelObject::ZentrelObject(DWORD thread) : core_(Zentrel::Create()), thread_(thread) {
   core_->Events(this);
 }
 
@@ -41,6 +45,7 @@ ZentrelObject::~ZentrelObject() {
   ++uses_;  // a sink that goes may still touch the object
   core_->Events(nullptr);
   events_.ReleaseSinks();
+  if (thread_ != 0) PostThreadMessageW(thread_, WM_QUIT, 0, 0);
 }
 
 STDMETHODIMP ZentrelObject::QueryInterface(REFIID riid, void** object) {

@@ -33,6 +33,8 @@ class ZentrelObject final : public _Zentrel,
  public:
   /// A new object. Raises what the core raises.
   static platform::ComPointer<_Zentrel> Create();
+  /// One that ends the message loop of `thread`, which has nothing else to do, as it goes.
+  static platform::ComPointer<_Zentrel> CreateForThread(DWORD thread);
 
   ZentrelObject(const ZentrelObject&) = delete;
   ZentrelObject& operator=(const ZentrelObject&) = delete;
@@ -109,7 +111,7 @@ class ZentrelObject final : public _Zentrel,
     ZentrelObject& object_;
   };
 
-  ZentrelObject();
+  explicit ZentrelObject(DWORD thread);
   ~ZentrelObject() override;
 
   void DeleteIfUnused() {
@@ -129,6 +131,7 @@ class ZentrelObject final : public _Zentrel,
   bool out_of_stack_ = false;
   ConnectionPoint events_{*this};
   std::shared_ptr<Zentrel> core_;
+  const DWORD thread_;  // 0: the client's
 };
 
 }  // namespace qmzentrel::com

@@ -13,4 +13,8 @@ bool HasVisibleDesktop();
 /// works with. Null when there is none, or when it does not answer.
 HWND ClientWindow();
 
+/// Where a window of ours goes that stands in front of `owner`: above all windows of the desktop if
+/// the client has none in this process at all, where it would come up behind that of another one.
+bool GoesAboveAll(HWND owner);
+
 }  // namespace qmzentrel::platform

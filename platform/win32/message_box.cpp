@@ -47,10 +47,11 @@ BOOL CALLBACK CloseBox(HWND window, LPARAM title) {
 // Whether a box was seen, be it that the end of the program has closed it.
 bool Show(HWND owner, const std::wstring& title, const std::wstring& text) {
   const bool owner_was_enabled = owner != nullptr && IsWindowEnabled(owner) != FALSE;
+  const UINT place = GoesAboveAll(owner) ? MB_TOPMOST | MB_SETFOREGROUND : 0;
   try {
     // Below 0 is how some systems say that there was none.
     return CallOut([&] {
-             return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP);
+             return MessageBoxW(owner, text.c_str(), title.c_str(), MB_OK | MB_ICONSTOP | place);
            }) > 0 ||
            IsQuitPending();
   } catch (const ClientUnwinding&) {

@@ -298,6 +298,9 @@ void Dialog::Begin() {
   }
   for (const int text : kTexts) SendMessageW(Control(text), EM_LIMITTEXT, kMostLetters, 0);
   AlignBoxes();
+  if (GoesAboveAll(owner_)) {  // while it owns no tips, below which it would go
+    SetWindowPos(window_, HWND_TOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+  }
   tips_.Begin(window_);
   for (const int label : kCatalogLabels) tips_.Add(Control(label));
   Refresh();

@@ -1,0 +1,398 @@
+// A client that asks for the class in whatever place the system has it: compiled for 64 bits it
+// gets the system's surrogate process, for 32 bits the library in its own. Its script registers,
+// fills the catalog and keeps a box.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+// After it, which they need.
+#include <tlhelp32.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "QmZentrel_h.h"
+#include "platform/win32/com_pointer.h"
+#include "tests/automation/scripted_object.h"
+#include "tests/clients/com_client.h"
+#include "tests/clients/event_sink.h"
+#include "tests/clients/message_pump.h"
+
+namespace qmzentrel::clients {
+namespace {
+
+constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFF);
+constexpr HRESULT kServerHasGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
+constexpr bool kWide = sizeof(void*) == 8;
+constexpr DWORD kPatienceMs = 30000;
+
+HRESULT Create(ComPointer<_Zentrel>& object, DWORD context = CLSCTX_ALL) {
+  return CoCreateInstance(CLSID_Zentrel, nullptr, context, IID__Zentrel, object.ReceiveVoid());
+}
+
+short Port() {
+  return static_cast<short>(std::atoi(std::getenv("QMZ_PORT")));
+}
+
+std::set<DWORD> Surrogates() {
+  std::set<DWORD> found;
+  const HANDLE processes = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof entry;
+  for (BOOL more = Process32FirstW(processes, &entry); more != FALSE;
+       more = Process32NextW(processes, &entry)) {
+    if (lstrcmpiW(entry.szExeFile, L"dllhost.exe") == 0) found.insert(entry.th32ProcessID);
+  }
+  CloseHandle(processes);
+  return found;
+}
+
+// --- Where the object is ---
+
+TEST(SurrogateUnregistered, IsNoClass) {
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  ComPointer<_Zentrel> object;
+  EXPECT_EQ(Create(object), REGDB_E_CLASSNOTREG);
+}
+
+// In a single-threaded apartment and in the multithreaded one.
+class SurrogateClient : public testing::TestWithParam<DWORD> {
+ protected:
+  SurrogateClient() { EXPECT_EQ(CoInitializeEx(nullptr, GetParam()), S_OK); }
+  ~SurrogateClient() override {
+    object.Reset();
+    CoUninitialize();
+  }
+  void SetUp() override { ASSERT_EQ(Create(object), S_OK); }
+
+  ComPointer<_Zentrel> object;
+};
+INSTANTIATE_TEST_SUITE_P(Apartments, SurrogateClient,
+                         testing::Values(COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED),
+                         [](const auto& kind) {
+                           return kind.param == COINIT_MULTITHREADED ? "Multi" : "Single";
+                         });
+
+TEST_P(SurrogateClient, HasTheLibraryInItsOwnProcessExactlyWhereThatCanBe) {
+  EXPECT_EQ(GetModuleHandleW(L"QmZentrel.dll") != nullptr, !kWide);
+  if (kWide) {
+    EXPECT_FALSE(Surrogates().empty());
+  }
+}
+
+TEST_P(SurrogateClient, SetsAndReadsProperties) {
+  ASSERT_EQ(object->put_Util(17), S_OK);
+  LONG util = 0;
+  EXPECT_EQ(object->get_Util(&util), S_OK);
+  EXPECT_EQ(util, 17);
+  EXPECT_EQ(Let(object.Get(), L"Util", Value::Short(42)).result, S_OK);
+  EXPECT_EQ(Get(object.Get(), L"Util").value.AsLong(), 42);
+  VARIANT_BOOL toggle = VARIANT_FALSE;
+  EXPECT_EQ(object->put_IDToggle(VARIANT_TRUE), S_OK);
+  EXPECT_EQ(object->get_IDToggle(&toggle), S_OK);
+  EXPECT_EQ(toggle, VARIANT_TRUE);
+}
+
+TEST_P(SurrogateClient, GetsTheTextOfAStatus) {
+  BSTR text = nullptr;
+  ASSERT_EQ(object->Status(static_cast<ZentrelStatus>(1), &text), S_OK);
+  EXPECT_EQ(Taken(text), L"Timeout");
+  EXPECT_EQ(Call(object.Get(), L"Status", {Value::Long(1)}).value.AsText(), L"Timeout");
+}
+
+TEST_P(SurrogateClient, GetsAnErrorWithSourceAndDescription) {
+  Value identifiers = Value::LongArray({8});
+  Value data = Value::LongArray({1});
+  const Outcome late =
+      Call(object.Get(), L"TELIC2Read",
+           {Value::Long(2), Value::ReferenceTo(identifiers), Value::ReferenceTo(data)});
+  EXPECT_EQ(late.result, DISP_E_EXCEPTION);
+  EXPECT_EQ(late.scode, kReportedFault);
+  EXPECT_EQ(late.source, L"QmZentrel");
+  EXPECT_FALSE(late.description.empty());
+  // Early bound the code; not every system carries the words across.
+  SAFEARRAY* none = nullptr;
+  ZentrelStatus status{};
+  EXPECT_EQ(object->TELIC2Read(1, &none, &none, &status), kReportedFault);
+}
+
+TEST_P(SurrogateClient, HasItsComboBoxFilled) {
+  std::vector<std::wstring> items;
+  automation::ScriptedObject box;
+  using Use = automation::ScriptedObject::Use;
+  box.members = {
+      {L"Clear",
+       [&](const Use&) {
+         items.clear();
+         return S_OK;
+       }},
+      {L"AddItem",
+       [&](const Use& use) {
+         items.emplace_back(use.Text(0));
+         return S_OK;
+       }},
+      {L"NewIndex",
+       [&](const Use& use) { return use.GiveShort(static_cast<LRESULT>(items.size()) - 1); }},
+      {L"ItemData", [](const Use& use) { return use.IsLet() ? S_OK : use.GiveShort(0); }},
+      {L"ListCount",
+       [&](const Use& use) { return use.GiveShort(static_cast<LRESULT>(items.size())); }},
+      {L"ListIndex", [](const Use&) { return S_OK; }}};
+  IDispatch* argument = &box;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  EXPECT_EQ(object->TELIC2EnumMessages(&argument, 8, &done), S_OK);
+  EXPECT_EQ(done, VARIANT_TRUE);
+  EXPECT_GT(items.size(), 1u);
+}
+
+// An attached sink, detached as it goes.
+class Attached {
+ public:
+  explicit Attached(_Zentrel* object) {
+    const auto container = As<IConnectionPointContainer>(object, IID_IConnectionPointContainer);
+    EXPECT_EQ(container->FindConnectionPoint(DIID___Zentrel, point_.Receive()), S_OK);
+    EXPECT_EQ(point_->Advise(sink_.Get(), &cookie_), S_OK);
+  }
+  ~Attached() { EXPECT_EQ(point_->Unadvise(cookie_), S_OK); }
+  Attached(const Attached&) = delete;
+  Attached& operator=(const Attached&) = delete;
+
+  std::vector<bool>& States() { return sink_.Get()->states; }
+
+ private:
+  static ComPointer<EventSink> NewSink() {
+    ComPointer<EventSink> sink;
+    *sink.Receive() = new EventSink;
+    return sink;
+  }
+  ComPointer<EventSink> sink_ = NewSink();
+  ComPointer<IConnectionPoint> point_;
+  DWORD cookie_ = 0;
+};
+
+TEST_P(SurrogateClient, GetsTheEventsOfCommandsAndOfTheCountDown) {
+  Attached sink(object.Get());
+  EXPECT_EQ(object->put_PowerManagement(VARIANT_FALSE), S_OK);
+  EXPECT_EQ(sink.States(), std::vector<bool>{true});
+  EXPECT_EQ(object->put_PowerManagement(VARIANT_TRUE), S_OK);
+  EXPECT_EQ(object->put_PowerTimeout(1), S_OK);
+  const std::size_t before = sink.States().size();
+  EXPECT_EQ(object->put_Power(VARIANT_FALSE), S_OK);
+  // No call of the client's any more: its object counts by itself.
+  EXPECT_TRUE(PumpUntil([&] { return sink.States().size() > before; }, kPatienceMs));
+  EXPECT_FALSE(sink.States().back());
+}
+
+// --- With a box ---
+
+TEST_P(SurrogateClient, WorksABoxWithArraysThereAndBack) {
+  ZentrelStatus status{};
+  ASSERT_EQ(object->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
+  ASSERT_EQ(status, 0);
+  ASSERT_EQ(object->DeviceInit(&status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(object->ReadXpdr(&status), S_OK);
+  EXPECT_EQ(status, 0);
+  Value identifiers = Value::LongArray({8, 9});
+  Value written = Value::LongArray({0x1234, 0x5678});
+  Outcome outcome =
+      Call(object.Get(), L"TELIC2Write",
+           {Value::Long(2), Value::ReferenceTo(identifiers), Value::ReferenceTo(written)});
+  EXPECT_EQ(outcome.value.AsLong(), 0);
+  SAFEARRAY* messages = V_ARRAY(&identifiers.Raw());
+  Value read = Value::LongArray({-1, -1});
+  SAFEARRAY* data = V_ARRAY(&read.Raw());
+  EXPECT_EQ(object->TELIC2Read(2, &messages, &data, &status), S_OK);
+  V_ARRAY(&read.Raw()) = data;
+  V_ARRAY(&identifiers.Raw()) = messages;
+  EXPECT_EQ(status, 0);
+  for (LONG i = 0; i < 2; ++i) {
+    LONG number = 0;
+    EXPECT_EQ(SafeArrayGetElement(data, &i, &number), S_OK);
+    EXPECT_EQ(number, i == 0 ? 0x1234 : 0x5678);
+  }
+  EXPECT_EQ(object->DeviceClose(&status), S_OK);
+}
+
+struct Work {
+  _Zentrel* object;
+  std::atomic<bool> begun{false};
+  std::atomic<bool> ended{false};
+  ZentrelStatus status{};
+};
+
+DWORD WINAPI Write(void* argument) {
+  auto& work = *static_cast<Work*>(argument);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  work.begun = true;
+  work.object->WriteXpdr(&work.status);
+  work.ended = true;
+  CoUninitialize();
+  return 0;
+}
+
+// Two objects that one process has for its clients.
+TEST(SurrogateObjects, DoNotHoldEachOtherUp) {
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+  const std::set<DWORD> before = Surrogates();
+  ComPointer<IClassFactory> factory;
+  ASSERT_EQ(CoGetClassObject(CLSID_Zentrel, CLSCTX_LOCAL_SERVER, nullptr, IID_IClassFactory,
+                             factory.ReceiveVoid()),
+            S_OK);
+  ComPointer<_Zentrel> waiting;
+  ComPointer<_Zentrel> other;
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID__Zentrel, waiting.ReceiveVoid()), S_OK);
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID__Zentrel, other.ReceiveVoid()), S_OK);
+  EXPECT_EQ(Surrogates().size(), before.size() + 1);
+  ZentrelStatus status{};
+  ASSERT_EQ(waiting->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
+  ASSERT_EQ(status, 0);
+
+  // The box is silent: the call lasts.
+  Work work{waiting.Get()};
+  const HANDLE thread = CreateThread(nullptr, 0, Write, &work, 0, nullptr);
+  while (!work.begun) Sleep(1);
+  Sleep(500);
+  LONG util = -1;
+  EXPECT_EQ(other->put_Util(5), S_OK);
+  EXPECT_EQ(other->get_Util(&util), S_OK);
+  EXPECT_EQ(util, 5);
+  EXPECT_FALSE(work.ended) << "the other object has waited for it";
+  EXPECT_EQ(WaitForSingleObject(thread, kPatienceMs), WAIT_OBJECT_0);
+  CloseHandle(thread);
+  EXPECT_EQ(work.status, 1);
+  waiting->DeviceClose(&status);
+  // Their threads end with them, and the others go on.
+  waiting.Reset();
+  EXPECT_EQ(other->get_Util(&util), S_OK);
+  other.Reset();
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID__Zentrel, other.ReceiveVoid()), S_OK);
+  EXPECT_EQ(other->get_Util(&util), S_OK);
+  other.Reset();
+  factory.Reset();
+  CoUninitialize();
+}
+
+// --- The process ends ---
+
+TEST(SurrogateProcess, KilledIsNoticedAtOnceAndReplaced) {
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  const std::set<DWORD> before = Surrogates();
+  ComPointer<_Zentrel> object;
+  ASSERT_EQ(Create(object), S_OK);
+  LONG util = 0;
+  ASSERT_EQ(object->get_Util(&util), S_OK);
+  DWORD killed = 0;
+  for (const DWORD process : Surrogates()) {
+    if (!before.contains(process)) killed = process;
+  }
+  ASSERT_NE(killed, 0u);
+  const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, killed);
+  ASSERT_NE(TerminateProcess(process, 1), FALSE);
+  ASSERT_EQ(WaitForSingleObject(process, kPatienceMs), WAIT_OBJECT_0);
+  CloseHandle(process);
+  EXPECT_EQ(object->get_Util(&util), kServerHasGone);
+  EXPECT_EQ(Get(object.Get(), L"Util").result, kServerHasGone);
+  object.Reset();
+  ASSERT_EQ(Create(object), S_OK);
+  EXPECT_EQ(object->put_Util(9), S_OK);
+  EXPECT_EQ(object->get_Util(&util), S_OK);
+  EXPECT_EQ(util, 9);
+  object.Reset();
+  CoUninitialize();
+}
+
+// --- What comes up ---
+
+struct Sight {
+  std::wstring title;
+  int button;
+  bool came = false;
+  bool is_above_all = false;
+  bool is_above_client = false;
+  bool is_in_front = false;
+  HWND client = nullptr;
+};
+
+// From top to bottom.
+bool StandsAbove(HWND upper, HWND lower) {
+  for (HWND window = GetTopWindow(nullptr); window != nullptr;
+       window = GetWindow(window, GW_HWNDNEXT)) {
+    if (window == upper) return true;
+    if (window == lower) return false;
+  }
+  return false;
+}
+
+DWORD WINAPI LookAndPress(void* argument) {
+  auto& sight = *static_cast<Sight*>(argument);
+  HWND window = nullptr;
+  for (DWORD waited = 0; waited < kPatienceMs; waited += 50) {
+    window = FindWindowW(L"#32770", sight.title.c_str());
+    if (window != nullptr && IsWindowVisible(window) != FALSE) break;
+    window = nullptr;
+    Sleep(50);
+  }
+  if (window == nullptr) return 1;
+  Sleep(300);
+  sight.came = true;
+  sight.is_above_all = (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+  sight.is_above_client = StandsAbove(window, sight.client);
+  sight.is_in_front = GetForegroundWindow() == window;
+  PostMessageW(GetDlgItem(window, sight.button), BM_CLICK, 0, 0);
+  return 0;
+}
+
+// What stands on the screen while `call` runs in a client with a window.
+Sight SightDuring(const std::wstring& title, int button, const std::function<void()>& call) {
+  Sight sight{.title = title, .button = button};
+  sight.client = CreateWindowExW(0, L"STATIC", L"A client", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
+                                 700, 500, nullptr, nullptr, nullptr, nullptr);
+  SetForegroundWindow(sight.client);
+  const HANDLE user = CreateThread(nullptr, 0, LookAndPress, &sight, 0, nullptr);
+  call();
+  EXPECT_EQ(WaitForSingleObject(user, kPatienceMs), WAIT_OBJECT_0);
+  CloseHandle(user);
+  DestroyWindow(sight.client);
+  return sight;
+}
+
+void ExpectAboveTheClient(const Sight& sight) {
+  EXPECT_TRUE(sight.came);
+  EXPECT_TRUE(sight.is_above_client);
+  EXPECT_TRUE(sight.is_in_front);
+}
+
+TEST(SurrogateDialog, OfTheSimulatorComesUpAboveTheClientAndEndsTheCall) {
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  ComPointer<_Zentrel> object;
+  ASSERT_EQ(Create(object), S_OK);
+  ZentrelStatus status{};
+  constexpr int kNoTransponder = 1001;
+  const Sight sight = SightDuring(L"Zentrel Simulator - Read", kNoTransponder,
+                                  [&] { EXPECT_EQ(object->ReadXpdr(&status), S_OK); });
+  ExpectAboveTheClient(sight);
+  EXPECT_TRUE(sight.is_above_all);
+  EXPECT_NE(status, 0);
+  object.Reset();
+  CoUninitialize();
+}
+
+// Whether it is above all is the system's to say: the one under test leaves that wish alone.
+TEST(SurrogateBox, AboutAFaultComesUpAboveTheClientAndEndsTheCall) {
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  ComPointer<_Zentrel> object;
+  ASSERT_EQ(Create(object), S_OK);
+  SAFEARRAY* none = nullptr;
+  ZentrelStatus status{};
+  ExpectAboveTheClient(SightDuring(L"Application Error", IDOK, [&] {
+    EXPECT_EQ(object->TELIC2Read(1, &none, &none, &status), kReportedFault);
+  }));
+  object.Reset();
+  CoUninitialize();
+}
+
+}  // namespace
+}  // namespace qmzentrel::clients
