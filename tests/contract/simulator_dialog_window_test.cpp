@@ -112,6 +112,20 @@ TEST_F(SimulatorDialogWindow, TheClientsActiveWindowOwnsItAndTakesNoInputMeanwhi
   EXPECT_EQ(GetActiveWindow(), client.Get());
 }
 
+// Elsewhere it would come up behind the window of another process.
+TEST_F(SimulatorDialogWindow, StandsAboveAllOthersExactlyWhereTheClientHasNoWindow) {
+  const auto is_above_all = [this] {
+    LONG style = 0;
+    Show([&](DialogUser&, const DialogWindow& dialog) {
+      style = GetWindowLongW(dialog.Window(), GWL_EXSTYLE);
+    });
+    return (style & WS_EX_TOPMOST) != 0;
+  };
+  EXPECT_TRUE(is_above_all());
+  const ClientWindow client;
+  EXPECT_FALSE(is_above_all());
+}
+
 TEST_F(SimulatorDialogWindow, StandsInTheMiddleOfTheClientsWindow) {
   const ClientWindow client;
   RECT place{};
