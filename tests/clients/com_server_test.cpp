@@ -221,15 +221,15 @@ TEST_F(ComServer, TheLibraryImportsOnlyFromTheSystem) {
   for (const std::string& name : imported) EXPECT_TRUE(system.contains(name)) << name;
 }
 
-TEST_F(ComServer, TheLibraryExportsItsFourEntriesOnly) {
+TEST_F(ComServer, TheLibraryExportsItsFiveEntriesOnly) {
   const auto* const base = reinterpret_cast<const unsigned char*>(library.module);
   const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
   const DWORD offset =
       headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
   const auto* const exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + offset);
-  EXPECT_EQ(exports->NumberOfFunctions, 4u);
-  EXPECT_EQ(exports->NumberOfNames, 4u);
+  EXPECT_EQ(exports->NumberOfFunctions, 5u);
+  EXPECT_EQ(exports->NumberOfNames, 5u);
   EXPECT_STREQ(reinterpret_cast<const char*>(base + exports->Name), "QmZentrel.dll");
 }
 
