@@ -1,7 +1,8 @@
 { Compiles the project of a help file: compile_help PROJECT.hhp. The compiled file is made beside it.
 
   chmcmd of Free Pascal would do the same with the same units, but it writes the folder of the build
-  machine into each help context, so that no context leads to a topic. }
+  machine into each help context, so that no context leads to a topic, and the time of day into the
+  file, so that it is another each time. }
 program compile_help;
 
 {$mode objfpc}{$H+}
@@ -57,6 +58,32 @@ begin
   end;
 end;
 
+{ Nothing reads the two places where the units write the time of day. }
+procedure ForgetTheTime(Stream: TStream);
+const
+  InHeader = 16;
+  None: DWord = 0;
+  { In #SYSTEM: its version 3, then its first entry, of kind 10 and four bytes long. }
+  BeforeTheOther: array[0..7] of Byte = (3, 0, 0, 0, 10, 0, 4, 0);
+var
+  Start: array[0..16383] of Byte;
+  Count, I: Integer;
+begin
+  FillChar(Start, SizeOf(Start), 0);
+  Stream.Position := 0;
+  Count := Stream.Read(Start, SizeOf(Start));
+  Stream.Position := InHeader;
+  Stream.Write(None, SizeOf(None));
+  for I := 0 to Count - SizeOf(BeforeTheOther) do
+    if CompareByte(Start[I], BeforeTheOther, SizeOf(BeforeTheOther)) = 0 then
+    begin
+      Stream.Position := I + SizeOf(BeforeTheOther);
+      Stream.Write(None, SizeOf(None));
+      Exit;
+    end;
+  raise Exception.Create('No #SYSTEM in the help file');
+end;
+
 var
   Project: THelpProject;
   Compiled: TFileStream;
@@ -66,6 +93,7 @@ begin
   Project.LoadFromHhp(ParamStr(1), False);
   Compiled := TFileStream.Create(ExtractFilePath(ParamStr(1)) + Project.OutputFileName, fmCreate);
   Project.WriteChm(Compiled);
+  ForgetTheTime(Compiled);
   Compiled.Free;
   Project.Free;
   if Failed then Halt(1);

@@ -170,6 +170,8 @@ class HelpProject:
                 f"Contents file={PROJECT}.hhc",
                 f"Index file={PROJECT}.hhk",
                 "Default topic=index.htm",
+                # A binary one would be another each time: it holds memory that nobody has set.
+                "Binary Index=No",
                 "Full-text search=Yes",
                 "Language=0x409 English (United States)",
                 "Title=QmZentrel",

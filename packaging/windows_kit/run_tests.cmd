@@ -1,0 +1,59 @@
+@echo off
+rem run_tests.cmd [CLIENT_PORT BOX_PORT [PROGRAM]]
+rem
+rem Runs the tests of QmZentrel on this machine, from an administrator's command prompt, and writes
+rem report.txt beside itself. CLIENT_PORT and BOX_PORT are the numbers of the two ends of a null-modem
+rem cable or of a pair of virtual ports; without them the tests with a box are left out. With PROGRAM
+rem only that one is run.
+rem
+rem The tests write to HKEY_LOCAL_MACHINE\SOFTWARE\QuenmoorComms and register the DLL: take a machine
+rem that is used for nothing else, and read README.txt first.
+setlocal
+cd /d "%~dp0"
+set report=%~dp0report.txt
+set QMZ_DLL=%~dp0QmZentrel.dll
+set QMZ_BOX_PROGRAM=%~dp0virtual_box.exe
+set QMZ_CLIENT_PROGRAM=%~dp0box_commands_tests.exe
+set QMZ_PORT=%1
+set QMZ_BOX_PORT=%2
+set failed=0
+
+echo QmZentrel on this machine > "%report%"
+ver >> "%report%"
+echo %PROCESSOR_ARCHITECTURE% %PROCESSOR_ARCHITEW6432% >> "%report%"
+
+set regsvr32=%SystemRoot%\SysWOW64\regsvr32.exe
+if not exist "%regsvr32%" set regsvr32=%SystemRoot%\System32\regsvr32.exe
+rem Takes the reports of the faults that the tests bring about; else each would be a message box.
+"%regsvr32%" /s error_component.dll
+if errorlevel 1 (
+  echo The error handler of the tests could not be registered: start as an administrator.
+  echo NOT RUN: no rights to register >> "%report%"
+  exit /b 1
+)
+
+for /f "usebackq tokens=1" %%p in ("programs.txt") do call :run %%p %3
+if not "%QMZ_BOX_PORT%"=="" call :run com_box_test %3
+
+"%regsvr32%" /u /s error_component.dll
+if %failed%==0 (
+  echo ALL PASSED >> "%report%"
+  echo All passed. The report is in report.txt.
+  exit /b 0
+)
+echo %failed% FAILED >> "%report%"
+echo %failed% failed. The report is in report.txt: please send it to the makers.
+exit /b 1
+
+:run
+if not "%2"=="" if not "%1"=="%2" exit /b 0
+echo %1
+echo === %1 >> "%report%"
+"%~dp0%1.exe" --gtest_brief=1 >> "%report%" 2>&1
+if errorlevel 1 (
+  set /a failed=failed+1
+  echo === %1: FAILED >> "%report%"
+) else (
+  echo === %1: passed >> "%report%"
+)
+exit /b 0
