@@ -4,7 +4,8 @@
 ;   LISTS    the folder with install_files.nsh and delete_files.nsh, which name each of them
 ;   OUTPUT   the file to make
 ;
-;   QmZentrel-VERSION-setup.exe [/S] [/AllUsers|/CurrentUser] [/catalog] [/reports] [/D=FOLDER]
+;   QmZentrel-VERSION-setup.exe [/S] [/AllUsers|/CurrentUser] [/catalog] [/reports] [/surrogate]
+;       [/D=FOLDER]
 ;
 ; Exit codes: 0 installed, 1 cancelled, 3 the DLL is in use, 4 it could not be registered, 5 a folder
 ; or file could not be written. The uninstaller has the same.
@@ -137,13 +138,23 @@ Section /o "Error handler that keeps reports in a file" SecReports
   WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "Reports" 1
 SectionEnd
 
+Section /o "64-bit programs" SecSurrogate
+  ExecWait '"$SYSDIR\regsvr32.exe" /s /n /i:surrogate "$INSTDIR\QmZentrel.dll"' $0
+  ${If} $0 != 0
+    !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be opened to 64-bit programs (regsvr32 ended with $0)."
+  ${EndIf}
+  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "Surrogate" 1
+SectionEnd
+
 LangString DESC_SecComponent ${LANG_ENGLISH} "The component with its documentation, programs and the folder to develop with. For one user it cannot be registered: programs use it without, by the manifest in sdk\registration_free."
 LangString DESC_SecCatalog ${LANG_ENGLISH} "Names for interfaces, intervals and messages, where this machine has none."
 LangString DESC_SecReports ${LANG_ENGLISH} "Faults go to a file instead of a message box."
+LangString DESC_SecSurrogate ${LANG_ENGLISH} "Lets 64-bit programs use the component, in a process of the system's."
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
   !insertmacro MUI_DESCRIPTION_TEXT ${SecComponent} $(DESC_SecComponent)
   !insertmacro MUI_DESCRIPTION_TEXT ${SecCatalog} $(DESC_SecCatalog)
   !insertmacro MUI_DESCRIPTION_TEXT ${SecReports} $(DESC_SecReports)
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecSurrogate} $(DESC_SecSurrogate)
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
 ; A part is chosen by its word on the command line, or because an earlier version had it.
@@ -168,6 +179,7 @@ Function .onInit
   ${GetParameters} $0
   !insertmacro ChooseBy ${SecCatalog} "catalog" "Catalog"
   !insertmacro ChooseBy ${SecReports} "reports" "Reports"
+  !insertmacro ChooseBy ${SecSurrogate} "surrogate" "Surrogate"
 FunctionEnd
 
 ; An earlier version goes first, wherever it is.
