@@ -37,6 +37,7 @@ ManifestDPIAware true
 
 Name "QmZentrel ${VERSION}"
 OutFile "${OUTPUT}"
+BrandingText "QmZentrel ${VERSION}"
 VIProductVersion "${VERSION}.0"
 VIAddVersionKey "ProductName" "QmZentrel"
 VIAddVersionKey "CompanyName" "Quenmoor Communications"
@@ -130,7 +131,7 @@ Section /o "Sample catalog" SecCatalog
   ${EndIf}
 SectionEnd
 
-Section /o "Error handler that keeps reports in a file" SecReports
+Section /o "Reports in a file" SecReports
   ExecWait '"$SYSDIR\regsvr32.exe" /s "$INSTDIR\QmZentrelReports.dll"' $0
   ${If} $0 != 0
     !insertmacro EndWith ${EXIT_NOT_REGISTERED} "The error handler could not be registered (regsvr32 ended with $0)."
@@ -148,7 +149,7 @@ SectionEnd
 
 LangString DESC_SecComponent ${LANG_ENGLISH} "The component with its documentation, programs and the folder to develop with. For one user it cannot be registered: programs use it without, by the manifest in sdk\registration_free."
 LangString DESC_SecCatalog ${LANG_ENGLISH} "Names for interfaces, intervals and messages, where this machine has none."
-LangString DESC_SecReports ${LANG_ENGLISH} "Faults go to a file instead of a message box."
+LangString DESC_SecReports ${LANG_ENGLISH} "An error handler that keeps reports of faults in a file, instead of a message box."
 LangString DESC_SecSurrogate ${LANG_ENGLISH} "Lets 64-bit programs use the component, in a process of the system's."
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
   !insertmacro MUI_DESCRIPTION_TEXT ${SecComponent} $(DESC_SecComponent)
