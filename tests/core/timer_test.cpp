@@ -441,14 +441,14 @@ TEST_F(TimerTest, ADestroyedTimerKillsTheTimerItStartedLastPastTheTable) {
 
 TEST_F(TimerTest, ARunningTimerIsRestartedWhateverItsIdentifier) {
   TheWorld().next_timer_id = 1;
-  const auto timer = XTimer::Create();
-  timer->Interval(1000);
-  timer->Enabled(true);
-  ASSERT_EQ(timer->TimerID(), 1);
+  const auto lonely = XTimer::Create();
+  lonely->Interval(1000);
+  lonely->Enabled(true);
+  ASSERT_EQ(lonely->TimerID(), 1);
   TheWorld().next_timer_id = 7;
-  timer->Interval(2000);
+  lonely->Interval(2000);
   EXPECT_EQ(TheWorld().timers.size(), 1U);
-  timer->Enabled(false);
+  lonely->Enabled(false);
 }
 
 TEST_F(TimerTest, ADestroyedTimerThatNeverStartedKillsNone) {
