@@ -18,15 +18,39 @@ struct Order {
   const IID& identifier;
   HANDLE done;
   HRESULT result = E_UNEXPECTED;
-  IStream* way = nullptr;  // to the object
+  platform::ComPointer<IStream> way{};         // to the object
+  platform::ComPointer<IErrorInfo> failure{};  // what is said of one that could not be made
 };
 
 HRESULT Make(Order& order) {
-  return ResultOf([&] {
+  const HRESULT result = ResultOf([&] {
     const platform::ComPointer<_Zentrel> created =
         ZentrelObject::CreateForThread(GetCurrentThreadId());
-    return CoMarshalInterThreadInterfaceInStream(order.identifier, created.Get(), &order.way);
+    return CoMarshalInterThreadInterfaceInStream(order.identifier, created.Get(),
+                                                 order.way.Receive());
   });
+  if (FAILED(result)) GetErrorInfo(0, order.failure.Receive());
+  return result;
+}
+
+// The object that the other thread has made. One that cannot be reached is given back: it would
+// keep its thread for ever.
+HRESULT TakeOver(const Order& order, REFIID riid, void** object) {
+  const HRESULT result = CoUnmarshalInterface(order.way.Get(), riid, object);
+  if (FAILED(result)) {
+    order.way->Seek({}, STREAM_SEEK_SET, nullptr);
+    CoReleaseMarshalData(order.way.Get());
+  }
+  return result;
+}
+
+// Serves this apartment's own objects meanwhile: an error handler that tells of a failure may live
+// here.
+void Await(HANDLE done) {
+  DWORD which = 0;
+  if (FAILED(CoWaitForMultipleHandles(0, INFINITE, 1, &done, &which))) {
+    WaitForSingleObject(done, INFINITE);  // COM cannot wait: nothing of this apartment is served
+  }
 }
 
 void Serve(Order& order) {
@@ -72,10 +96,10 @@ HRESULT CreateInWorkerApartment(REFIID riid, void** object) noexcept {
   Order order{.identifier = riid, .done = done.Get()};
   const HRESULT started = StartWorker(order);
   if (FAILED(started)) return started;
-  // Nothing that the worker does until then comes back to this apartment.
-  WaitForSingleObject(done.Get(), INFINITE);
-  return FAILED(order.result) ? order.result
-                              : CoGetInterfaceAndReleaseStream(order.way, riid, object);
+  Await(done.Get());
+  if (SUCCEEDED(order.result)) return TakeOver(order, riid, object);
+  if (order.failure) SetErrorInfo(0, order.failure.Get());
+  return order.result;
 }
 
 }  // namespace qmzentrel::com

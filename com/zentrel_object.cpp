@@ -45,6 +45,8 @@ ZentrelObject::~ZentrelObject() {
   ++uses_;  // a sink that goes may still touch the object
   core_->Events(nullptr);
   events_.ReleaseSinks();
+  // Before the thread is told to end: a message box of this end would go at once.
+  core_.reset();
   if (thread_ != 0) PostThreadMessageW(thread_, WM_QUIT, 0, 0);
 }
 
@@ -169,16 +171,14 @@ void ZentrelObject::ReportFaultOf(const Caller& member) {
 // its report, and so do those around it, up to the one outside all events: if each of them went on
 // to its next event, the client would begin again there.
 void ZentrelObject::PowerStateChange(bool NewState) {
-  const bool within_another = uses_ > 1;
-  if (!within_another) {
-    out_of_stack_ = false;
-  } else if (out_of_stack_) {
-    throw ReportedError();
-  } else if (platform::StackIsShort()) {
+  const bool within_another = events_under_way_ > 0;
+  if (out_of_stack_) throw ReportedError();
+  if (within_another && platform::StackIsShort()) {
     out_of_stack_ = true;
     RaiseError(kErrorOutOfStackSpace);
   }
   const Use use(*this);
+  const EventUnderWay event(*this);
   events_.FirePowerStateChange(NewState);
   if (within_another && out_of_stack_) throw ReportedError();
 }

@@ -111,6 +111,20 @@ class ZentrelObject final : public _Zentrel,
     ZentrelObject& object_;
   };
 
+  // With the outermost event ends what has run out of stack within it.
+  class EventUnderWay {
+   public:
+    explicit EventUnderWay(ZentrelObject& object) : object_(object) { ++object_.events_under_way_; }
+    ~EventUnderWay() {
+      if (--object_.events_under_way_ == 0) object_.out_of_stack_ = false;
+    }
+    EventUnderWay(const EventUnderWay&) = delete;
+    EventUnderWay& operator=(const EventUnderWay&) = delete;
+
+   private:
+    ZentrelObject& object_;
+  };
+
   explicit ZentrelObject(DWORD thread);
   ~ZentrelObject() override;
 
@@ -128,6 +142,7 @@ class ZentrelObject final : public _Zentrel,
   ModuleReference module_;
   std::atomic<ULONG> references_{1};
   unsigned uses_ = 0;  // counted by the apartment's own thread only
+  unsigned events_under_way_ = 0;
   bool out_of_stack_ = false;
   ConnectionPoint events_{*this};
   std::shared_ptr<Zentrel> core_;

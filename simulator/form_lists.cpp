@@ -71,8 +71,10 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
 void frmZentrelSim::cboMIF_Click() {
   ErrorFrame frame(fields_, "cboMIF_Click");
   frame.Run([&] {
-    STEP m_lngSelectedMIF = MIF();
-    STEP content_.ok_enabled = true;
+    const bool selected =
+        content_.lists[static_cast<std::size_t>(DialogList::cboMIF)].selected >= 0;
+    STEP m_lngSelectedMIF = selected ? MIF() : -1;
+    STEP content_.ok_enabled = selected;
     STEP platform::RefreshSimulatorDialog();
     STEP RebuildLists();
   });

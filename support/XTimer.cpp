@@ -39,11 +39,14 @@ void XTimer::Interval(std::int32_t NewInterval) {
   ErrorFrame frame(fields_, "Interval", PARAMETERS(NewInterval));
   frame.Run([&] {
     STEP if (NewInterval == mlngInterval) return;
-    STEP if (mlngTimerID != 0) {
-      STEP modCOM_XTimerSupport::EndTimer(*this);
-    }
-    // Only now: one whose ending fails runs on as it was, and can be ended again.
+    const std::int32_t old_interval = mlngInterval;
     STEP mlngInterval = NewInterval;
+    try {
+      STEP if (mlngTimerID != 0) modCOM_XTimerSupport::EndTimer(*this);
+    } catch (...) {
+      mlngInterval = old_interval;  // it runs on as it was, and can be ended again
+      throw;
+    }
     STEP if (NewInterval != 0 && mblnEnabled) {
       STEP mlngTimerID = modCOM_XTimerSupport::BeginTimer(shared_from_this(), NewInterval);
     }

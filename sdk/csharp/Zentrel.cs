@@ -2,9 +2,10 @@
 // their slots, which the run time goes by. No type library has to be imported.
 //
 //   var box = (_Zentrel)new Zentrel();
-//   ZentrelStatus opened = box.DeviceOpen(7);
+//   ZentrelStatus status = box.DeviceOpen(7);
+//   if (status == ZentrelStatus.S_OKAY) status = box.DeviceInit();  // learns what box it is
 //
-// The component is 32-bit: build for x86. It lives in a single-threaded apartment ([STAThread]).
+// The component is 32-bit: build for x86, or open it to 64-bit programs. It lives in a single-threaded apartment ([STAThread]).
 // A property with an index is a method here, get_NAME.
 using System;
 using System.Runtime.InteropServices;

@@ -2,12 +2,14 @@
 //
 //   zentrel::Apartment apartment;                                  // once in each thread
 //   zentrel::Object box;
-//   const ZentrelStatus opened = box.Call(&_Zentrel::DeviceOpen, 7, true);
+//   ZentrelStatus status = box.Call(&_Zentrel::DeviceOpen, 7, true);
+//   if (status == S_OKAY) status = box.Call(&_Zentrel::DeviceInit);   // learns what box it is
 //   const long utility = box.Call(&_Zentrel::get_Util);
 //   box.Call(&_Zentrel::put_Util, 42);
 //
-// Needs nothing but QmZentrel_h.h beside it and the libraries ole32 and oleaut32; compiles with
-// mingw-w64 and with Microsoft's compiler. The component is 32-bit, and so must the program be.
+// Needs nothing but QmZentrel_h.h beside it and the libraries ole32 and oleaut32. For mingw-w64 and
+// Microsoft's compiler. The component is 32-bit: a 64-bit program reaches it where it has been
+// opened to them.
 #pragma once
 
 #include <windows.h>
@@ -16,6 +18,7 @@
 #include <ocidl.h>
 #include <oleauto.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <exception>
 #include <functional>
@@ -39,7 +42,7 @@ class Error : public std::exception {
   const char* what() const noexcept override { return "QmZentrel: the call failed"; }
 
   HRESULT result;
-  std::wstring source;       ///< "QmZentrel.Zentrel.…", or empty
+  std::wstring source;       ///< "QmZentrel", or empty
   std::wstring description;  ///< for people, or empty
 };
 
@@ -118,11 +121,7 @@ class LongArray {
   explicit LongArray(const std::vector<long>& numbers)
       : array_(SafeArrayCreateVector(VT_I4, 0, static_cast<ULONG>(numbers.size()))) {
     if (array_ == nullptr) throw Error(E_OUTOFMEMORY, {}, {});
-    long index = 0;
-    for (long number : numbers) {
-      Check(SafeArrayPutElement(array_, &index, &number));
-      ++index;
-    }
+    std::copy(numbers.begin(), numbers.end(), static_cast<long*>(array_->pvData));
   }
   ~LongArray() { SafeArrayDestroy(array_); }
   LongArray(const LongArray&) = delete;
@@ -147,6 +146,7 @@ namespace detail {
 template <class Parameter, class Argument>
 auto In(const Argument& argument) {
   if constexpr (std::is_same_v<Argument, bool>) {
+    static_assert(std::is_same_v<Parameter, VARIANT_BOOL>, "a truth where a number is wanted");
     return argument ? VARIANT_TRUE : VARIANT_FALSE;
   } else if constexpr (std::is_same_v<Parameter, BSTR>) {
     return Text(std::wstring(argument));
@@ -168,8 +168,8 @@ inline BSTR Raw(const Text& text) {
 class Object {
  public:
   Object() {
-    Check(CoCreateInstance(__uuidof(::Zentrel), nullptr, CLSCTX_INPROC_SERVER, __uuidof(_Zentrel),
-                           reinterpret_cast<void**>(object_.Out())));
+    Check(CoCreateInstance(__uuidof(::Zentrel), nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                           __uuidof(_Zentrel), reinterpret_cast<void**>(object_.Out())));
   }
 
   /// Calls a member of _Zentrel with all its arguments but the result, and answers that: a status

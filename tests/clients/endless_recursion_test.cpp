@@ -55,6 +55,22 @@ TEST_F(EndlessRecursion, EndsInOneReportForEachEventAndTheOutermostCallGoesOn) {
   EXPECT_EQ(reports.Count(), 0);
 }
 
+TEST_F(EndlessRecursion, IsForgottenOnceTheOutermostEventHasEnded) {
+  CrowdBox box(0);
+  ErrorReports reports;
+  BoxClient client;
+  ASSERT_EQ(client.Open(CrowdPort(0), true), S_OKAY);
+  EXPECT_GT(Recurse(client), 20);
+  reports.Take();
+  // A call from within an event whose own events come after the stack has been short.
+  client.OnEvent([&](bool) {
+    client.OnEvent([](bool) {});
+    EXPECT_EQ(client.BoxStatus(), S_OKAY);
+  });
+  EXPECT_EQ(client.BoxStatus(), S_OKAY);
+  EXPECT_EQ(reports.Count(), 0);
+}
+
 TEST_F(EndlessRecursion, EndsLikewiseOnAThreadWithASmallStack) {
   CrowdBox box(0);
   OtherApartment small(

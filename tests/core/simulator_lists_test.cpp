@@ -93,6 +93,14 @@ TEST_F(SimulatorLists, OkWaitsUntilTheUserChoosesAnInterface) {
   });
 }
 
+TEST_F(SimulatorLists, OkWaitsAgainWhenNoInterfaceIsChosenAnyMore) {
+  Read([](FakeDialog& dialog) {
+    dialog.Choose(DialogList::cboMIF, "[5] Register");
+    dialog.Choose(DialogList::cboMIF, -1);
+    EXPECT_FALSE(dialog.Shown().ok_enabled);
+  });
+}
+
 // --- Intervals ---
 
 TEST_F(SimulatorLists, OfferEveryIntervalOfTheRange) {

@@ -70,7 +70,8 @@ void FakeDialog::Tell(Call call) {
 void FakeDialog::Choose(DialogList list, std::int32_t index) {
   if (gone_) return;
   DialogContent::List& shown = At(shown_.lists, list);
-  if (index < 0 || static_cast<std::size_t>(index) >= shown.items.size()) {
+  // -1 as in the real one: a choice that is taken back.
+  if (index < -1 || index >= static_cast<std::int32_t>(shown.items.size())) {
     throw std::out_of_range("the dialog's list has no entry " + std::to_string(index));
   }
   shown.selected = index;
