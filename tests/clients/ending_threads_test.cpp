@@ -143,7 +143,7 @@ TEST_F(EndingThreads, AnObjectThatIsReleasedWithinItsVerifyDelayEndsItsCommandFi
   box.Tell("set version 5.0");
   BoxClient client;
   ASSERT_EQ(client.Open(CrowdPort(0), true), S_OKAY);
-  client.Let(&_Zentrel::put_VDelay, 400);
+  client.Let(&_Zentrel::put_VDelay, 3000);  // far longer than a write and a timer take
   ASSERT_EQ(client.Write(), S_OKAY);
   box.Tell("log-clear");
   g_client_to_release = &client;

@@ -19,7 +19,7 @@ constexpr int kText = 102;
 // Far above what any step takes, so that a window that hangs ends the test.
 constexpr DWORD kLongEnough = 60'000;
 /// Within which a window that is alive answers.
-constexpr UINT kAlive = 2'000;
+constexpr UINT kAlive = 10'000;
 
 std::string Environment(const char* name) {
   const char* value = std::getenv(name);
@@ -94,9 +94,11 @@ TEST_F(WindowExample, StaysAliveWhileTheBoxStartsAndStopsAfterTheStep) {
   // The supply has just come on: the box is silent for two seconds, and the first question
   // unanswered.
   Press(kRead);
-  // Two glances of a clock that runs while the call waits for the box.
-  EXPECT_TRUE(Shows(L"Starting the box: 1 s"));
-  EXPECT_TRUE(Shows(L"Starting the box: 2 s"));
+  // A clock that runs while the call waits for the box.
+  EXPECT_TRUE(Shows(L"Starting the box: "));
+  const std::wstring first = Text();
+  EXPECT_TRUE(Becomes([&first] { return Text() != first; }));
+  EXPECT_EQ(Text().find(L"Starting the box: "), 0U) << testing::PrintToString(Text());
   Press(kStop);
   EXPECT_TRUE(Shows(L"Stopping after: Starting the box") || Text() == L"Stopped");
   EXPECT_TRUE(Shows(L"Stopped")) << "it shows " << testing::PrintToString(Text());

@@ -363,11 +363,15 @@ DWORD WINAPI LookAndPress(void* argument) {
     Sleep(50);
   }
   if (window == nullptr) return 1;
-  Sleep(300);
   sight.came = true;
-  sight.is_above_all = (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
-  sight.is_above_client = StandsAbove(window, sight.client);
-  sight.is_in_front = GetForegroundWindow() == window;
+  // It takes its place a moment after it has come up.
+  for (DWORD waited = 0; waited < kPatienceMs; waited += 50) {
+    sight.is_above_all = (GetWindowLongW(window, GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+    sight.is_above_client = StandsAbove(window, sight.client);
+    sight.is_in_front = GetForegroundWindow() == window;
+    if (sight.is_above_client && sight.is_in_front) break;
+    Sleep(50);
+  }
   PostMessageW(GetDlgItem(window, sight.button), BM_CLICK, 0, 0);
   return 0;
 }
