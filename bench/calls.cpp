@@ -99,6 +99,7 @@ void MeasureName(_Zentrel* zentrel, ITypeInfo* slots, std::wstring name, const c
 // Once each, as a script does that uses them all.
 void MeasureAllNames(_Zentrel* zentrel, ITypeInfo* slots) {
   std::vector<std::wstring> all;
+  all.reserve(std::size(qmzentrel::clients::kPublishedMembers));
   for (const auto& member : qmzentrel::clients::kPublishedMembers) all.emplace_back(member.name);
   const auto members = static_cast<unsigned>(all.size());
   // The next one, in turn.

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <numeric>
 #include <span>
 #include <string>
 #include <vector>
@@ -96,8 +97,8 @@ void MeasureMessages(clients::TestCatalog& catalog) {
   const auto zentrel = clients::NewZentrel();
   Require(zentrel->put_TELIC2Device(platform::OwnedBstr(L"1").Get()) == S_OK, "no device");
   for (const int count : kMessages) {
-    std::vector<LONG> identifiers;
-    for (int i = 0; i < count; ++i) identifiers.push_back(i);
+    std::vector<LONG> identifiers(static_cast<std::size_t>(count));
+    std::iota(identifiers.begin(), identifiers.end(), 0);
     auto message_ids = clients::Value::LongArray(identifiers);
     auto data = clients::Value::LongArray(identifiers);
     Compare("messages", count, kRounds,
@@ -137,8 +138,8 @@ std::string RawDump(std::span<const std::int32_t> numbers) {
 
 void MeasureElements() {
   for (const int count : kElements) {
-    std::vector<std::int32_t> numbers;
-    for (std::int32_t i = 0; i < count; ++i) numbers.push_back(i * 7);
+    std::vector<std::int32_t> numbers(static_cast<std::size_t>(count));
+    for (std::int32_t i = 0; i < count; ++i) numbers[static_cast<std::size_t>(i)] = i * 7;
     const std::span<const std::int32_t> all(numbers);
     Require(DumpVariable("a", all, 0) == RawDump(all), "the same text");
     const unsigned rounds = count < 100'000 ? kRounds : 5;

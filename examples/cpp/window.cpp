@@ -36,7 +36,8 @@ struct Shared {
 void Tell(const Shared& shared, UINT message, const std::wstring& text) {
   auto copy = std::make_unique<std::wstring>(text);
   if (PostMessageW(shared.window, message, reinterpret_cast<WPARAM>(copy.get()), 0) != 0) {
-    static_cast<void>(copy.release());  // the window has it
+    // The window has it. NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+    static_cast<void>(copy.release());
   }
 }
 
@@ -124,7 +125,8 @@ class Window {
   Window& operator=(const Window&) = delete;
 
  private:
-  void Add(const wchar_t* kind, const wchar_t* text, Control id, int left, int top, int width) {
+  void Add(const wchar_t* kind, const wchar_t* text, Control id, int left, int top,
+           int width) const {
     CreateWindowW(kind, text, WS_CHILD | WS_VISIBLE, left, top, width, 25, shared_.window,
                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
   }
@@ -203,6 +205,7 @@ class Window {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the system's are shouted
 int WINAPI WinMain(HINSTANCE /*instance*/, HINSTANCE /*earlier*/, LPSTR command_line,
                    int /*show*/) {
   const long port = std::strtol(command_line, nullptr, 10);
