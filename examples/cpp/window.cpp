@@ -36,10 +36,9 @@ struct Shared {
 void Tell(const Shared& shared, UINT message, const std::wstring& text) {
   auto copy = std::make_unique<std::wstring>(text);
   if (PostMessageW(shared.window, message, reinterpret_cast<WPARAM>(copy.get()), 0) != 0) {
-    // The window has it. NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
-    static_cast<void>(copy.release());
+    static_cast<void>(copy.release());  // the window has it
   }
-}
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
 /// One read, step by step. A call cannot be broken off: between two calls the wish to stop is
 /// heard.
