@@ -49,11 +49,15 @@ exit /b 1
 if not "%2"=="" if not "%1"=="%2" exit /b 0
 echo %1
 echo === %1 >> "%report%"
-"%~dp0%1.exe" --gtest_brief=1 >> "%report%" 2>&1
-if errorlevel 1 (
-  set /a failed=failed+1
-  echo === %1: FAILED >> "%report%"
-) else (
+rem Into a file of its own: what the program has started may hold it open for a while.
+"%~dp0%1.exe" --gtest_brief=1 > "%~dp0%1.out" 2>&1
+rem Of a program that has crashed the code is negative.
+set code=%errorlevel%
+type "%~dp0%1.out" >> "%report%"
+if "%code%"=="0" (
   echo === %1: passed >> "%report%"
+) else (
+  set /a failed=failed+1
+  echo === %1: FAILED with %code% >> "%report%"
 )
 exit /b 0

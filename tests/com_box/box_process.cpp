@@ -15,6 +15,11 @@ BOOL WINAPI Ignore(DWORD) {
 }  // namespace
 
 Process::Process(std::string command_line) {
+  // The output of the tests is not the program's, whose console would hold it for a while. Ahead of
+  // the pipe: what has become of these handles at another console may be its numbers.
+  for (const DWORD own : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    SetHandleInformation(GetStdHandle(own), HANDLE_FLAG_INHERIT, 0);
+  }
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   HANDLE written = nullptr;
   if (!CreatePipe(&output_, &written, &inherited, 0)) throw std::runtime_error("no pipe");
