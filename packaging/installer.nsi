@@ -7,8 +7,9 @@
 ;   QmZentrel-VERSION-setup.exe [/S] [/AllUsers|/CurrentUser] [/catalog] [/reports] [/surrogate]
 ;       [/D=FOLDER]
 ;
-; Exit codes: 0 installed, 1 cancelled, 3 the DLL is in use, 4 it could not be registered, 5 a folder
-; or file could not be written. The uninstaller has the same.
+; Exit codes: 0 installed, 1 cancelled, 3 one of its files is in use, 4 it could not be registered (or
+; /AllUsers without the rights for it), 5 a folder or file could not be written. The uninstaller has the
+; same. For one user /catalog, /reports and /surrogate are passed over.
 Unicode true
 SetCompressor /SOLID lzma
 ; The same files make the same installer, whenever it is compiled.
@@ -46,6 +47,7 @@ VIAddVersionKey "FileVersion" "${VERSION}"
 VIAddVersionKey "LegalCopyright" ""
 
 !define MUI_ABORTWARNING
+!define MULTIUSER_PAGE_CUSTOMFUNCTION_LEAVE OfferParts
 !insertmacro MULTIUSER_PAGE_INSTALLMODE
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_DIRECTORY
@@ -61,7 +63,24 @@ VIAddVersionKey "LegalCopyright" ""
   Quit
 !macroend
 
-; A DLL that a program has loaded cannot be written to.
+; Silent means that nobody is there to be told, as MultiUser.nsh would.
+!macro EndWithoutRights un
+  ${If} ${Silent}
+    UserInfo::GetAccountType
+    Pop $1
+    ${${un}GetParameters} $0
+    ClearErrors
+    ${${un}GetOptions} $0 "/AllUsers" $0
+    ${IfNot} ${Errors}
+    ${AndIf} $1 != "Admin"
+    ${AndIf} $1 != "Power"
+      SetErrorLevel ${EXIT_NOT_REGISTERED}
+      Quit
+    ${EndIf}
+  ${EndIf}
+!macroend
+
+; A file that a program has loaded, or that is open, cannot be written to.
 !macro EndWhileInUse file
   ${If} ${FileExists} "${file}"
     ClearErrors
@@ -71,6 +90,16 @@ VIAddVersionKey "LegalCopyright" ""
     ${EndIf}
     FileClose $0
   ${EndIf}
+!macroend
+
+; Whatever of a release can be in use.
+!macro EndWhileAnyInUse folder
+  !insertmacro EndWhileInUse "${folder}\QmZentrel.dll"
+  !insertmacro EndWhileInUse "${folder}\QmZentrelReports.dll"
+  !insertmacro EndWhileInUse "${folder}\zentrel.exe"
+  !insertmacro EndWhileInUse "${folder}\programs\catalog_checker.exe"
+  !insertmacro EndWhileInUse "${folder}\programs\virtual_box.exe"
+  !insertmacro EndWhileInUse "${folder}\QMZENTREL.chm"
 !macroend
 
 !macro ExportCatalog part file
@@ -117,8 +146,11 @@ Section /o "Sample catalog" SecCatalog
     EnumRegKey $1 HKLM "${CATALOG}\TELIC2" 0
   ${EndIf}
   ${If} $1 == ""
-    nsExec::Exec '"$SYSDIR\reg.exe" import "$INSTDIR\sdk\examples\catalog\catalog.reg"'
+    nsExec::Exec '"$SYSDIR\reg.exe" import "$INSTDIR\examples\catalog\catalog.reg"'
     Pop $0
+    ${If} $0 != 0
+      !insertmacro EndWith ${EXIT_NOT_REGISTERED} "The sample catalog could not be imported (reg ended with $0)."
+    ${EndIf}
     ; What it was like, so that the uninstaller sees whether somebody has changed it.
     CreateDirectory "$INSTDIR\catalog"
     !insertmacro ExportCatalog "Kernel" "$INSTDIR\catalog\Kernel.reg"
@@ -158,41 +190,53 @@ LangString DESC_SecSurrogate ${LANG_ENGLISH} "Lets 64-bit programs use the compo
   !insertmacro MUI_DESCRIPTION_TEXT ${SecSurrogate} $(DESC_SecSurrogate)
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
-; A part is chosen by its word on the command line, or because an earlier version had it.
-!macro ChooseBy section word value
-  ${GetOptions} $0 "/${word}" $1
-  ${IfNot} ${Errors}
-    !insertmacro SelectSection ${section}
-  ${EndIf}
-  ReadRegDWORD $1 SHCTX "${UNINSTALL_KEY}" "${value}"
-  ${If} $1 = 1
-    !insertmacro SelectSection ${section}
+; A part of the machine's is chosen by its word on the command line, or because an earlier version had
+; it. An installation for one user cannot have it.
+!macro OfferPart section word value
+  ${If} $MultiUser.InstallMode == "CurrentUser"
+    !insertmacro UnselectSection ${section}
+    !insertmacro SetSectionFlag ${section} ${SF_RO}
+  ${Else}
+    !insertmacro ClearSectionFlag ${section} ${SF_RO}
+    ${GetParameters} $0
+    ClearErrors
+    ${GetOptions} $0 "/${word}" $1
+    ${IfNot} ${Errors}
+      !insertmacro SelectSection ${section}
+    ${EndIf}
+    ReadRegDWORD $1 SHCTX "${UNINSTALL_KEY}" "${value}"
+    ${If} $1 = 1
+      !insertmacro SelectSection ${section}
+    ${EndIf}
   ${EndIf}
 !macroend
 
+; Whenever it has been said for whom.
+Function OfferParts
+  !insertmacro OfferPart ${SecCatalog} "catalog" "Catalog"
+  !insertmacro OfferPart ${SecReports} "reports" "Reports"
+  !insertmacro OfferPart ${SecSurrogate} "surrogate" "Surrogate"
+FunctionEnd
+
 Function .onInit
+  !insertmacro EndWithoutRights ""
   ; The folder of the command line, which the next line would replace.
   StrCpy $6 $INSTDIR
   !insertmacro MULTIUSER_INIT
   ${If} $6 != ""
     StrCpy $INSTDIR $6
   ${EndIf}
-  ${GetParameters} $0
-  !insertmacro ChooseBy ${SecCatalog} "catalog" "Catalog"
-  !insertmacro ChooseBy ${SecReports} "reports" "Reports"
-  !insertmacro ChooseBy ${SecSurrogate} "surrogate" "Surrogate"
+  Call OfferParts
 FunctionEnd
 
 ; An earlier version goes first, wherever it is.
 Function RemoveEarlier
-  !insertmacro EndWhileInUse "$INSTDIR\QmZentrel.dll"
-  !insertmacro EndWhileInUse "$INSTDIR\QmZentrelReports.dll"
+  !insertmacro EndWhileAnyInUse "$INSTDIR"
   ReadRegStr $1 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
   ${If} $1 == ""
     Return
   ${EndIf}
-  !insertmacro EndWhileInUse "$1\QmZentrel.dll"
-  !insertmacro EndWhileInUse "$1\QmZentrelReports.dll"
+  !insertmacro EndWhileAnyInUse "$1"
   ; From its place, so that it can be waited for; it leaves itself behind.
   ExecWait '"$1\uninstall.exe" /S /$MultiUser.InstallMode _?=$1' $0
   ${If} $0 != 0
@@ -203,8 +247,7 @@ Function RemoveEarlier
 FunctionEnd
 
 Section "un.QmZentrel"
-  !insertmacro EndWhileInUse "$INSTDIR\QmZentrel.dll"
-  !insertmacro EndWhileInUse "$INSTDIR\QmZentrelReports.dll"
+  !insertmacro EndWhileAnyInUse "$INSTDIR"
   ReadRegDWORD $1 SHCTX "${UNINSTALL_KEY}" "Reports"
   ${If} $1 = 1
     ExecWait '"$SYSDIR\regsvr32.exe" /s /u "$INSTDIR\QmZentrelReports.dll"'
@@ -280,5 +323,6 @@ Function un.RemoveCatalog
 FunctionEnd
 
 Function un.onInit
+  !insertmacro EndWithoutRights "un."
   !insertmacro MULTIUSER_UNINIT
 FunctionEnd
