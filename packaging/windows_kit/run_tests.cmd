@@ -16,6 +16,8 @@ set QMZ_BOX_PROGRAM=%~dp0virtual_box.exe
 set QMZ_CLIENT_PROGRAM=%~dp0box_commands_tests.exe
 set QMZ_PORT=%1
 set QMZ_BOX_PORT=%2
+rem A tap between client and box needs two ports more, which few have.
+if "%QMZ_TAP_PORT%"=="" set GTEST_FILTER=-ComBox.HasTheSameFramesAsATapBetweenItAndItsClient
 set failed=0
 
 echo QmZentrel on this machine > "%report%"
