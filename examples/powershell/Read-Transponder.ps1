@@ -4,6 +4,7 @@ Reads a transponder and answers it as an object.
 .DESCRIPTION
 The component is 32-bit: start the script with
 C:\Windows\SysWOW64\WindowsPowerShell\v1.0\powershell.exe -File Read-Transponder.ps1 -Port 7
+Its makers have not run it: they had no PowerShell.
 .PARAMETER Port
 The number of the COM port with the box.
 #>

@@ -2,6 +2,7 @@ Attribute VB_Name = "ReadTransponder"
 ' Reads a transponder into the selected cell of a sheet and the two below it. For 32-bit Office; in
 ' 64-bit Office CreateObject answers error 429, unless the component has been opened to 64-bit
 ' programs.
+' Its makers have not run it: they had no Office.
 Option Explicit
 
 Private Const S_OKAY As Long = 0
