@@ -174,7 +174,7 @@ TEST_F(SurrogateRegistration, GivesThePresentInterfacesTheirMarshallersAndTypesI
 
 TEST_F(SurrogateRegistration, WritesTheInterfacesItselfWhereTheyAreMissing) {
   const RegistrySnapshot plain = ComponentEntries();
-  for (const REGSAM view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+  for (const REGSAM view : std::initializer_list<REGSAM>{KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
     if (view == KEY_WOW64_64KEY && !HasBothWidths()) continue;
     for (const MarshalledInterface& described : kPresentInterfaces) {
       for (const wchar_t* below : {L"\\TypeLib", L"\\ProxyStubClsid32", L"\\ProxyStubClsid", L""}) {
