@@ -81,7 +81,7 @@ void TransponderRecord::ParseBlock1(const FrameBuffer& reply) {
   DeviceMIF(reply[kMifByte]);
   for (const NumberField& field : kNumbers) this->*field.number = Get(reply, field);
   m_strXpdrVersion = VersionText(reply[kVersionByte]);
-  TakeLeakFlag(VersionValue(m_strXpdrVersion) >= kFirstLeakVersion);
+  TakeLeakFlag(CarriesLeakFlag());
 }
 
 void TransponderRecord::ClearBlock1() {
@@ -109,6 +109,10 @@ FrameBuffer TransponderRecord::Block2Frame() const {
   radio.Put(frame);
   frame[kBlock2MarkByte] = kBlock2Mark;
   return frame;
+}
+
+bool TransponderRecord::CarriesLeakFlag() const {
+  return VersionValue(m_strXpdrVersion) >= kFirstLeakVersion;
 }
 
 void TransponderRecord::TakeLeakFlag(bool carries_flag) {

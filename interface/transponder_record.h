@@ -47,6 +47,8 @@ struct TransponderRecord {
   /// The frame that writes block 2. Error 6 for a radio setting that is no byte.
   FrameBuffer Block2Frame() const;
 
+  /// From version 8.0 on the tamper count is read with the leak flag in it.
+  bool CarriesLeakFlag() const;
   /// Splits what the transponder counts: into the count and, when `carries_flag`, the leak flag.
   void TakeLeakFlag(bool carries_flag);
   /// Brings the count to what goes to the transponder: bit 7 as the leak flag has it.

@@ -90,7 +90,7 @@ void ShowRadio(const Component& component, Report& report) {
 ExitCode Info(const Options& options, Report& report) {
   NamedPort(options);
   Component component;
-  OpenBox(component, options, report);
+  OpenBox(component, options, report, Simulated::kAnswersItself);
   report.Line("Box on " + PortName(options.port));
   ShowBox(component, report);
   return ExitCode::kDone;
@@ -124,7 +124,7 @@ ExitCode Reset(const Options& options, Report& report) {
   const std::string port = PortName(NamedPort(options));
   Confirm("Reset the transponder at the box on " + port + "?", options);
   Component component;
-  OpenBox(component, options, report);
+  OpenBox(component, options, report, Simulated::kAsksInDialog);
   {
     const Waiting waiting("Resetting the transponder", options);
     component.Run(&_Zentrel::ResetXpdr, Answerer::kTransponder);

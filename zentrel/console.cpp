@@ -43,12 +43,15 @@ bool IsConfirmed(const std::string& question, const Options& options) {
   return AnswerIsYes();
 }
 
+void RequireSomebodyToAsk(const std::string& question, const Options& options) {
+  if (options.yes || CanAsk()) return;
+  throw Failure(ExitCode::kNotConfirmed, "nobody can be asked: \"" + question + "\"",
+                "use --yes where the input is no console");
+}
+
 void Confirm(const std::string& question, const Options& options) {
+  RequireSomebodyToAsk(question, options);
   if (IsConfirmed(question, options)) return;
-  if (!CanAsk()) {
-    throw Failure(ExitCode::kNotConfirmed, "nobody can be asked: \"" + question + "\"",
-                  "use --yes where the input is no console");
-  }
   throw Failure(ExitCode::kNotConfirmed, "not done, as you wish",
                 "answer y, or use --yes, to go on next time");
 }

@@ -17,7 +17,10 @@ bool CanAsk();
 /// yes; else, or when nobody can be asked, throws Failure.
 void Confirm(const std::string& question, const Options& options);
 
-/// The same without a Failure: false for another answer, or when nobody can be asked.
+/// Failure as above when the question would find nobody: before anything is done towards it.
+void RequireSomebodyToAsk(const std::string& question, const Options& options);
+
+/// The same as Confirm without a Failure: false for another answer, or when nobody can be asked.
 bool IsConfirmed(const std::string& question, const Options& options);
 
 /// While it lives, a line on the error output says what is waited for and how long already. A call

@@ -100,7 +100,7 @@ ExitCode Messages(const Options& options, Report& report) {
   std::vector<LONG> data;
   if (!options.list) {
     Component component;
-    OpenBox(component, options, report);
+    OpenBox(component, options, report, Simulated::kAnswersItself);
     const Waiting waiting("Reading sub-device messages", options);
     data = ReadAll(component, messages);
     report.Line("Sub-device messages at the box on " + PortName(options.port));

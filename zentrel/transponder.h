@@ -5,17 +5,29 @@
 #include <utility>
 #include <vector>
 
+#include "interface/transponder_record.h"
 #include "zentrel/component.h"
 #include "zentrel/record_fields.h"
 #include "zentrel/report.h"
 
 namespace qmzentrel::program {
 
-/// Opens the port that was named and says so when the simulator stands for the box.
-void OpenBox(Component& component, const Options& options, Report& report);
+/// What the simulator does for a command: some need nobody.
+enum class Simulated { kAnswersItself, kAsksInDialog };
 
-/// Reads the transponder into the component's record.
+/// Opens the port that was named and says so when the simulator stands for the box.
+void OpenBox(Component& component, const Options& options, Report& report, Simulated simulated);
+
+/// Reads the transponder at the opened box into the component's record; Failure, too, when only its
+/// radio settings have answered.
+void ReadRecord(Component& component);
+
+/// Both, one after the other.
 void ReadTransponder(Component& component, const Options& options, Report& report);
+
+/// Of the component's record what tells the parts of a transponder: its version, and what has to do
+/// with the leak flag.
+TransponderRecord RecordOf(const Component& component);
 
 /// Whether the transponder that was read carries radio settings.
 bool HasRadio(const Component& component);

@@ -9,19 +9,7 @@ namespace {
 using clients::Journal;
 using Json = nlohmann::json;
 
-class ProgramCommands : public ProgramTest {
- protected:
-  // Runs a command that has to end so, and checks what every document has.
-  static Json DocumentOf(const std::string& command, int exit_code) {
-    const Outcome outcome = RunZentrel(command + " --json");
-    EXPECT_EQ(outcome.exit_code, exit_code) << outcome.errors;
-    Json document = outcome.Document();
-    EXPECT_EQ(document["exit_code"], exit_code);
-    EXPECT_EQ(document["ok"], exit_code == 0);
-    EXPECT_EQ(document.contains("error"), !Sentence(outcome.errors).empty());
-    return document;
-  }
-};
+using ProgramCommands = ProgramTest;
 
 TEST_F(ProgramCommands, InfoTellsTheFactsOfTheBox) {
   Box().Tell("set box-version 3.4 signature0 0xA5 signature1 0x02 battery 100");

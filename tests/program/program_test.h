@@ -20,6 +20,17 @@ class ProgramTest : public clients::BoxTest {
   /// "--port 7" for the box's port.
   static std::string PortOption() { return " --port " + std::to_string(Port()); }
 
+  /// Runs a command that has to end so, and checks what every document has.
+  static nlohmann::json DocumentOf(const std::string& command, int exit_code) {
+    const Outcome outcome = RunZentrel(command + " --json");
+    EXPECT_EQ(outcome.exit_code, exit_code) << outcome.errors;
+    nlohmann::json document = outcome.Document();
+    EXPECT_EQ(document["exit_code"], exit_code);
+    EXPECT_EQ(document["ok"], exit_code == 0);
+    EXPECT_EQ(document.contains("error"), !Sentence(outcome.errors).empty());
+    return document;
+  }
+
   clients::FilledTestCatalog catalog;
 };
 
