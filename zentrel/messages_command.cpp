@@ -1,6 +1,6 @@
 // messages: what the catalog has of sub-device messages, and what the sub-device answers.
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -19,17 +19,14 @@ namespace {
 struct Message {
   LONG identifier;
   std::string name;
-  LONG length;  ///< of its data
+  std::int64_t length;  ///< of its data; the catalog may have any number
 };
-
-LONG LengthOf(LONG identifier) {
-  return std::abs(catalogs::MessageLength(identifier));
-}
 
 std::vector<Message> AllMessages() {
   std::vector<Message> messages;
+  telic2::Lengths lengths = telic2::MessageLengths();
   catalogs::MessageList("").Offer([&](std::int32_t number, const std::string& name) {
-    const LONG length = LengthOf(number);
+    const std::int64_t length = lengths(number);
     if (length != 0) messages.push_back({number, name, length});
   });
   if (messages.empty()) {
@@ -41,13 +38,14 @@ std::vector<Message> AllMessages() {
 
 std::vector<Message> NamedMessages(const std::vector<std::string>& words) {
   std::vector<Message> messages;
+  telic2::Lengths lengths = telic2::MessageLengths();
   for (const std::string& word : words) {
     LONG identifier = 0;
     if (!ParseNumber(word, identifier)) {
       throw Failure(ExitCode::kCommandLine, "\"" + word + "\" is no number of a message",
                     "see zentrel messages --list");
     }
-    const LONG length = LengthOf(identifier);
+    const std::int64_t length = lengths(identifier);
     if (length == 0) {
       throw Failure(ExitCode::kRefused, "the catalog does not know message " + word,
                     "see zentrel messages --list");
@@ -58,11 +56,25 @@ std::vector<Message> NamedMessages(const std::vector<std::string>& words) {
   return messages;
 }
 
+std::int64_t LengthInFrame(const Message& message) {
+  return 1 + message.length;  // with its identifier
+}
+
+void RequireFramesThatCarryThem(const std::vector<Message>& messages) {
+  for (const Message& message : messages) {
+    if (telic2::kHeaderLength + LengthInFrame(message) <= telic2::kLongestFrame) continue;
+    throw Failure(ExitCode::kRefused,
+                  "by the catalog message " + std::to_string(message.identifier) + " has " +
+                      std::to_string(message.length) + " bytes, which no frame carries",
+                  "mend its length in the catalog, or name other messages");
+  }
+}
+
 // In as few frames as hold them, in their order.
 std::vector<LONG> ReadAll(Component& component, const std::vector<Message>& messages) {
   std::vector<LONG> data;
   std::vector<LONG> frame;
-  LONG frame_length = telic2::kHeaderLength;
+  std::int64_t frame_length = telic2::kHeaderLength;
   const auto read_frame = [&] {
     if (frame.empty()) return;
     const std::vector<LONG> answers = component.ReadMessages(frame);
@@ -71,9 +83,9 @@ std::vector<LONG> ReadAll(Component& component, const std::vector<Message>& mess
     frame_length = telic2::kHeaderLength;
   };
   for (const Message& message : messages) {
-    if (frame_length + 1 + message.length > telic2::kLongestFrame) read_frame();
+    if (frame_length + LengthInFrame(message) > telic2::kLongestFrame) read_frame();
     frame.push_back(message.identifier);
-    frame_length += 1 + message.length;
+    frame_length += LengthInFrame(message);
   }
   read_frame();
   return data;
@@ -99,6 +111,7 @@ ExitCode Messages(const Options& options, Report& report) {
   Json entries = Json::array();
   std::vector<LONG> data;
   if (!options.list) {
+    RequireFramesThatCarryThem(messages);
     Component component;
     OpenBox(component, options, report, Simulated::kAnswersItself);
     const Waiting waiting("Reading sub-device messages", options);

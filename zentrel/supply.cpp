@@ -1,6 +1,7 @@
 #include "zentrel/supply.h"
 
 #include <array>
+#include <numeric>
 
 namespace qmzentrel::program {
 namespace {
@@ -12,6 +13,13 @@ constexpr std::int32_t kCallMs = 500;
 
 constexpr std::uint8_t kBoxStatusCommand = 0x80;
 constexpr std::size_t kBoxStatusLength = 7;
+using BoxStatusReply = std::array<std::uint8_t, kBoxStatusLength>;
+
+// The last byte is the sum of those before it. Another device may send as many bytes.
+bool HasRightSum(const BoxStatusReply& reply) {
+  const unsigned sum = std::accumulate(reply.begin(), reply.end() - 1, 0U);
+  return (sum & 0xFF) == reply.back();
+}
 
 }  // namespace
 
@@ -33,8 +41,8 @@ bool BoxAnswers(std::int32_t port, platform::ModemLines lines) {
   for (int call = 0; call < kCalls && !answers; ++call) {
     serial.ClearReceiveBuffer();
     serial.Write(std::array{kBoxStatusCommand});
-    std::array<std::uint8_t, kBoxStatusLength> reply{};
-    answers = serial.Read(reply, kCallMs) == reply.size();
+    BoxStatusReply reply{};
+    answers = serial.Read(reply, kCallMs) == reply.size() && HasRightSum(reply);
   }
   serial.SetLines({});
   return answers;
