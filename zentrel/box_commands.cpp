@@ -91,6 +91,11 @@ ExitCode Info(const Options& options, Report& report) {
   NamedPort(options);
   Component component;
   OpenBox(component, options, report, Simulated::kAnswersItself);
+  if (component.IsSimulated()) {
+    report.Line("There is no box to tell its facts; those that the dialog shows come with a read.");
+    report.Document()["box"] = nullptr;
+    return ExitCode::kDone;
+  }
   report.Line("Box on " + PortName(options.port));
   ShowBox(component, report);
   return ExitCode::kDone;

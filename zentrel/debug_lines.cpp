@@ -37,15 +37,6 @@ class AccessForTheSession {
   SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
 };
 
-// Any program can send any text; none of it may act on the console.
-std::string Printable(std::string text) {
-  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
-  std::ranges::replace_if(
-      text, [](char letter) { return static_cast<unsigned char>(letter) < ' ' || letter == 0x7F; },
-      ' ');
-  return text;
-}
-
 Failure Taken() {
   return {ExitCode::kWatchTaken, "another program receives the step lines already",
           "close it (a second zentrel watch, or a viewer of debugger output) and try again"};
@@ -86,6 +77,16 @@ std::optional<DebugLine> DebugLines::Next(DWORD timeout_ms, HANDLE stop) {
   line.text = Printable(platform::FromAnsi({text, strnlen(text, kTextSize)}));
   SetEvent(buffer_ready_.Get());
   return line;
+}
+
+// Any program can send any text; none of it may act on the console.
+std::string Printable(std::string_view utf8) {
+  while (utf8.ends_with('\n') || utf8.ends_with('\r')) utf8.remove_suffix(1);
+  std::wstring text = platform::Utf8ToWide(std::string(utf8));
+  std::ranges::replace_if(
+      text, [](wchar_t letter) { return letter < L' ' || (letter >= 0x7F && letter <= 0x9F); },
+      L' ');
+  return platform::WideToUtf8(text);
 }
 
 std::string ProcessName(DWORD process) {

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/win32/handle.h"
 
@@ -13,7 +14,7 @@ namespace qmzentrel::program {
 
 struct DebugLine {
   DWORD process;
-  std::string text;  ///< UTF-8, without line ends, control characters made visible
+  std::string text;  ///< UTF-8, without line ends, blanks for control characters
 };
 
 /// One program in a session can receive; Failure when another one does already.
@@ -33,6 +34,10 @@ class DebugLines {
   platform::OwnedHandle mapping_;
   const void* buffer_ = nullptr;
 };
+
+/// UTF-8 as it may be printed: without the line ends behind it, and with a blank for each control
+/// character, those from U+0080 to U+009F among them.
+std::string Printable(std::string_view utf8);
 
 /// "cscript.exe", or empty when the process has ended or does not let itself be asked.
 std::string ProcessName(DWORD process);

@@ -186,7 +186,8 @@ void CheckCallers(const Machine& machine, const std::string& caller, Diagnoses& 
   bool surrogate = false;
   if (machine.classes64) {
     const std::wstring application = ReadText(ClassKey(machine.classes), L"AppID");
-    surrogate = !application.empty() && IsThere(machine.classes.Below(L"AppID\\" + application));
+    surrogate = !application.empty() &&
+                IsThere(machine.classes.Below(L"AppID\\" + application), L"DllSurrogate");
     diagnoses.push_back(
         {kCheck, Grade::kNote,
          surrogate ? "64-bit programs reach the component through a surrogate process"
@@ -214,9 +215,18 @@ void CheckCallers(const Machine& machine, const std::string& caller, Diagnoses& 
                  "32-bit one",
                  "use its 32-bit version, or build it for x86");
     case FileKind::kEitherBit:
+      if (!machine.classes64) {
+        return add(Grade::kOk, "is a .NET program for any processor, here a 32-bit one", "");
+      }
+      if (surrogate) {
+        return add(Grade::kNote,
+                   "is a .NET program for any processor, here a 64-bit one, and goes by the "
+                   "surrogate",
+                   "");
+      }
       return add(Grade::kFault,
-                 "is a .NET program for any processor: on 64-bit Windows it runs as a 64-bit "
-                 "program, which is told \"class not registered\"",
+                 "is a .NET program for any processor: here it runs as a 64-bit program, which is "
+                 "told \"class not registered\"",
                  "build it for x86");
   }
 }

@@ -32,6 +32,12 @@ bool IsThere(const RegistryPlace& place) {
   return OpenedKey(place, KEY_QUERY_VALUE).IsOpen();
 }
 
+bool IsThere(const RegistryPlace& place, const std::wstring& name) {
+  const OpenedKey key(place, KEY_QUERY_VALUE);
+  return key.IsOpen() && RegQueryValueExW(key.Get(), name.c_str(), nullptr, nullptr, nullptr,
+                                          nullptr) == ERROR_SUCCESS;
+}
+
 std::wstring ReadText(const RegistryPlace& place, const std::wstring& name) {
   const OpenedKey key(place, KEY_QUERY_VALUE);
   if (!key.IsOpen()) return L"";

@@ -18,6 +18,8 @@ struct RegistryPlace {
 };
 
 bool IsThere(const RegistryPlace& place);
+/// The same of a value, of whatever type and length.
+bool IsThere(const RegistryPlace& place, const std::wstring& name);
 
 /// A text, with its variables of the environment replaced where it is of the type that has some;
 /// empty when it is missing or no text. An empty name is the unnamed value.

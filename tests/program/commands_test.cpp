@@ -124,6 +124,19 @@ TEST_F(ProgramCommands, MessagesOfTheCatalogAreListedWithoutABox) {
   EXPECT_EQ(Box().Supply(), Journal{});
 }
 
+TEST_F(ProgramCommands, AMessageThatNoFrameCarriesIsRefused) {
+  for (const wchar_t* const length : {L"-2147483648", L"2147483647", L"16"}) {
+    catalog.Text(L"TELIC2\\Messages\\18", L"Bytes", length);
+    Json document = DocumentOf("messages 8 18" + PortOption(), 7);
+    EXPECT_NE(document["error"]["problem"].get<std::string>().find("message 18 has "),
+              std::string::npos)
+        << document;
+    EXPECT_EQ(document["error"]["problem"].get<std::string>().find("-"), std::string::npos);
+  }
+  EXPECT_EQ(Box().Frames(), Journal{});
+  EXPECT_EQ(DocumentOf("messages --list 18", 0)["messages"][0]["length"], 16);
+}
+
 TEST_F(ProgramCommands, ProbeSaysWhichLineItRaisesAndFindsTheBox) {
   const Outcome outcome = RunZentrel("probe --yes" + PortOption());
   EXPECT_EQ(outcome.exit_code, 0) << outcome.errors;
@@ -163,11 +176,23 @@ TEST_F(ProgramCommands, AFaultOfTheComponentIsOneOfItsOwn) {
 
 TEST_F(ProgramCommands, TheSimulatorIsNamed) {
   catalog.Simulator(true);
-  EXPECT_EQ(DocumentOf("info" + PortOption(), 0)["simulator"], true);
+  Json document = DocumentOf("info" + PortOption(), 0);
+  EXPECT_EQ(document["simulator"], true);
+  EXPECT_TRUE(document.at("box").is_null());
   EXPECT_NE(RunZentrel("info" + PortOption()).output.find("simulator is switched on"),
             std::string::npos);
   DocumentOf("probe --yes" + PortOption(), 7);
   EXPECT_EQ(Box().Supply(), Journal{});
+}
+
+TEST_F(ProgramCommands, NoDialogIsPromisedWhereNoneComes) {
+  catalog.Simulator(true);
+  for (const char* const command : {"info", "messages 8"}) {
+    const std::string output = RunZentrel(command + PortOption()).output;
+    EXPECT_NE(output.find("simulator is switched on: no port is used.\n"), std::string::npos)
+        << output;
+    EXPECT_EQ(output.find("asks you"), std::string::npos) << output;
+  }
 }
 
 TEST_F(ProgramCommands, WithoutARegistrationItSaysHowToRegister) {

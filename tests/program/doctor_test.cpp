@@ -277,6 +277,28 @@ TEST_F(DoctorOn64BitWindows, ACallerWith64Bits) {
   EXPECT_TRUE(Says(Found(found, "caller", Grade::kFault), "64-bit program"));
 }
 
+constexpr DWORD kIntermediateOnly = 1;
+constexpr DWORD kRequires32Bit = 2;
+
+TEST_F(DoctorOn64BitWindows, ACallerForAnyProcessorHas64Bits) {
+  const CraftedFile caller(IMAGE_FILE_MACHINE_I386, kIntermediateOnly);
+  Diagnoses found;
+  CheckCallers(machine_, platform::WideToUtf8(caller.Path()), found);
+  EXPECT_TRUE(Says(Found(found, "caller", Grade::kFault), "any processor"));
+}
+
+TEST_F(DoctorOn64BitWindows, AnApplicationWithoutASurrogateTakesNobody) {
+  const std::wstring id = Guid(CLSID_Zentrel);
+  const ChangedText application(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"CLSID\\" + id, id,
+                                L"AppID");
+  const TemporaryKey without(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id);
+  const CraftedFile caller(IMAGE_FILE_MACHINE_AMD64);
+  Diagnoses found;
+  CheckCallers(machine_, platform::WideToUtf8(caller.Path()), found);
+  EXPECT_TRUE(Says(Found(found, "64-bit callers", Grade::kNote), "class not registered"));
+  EXPECT_TRUE(Says(Found(found, "caller", Grade::kFault), "64-bit program"));
+}
+
 TEST_F(DoctorOn64BitWindows, ASurrogateThatTakes64BitCallers) {
   const std::wstring id = Guid(CLSID_Zentrel);
   const ChangedText application(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"CLSID\\" + id, id,
@@ -284,16 +306,17 @@ TEST_F(DoctorOn64BitWindows, ASurrogateThatTakes64BitCallers) {
   const TemporaryKey surrogate(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id);
   const ChangedText system(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id, L" ",
                            L"DllSurrogate");
-  const CraftedFile caller(IMAGE_FILE_MACHINE_AMD64);
-  Diagnoses found;
-  CheckCallers(machine_, platform::WideToUtf8(caller.Path()), found);
-  EXPECT_TRUE(Says(Found(found, "64-bit callers", Grade::kNote), "surrogate"));
-  EXPECT_TRUE(Says(Found(found, "caller", Grade::kNote), "surrogate"));
+  const CraftedFile with_64_bits(IMAGE_FILE_MACHINE_AMD64);
+  const CraftedFile any(IMAGE_FILE_MACHINE_I386, kIntermediateOnly);
+  for (const CraftedFile* caller : {&with_64_bits, &any}) {
+    Diagnoses found;
+    CheckCallers(machine_, platform::WideToUtf8(caller->Path()), found);
+    EXPECT_TRUE(Says(Found(found, "64-bit callers", Grade::kNote), "surrogate"));
+    EXPECT_TRUE(Says(Found(found, "caller", Grade::kNote), "surrogate"));
+  }
 }
 
 TEST_F(DoctorFinds, CallersThatCannotReachTheComponent) {
-  constexpr DWORD kIntermediateOnly = 1;
-  constexpr DWORD kRequires32Bit = 2;
   const CraftedFile with_64_bits(IMAGE_FILE_MACHINE_AMD64);
   const CraftedFile with_32_bits(IMAGE_FILE_MACHINE_I386);
   const CraftedFile any(IMAGE_FILE_MACHINE_I386, kIntermediateOnly);
@@ -310,7 +333,8 @@ TEST_F(DoctorFinds, CallersThatCannotReachTheComponent) {
   std::erase_if(found, [](const Diagnosis& diagnosis) { return diagnosis.check != "caller"; });
   ASSERT_EQ(found.size(), 5u);
   EXPECT_TRUE(Says(found[0].text, "32-bit program"));
-  EXPECT_TRUE(Says(found[1].text, "any processor"));
+  EXPECT_TRUE(Says(found[1].text, "any processor, here a 32-bit one"));
+  EXPECT_EQ(found[1].grade, Grade::kOk);
   EXPECT_EQ(found[2].grade, Grade::kOk);
   EXPECT_TRUE(Says(found[3].text, "no program"));
   EXPECT_TRUE(Says(found[4].text, "not there"));
@@ -395,6 +419,13 @@ TEST_F(DoctorFinds, ABoxThatIsFedByAnotherLine) {
                            L"SupplyLine");
   EXPECT_TRUE(Says(Found(Checks("--yes --port " + std::to_string(Port()), 0), "supply line", "ok"),
                    "answers with RTS"));
+}
+
+TEST_F(DoctorFinds, SevenBytesWithoutTheirSumAreNoBox) {
+  Box().Tell("wrong-sum 1000");
+  EXPECT_TRUE(
+      Says(Found(Checks("--yes --port " + std::to_string(Port()), 11), "supply line", "fault"),
+           "no box answers"));
 }
 
 TEST_F(DoctorFinds, NoLineIsRaisedWithoutAYes) {

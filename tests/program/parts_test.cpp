@@ -7,6 +7,7 @@
 #include "interface/radio_settings.h"
 #include "tests/clients/com_client.h"
 #include "zentrel/command_line.h"
+#include "zentrel/debug_lines.h"
 #include "zentrel/exit_codes.h"
 #include "zentrel/failure.h"
 #include "zentrel/program_file.h"
@@ -32,6 +33,15 @@ TEST(StepLines, LinesOfOthersAreNone) {
         "2026-11-22 10:08:00   INFO   x", "22 Nov 2026, 10:08:0x  INFO   x"}) {
     EXPECT_FALSE(ParseStepLine(other)) << other;
   }
+}
+
+TEST(DebugLineTexts, ControlCharactersAreBlanksAndLettersStay) {
+  EXPECT_EQ(Printable("a\x1b[2Jb\tc\x7f\r\n"), "a [2Jb c ");
+  EXPECT_EQ(Printable("a\xc2\x80\xc2\x9b\xc2\x9f"
+                      "b"),
+            "a   b");
+  EXPECT_EQ(Printable("\xc2\xa0\xc3\xa4\xe2\x82\xac"), "\xc2\xa0\xc3\xa4\xe2\x82\xac");
+  EXPECT_EQ(Printable("\r\n"), "");
 }
 
 TEST(CommandLines, PortsAreNamedInAnyOfTheirForms) {
