@@ -35,7 +35,7 @@ std::wstring TypeLibraryKey() {
 void SetText(HKEY root, const std::wstring& key, const std::wstring& name,
              const std::wstring& text) {
   RegSetKeyValueW(root, key.c_str(), name.c_str(), REG_SZ, text.c_str(),
-                  static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+                  static_cast<DWORD>(text.size() + 1) * sizeof(wchar_t));
 }
 
 // A text in the registry as long as it lives; then whatever was there before, or nothing.
