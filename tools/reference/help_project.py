@@ -48,16 +48,16 @@ class HelpProject:
         self.topics = {}  # file name -> text
         self.pictures = set()
         # A document of the project, or a heading in it, and the topic that has it.
-        self.topic_of = {f"docs/{name}.md": f"{name}.htm" for name in GUIDES}
+        self.topic_of = {f"docs/{name}.md": f"{name}.html" for name in GUIDES}
         for page in pages.texts.pages.values():
             document = f"docs/reference/{pages.file_of(page.name)}"
             self.topic_of[document] = self._page_topic(page)
             for entry in page.entries:
-                self.topic_of[f"{document}#{slug(entry.name)}"] = f"{entry.name}.htm"
+                self.topic_of[f"{document}#{slug(entry.name)}"] = f"{entry.name}.html"
 
     @staticmethod
     def _page_topic(page):
-        return "index.htm" if page.name == "library" else f"{page.name}.htm"
+        return "index.html" if page.name == "library" else f"{page.name}.html"
 
     # --- Topics ---
 
@@ -102,7 +102,7 @@ class HelpProject:
             for entry in page.entries:
                 back = f"[{page.title}]({self.pages.file_of(page.name)})"
                 said = [f"# {entry.name}", self.pages.entry(page.name, entry), back]
-                self._add(f"{entry.name}.htm", entry.name, "\n\n".join(said), document)
+                self._add(f"{entry.name}.html", entry.name, "\n\n".join(said), document)
 
     def _add_guides(self):
         self.guide_titles = {}
@@ -110,7 +110,7 @@ class HelpProject:
             text = (self.root / f"docs/{name}.md").read_text()
             title = re.match(r"# (.*)", text)[1]
             self.guide_titles[name] = title
-            self._add(f"{name}.htm", title, text, f"docs/{name}.md")
+            self._add(f"{name}.html", title, text, f"docs/{name}.md")
 
     # --- The project ---
 
@@ -130,32 +130,32 @@ class HelpProject:
             if not page.entries:
                 continue
             lines += [self._node(page.title, self._page_topic(page)), "<UL>"]
-            lines += [self._node(e.name, f"{e.name}.htm") for e in page.entries]
+            lines += [self._node(e.name, f"{e.name}.html") for e in page.entries]
             lines.append("</UL>")
         for name in ("times", "identifiers"):
             lines.append(self._node(pages[name].title, self._page_topic(pages[name])))
         for name, title in self.guide_titles.items():
-            lines.append(self._node(title, f"{name}.htm"))
+            lines.append(self._node(title, f"{name}.html"))
         return SITE_MAP.format(body="\n".join([*lines, "</UL>"]))
 
     def _index(self):
         pages = self.pages.texts.pages.values()
-        entries = [(e.name, f"{e.name}.htm") for page in pages for e in page.entries]
+        entries = [(e.name, f"{e.name}.html") for page in pages for e in page.entries]
         entries += [(page.title, self._page_topic(page)) for page in pages]
-        entries += [(title, f"{name}.htm") for name, title in self.guide_titles.items()]
+        entries += [(title, f"{name}.html") for name, title in self.guide_titles.items()]
         for enumeration in self.pages.enumerations.values():
-            entries += [(name, f"{enumeration.name}.htm") for name, _ in enumeration.constants]
+            entries += [(name, f"{enumeration.name}.html") for name, _ in enumeration.constants]
         entries.sort(key=lambda e: e[0].lower())
         nodes = [self._node(*entry) for entry in entries]
         return SITE_MAP.format(body="\n".join(["<UL>", *nodes, "</UL>"]))
 
     def _contexts(self):
         library = self.pages.library
-        yield library.context, "index.htm"
-        yield library.class_context, "zentrel.htm"
+        yield library.context, "index.html"
+        yield library.class_context, "zentrel.html"
         for member in self.pages.members.values():
             if member.context:
-                yield member.context, f"{member.name}.htm"
+                yield member.context, f"{member.name}.html"
 
     def _project(self):
         # The compiled contexts come in the order of the files.
@@ -169,7 +169,7 @@ class HelpProject:
                 f"Compiled file={PROJECT}.chm",
                 f"Contents file={PROJECT}.hhc",
                 f"Index file={PROJECT}.hhk",
-                "Default topic=index.htm",
+                "Default topic=index.html",
                 # A binary one would be another each time: it holds memory that nobody has set.
                 "Binary Index=No",
                 "Full-text search=Yes",
