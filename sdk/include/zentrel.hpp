@@ -92,9 +92,10 @@ class Pointer {
   Interface* pointer_ = nullptr;
 };
 
-/// Throws an Error with what the component says of the failure.
-inline void Check(HRESULT result) {
-  if (SUCCEEDED(result)) return;
+namespace detail {
+
+/// The Error of a call that failed, with what the thread's error info says of it.
+inline Error Told(HRESULT failure) {
   Text source;
   Text description;
   Pointer<IErrorInfo> info;
@@ -102,7 +103,29 @@ inline void Check(HRESULT result) {
     info->GetSource(source.Out());
     info->GetDescription(description.Out());
   }
-  throw Error(result, source.Copy(), description.Copy());
+  return Error(failure, source.Copy(), description.Copy());
+}
+
+}  // namespace detail
+
+/// Throws an Error without words when a call has failed that sets no error info: one that the
+/// thread has is of some call before.
+inline void Check(HRESULT result) {
+  if (FAILED(result)) throw Error(result, {}, {});
+}
+
+/// Throws an Error when a member of `called` has failed: with its words if the object says that
+/// this interface of it sets the error info.
+template <class Interface>
+void Check(HRESULT result, Interface* called) {
+  if (SUCCEEDED(result)) return;
+  Pointer<ISupportErrorInfo> support;
+  if (SUCCEEDED(called->QueryInterface(__uuidof(ISupportErrorInfo),
+                                       reinterpret_cast<void**>(support.Out()))) &&
+      support->InterfaceSupportsErrorInfo(__uuidof(Interface)) == S_OK) {
+    throw detail::Told(result);
+  }
+  throw Error(result, {}, {});
 }
 
 /// COM for the calling thread, a single-threaded apartment: the home of the component. Objects end
@@ -168,8 +191,12 @@ inline BSTR Raw(const Text& text) {
 class Object {
  public:
   Object() {
-    Check(CoCreateInstance(__uuidof(::Zentrel), nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
-                           __uuidof(_Zentrel), reinterpret_cast<void**>(object_.Out())));
+    // There is no object yet to ask whose words they are: what is said then has been said since.
+    SetErrorInfo(0, nullptr);
+    const HRESULT result =
+        CoCreateInstance(__uuidof(::Zentrel), nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                         __uuidof(_Zentrel), reinterpret_cast<void**>(object_.Out()));
+    if (FAILED(result)) throw detail::Told(result);
   }
 
   /// Calls a member of _Zentrel with all its arguments but the result, and answers that: a status
@@ -180,7 +207,8 @@ class Object {
   auto Call(HRESULT (STDMETHODCALLTYPE _Zentrel::*member)(Parameters...),
             const Arguments&... arguments) const {
     if constexpr (sizeof...(Arguments) == sizeof...(Parameters)) {
-      Check((object_.Get()->*member)(detail::Raw(detail::In<Parameters>(arguments))...));
+      Check((object_.Get()->*member)(detail::Raw(detail::In<Parameters>(arguments))...),
+            object_.Get());
     } else {
       static_assert(sizeof...(Arguments) + 1 == sizeof...(Parameters),
                     "all arguments, those that a script may leave out as well");
@@ -199,13 +227,16 @@ class Object {
     using Result = std::remove_pointer_t<std::tuple_element_t<sizeof...(Parameters) - 1, All>>;
     if constexpr (std::is_same_v<Result, BSTR>) {
       Text text;
-      Check((object_.Get()->*member)(
-          detail::Raw(detail::In<std::tuple_element_t<Index, All>>(arguments))..., text.Out()));
+      Check(
+          (object_.Get()->*member)(
+              detail::Raw(detail::In<std::tuple_element_t<Index, All>>(arguments))..., text.Out()),
+          object_.Get());
       return text.Copy();
     } else {
       Result result{};
       Check((object_.Get()->*member)(
-          detail::Raw(detail::In<std::tuple_element_t<Index, All>>(arguments))..., &result));
+                detail::Raw(detail::In<std::tuple_element_t<Index, All>>(arguments))..., &result),
+            object_.Get());
       if constexpr (std::is_same_v<Result, VARIANT_BOOL>) {
         return result != VARIANT_FALSE;
       } else {
