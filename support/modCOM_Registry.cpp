@@ -205,8 +205,8 @@ struct Store {
 
   std::int32_t operator()(std::monostate) const { return platform::RegistryDeleteValue(key, name); }
   std::int32_t operator()(bool value) const {
-    return (*this)(value ? -1 : 0);
-  }  // automation's True
+    return (*this)(value ? -1 : 0);  // automation's True
+  }
   std::int32_t operator()(std::int16_t number) const { return (*this)(std::int32_t{number}); }
   std::int32_t operator()(std::int32_t number) const {
     const std::int32_t result =
