@@ -1,7 +1,12 @@
 #include "tests/clients/message_pump.h"
 
+#include <algorithm>
+
 namespace qmzentrel::clients {
 namespace {
+
+// What is waited for may come true without a message.
+constexpr DWORD kGlanceMs = 20;
 
 void DispatchWaiting() {
   MSG message;
@@ -19,7 +24,8 @@ bool Pump(DWORD count, const HANDLE* handles, DWORD limit_ms, const std::functio
     if (done()) return true;
     const DWORD elapsed = GetTickCount() - begin;
     if (elapsed >= limit_ms) return false;
-    MsgWaitForMultipleObjects(count, handles, FALSE, limit_ms - elapsed, QS_ALLINPUT);
+    MsgWaitForMultipleObjects(count, handles, FALSE, std::min(limit_ms - elapsed, kGlanceMs),
+                              QS_ALLINPUT);
   }
 }
 

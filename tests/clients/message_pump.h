@@ -7,8 +7,8 @@
 
 namespace qmzentrel::clients {
 
-/// Dispatches messages until `done`, which is asked after each batch of them, is true; false when
-/// that takes longer than `limit_ms`.
+/// Dispatches messages until `done`, which is asked after each batch of them and now and then, is
+/// true; false when that takes longer than `limit_ms`.
 bool PumpUntil(const std::function<bool()>& done, DWORD limit_ms);
 
 /// The same until `handle` is signalled.
