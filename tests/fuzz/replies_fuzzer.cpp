@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "tests/fuzz/fresh_world.h"
 #include "tests/fuzz/properties.h"
 #include "tests/fuzz/record_model.h"
+#include "tests/fuzz/sending_rules.h"
 
 namespace qmzentrel::fuzz {
 namespace {
@@ -50,44 +50,44 @@ class Model {
     return shown;
   }
 
-  ZentrelStatus BoxStatus() {
-    const auto [status, reply] = Exchange({0x80}, kBoxStatusReply, 500);
-    if (status == S_OKAY) {
+  std::int32_t BoxStatus() {
+    const auto [status, reply] = Exchange({0x80}, kBoxStatusReply, kBoxStatusTimeout);
+    if (status == kOkay) {
       record_.TakeBoxFacts(reply.data());
       NoteSignature();
     }
     return status;
   }
 
-  ZentrelStatus Reset() { return Exchange({0xC0}, kTransponderReply, 10).first; }
+  std::int32_t Reset() { return Exchange({0xC0}, kTransponderReply, kResetTimeout).status; }
 
-  ZentrelStatus Read() {
-    auto [status, reply] = ExchangeTwice({0x40}, record_.IsElectric() ? 12500 : 2500);
-    if (status == S_OKAY) {
-      TakeBlock1(reply);
+  std::int32_t Read() {
+    const Reply block_1 = Block({0x40}, ReadTimeout(record_.IsElectric()));
+    if (block_1.status == kOkay) {
+      TakeBlock1(block_1.bytes);
     } else {
       record_.ClearBlock1();
     }
-    if (!record_.HasBlock2()) return status;
-    std::tie(status, reply) = ExchangeTwice({0x42}, record_.IsElectric() ? 12500 : 2500);
-    if (status == S_OKAY) {
-      record_.TakeBlock2(reply);
+    if (!record_.HasBlock2()) return block_1.status;
+    const Reply block_2 = Block({0x42}, ReadTimeout(record_.IsElectric()));
+    if (block_2.status == kOkay) {
+      record_.TakeBlock2(block_2.bytes);
     } else {
       record_.ClearBlock2();
     }
-    return status;
+    return block_2.status;
   }
 
   // What has come in a reply is in range, so that it can be sent.
-  ZentrelStatus Write() {
+  std::int32_t Write() {
     record_.AdjustLeak();
-    auto [status, reply] = ExchangeTwice(record_.Block1(), 2500);
-    if (status != S_OKAY) return status;
-    TakeBlock1(reply);
-    if (!record_.HasBlock2()) return status;
-    std::tie(status, reply) = ExchangeTwice(record_.Block2().value(), 2500);
-    if (status == S_OKAY) record_.TakeBlock2(reply);
-    return status;
+    const Reply block_1 = Block(record_.Block1(), kWriteTimeout);
+    if (block_1.status != kOkay) return block_1.status;
+    TakeBlock1(block_1.bytes);
+    if (!record_.HasBlock2()) return block_1.status;
+    const Reply block_2 = Block(record_.Block2().value(), kWriteTimeout);
+    if (block_2.status == kOkay) record_.TakeBlock2(block_2.bytes);
+    return block_2.status;
   }
 
   std::vector<Sending> sent;  ///< by the command at work
@@ -101,36 +101,28 @@ class Model {
 
   void NoteSignature() { power_timeout_ = record_.Signature() == 0xA5 ? 20 : 60; }
 
-  using Result = std::pair<ZentrelStatus, Bytes>;
-
-  Result ExchangeTwice(const Bytes& command, std::int32_t timeout_ms) {
-    const Result first = Exchange(command, kTransponderReply, timeout_ms);
-    return first.first == S_TIMEOUT ? Exchange(command, kTransponderReply, timeout_ms) : first;
+  Reply Block(const Bytes& command, std::int32_t timeout) {
+    return WithRetry([&] { return Exchange(command, kTransponderReply, timeout); });
   }
 
-  Result Exchange(const Bytes& command, std::size_t length, std::int32_t timeout_ms) {
+  Reply Exchange(const Bytes& command, std::size_t length, std::int32_t timeout) {
     Bytes reply;
-    const bool woken = record_.IsElectric();
-    for (int sendings = woken ? timeout_ms / 500 + 1 : 1; sendings > 0 && reply.empty();
-         --sendings) {
+    const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
+    for (int left = sendings.most; left > 0 && reply.empty(); --left) {
       Require(judged < sent.size(), "too few sendings");
       const Sending& sending = sent[judged++];
       Require(sending.bytes == command, "another command was sent");
       std::erase_if(line_, [&](const Arrival& arrival) { return arrival.time <= sending.time; });
       line_.insert(line_.end(), sending.reply.begin(), sending.reply.end());
       std::ranges::stable_sort(line_, {}, &Arrival::time);
-      Microseconds limit = sending.time + Milliseconds(woken ? 500 : 2500);
+      Microseconds limit = sending.time + sendings.first_byte;
       while (!line_.empty() && line_.front().time <= limit && reply.size() < length) {
-        if (reply.empty()) limit = line_.front().time + Milliseconds(12500);
+        if (reply.empty()) limit = line_.front().time + kRestLimit;
         reply.push_back(line_.front().byte);
         line_.erase(line_.begin());
       }
     }
-    if (reply.empty()) return {S_TIMEOUT, reply};
-    if (reply.size() < length) return {S_BAD_RESPONSE, reply};
-    int sum = 0;
-    for (std::size_t i = 0; i + 1 < length; ++i) sum += reply[i];
-    return {sum % 256 == reply.back() ? S_OKAY : S_BAD_SUM, reply};
+    return Judged(std::move(reply), length);
   }
 
   RecordModel record_;
@@ -193,7 +185,7 @@ void RunCommands(FreshWorld& world, FuzzedDataProvider& input) {
     struct Command {
       const char* name;
       ZentrelStatus (Zentrel::*run)();
-      ZentrelStatus (Model::*expected)();
+      std::int32_t (Model::*expected)();
     };
     constexpr Command kCommands[] = {{"BoxStatus", &Zentrel::BoxStatus, &Model::BoxStatus},
                                      {"ReadXpdr", &Zentrel::ReadXpdr, &Model::Read},

@@ -1,7 +1,7 @@
 #include "tests/fuzz/session_model.h"
 
 #include <algorithm>
-#include <numeric>
+#include <utility>
 
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/seen_text.h"
@@ -10,19 +10,10 @@
 namespace qmzentrel::fuzz {
 namespace {
 
-constexpr std::int32_t kOkay = 0;
-constexpr std::int32_t kTimeout = 1;
-constexpr std::int32_t kBadResponse = 2;
 constexpr std::int32_t kBadPort = 3;
-constexpr std::int32_t kBadSum = 4;
 constexpr std::int32_t kBadData = 5;
 
 constexpr std::int32_t kBlockReply = 19;
-constexpr Time kRestLimit = milliseconds(12500);
-
-bool SumIsRight(const Bytes& reply) {
-  return std::accumulate(reply.begin(), reply.end() - 1, 0) % 256 == reply.back();
-}
 
 // 8 data bits, a start and two stop bits, at 9600 a second.
 Time OnTheWire(std::size_t bytes) {
@@ -199,7 +190,7 @@ std::int32_t SessionModel::RunCommand(Call& call) {
     case What::kWrite:
       return Write();
     case What::kReset:
-      return Command({0xC0}, kBlockReply, 10).status;
+      return Command({0xC0}, kBlockReply, kResetTimeout).status;
     case What::kClose:
       return Close();
     default:
@@ -234,7 +225,7 @@ std::int32_t SessionModel::Close() {
 }
 
 std::int32_t SessionModel::BoxStatus() {
-  const Reply reply = Command({0x80}, 7, 500);
+  const Reply reply = Command({0x80}, 7, kBoxStatusTimeout);
   if (reply.status == kOkay) {
     record_.TakeBoxFacts(reply.bytes.data());
     power_.TakeSignature(record_.Signature());
@@ -245,8 +236,7 @@ std::int32_t SessionModel::BoxStatus() {
 
 std::int32_t SessionModel::Read() {
   WaitForStored();
-  const auto timeout = [this] { return record_.IsElectric() ? 12500 : 2500; };
-  const Reply block_1 = WithRetry({0x40}, timeout());
+  const Reply block_1 = Block({0x40}, ReadTimeout(record_.IsElectric()));
   if (block_1.status == kOkay) {
     record_.TakeBlock1(block_1.bytes);
     power_.TakeSignature(record_.Signature());
@@ -254,7 +244,7 @@ std::int32_t SessionModel::Read() {
     record_.ClearBlock1();
   }
   if (!record_.HasBlock2()) return block_1.status;
-  const Reply block_2 = WithRetry({0x42}, timeout());
+  const Reply block_2 = Block({0x42}, ReadTimeout(record_.IsElectric()));
   if (block_2.status == kOkay) {
     record_.TakeBlock2(block_2.bytes);
   } else {
@@ -268,7 +258,7 @@ std::int32_t SessionModel::Write() {
   record_.AdjustLeak();
   const Bytes frame = record_.Block1();
   WaitForStored();
-  const Reply block_1 = WithRetry(frame, 2500);
+  const Reply block_1 = Block(frame, kWriteTimeout);
   if (block_1.status == kOkay) {
     record_.TakeBlock1(block_1.bytes);
     power_.TakeSignature(record_.Signature());
@@ -278,7 +268,7 @@ std::int32_t SessionModel::Write() {
   const auto frame_2 = record_.Block2();
   if (!frame_2) throw Fault();
   WaitForStored();
-  const Reply block_2 = WithRetry(*frame_2, 2500);
+  const Reply block_2 = Block(*frame_2, kWriteTimeout);
   if (block_2.status == kOkay) record_.TakeBlock2(block_2.bytes);
   StartVerifyDelay();
   return block_2.status;
@@ -303,37 +293,32 @@ std::int32_t SessionModel::Telic2(Call& call) {
 
 // --- The wire ---
 
-SessionModel::Reply SessionModel::Command(const Bytes& frame, std::int32_t expected,
-                                          std::int32_t timeout) {
+Reply SessionModel::Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout) {
   if (!open_port_) {
     power_.Power(false);
     return {kBadPort, {}};
   }
   Bytes reply;
-  const std::int32_t count = SuppliedExchange(frame, expected, timeout, reply);
-  if (count < 0) return {kTimeout, {}};
-  if (count != expected) return {kBadResponse, {}};
-  return {SumIsRight(reply) ? kOkay : kBadSum, reply};
+  SuppliedExchange(frame, expected, timeout, reply);
+  return Judged(std::move(reply), static_cast<std::size_t>(expected));
 }
 
-SessionModel::Reply SessionModel::WithRetry(const Bytes& frame, std::int32_t timeout) {
-  Reply reply = Command(frame, kBlockReply, timeout);
-  return reply.status == kTimeout ? Command(frame, kBlockReply, timeout) : reply;
+Reply SessionModel::Block(const Bytes& frame, std::int32_t timeout) {
+  return WithRetry([&] { return Command(frame, kBlockReply, timeout); });
 }
 
 // How many bytes came, -1 for none where some were expected.
 std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t expected,
                                             std::int32_t timeout, Bytes& reply) {
   power_.Power(true);
-  const bool electric = record_.IsElectric();
-  const Time first_limit = milliseconds(electric ? 500 : 2500);
+  const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
   bool sent = true;
   try {
-    for (int attempt = electric ? timeout / 500 : 0; attempt >= 0 && reply.empty(); --attempt) {
+    for (int left = sendings.most; left > 0 && reply.empty(); --left) {
       incoming_.erase(incoming_.begin(), incoming_.upper_bound(now_));
       sent = Send(frame);
       if (expected == 0) break;
-      Receive(1, first_limit, reply);
+      Receive(1, sendings.first_byte, reply);
     }
     if (!reply.empty()) Receive(static_cast<std::size_t>(expected - 1), kRestLimit, reply);
     if (expected == 0 && sent) now_ = std::max(now_, wire_busy_);

@@ -11,6 +11,7 @@
 #include "tests/fuzz/power_model.h"
 #include "tests/fuzz/record_model.h"
 #include "tests/fuzz/seen.h"
+#include "tests/fuzz/sending_rules.h"
 
 namespace qmzentrel::fuzz {
 
@@ -53,12 +54,8 @@ class SessionModel : private Surroundings {
   void Leave();
 
   // The wire
-  struct Reply {
-    std::int32_t status;
-    Bytes bytes;
-  };
   Reply Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout);
-  Reply WithRetry(const Bytes& frame, std::int32_t timeout);
+  Reply Block(const Bytes& frame, std::int32_t timeout);
   std::int32_t SuppliedExchange(const Bytes& frame, std::int32_t expected, std::int32_t timeout,
                                 Bytes& reply);
   bool Send(const Bytes& frame);
