@@ -1,10 +1,7 @@
 // What the component adds to an exchange with the box: Box Status through the DLL, and by a raw
 // program on the same port with the same virtual box behind it.
-#include <array>
-#include <cstdint>
-#include <span>
-
 #include "bench/box_link.h"
+#include "bench/box_status.h"
 #include "bench/measure.h"
 #include "bench/opened_device.h"
 #include "bench/raw_port.h"
@@ -19,10 +16,6 @@ using namespace qmzentrel::bench;
 constexpr int kBlocks = 40;
 constexpr int kExchangesPerBlock = 5;
 
-constexpr std::array<std::uint8_t, 1> kBoxStatus = {0x80};
-constexpr DWORD kFirstByteMs = 500;
-constexpr DWORD kRemainderMs = 12500;
-
 template <class Exchange>
 void TimeBlock(Samples& samples, Exchange exchange) {
   exchange();  // the first one after opening is not like the others
@@ -34,39 +27,23 @@ void TimeBlock(Samples& samples, Exchange exchange) {
 }
 
 void ThroughTheDll(Samples& samples, _Zentrel* zentrel) {
-  const OpenedDevice device(zentrel);
+  const OpenedDevice device(zentrel, BoxPort());
   TimeBlock(samples, [&] { MustSucceed(zentrel, &_Zentrel::BoxStatus, "Box Status"); });
 }
 
-// Step by step what the component does: only then can a reply be told from leftovers, and a silent
-// box from a slow one.
-void RawInTheSameSteps(Samples& samples) {
+void Raw(Samples& samples, void (*exchange)(RawPort& port)) {
   RawPort port(BoxPort());
-  TimeBlock(samples, [&] {
-    std::array<std::uint8_t, 7> reply{};
-    port.Purge();
-    port.Write(kBoxStatus);
-    const bool answered = port.Read(std::span(reply).first(1), kFirstByteMs) &&
-                          port.Read(std::span(reply).subspan(1), kRemainderMs);
-    Require(answered && HasRightSum(reply), "raw Box Status");
-  });
-}
-
-void RawAtItsLeast(Samples& samples) {
-  RawPort port(BoxPort());
-  TimeBlock(samples, [&] {
-    std::array<std::uint8_t, 7> reply{};
-    port.Write(kBoxStatus);
-    Require(port.Read(reply, kFirstByteMs) && HasRightSum(reply), "raw Box Status");
-  });
+  TimeBlock(samples, [&] { exchange(port); });
 }
 
 void MeasureAtPace(const char* title, _Zentrel* zentrel) {
   Measure({.title = title,
            .unit = kMicroseconds,
            .rounds = kBlocks,
-           .ways = {{"raw program, same steps", RawInTheSameSteps},
-                    {"raw program, one write and one read", RawAtItsLeast},
+           .ways = {{"raw program, same steps",
+                     [](Samples& samples) { Raw(samples, BoxStatusInTheSameSteps); }},
+                    {"raw program, one write and one read",
+                     [](Samples& samples) { Raw(samples, BoxStatusAtItsLeast); }},
                     {"BoxStatus of the component, early bound",
                      [&](Samples& samples) { ThroughTheDll(samples, zentrel); }}}});
 }

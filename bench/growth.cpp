@@ -121,7 +121,7 @@ int main(int count, char** arguments) {
     const DISPID status = clients::IdOf(object.Get(), L"Status");
     clean &= Watch("calls", times(1'000'000), [&] { CallEachWay(object.Get(), util, status); });
     clean &= Watch("faults", times(10'000), [&] { Fail(object.Get()); });
-    const OpenedDevice device(object.Get());
+    const OpenedDevice device(object.Get(), BoxPort());
     clean &= Watch("exchanges", times(100'000),
                    [&] { MustSucceed(object.Get(), &_Zentrel::BoxStatus, "Box Status"); });
   }

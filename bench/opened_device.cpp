@@ -1,6 +1,5 @@
 #include "bench/opened_device.h"
 
-#include "bench/box_link.h"
 #include "bench/measure.h"
 
 namespace qmzentrel::bench {
@@ -11,9 +10,9 @@ void MustSucceed(_Zentrel* zentrel, Command command, const char* what) {
   Require(result == S_OK && status == S_OKAY, what);
 }
 
-OpenedDevice::OpenedDevice(_Zentrel* zentrel) : zentrel_(zentrel) {
+OpenedDevice::OpenedDevice(_Zentrel* zentrel, int port) : zentrel_(zentrel) {
   ZentrelStatus status = S_TIMEOUT;
-  const HRESULT result = zentrel->DeviceOpen(BoxPort(), VARIANT_TRUE, &status);
+  const HRESULT result = zentrel->DeviceOpen(port, VARIANT_TRUE, &status);
   Require(result == S_OK && status == S_OKAY, "DeviceOpen");
 }
 

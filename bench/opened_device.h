@@ -10,10 +10,10 @@ using Command = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(ZentrelStatus*);
 /// Calls a member that answers with a status; any but S_OKAY ends the program with `what`.
 void MustSucceed(_Zentrel* zentrel, Command command, const char* what);
 
-/// Keeps the port of the virtual box open, with the supply maintained.
+/// Keeps the port of a virtual box open, with the supply maintained.
 class OpenedDevice {
  public:
-  explicit OpenedDevice(_Zentrel* zentrel);
+  OpenedDevice(_Zentrel* zentrel, int port);
   ~OpenedDevice();
   OpenedDevice(const OpenedDevice&) = delete;
   OpenedDevice& operator=(const OpenedDevice&) = delete;

@@ -1,18 +1,25 @@
 // How what the component does grows with what there is to do, and how the least grows that the same
 // takes. One table, a line for each size.
 #include <array>
-#include <charconv>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <numeric>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "bench/box_status.h"
 #include "bench/measure.h"
+#include "bench/opened_device.h"
+#include "bench/raw_port.h"
 #include "platform/win32/bstr.h"
+#include "platform/win32/handle.h"
 #include "support/dump_variable.h"
+#include "tests/clients/box_crowd.h"
 #include "tests/clients/com_client.h"
+#include "tests/clients/other_apartment.h"
 #include "tests/clients/test_catalog.h"
 
 namespace {
@@ -149,6 +156,92 @@ void MeasureElements() {
   }
 }
 
+// --- An exchange with each of so many boxes at once ---
+
+constexpr std::array kBoxes{1, 2, 4, 8, 16, 32, 64};
+constexpr int kExchangesEach = 20;
+
+// Those who work at once: nobody begins before all are ready, and nobody stops before all have been
+// measured.
+class Together {
+ public:
+  explicit Together(int count) : missing_(count), measuring_(count) {}
+
+  void Begin() {
+    if (--missing_ == 0) SetEvent(all_are_there_.Get());
+    WaitForSingleObject(all_are_there_.Get(), INFINITE);
+  }
+  /// Times `exchange` so often, and goes on with it as long as others are timed.
+  template <class Exchange>
+  Samples Time(Exchange exchange) {
+    Samples samples;
+    for (int i = 0; i < kExchangesEach; ++i) {
+      const double start = NowNanoseconds();
+      exchange();
+      samples.push_back(NowNanoseconds() - start);
+    }
+    --measuring_;
+    while (measuring_ > 0) exchange();
+    return samples;
+  }
+
+ private:
+  std::atomic<int> missing_;
+  std::atomic<int> measuring_;
+  const platform::OwnedHandle all_are_there_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+};
+
+Samples ThroughTheDll(int port, Together& together) {
+  const auto zentrel = clients::NewZentrel();
+  const OpenedDevice device(zentrel.Get(), port);
+  const auto exchange = [&] { MustSucceed(zentrel.Get(), &_Zentrel::BoxStatus, "Box Status"); };
+  exchange();  // the first one after opening is not like the others
+  together.Begin();
+  return together.Time(exchange);
+}
+
+Samples ThroughARawPort(int port, Together& together) {
+  RawPort device(port);
+  const auto exchange = [&] { BoxStatusInTheSameSteps(device); };
+  exchange();
+  together.Begin();
+  return together.Time(exchange);
+}
+
+// Each box has an apartment of its own.
+Way AtOnce(int boxes, Samples (*work)(int port, Together& together)) {
+  return {"", [=](Samples& samples) {
+            Together together(boxes);
+            std::vector<Samples> of_box(static_cast<std::size_t>(boxes));
+            std::vector<std::unique_ptr<clients::OtherApartment>> apartments;
+            for (int box = 0; box < boxes; ++box) {
+              apartments.push_back(
+                  std::make_unique<clients::OtherApartment>(COINIT_APARTMENTTHREADED, [&, box] {
+                    of_box[static_cast<std::size_t>(box)] = work(clients::CrowdPort(box), together);
+                  }));
+            }
+            for (const auto& apartment : apartments) apartment->Join();
+            for (const Samples& of_one : of_box) {
+              samples.insert(samples.end(), of_one.begin(), of_one.end());
+            }
+          }};
+}
+
+void MeasureBoxes() {
+  Require(clients::CrowdSize() >= kBoxes.back(), "too few boxes; use bench/run");
+  for (int number = 0; number < kBoxes.back(); ++number) {
+    clients::CrowdBox box(number);
+    box.Tell("set pace 0");
+    box.Tell("supply none");  // it is the exchange that is measured, not the start of the box
+  }
+  const auto kept = clients::NewZentrel();  // what the first object sets up stays
+  for (const int count : kBoxes) {
+    // More where each round has few exchanges.
+    const auto rounds = static_cast<unsigned>(4 + kBoxes.back() / count);
+    Compare("boxes", count, rounds, AtOnce(count, ThroughTheDll), AtOnce(count, ThroughARawPort));
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -157,4 +250,5 @@ int main() {
   MeasureInterfaces(catalog);
   MeasureMessages(catalog);
   MeasureElements();
+  MeasureBoxes();
 }

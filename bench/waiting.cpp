@@ -70,7 +70,7 @@ void PrintHead(const char* title) {
 // `use` gets an object with the port open that knows the kind of the box.
 Cost CostThroughTheDll(const std::function<void(_Zentrel*)>& use) {
   const auto zentrel = qmzentrel::clients::NewZentrel();
-  const OpenedDevice device(zentrel.Get());
+  const OpenedDevice device(zentrel.Get(), BoxPort());
   MustSucceed(zentrel.Get(), &_Zentrel::DeviceInit, "DeviceInit");
   return CostOf([&] { use(zentrel.Get()); });
 }
