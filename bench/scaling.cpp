@@ -214,6 +214,7 @@ Way AtOnce(int boxes, Samples (*work)(int port, Together& together)) {
             Together together(boxes);
             std::vector<Samples> of_box(static_cast<std::size_t>(boxes));
             std::vector<std::unique_ptr<clients::OtherApartment>> apartments;
+            apartments.reserve(of_box.size());
             for (int box = 0; box < boxes; ++box) {
               apartments.push_back(
                   std::make_unique<clients::OtherApartment>(COINIT_APARTMENTTHREADED, [&, box] {
