@@ -78,7 +78,18 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   // Flow control is off, but drivers refuse a block in which both characters are the same.
   block.XonChar = 0x11;
   block.XoffChar = 0x13;
-  return SetCommState(port, &block) != FALSE;
+  if (SetCommState(port, &block) != FALSE) return true;
+  // A port at the other end of a network may take no limits of flow control but its own.
+  const DWORD refused = GetLastError();
+  DCB own{};
+  own.DCBlength = sizeof own;
+  if (GetCommState(port, &own) != FALSE) {
+    block.XonLim = own.XonLim;
+    block.XoffLim = own.XoffLim;
+    if (SetCommState(port, &block) != FALSE) return true;
+  }
+  SetLastError(refused);
+  return false;
 }
 
 // How many bytes the driver still has to send, 0 from one that does not count them; nothing when

@@ -17,6 +17,9 @@ constexpr double kClosingMs = 5000;
 // For what passes the wire.
 constexpr double kPatienceMs = 5000;
 
+// How full the driver lets its buffer become before it asks the device to pause, and to go on.
+constexpr WORD kFlowLimit = 128;
+
 // The driver's thread looks again after so long at the latest.
 constexpr double kLongestMs = 60'000;
 
@@ -60,6 +63,8 @@ struct DriverModel::Imports {
   Import<decltype(&CloseHandle)> close{program, L"kernel32", "CloseHandle", &DriverModel::Close};
   Import<decltype(&SetCommState)> state{program, L"kernel32", "SetCommState",
                                         &DriverModel::SetState};
+  Import<decltype(&GetCommState)> own_state{program, L"kernel32", "GetCommState",
+                                            &DriverModel::GetState};
   Import<decltype(&SetCommTimeouts)> limits{program, L"kernel32", "SetCommTimeouts",
                                             &DriverModel::SetTimeouts};
   Import<decltype(&PurgeComm)> purge{program, L"kernel32", "PurgeComm", &DriverModel::Purge};
@@ -348,10 +353,21 @@ BOOL WINAPI DriverModel::SetState(HANDLE handle, DCB* block) {
   if (!block->fBinary || !has_flow_characters || block->ByteSize < 5 || block->ByteSize > 8) {
     return Fail(ERROR_INVALID_PARAMETER);
   }
+  const bool other_limits = block->XonLim != kFlowLimit || block->XoffLim != kFlowLimit;
+  if (other_limits && !self.habits_.takes_other_flow_limits) return Fail(ERROR_NOT_SUPPORTED);
   self.calls_.control_blocks.push_back(*block);
   self.lines_of_last_block_ = {.dtr = block->fDtrControl == DTR_CONTROL_ENABLE,
                                .rts = block->fRtsControl == RTS_CONTROL_ENABLE};
   self.SwitchLines(self.lines_of_last_block_);
+  return TRUE;
+}
+
+BOOL WINAPI DriverModel::GetState(HANDLE handle, DCB* block) {
+  DriverModel& self = The();
+  if (!self.IsPort(handle)) return self.imports_->own_state.System()(handle, block);
+  const Lock lock;
+  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  block->XonLim = block->XoffLim = kFlowLimit;
   return TRUE;
 }
 

@@ -24,6 +24,7 @@ struct DriverHabits {
   bool answers_status = true;                    ///< else ClearCommError is no function of its
   bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
   std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one
+  bool takes_other_flow_limits = true;           ///< else XonLim and XoffLim are as they are
   int loses_cancels = 0;                         ///< so many cancels have no effect
   bool never_ends_cancelled = false;             ///< a cancelled request stays pending
   bool blocks_writes = false;                    ///< takes no byte of a write
@@ -104,6 +105,7 @@ class DriverModel {
                             DWORD disposition, DWORD flags, HANDLE pattern);
   static BOOL WINAPI Close(HANDLE handle);
   static BOOL WINAPI SetState(HANDLE handle, DCB* block);
+  static BOOL WINAPI GetState(HANDLE handle, DCB* block);
   static BOOL WINAPI SetTimeouts(HANDLE handle, COMMTIMEOUTS* limits);
   static BOOL WINAPI Purge(HANDLE handle, DWORD flags);
   static BOOL WINAPI Escape(HANDLE handle, DWORD function);

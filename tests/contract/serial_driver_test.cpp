@@ -278,6 +278,20 @@ TEST_F(SerialDriver, ThatGivesNoReasonHasFailedAllTheSame) {
   EXPECT_EQ(port.OpenError(), ERROR_GEN_FAILURE);
 }
 
+TEST_F(SerialDriver, ThatTakesNoFlowLimitsButItsOwnIsToldEverythingElse) {
+  port.Close();
+  const auto before = Driver().Seen().control_blocks.size();
+  Driver().SetHabits({.takes_other_flow_limits = false});
+  ASSERT_TRUE(Open()) << port.OpenError();
+  const auto blocks = Driver().Seen().control_blocks;
+  ASSERT_EQ(blocks.size(), before + 1);
+  EXPECT_EQ(blocks.back().BaudRate, DWORD{CBR_9600});
+  EXPECT_EQ(blocks.back().StopBits, TWOSTOPBITS);
+  EXPECT_EQ(blocks.back().fDtrControl, DWORD{DTR_CONTROL_DISABLE});
+  Driver().Send({7});
+  EXPECT_EQ(Read(1, kAmpleMs), Bytes{7});
+}
+
 // --- Reads ---
 
 TEST_F(SerialDriver, EndsAReadByItsOwnLimitSoThatNothingThatCameIsLost) {
