@@ -64,6 +64,14 @@ std::int32_t CauseOfFailure() {
   return static_cast<std::int32_t>(error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE);
 }
 
+// The driver's own control block; nothing when the port has vanished.
+std::optional<DCB> OwnControlBlock(HANDLE port) {
+  DCB block{};
+  block.DCBlength = sizeof block;
+  if (GetCommState(port, &block) == FALSE) return std::nullopt;
+  return block;
+}
+
 bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   DCB block{};  // Everything not named below is off.
   block.DCBlength = sizeof block;
@@ -81,11 +89,9 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
   if (SetCommState(port, &block) != FALSE) return true;
   // A port at the other end of a network may take no limits of flow control but its own.
   const DWORD refused = GetLastError();
-  DCB own{};
-  own.DCBlength = sizeof own;
-  if (GetCommState(port, &own) != FALSE) {
-    block.XonLim = own.XonLim;
-    block.XoffLim = own.XoffLim;
+  if (const auto own = OwnControlBlock(port)) {
+    block.XonLim = own->XonLim;
+    block.XoffLim = own->XoffLim;
     if (SetCommState(port, &block) != FALSE) return true;
   }
   SetLastError(refused);
@@ -93,20 +99,13 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
 }
 
 // How many bytes the driver still has to send, 0 from one that does not count them; nothing when
-// the port has vanished. Asking lifts the stop that a line error has put on all requests.
+// the port has vanished. Asking lifts the stop that a line error has put on all requests. A driver
+// that cannot tell may say so with any error: that the port is there shows in something else.
 std::optional<DWORD> BytesHeld(HANDLE port) {
   COMSTAT status{};
   if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
-  const DWORD error = GetLastError();
-  switch (error) {
-    case ERROR_INVALID_FUNCTION:
-    case ERROR_NOT_SUPPORTED:
-    case ERROR_INVALID_PARAMETER:
-    case ERROR_CALL_NOT_IMPLEMENTED:
-      return 0;
-    default:
-      return std::nullopt;
-  }
+  if (OwnControlBlock(port)) return 0;
+  return std::nullopt;
 }
 
 }  // namespace

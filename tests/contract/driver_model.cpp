@@ -27,6 +27,7 @@ constexpr double kLongestMs = 60'000;
 constexpr DWORD kSuccess = 0;
 constexpr DWORD kTimeout = 0x00000102;
 constexpr DWORD kPending = 0x00000103;
+constexpr DWORD kTimeoutError = 0xC00000B5;
 constexpr DWORD kCancelled = 0xC0000120;
 constexpr DWORD kDeviceGone = 0xC00000C0;
 
@@ -238,6 +239,10 @@ double DriverModel::NextDue() const {
   return next;
 }
 
+DWORD DriverModel::StatusAtLimit() const {
+  return habits_.fails_at_its_limits ? kTimeoutError : kTimeout;
+}
+
 void DriverModel::Advance() {
   const double now = MonotonicMs();
   while (!out_.empty() && !habits_.sends_nothing && line_free_ms_ + habits_.byte_ms <= now) {
@@ -256,7 +261,7 @@ void DriverModel::Advance() {
     }
     const bool full = read_->count == read_->size;
     if (full || read_->due_ms <= now) {
-      read_->End(full ? kSuccess : kTimeout);
+      read_->End(full ? kSuccess : StatusAtLimit());
       read_.reset();
     }
   }
@@ -268,7 +273,7 @@ void DriverModel::Advance() {
       out_.insert(out_.end(), write_->bytes, write_->bytes + write_->count);
     }
     if (!habits_.blocks_writes || write_->due_ms <= now) {
-      write_->End(habits_.blocks_writes ? kTimeout : kSuccess);
+      write_->End(habits_.blocks_writes ? StatusAtLimit() : kSuccess);
       write_.reset();
     }
   }
@@ -413,7 +418,7 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   const Lock lock;
   ++self.calls_.status_questions;
   if (self.dead_) return Fail(ERROR_BAD_COMMAND);
-  if (!self.habits_.answers_status) return Fail(ERROR_INVALID_FUNCTION);
+  if (self.habits_.refuses_status) return Fail(*self.habits_.refuses_status);
   self.line_failed_ = false;
   if (errors != nullptr) *errors = 0;
   *status = {};

@@ -21,7 +21,8 @@ struct DriverHabits {
   bool opens_with_lines_of_last_block = true;
   bool closing_drops_lines = true;
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
-  bool answers_status = true;                    ///< else ClearCommError is no function of its
+  bool fails_at_its_limits = false;              ///< a request that it ends then, with an error
+  std::optional<DWORD> refuses_status{};         ///< ClearCommError, for this reason
   bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
   std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one
   bool takes_other_flow_limits = true;           ///< else XonLim and XoffLim are as they are
@@ -123,6 +124,7 @@ class DriverModel {
   void SwitchLines(platform::ModemLines lines);
   void Advance();
   double NextDue() const;
+  DWORD StatusAtLimit() const;
 
   CRITICAL_SECTION guard_{};
   HANDLE changed_;

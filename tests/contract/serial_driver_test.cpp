@@ -311,6 +311,24 @@ TEST_F(SerialDriver, IsAskedOnceOrTwiceInASilentWaitHoweverLong) {
   EXPECT_EQ(Driver().Seen().cancels, 0);
 }
 
+// As ports at the other end of a network do, whose requests end with an error at their limit.
+TEST_F(SerialDriver, ThatCannotTellItsStatusIsWaitedForToTheEnd) {
+  struct Later {
+    static DWORD WINAPI Run(void*) {
+      Sleep(700);  // in the second request of the wait
+      Driver().Send({5});
+      return 0;
+    }
+  };
+  for (const bool fails : {false, true}) {
+    Driver().SetHabits({.fails_at_its_limits = fails, .refuses_status = ERROR_IO_DEVICE});
+    const HANDLE thread = CreateThread(nullptr, 0, &Later::Run, nullptr, 0, nullptr);
+    EXPECT_EQ(Read(1, 2500), Bytes{5}) << fails;
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+  }
+}
+
 TEST_F(SerialDriver, ThatKnowsNoLimitsHasItsReadCancelled) {
   Driver().SetHabits({.cancelled_reads_give_nothing = false, .keeps_its_limits = false});
   Driver().Send({1, 2, 3});
@@ -391,7 +409,7 @@ TEST_F(SerialDriver, ThatRefusesEverythingAfterALineErrorIsCleared) {
 }
 
 TEST_F(SerialDriver, ThatCannotBeClearedCostsNoProcessorTime) {
-  Driver().SetHabits({.answers_status = false});
+  Driver().SetHabits({.refuses_status = ERROR_INVALID_FUNCTION});
   Driver().FailLine();
   EXPECT_EQ(Read(1, kReadMs), Bytes{});
   EXPECT_LE(Driver().Seen().reads, kReadMs / 5);
@@ -450,10 +468,13 @@ TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
 }
 
 TEST_F(SerialDriver, ThatDoesNotCountWhatItHoldsIsGivenTheTimeOfTheWire) {
-  Driver().SetHabits({.answers_status = false});
-  ASSERT_TRUE(port.Write(kFrame));
-  EXPECT_TRUE(port.AwaitSent());
-  EXPECT_EQ(Driver().Received(0), kFrame);
+  for (const DWORD reason : {ERROR_INVALID_FUNCTION, ERROR_IO_DEVICE, ERROR_GEN_FAILURE}) {
+    Driver().SetHabits({.refuses_status = reason});
+    const std::size_t before = Driver().Received(0).size();
+    ASSERT_TRUE(port.Write(kFrame));
+    EXPECT_TRUE(port.AwaitSent()) << reason;
+    EXPECT_EQ(Driver().Received(0).size() - before, kFrame.size()) << reason;
+  }
 }
 
 }  // namespace
