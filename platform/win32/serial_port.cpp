@@ -45,6 +45,12 @@ constexpr std::size_t kChipBuffer = 16;
 // The way to the wire, before the bytes' time on it: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
 
+// What is read in order to drop it: as much as drivers keep for a client, and how long there must
+// be silence.
+constexpr std::size_t kReceiveBuffer = 4096;
+constexpr std::size_t kDroppedAtOnce = 64;
+constexpr std::int32_t kDropMs = 20;
+
 // A whole reply shows that the box has its supply, hence that the lines stand as the driver took
 // them. For so long after it they are not set once more: a call that behind a USB adapter is a
 // transfer of its own. No longer, since a driver may drop a line at any time.
@@ -271,7 +277,12 @@ void SerialPort::Close() {
 }
 
 void SerialPort::ClearReceiveBuffer() {
-  if (state_) PurgeComm(state_->port.Get(), PURGE_RXCLEAR);
+  if (!state_ || PurgeComm(state_->port.Get(), PURGE_RXCLEAR) != FALSE) return;
+  // A driver that cannot drop them hands them over instead.
+  std::array<std::uint8_t, kDroppedAtOnce> dropped{};
+  for (std::size_t i = 0; i < kReceiveBuffer && Read(dropped, kDropMs) == dropped.size();
+       i += dropped.size()) {
+  }
 }
 
 bool SerialPort::Write(std::span<const std::uint8_t> bytes) {

@@ -391,6 +391,7 @@ BOOL WINAPI DriverModel::Purge(HANDLE handle, DWORD flags) {
   if (!self.IsPort(handle)) return self.imports_->purge.System()(handle, flags);
   const Lock lock;
   if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (!self.habits_.purges) return Fail(ERROR_INVALID_FUNCTION);
   if ((flags & PURGE_RXCLEAR) != 0) self.in_.clear();
   if ((flags & PURGE_TXCLEAR) != 0) self.out_.clear();
   if ((flags & PURGE_RXABORT) != 0) self.CancelRequest(self.read_);

@@ -379,6 +379,32 @@ TEST_F(SerialDriver, ThatNeverEndsAWriteDoesNotHoldTheClient) {
   EXPECT_TRUE(Driver().EndStuckRequests());
 }
 
+TEST_F(SerialDriver, ThatCannotDropWhatCameHasItReadAwayBeforeACommand) {
+  for (const bool fails : {false, true}) {
+    Driver().SetHabits({.fails_at_its_limits = fails, .purges = false});
+    for (const std::size_t late : {std::size_t{1}, std::size_t{19}, std::size_t{200}}) {
+      Driver().Send(Bytes(late, 0xEE));
+      Driver().AnswerNext({1, 2, 3});
+      port.ClearReceiveBuffer();
+      ASSERT_TRUE(port.Write(Bytes{contract::kDeviceCommand}));
+      EXPECT_EQ(Read(1, kAmpleMs), Bytes{1}) << late;
+      EXPECT_EQ(Read(2, kAmpleMs), (Bytes{2, 3})) << late;
+    }
+  }
+}
+
+TEST_F(SerialDriver, ThatCannotDropAndIsNeverSilentDoesNotHoldACommand) {
+  Driver().SetHabits({.purges = false});
+  Driver().Send(Bytes(100'000, 0xEE));
+  port.ClearReceiveBuffer();
+  EXPECT_LE(Driver().Seen().reads, 100) << "of 64 bytes each";
+}
+
+TEST_F(SerialDriver, ThatHasVanishedHasNothingToDrop) {
+  Driver().Vanish();
+  EXPECT_LT(MsOf([&] { port.ClearReceiveBuffer(); }), kBackstopMs);
+}
+
 // --- Line errors ---
 
 TEST_F(SerialDriver, ThatEndsAReadOnALineErrorIsAskedAgainWithinTheLimit) {
