@@ -3,12 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 namespace qmzentrel::platform {
 
 /// One wait that yields to the message loop, made of turns. A WM_QUIT that arrives is taken out of
 /// the queue, remembered, and posted again once when the wait ends: reposted at once it would keep
-/// every following turn from sleeping.
+/// every following turn from sleeping. Messages for the thread itself and none of its windows,
+/// which only the client's own loop understands, are put aside likewise.
 class YieldingWait {
  public:
   YieldingWait() = default;
@@ -23,6 +25,7 @@ class YieldingWait {
  private:
   bool quit_seen_ = false;
   std::uintptr_t quit_code_ = 0;
+  std::shared_ptr<void> put_aside_;  // posts the messages again when it goes
 };
 
 }  // namespace qmzentrel::platform

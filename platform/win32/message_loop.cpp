@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/hardware_faults.h"
+#include "platform/win32/thread_messages.h"
 
 namespace qmzentrel::platform {
 namespace {
@@ -20,6 +21,8 @@ YieldingWait::~YieldingWait() {
 }
 
 void YieldingWait::Turn(std::int32_t milliseconds) {
+  if (!put_aside_) put_aside_ = std::make_shared<ThreadMessages>();
+  auto& put_aside = *static_cast<ThreadMessages*>(put_aside_.get());
   // MWMO_INPUTAVAILABLE: wake for messages that were looked at and left in the queue, too.
   MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(std::max(milliseconds, 0)),
                               QS_ALLINPUT, MWMO_INPUTAVAILABLE);
@@ -35,6 +38,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
       quit_code_ = message.wParam;
       continue;
     }
+    if (put_aside.PutAside(message)) continue;
     TranslateMessage(&message);
     CallOut([&] { DispatchMessageW(&message); });
   }

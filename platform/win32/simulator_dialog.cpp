@@ -18,6 +18,7 @@
 #include "platform/win32/locked_windows.h"
 #include "platform/win32/simulator_dialog_controls.h"
 #include "platform/win32/this_module.h"
+#include "platform/win32/thread_messages.h"
 #include "platform/win32/visual_styles.h"
 #include "platform/win32/wide.h"
 #include "platform/win32/window_place.h"
@@ -209,12 +210,14 @@ void Dialog::Reveal() {
 }
 
 void Dialog::WaitForEnd() {
+  ThreadMessages put_aside;
   MSG message;
   while (!ending_) {
     if (CallOut([&] { return GetMessageW(&message, nullptr, 0, 0); }) == FALSE) {
       quit_code_ = static_cast<int>(message.wParam);
       return;
     }
+    if (put_aside.PutAside(message)) continue;
     CallOut([&] {
       if (IsDialogMessageW(window_, &message) != FALSE) return;
       TranslateMessage(&message);
