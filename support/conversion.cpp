@@ -1,6 +1,7 @@
 #include "support/conversion.h"
 
 #include <charconv>
+#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +30,15 @@ std::optional<double> PrefixedNumber(std::string_view digits, int base) {
   return static_cast<std::int32_t>(bits);
 }
 
+// Clients that have the C library of the component, too, may have set its locale.
+std::string WithDot(std::string digits) {
+  const std::string point = std::localeconv()->decimal_point;
+  if (const std::size_t place = digits.find(point); place != std::string::npos) {
+    digits.replace(place, point.size(), ".");
+  }
+  return digits;
+}
+
 // `precision` is what every text keeps; three digits more are enough for every value to read back.
 template <class Number>
 std::string ShortestDigits(Number value, int precision, Number (*parse)(const char*, char**)) {
@@ -38,7 +48,7 @@ std::string ShortestDigits(Number value, int precision, Number (*parse)(const ch
     std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
     if (parse(digits, nullptr) == value) break;
   }
-  return digits;
+  return WithDot(digits);
 }
 
 }  // namespace

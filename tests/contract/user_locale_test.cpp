@@ -1,11 +1,14 @@
-// The user's own changes to the regional settings change no number and no separator.
+// The user's own changes to the regional settings change no number and no separator, nor does what
+// the client does to the C library.
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <array>
+#include <clocale>
 #include <string>
 
 #include "platform/number.h"
+#include "support/conversion.h"
 
 namespace qmzentrel {
 namespace {
@@ -55,6 +58,21 @@ TEST(UserLocale, SeparatorsOfDateAndTimeStayAsTheyAreWritten) {
   EXPECT_EQ(platform::FormatDate(kMorning, "Hh:Nn:Ss"), "01:47:02");
   EXPECT_EQ(platform::FormatDate(kMorning, "yyyy/dd"), "2026/16");
   EXPECT_EQ(platform::FormatDate(kMorning, "\"a:b\" Hh\\:Nn"), "a:b 01:47");
+}
+
+TEST(UserLocale, ACommaInTheCLibraryOfTheClientChangesNoNumber) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  ASSERT_NE(std::setlocale(LC_ALL, "German"), nullptr);
+  ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+  const std::string single = NumberText(3.9F);
+  const std::string number = NumberText(-0.125);
+  const std::string large = NumberText(1.5e+300);
+  const std::string whole = NumberText(12.0);
+  std::setlocale(LC_ALL, before.c_str());
+  EXPECT_EQ(single, "3.9");
+  EXPECT_EQ(number, "-0.125");
+  EXPECT_EQ(large, "1.5e+300");
+  EXPECT_EQ(whole, "12");
 }
 
 }  // namespace
