@@ -105,13 +105,22 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
 }
 
 // How many bytes the driver still has to send, 0 from one that does not count them; nothing when
-// the port has vanished. Asking lifts the stop that a line error has put on all requests. A driver
-// that cannot tell may say so with any error: that the port is there shows in something else.
+// the port has vanished. Asking lifts the stop that a line error has put on all requests.
 std::optional<DWORD> BytesHeld(HANDLE port) {
   COMSTAT status{};
   if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
-  if (OwnControlBlock(port)) return 0;
-  return std::nullopt;
+  switch (GetLastError()) {
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED:
+    case ERROR_INVALID_PARAMETER:
+    case ERROR_CALL_NOT_IMPLEMENTED:
+      return 0;
+    default:
+      // There are drivers that cannot tell and say so in other words, like a port that has gone.
+      // One that is there answers something else.
+      if (OwnControlBlock(port)) return 0;
+      return std::nullopt;
+  }
 }
 
 }  // namespace
