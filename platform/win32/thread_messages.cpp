@@ -9,6 +9,16 @@ namespace {
 // As many as the queue of a thread holds.
 constexpr std::size_t kMost = 10'000;
 
+// From here on messages are known by registered names, with which libraries of the operating system
+// call each other: their hooks act when such a message leaves the queue, and would do so twice.
+constexpr UINT kFirstRegistered = 0xC000;
+
+bool IsForTheClient(const MSG& message) {
+  if (message.hwnd != nullptr || message.message >= kFirstRegistered) return false;
+  // A timer without a window has a function that the dispatching calls, or ticks again.
+  return message.message != WM_NULL && message.message != WM_TIMER;
+}
+
 }  // namespace
 
 ThreadMessages::~ThreadMessages() {
@@ -18,9 +28,7 @@ ThreadMessages::~ThreadMessages() {
 }
 
 bool ThreadMessages::PutAside(const MSG& message) {
-  // A timer without a window has a function that the dispatching calls, or ticks again.
-  const bool means_something = message.message != WM_NULL && message.message != WM_TIMER;
-  if (message.hwnd != nullptr || !means_something || messages_.size() == kMost) return false;
+  if (!IsForTheClient(message) || messages_.size() == kMost) return false;
   try {
     messages_.push_back(message);
   } catch (const std::bad_alloc&) {

@@ -81,6 +81,16 @@ TEST(ThreadMessages, ComeBesideTheEndOfTheProgram) {
   EXPECT_EQ(TakenFromThread(), Numbers{1});
 }
 
+TEST(ThreadMessages, WithARegisteredNameLeaveTheQueueOnce) {
+  const UINT registered = RegisterWindowMessageW(L"QmZentrelContractTest");
+  PostThreadMessageW(GetCurrentThreadId(), registered, 0, 0);
+  PostToThread(1);
+  { YieldingWait().Turn(0); }
+  MSG message;
+  EXPECT_FALSE(PeekMessageW(&message, nullptr, registered, registered, PM_REMOVE));
+  EXPECT_EQ(TakenFromThread(), Numbers{1});
+}
+
 TEST(ThreadMessages, ComeToTheClientAfterADialog) {
   contract::DialogRecorder recorder;
   const platform::DialogContent content = contract::FullContent("Thread messages");
