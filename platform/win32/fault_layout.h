@@ -18,4 +18,4 @@
 #define KEPT_FIRST_REGISTRATION 20
 #define KEPT_END 24
 #define KEPT_SIZE 28
-#define KEPT_BYTES 32
+#define KEPT_BYTES 36

@@ -13,6 +13,7 @@
 #include <cxxabi.h>
 
 #include "platform/win32/fault_layout.h"
+#include "platform/win32/shared_unwinder.h"
 #include "platform/win32/stack_room.h"
 #include "platform/win32/this_module.h"
 
@@ -35,8 +36,9 @@ static_assert(offsetof(Registration, place) == REGISTRATION_PLACE);
 struct KeptUnwinding {
   DWORD esp, ebx, esi, edi, ebp;
   DWORD first_registration;
-  DWORD end;   // of the stack that is kept
-  DWORD size;  // of what is kept
+  DWORD end;      // of the stack that is kept
+  DWORD size;     // of what is kept
+  void* foreign;  // not null: an exception of the client's run-time, and nothing is kept
   // The kept bytes follow.
 
   char* Bytes() { return reinterpret_cast<char*>(this + 1); }
@@ -297,10 +299,19 @@ void LeaveProcedures(Registration* registration) {
   auto* const kept =
       static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding) + most));
   if (kept == nullptr) return;
+  kept->foreign = nullptr;
   kept->end = end;
   registration->unwinding = kept;
   QmzInterruptUnwinding(kept, registration);
   HeapFree(GetProcessHeap(), 0, kept);
+}
+
+KeptUnwinding* KeptForeign(void* exception) {
+  auto* const kept =
+      static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding)));
+  if (kept == nullptr) throw std::bad_alloc();
+  kept->foreign = exception;
+  return kept;
 }
 
 // The unwinding of the client's that has found no CalledFromOutside on its way; null when something
@@ -429,6 +440,7 @@ void InstallFaultHandling(FaultRaiser raiser) {
   std::set_terminate(OnTerminate);
   const LPTOP_LEVEL_EXCEPTION_FILTER before = SetUnhandledExceptionFilter(HandOn);
   if (before != HandOn) g_filter_before = before;
+  FindSharedUnwinder();
 }
 
 void RunAsProcedure(ErasedCall run, void* call) {
@@ -436,7 +448,15 @@ void RunAsProcedure(ErasedCall run, void* call) {
 }
 
 void RunAsCallOut(ErasedCall run, void* call) {
-  RunWithin(QmzCallOutHandler, run, call);
+  if (!HasSharedUnwinder()) return RunWithin(QmzCallOutHandler, run, call);
+  void* foreign = nullptr;
+  try {
+    return RunWithin(QmzCallOutHandler, run, call);
+  } catch (...) {
+    foreign = TakeForeignException();
+    if (foreign == nullptr) throw;
+  }
+  throw ClientUnwinding(KeptForeign(foreign));
 }
 
 ClientUnwinding::~ClientUnwinding() {
@@ -444,6 +464,11 @@ ClientUnwinding::~ClientUnwinding() {
 }
 
 void ResumeUnwinding(KeptUnwinding* kept) {
+  if (kept->foreign != nullptr) {
+    void* const foreign = kept->foreign;
+    HeapFree(GetProcessHeap(), 0, kept);
+    RaiseForeignException(foreign);
+  }
   // The kept stack has the chain lead on to registrations of ours that have gone meanwhile.
   auto* const told = reinterpret_cast<Registration*>(kept->end) - 1;
   if (FirstRegistration() != told) kept->CopyOf(told)->previous = FirstRegistration();

@@ -1,16 +1,18 @@
 // A client whose own exceptions come from the shared C++ runtime: the library, which carries a
 // runtime of its own, must find its handlers all the same. Loads and unloads the library a hundred
-// times, then provokes a hundred errors in it; throws and catches itself in between. Ends with 0
-// when every error arrived.
+// times, then provokes a hundred errors in it; throws and catches itself in between, also from an
+// event of the library past it. Ends with 0 when every error arrived.
 //
 // Built without anything of the project but the interface, as a client would be.
 #include <windows.h>
 
 // After it, which it needs.
-#include <ole2.h>
+#include <olectl.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -54,7 +56,7 @@ bool IsLoaded() {
   return GetModuleHandleA("QmZentrel.dll") != nullptr;
 }
 
-void ProvokeError(HMODULE library, int round) {
+_Zentrel* NewObject(HMODULE library, int round) {
   using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
   const auto get_class_object = reinterpret_cast<GetClassObject>(
       reinterpret_cast<void*>(GetProcAddress(library, "DllGetClassObject")));
@@ -68,11 +70,136 @@ void ProvokeError(HMODULE library, int round) {
       SUCCEEDED(factory->CreateInstance(nullptr, IID__Zentrel, reinterpret_cast<void**>(&zentrel))),
       "no object", round);
   factory->Release();
+  return zentrel;
+}
+
+void ProvokeError(HMODULE library, int round) {
+  _Zentrel* const zentrel = NewObject(library, round);
   LONG signature = 0;
   Require(zentrel->get_ZentrelSignature(5, &signature) == kReportedFault, "no error", round);
   Require(zentrel->get_Util(reinterpret_cast<LONG*>(0x10)) == kReportedFault, "no fault", round);
   Require(ThrowAndCatch(), "the host lost its own exception", round);
   Require(zentrel->Release() == 0, "the object stays", round);
+}
+
+// --- Exceptions of the host that leave the library's event ---
+
+int g_exceptions = 0;
+
+struct CountedException : std::exception {
+  CountedException() { ++g_exceptions; }
+  CountedException(const CountedException&) : std::exception() { ++g_exceptions; }
+  ~CountedException() override { --g_exceptions; }
+};
+
+class Sink final : public IDispatch {
+ public:
+  std::function<void()> on_event;
+  int events = 0;
+
+  STDMETHODIMP QueryInterface(REFIID riid, void** object) override {
+    const bool answers = riid == IID_IUnknown || riid == IID_IDispatch || riid == DIID___Zentrel;
+    *object = answers ? static_cast<IDispatch*>(this) : nullptr;
+    return answers ? S_OK : E_NOINTERFACE;
+  }
+  // It lives on the stack.
+  STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+  STDMETHODIMP_(ULONG) Release() override { return 1; }
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                      UINT*) override {
+    ++events;
+    const auto action = on_event;  // which may set another one
+    action();
+    return S_OK;
+  }
+};
+
+IConnectionPoint* PointOf(_Zentrel* zentrel) {
+  IConnectionPointContainer* container = nullptr;
+  IConnectionPoint* point = nullptr;
+  zentrel->QueryInterface(IID_IConnectionPointContainer, reinterpret_cast<void**>(&container));
+  container->FindConnectionPoint(DIID___Zentrel, &point);
+  container->Release();
+  return point;
+}
+
+void RaiseEvent(_Zentrel* zentrel) {
+  zentrel->put_Power(VARIANT_TRUE);
+}
+
+// As a script does, which gets there through more of the library.
+void RaiseEventLate(_Zentrel* zentrel) {
+  VARIANT on;
+  VariantInit(&on);
+  V_VT(&on) = VT_I4;  // to be converted
+  V_I4(&on) = 1;
+  DISPID named = DISPID_PROPERTYPUT;
+  DISPPARAMS parameters{&on, &named, 1, 1};
+  constexpr DISPID kPower = 0x68030006;
+  zentrel->Invoke(kPower, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr,
+                  nullptr);
+}
+
+using Call = void(_Zentrel*);
+
+bool IsCaughtOutside(Call* call, _Zentrel* zentrel) {
+  try {
+    call(zentrel);
+    return false;
+  } catch (const CountedException&) {
+    return g_exceptions == 1 && std::uncaught_exceptions() == 0;
+  }
+}
+
+void ThrowPastTheLibrary(HMODULE library, int round) {
+  _Zentrel* const zentrel = NewObject(library, round);
+  Sink sink;
+  IConnectionPoint* const point = PointOf(zentrel);
+  DWORD cookie = 0;
+  Require(SUCCEEDED(point->Advise(&sink, &cookie)), "no events", round);
+  const std::function<void()> ways[] = {[] { throw CountedException(); },
+                                        [] {
+                                          try {
+                                            throw CountedException();
+                                          } catch (...) {
+                                            throw;
+                                          }
+                                        },
+                                        [] {
+                                          std::exception_ptr caught;
+                                          try {
+                                            throw CountedException();
+                                          } catch (...) {
+                                            caught = std::current_exception();
+                                          }
+                                          std::rethrow_exception(caught);
+                                        },
+                                        // From the event within the event.
+                                        [&] {
+                                          sink.on_event = [] { throw CountedException(); };
+                                          RaiseEventLate(zentrel);
+                                        }};
+  for (Call* const call : {RaiseEvent, RaiseEventLate}) {
+    for (const auto& way : ways) {
+      sink.on_event = way;
+      Require(IsCaughtOutside(call, zentrel), "the host's exception stays in the library", round);
+      Require(g_exceptions == 0, "the host's exception is never destroyed", round);
+      Require(std::current_exception() == nullptr, "the host's exception is never over", round);
+      Require(std::uncaught_exceptions() == 0, "the host's exceptions are not counted", round);
+    }
+  }
+  LONG signature = 0;
+  Require(zentrel->get_ZentrelSignature(5, &signature) == kReportedFault, "no error", round);
+  sink.on_event = [] {};
+  const int events = sink.events;
+  RaiseEvent(zentrel);
+  Require(sink.events == events + 1, "no event after the exceptions", round);
+  point->Unadvise(cookie);
+  point->Release();
+  Require(zentrel->Release() == 0, "the object stays after the exceptions", round);
 }
 
 }  // namespace
@@ -94,7 +221,9 @@ int main() {
   }
   for (int round = 1; round <= kRounds; ++round) {
     const HMODULE library = Load(path, round);
+    if (round == 1) ThrowPastTheLibrary(library, round);  // before any error of its own
     ProvokeError(library, round);
+    ThrowPastTheLibrary(library, round);
     Require(FreeLibrary(library), "cannot unload", round);
     // With its first object it has put a filter for exceptions into the process.
     Require(IsLoaded(), "gone with its filter", round);
