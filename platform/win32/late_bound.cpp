@@ -25,6 +25,12 @@ IDispatch* DispatchOf(ClientObject object) {
   return static_cast<IDispatch*>(object.object);
 }
 
+// Query of an object of the client's, whose own code answers.
+template <class Interface>
+ComPointer<Interface> Ask(IUnknown* object, REFIID riid) {
+  return CallOut([&] { return Query<Interface>(object, riid); });
+}
+
 // As languages do that make no difference between reading a property and calling a method.
 constexpr WORD kGetEither = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
@@ -65,7 +71,7 @@ LateFailure FailureOf(HRESULT result, EXCEPINFO& info) {
 // Objects of script languages tell their members through IDispatchEx alone.
 HRESULT FindMember(IDispatch* object, std::string_view name, DISPID& id) {
   const OwnedBstr wide(Utf8ToWide(name));
-  if (const auto ex = Query<IDispatchEx>(object, __uuidof(IDispatchEx))) {
+  if (const auto ex = Ask<IDispatchEx>(object, __uuidof(IDispatchEx))) {
     return CallOut([&] { return ex->GetDispID(wide.Get(), fdexNameCaseInsensitive, &id); });
   }
   LPOLESTR names[] = {wide.Get()};
@@ -74,7 +80,7 @@ HRESULT FindMember(IDispatch* object, std::string_view name, DISPID& id) {
 
 HRESULT InvokeMember(IDispatch* object, DISPID id, WORD flags, DISPPARAMS& parameters,
                      VARIANT* result, EXCEPINFO& info) {
-  if (const auto ex = Query<IDispatchEx>(object, __uuidof(IDispatchEx))) {
+  if (const auto ex = Ask<IDispatchEx>(object, __uuidof(IDispatchEx))) {
     return CallOut([&] {
       return ex->InvokeEx(id, kComponentLocale, flags, &parameters, result, &info, nullptr);
     });
@@ -148,12 +154,14 @@ std::string NameOf(ITypeInfo* info) {
 
 std::string LateTypeName(ClientObject object) {
   ComPointer<ITypeInfo> info;
-  const auto provider = Query<IProvideClassInfo>(DispatchOf(object), __uuidof(IProvideClassInfo));
-  if (provider && SUCCEEDED(provider->GetClassInfo(info.Receive())) && info) {
+  const auto provider = Ask<IProvideClassInfo>(DispatchOf(object), __uuidof(IProvideClassInfo));
+  ITypeInfo** const place = info.Receive();
+  if (provider && SUCCEEDED(CallOut([&] { return provider->GetClassInfo(place); })) && info) {
     return NameOf(info.Get());
   }
-  info.Detach();  // whatever a failed call has stored
-  if (FAILED(DispatchOf(object)->GetTypeInfo(0, kComponentLocale, info.Receive()))) {
+  *place = nullptr;  // whatever a failed call has stored
+  if (FAILED(
+          CallOut([&] { return DispatchOf(object)->GetTypeInfo(0, kComponentLocale, place); }))) {
     info.Detach();
   }
   return info ? NameOf(info.Get()) : "";
@@ -198,7 +206,7 @@ bool LateLacksMember(ClientObject object, std::string_view name) {
 
 void LateEnsureMember(ClientObject object, std::string_view name) {
   const OwnedBstr wide(Utf8ToWide(name));
-  const auto ex = Query<IDispatchEx>(DispatchOf(object), __uuidof(IDispatchEx));
+  const auto ex = Ask<IDispatchEx>(DispatchOf(object), __uuidof(IDispatchEx));
   DISPID id = DISPID_UNKNOWN;
   if (!ex) return;
   CallOut([&] { return ex->GetDispID(wide.Get(), fdexNameEnsure | fdexNameCaseSensitive, &id); });
@@ -223,7 +231,7 @@ HeldObject CreateLateObject(std::string_view programmatic_identifier) {
 }
 
 bool IsDataObject(ClientObject object) {
-  return static_cast<bool>(Query<IUnknown>(DispatchOf(object), IID_IDataObject));
+  return static_cast<bool>(Ask<IUnknown>(DispatchOf(object), IID_IDataObject));
 }
 
 std::optional<LateFailure> LateMembers(ClientObject object,
@@ -236,7 +244,7 @@ std::optional<LateFailure> LateMembers(ClientObject object,
   if ((type != VT_UNKNOWN && type != VT_DISPATCH) || V_UNKNOWN(enumerator.Get()) == nullptr) {
     return std::nullopt;
   }
-  const auto list = Query<IEnumVARIANT>(V_UNKNOWN(enumerator.Get()), IID_IEnumVARIANT);
+  const auto list = Ask<IEnumVARIANT>(V_UNKNOWN(enumerator.Get()), IID_IEnumVARIANT);
   if (!list) return std::nullopt;
   std::vector<LateValue> listed;
   for (;;) {

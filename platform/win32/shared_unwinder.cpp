@@ -79,7 +79,8 @@ void* TakeForeignException() {
   const std::exception_ptr current = std::current_exception();
   void* exception = nullptr;
   static_assert(sizeof current == sizeof exception);
-  std::memcpy(&exception, &current, sizeof exception);
+  // Which holds a pointer to it, and nothing else.
+  std::memcpy(&exception, static_cast<const void*>(&current), sizeof exception);
   if (exception == nullptr || IsOurs(HeaderOf(exception))) return nullptr;
   // One reference more, which the end of the handler takes away.
   alignas(std::exception_ptr) std::byte kept[sizeof(std::exception_ptr)];

@@ -88,7 +88,7 @@ int g_exceptions = 0;
 
 struct CountedException : std::exception {
   CountedException() { ++g_exceptions; }
-  CountedException(const CountedException&) : std::exception() { ++g_exceptions; }
+  CountedException(const CountedException& other) : std::exception(other) { ++g_exceptions; }
   ~CountedException() override { --g_exceptions; }
 };
 
@@ -117,6 +117,44 @@ class Sink final : public IDispatch {
   }
 };
 
+// An object that the library asks for its members as if it were a combo box.
+class Box final : public IDispatch {
+ public:
+  enum Member { kQueryInterface, kGetTypeInfo, kGetIDsOfNames, kInvoke, kMembers };
+
+  explicit Box(Member throwing) : throwing_(throwing) {}
+
+  ULONG references = 1;
+
+  STDMETHODIMP QueryInterface(REFIID, void** object) override {
+    *object = nullptr;
+    return Answer(kQueryInterface, E_NOINTERFACE);
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+  STDMETHODIMP_(ULONG) Release() override { return --references; }
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override {
+    return Answer(kGetTypeInfo, E_NOTIMPL);
+  }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) override {
+    *ids = 1;
+    const bool of_list = std::wstring(names[0]) == L"Selected";
+    return Answer(kGetIDsOfNames, of_list ? DISP_E_UNKNOWNNAME : S_OK);
+  }
+  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                      UINT*) override {
+    return Answer(kInvoke, S_OK);
+  }
+
+ private:
+  HRESULT Answer(Member member, HRESULT answer) const {
+    if (member == throwing_) throw CountedException();
+    return answer;
+  }
+
+  Member throwing_;
+};
+
 IConnectionPoint* PointOf(_Zentrel* zentrel) {
   IConnectionPointContainer* container = nullptr;
   IConnectionPoint* point = nullptr;
@@ -143,11 +181,9 @@ void RaiseEventLate(_Zentrel* zentrel) {
                   nullptr);
 }
 
-using Call = void(_Zentrel*);
-
-bool IsCaughtOutside(Call* call, _Zentrel* zentrel) {
+bool IsCaughtOutside(const std::function<void()>& call) {
   try {
-    call(zentrel);
+    call();
     return false;
   } catch (const CountedException&) {
     return g_exceptions == 1 && std::uncaught_exceptions() == 0;
@@ -182,14 +218,23 @@ void ThrowPastTheLibrary(HMODULE library, int round) {
                                           sink.on_event = [] { throw CountedException(); };
                                           RaiseEventLate(zentrel);
                                         }};
-  for (Call* const call : {RaiseEvent, RaiseEventLate}) {
+  for (auto* const raise : {RaiseEvent, RaiseEventLate}) {
     for (const auto& way : ways) {
       sink.on_event = way;
-      Require(IsCaughtOutside(call, zentrel), "the host's exception stays in the library", round);
+      Require(IsCaughtOutside([&] { raise(zentrel); }), "the host's exception stays in the library",
+              round);
       Require(g_exceptions == 0, "the host's exception is never destroyed", round);
       Require(std::current_exception() == nullptr, "the host's exception is never over", round);
       Require(std::uncaught_exceptions() == 0, "the host's exceptions are not counted", round);
     }
+  }
+  for (int member = 0; member < Box::kMembers; ++member) {
+    Box box(static_cast<Box::Member>(member));
+    IDispatch* object = &box;
+    VARIANT_BOOL filled = VARIANT_FALSE;
+    const auto fill = [&] { zentrel->TELIC2EnumMessages(&object, -1, &filled); };
+    Require(IsCaughtOutside(fill), "the exception of a combo box stays in the library", round);
+    Require(g_exceptions == 0 && box.references == 1, "a combo box is kept", round);
   }
   LONG signature = 0;
   Require(zentrel->get_ZentrelSignature(5, &signature) == kReportedFault, "no error", round);

@@ -494,8 +494,8 @@ TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
 }
 
 TEST_F(SerialDriver, ThatDoesNotCountWhatItHoldsIsGivenTheTimeOfTheWire) {
-  for (const DWORD reason : {ERROR_INVALID_FUNCTION, ERROR_IO_DEVICE, ERROR_GEN_FAILURE}) {
-    Driver().SetHabits({.refuses_status = reason});
+  for (const auto reason : {ERROR_INVALID_FUNCTION, ERROR_IO_DEVICE, ERROR_GEN_FAILURE}) {
+    Driver().SetHabits({.refuses_status = static_cast<DWORD>(reason)});
     const std::size_t before = Driver().Received(0).size();
     ASSERT_TRUE(port.Write(kFrame));
     EXPECT_TRUE(port.AwaitSent()) << reason;
