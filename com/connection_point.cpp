@@ -15,6 +15,11 @@ namespace {
 
 constexpr DISPID kPowerStateChange = 1;
 
+// A sink that is attached asked for what it can be called by.
+platform::ComPointer<IDispatch> Ask(IUnknown& sink, REFIID riid) {
+  return platform::CallOutToClient([&] { return platform::Query<IDispatch>(&sink, riid); });
+}
+
 void CallPowerStateChange(IDispatch& sink, bool new_state) {
   VARIANTARG argument;
   VariantInit(&argument);
@@ -61,10 +66,10 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
   *cookie = 0;
   if (sink == nullptr) return E_POINTER;
   if (last_cookie_ == std::numeric_limits<DWORD>::max()) return CONNECT_E_ADVISELIMIT;
-  platform::ComPointer<IDispatch> dispatch = platform::Query<IDispatch>(sink, DIID___Zentrel);
-  if (!dispatch) dispatch = platform::Query<IDispatch>(sink, IID_IDispatch);
-  if (!dispatch) return CONNECT_E_CANNOTCONNECT;
-  return ResultOf([&] {
+  return ResultOf([&]() -> HRESULT {
+    platform::ComPointer<IDispatch> dispatch = Ask(*sink, DIID___Zentrel);
+    if (!dispatch) dispatch = Ask(*sink, IID_IDispatch);
+    if (!dispatch) return CONNECT_E_CANNOTCONNECT;
     connections_.push_back({last_cookie_ + 1, std::move(dispatch)});
     *cookie = ++last_cookie_;
     return S_OK;

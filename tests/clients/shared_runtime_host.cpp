@@ -228,6 +228,10 @@ void ThrowPastTheLibrary(HMODULE library, int round) {
       Require(std::uncaught_exceptions() == 0, "the host's exceptions are not counted", round);
     }
   }
+  Box no_sink(Box::kQueryInterface);
+  DWORD none = 0;
+  Require(IsCaughtOutside([&] { point->Advise(&no_sink, &none); }),
+          "the exception of what should be a sink stays in the library", round);
   for (int member = 0; member < Box::kMembers; ++member) {
     Box box(static_cast<Box::Member>(member));
     IDispatch* object = &box;
