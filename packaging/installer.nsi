@@ -1,15 +1,18 @@
-; The installer of QmZentrel. tools/release compiles it, with
+; The installer of QmZentrel. tools/installer compiles it, with
 ;   VERSION  of the release
 ;   FILES    the folder with what is installed
-;   LISTS    the folder with install_files.nsh and delete_files.nsh, which name each of them
+;   LISTS    the folder with files.nsh, folders.nsh and folders_last_first.nsh, which name all of it
+;   LONGEST  the longest of those names
+;   SIGN     the program that signs the uninstaller
 ;   OUTPUT   the file to make
 ;
 ;   QmZentrel-VERSION-setup.exe [/S] [/AllUsers|/CurrentUser] [/catalog] [/reports] [/surrogate]
-;       [/D=FOLDER]
+;       [/older] [/D=FOLDER]
 ;
 ; Exit codes: 0 installed, 1 cancelled, 3 one of its files is in use, 4 it could not be registered (or
-; /AllUsers without the rights for it), 5 a folder or file could not be written. The uninstaller has the
-; same. For one user /catalog, /reports and /surrogate are passed over.
+; /AllUsers without the rights for it), 5 a folder or file could not be written, 6 a newer version is
+; installed (/older replaces it). The uninstaller has the same. For one user /catalog, /reports and
+; /surrogate are passed over.
 Unicode true
 SetCompressor /SOLID lzma
 ; The same files make the same installer, whenever it is compiled.
@@ -19,9 +22,14 @@ ManifestDPIAware true
 !define EXIT_IN_USE 3
 !define EXIT_NOT_REGISTERED 4
 !define EXIT_NOT_WRITTEN 5
+!define EXIT_NEWER 6
 !define UNINSTALL_KEYS "Software\Microsoft\Windows\CurrentVersion\Uninstall"
 !define UNINSTALL_KEY "${UNINSTALL_KEYS}\QmZentrel"
 !define CATALOG "SOFTWARE\QuenmoorComms"
+!define CLASSES "SOFTWARE\Classes"
+!define HANDLER "QuenmoorCommunications.Error"
+; The longest name of a file, with the zero behind it, that Windows 7 takes.
+!define LONGEST_PATH 260
 
 ; Who may installs for the machine, anybody else for himself.
 !define MULTIUSER_EXECUTIONLEVEL Highest
@@ -35,9 +43,15 @@ ManifestDPIAware true
 !include FileFunc.nsh
 !include LogicLib.nsh
 !include Sections.nsh
+!include WordFunc.nsh
 
 Name "QmZentrel ${VERSION}"
 OutFile "${OUTPUT}"
+; Its last part is what a folder that is browsed for gets appended. Nobody chooses the whole of it: it
+; says that the command line has no folder.
+!define NO_FOLDER "$SYSDIR\QmZentrel"
+InstallDir "${NO_FOLDER}"
+!uninstfinalize '"${SIGN}" "%1"' = 0
 BrandingText "QmZentrel ${VERSION}"
 VIProductVersion "${VERSION}.0"
 VIAddVersionKey "ProductName" "QmZentrel"
@@ -80,26 +94,115 @@ VIAddVersionKey "LegalCopyright" ""
   ${EndIf}
 !macroend
 
-; A file that a program has loaded, or that is open, cannot be written to.
-!macro EndWhileInUse file
-  ${If} ${FileExists} "${file}"
-    ClearErrors
-    FileOpen $0 "${file}" a
-    ${If} ${Errors}
-      !insertmacro EndWith ${EXIT_IN_USE} "${file} is in use, or may not be written to. Close the programs that use it, and start again."
-    ${EndIf}
-    FileClose $0
-  ${EndIf}
+; Inserts the macro for each line of a list.
+!macro ForEach list macro
+  !define EACH ${macro}
+  !include "${LISTS}/${list}.nsh"
+  !undef EACH
 !macroend
 
-; Whatever of a release can be in use.
-!macro EndWhileAnyInUse folder
-  !insertmacro EndWhileInUse "${folder}\QmZentrel.dll"
-  !insertmacro EndWhileInUse "${folder}\QmZentrelReports.dll"
-  !insertmacro EndWhileInUse "${folder}\zentrel.exe"
-  !insertmacro EndWhileInUse "${folder}\programs\catalog_checker.exe"
-  !insertmacro EndWhileInUse "${folder}\programs\virtual_box.exe"
-  !insertmacro EndWhileInUse "${folder}\QMZENTREL.chm"
+; Where its files are while they are written: beside those of an earlier version, which go only when
+; all of the new ones are there.
+!define UNFINISHED "$INSTDIR\QmZentrel.new"
+
+; The folder of the installation that the registry knows.
+Var Earlier
+; The folder whose files are looked at.
+Var Place
+; Glances at a file in use that are left.
+Var Patience
+; The uppermost folder that had to be made.
+Var FirstFolder
+; The library that the class was registered from, where it was none of an installation.
+Var OtherLibrary
+
+!macro EndWhileInUse file
+  Push "$Place\${file}"
+  Call ${un}EndWhileInUse
+!macroend
+!macro DeleteFile file
+  Delete "$Place\${file}"
+!macroend
+!macro RemoveFolder folder
+  RMDir "$Place\${folder}"
+!macroend
+
+; What installer and uninstaller both do.
+!macro CommonFunctions un_
+  !define un "${un_}"
+
+  ; A file that a program has loaded, or that is open, cannot be written to. A scanner that has just
+  ; seen it come lets go of it soon.
+  Function ${un}EndWhileInUse
+    Pop $1
+    ${If} ${FileExists} "$1"
+      ${Do}
+        ClearErrors
+        FileOpen $0 "$1" a
+        ${IfNot} ${Errors}
+          FileClose $0
+          ${ExitDo}
+        ${EndIf}
+        ${If} $Patience > 0
+          IntOp $Patience $Patience - 1
+          Sleep 300
+        ${Else}
+          MessageBox MB_RETRYCANCEL|MB_ICONSTOP "$1 is in use, or may not be written to. Close the programs that use it, and try again." /SD IDCANCEL IDRETRY +3
+          SetErrorLevel ${EXIT_IN_USE}
+          Quit
+        ${EndIf}
+      ${Loop}
+    ${EndIf}
+  FunctionEnd
+
+  ; Whatever of a release can be in use, in $Place.
+  Function ${un}EndWhileAnyInUse
+    StrCpy $Patience 10
+    !insertmacro ForEach files EndWhileInUse
+  FunctionEnd
+
+  Function ${un}DeleteFiles
+    !insertmacro ForEach files DeleteFile
+    !insertmacro ForEach folders_last_first RemoveFolder
+  FunctionEnd
+
+  ; $INSTDIR and the folders above it that were made for it, as far as they are empty.
+  Function ${un}RemoveFolders
+    StrCpy $0 $INSTDIR
+    ${Do}
+      RMDir "$0"
+      ${If} $0 == $FirstFolder
+      ${OrIf} $FirstFolder == ""
+        ${ExitDo}
+      ${EndIf}
+      ${${un}GetParent} "$0" $0
+    ${LoopUntil} $0 == ""
+  FunctionEnd
+
+  ; $1: the library that a name's class is registered from, or empty.
+  Function ${un}FindServer
+    Pop $1
+    ReadRegStr $1 HKLM "${CLASSES}\$1\CLSID" ""
+    ${If} $1 != ""
+      ReadRegStr $1 HKLM "${CLASSES}\CLSID\$1\InprocServer32" ""
+    ${EndIf}
+  FunctionEnd
+
+  !undef un
+!macroend
+!insertmacro CommonFunctions ""
+!insertmacro CommonFunctions "un."
+
+; $0: what regsvr32 has answered; 0 is success. In a process of its own: a DLL that registers itself
+; stays loaded.
+!macro Register parameters
+  StrCpy $0 "nothing"
+  ExecWait '"$SYSDIR\regsvr32.exe" /s ${parameters}' $0
+!macroend
+
+!macro FindServer un name
+  Push "${name}"
+  Call ${un}FindServer
 !macroend
 
 !macro ExportCatalog part file
@@ -109,33 +212,39 @@ VIAddVersionKey "LegalCopyright" ""
 
 Section "QmZentrel" SecComponent
   SectionIn RO
-  Call RemoveEarlier
-  SetOutPath "$INSTDIR"
-  ClearErrors
-  !include "${LISTS}/install_files.nsh"
-  WriteUninstaller "$INSTDIR\uninstall.exe"
-  ${If} ${Errors}
-    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The files could not be written to $INSTDIR. Choose another folder, or start as an administrator."
+  ReadRegStr $Earlier SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+  Call EndWhileNewer
+  StrCpy $Place $INSTDIR
+  Call EndWhileAnyInUse
+  ${If} $Earlier != ""
+    StrCpy $Place $Earlier
+    Call EndWhileAnyInUse
   ${EndIf}
+  Call FindFirstFolder
+  Call WriteUnfinished
+  Call RemoveEarlier
+  ; From here on the uninstaller can take out whatever is there, and the installer, started again,
+  ; knows what was chosen.
+  Call WriteEntry
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  Call TakeUnfinished
+  ${If} ${Errors}
+    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The files could not be written to $INSTDIR. Start again."
+  ${EndIf}
+  Call DeleteUnfinished
   ${If} $MultiUser.InstallMode == "AllUsers"
-    ; In a process of its own: a DLL that registers itself stays loaded.
-    ExecWait '"$SYSDIR\regsvr32.exe" /s "$INSTDIR\QmZentrel.dll"' $0
+    !insertmacro Register '"$INSTDIR\QmZentrel.dll"'
     ${If} $0 != 0
-      ; As it was before, or nearly so: the files of an earlier version have gone.
-      !include "${LISTS}/delete_files.nsh"
+      ; As it was before, or nearly so: an earlier version has gone.
+      StrCpy $9 $0
+      StrCpy $Place $INSTDIR
+      Call DeleteFiles
       Delete "$INSTDIR\uninstall.exe"
-      RMDir "$INSTDIR"
-      !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be registered (regsvr32 ended with $0). Start as an administrator."
+      Call RemoveFolders
+      DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+      !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be registered (regsvr32 ended with $9). Start as an administrator."
     ${EndIf}
   ${EndIf}
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "DisplayName" "QmZentrel"
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "Publisher" "Quenmoor Communications"
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "InstallLocation" "$INSTDIR"
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "UninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode'
-  WriteRegStr SHCTX "${UNINSTALL_KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode /S'
-  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoModify" 1
-  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoRepair" 1
 SectionEnd
 
 ; What only a machine can have: the registry keys are the machine's.
@@ -157,26 +266,31 @@ Section /o "Sample catalog" SecCatalog
     !insertmacro ExportCatalog "TELIC2" "$INSTDIR\catalog\TELIC2.reg"
     !insertmacro ExportCatalog "Zentrel\Modes" "$INSTDIR\catalog\Modes.reg"
     !insertmacro ExportCatalog "Zentrel\Types" "$INSTDIR\catalog\Types.reg"
-    WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "Catalog" 1
   ${Else}
     DetailPrint "There is a catalog already; it stays as it is."
   ${EndIf}
 SectionEnd
 
 Section /o "Reports in a file" SecReports
-  ExecWait '"$SYSDIR\regsvr32.exe" /s "$INSTDIR\QmZentrelReports.dll"' $0
+  ; The name of the error handler may be another's, who gets it back.
+  !insertmacro FindServer "" "${HANDLER}"
+  ${If} $1 != "$INSTDIR\QmZentrelReports.dll"
+    CreateDirectory "$INSTDIR\before"
+    nsExec::Exec '"$SYSDIR\reg.exe" export "HKLM\${CLASSES}\${HANDLER}" "$INSTDIR\before\handler.reg" /y'
+    Pop $0
+    RMDir "$INSTDIR\before"
+  ${EndIf}
+  !insertmacro Register '"$INSTDIR\QmZentrelReports.dll"'
   ${If} $0 != 0
     !insertmacro EndWith ${EXIT_NOT_REGISTERED} "The error handler could not be registered (regsvr32 ended with $0)."
   ${EndIf}
-  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "Reports" 1
 SectionEnd
 
 Section /o "64-bit programs" SecSurrogate
-  ExecWait '"$SYSDIR\regsvr32.exe" /s /n /i:surrogate "$INSTDIR\QmZentrel.dll"' $0
+  !insertmacro Register '/n /i:surrogate "$INSTDIR\QmZentrel.dll"'
   ${If} $0 != 0
     !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be opened to 64-bit programs (regsvr32 ended with $0)."
   ${EndIf}
-  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "Surrogate" 1
 SectionEnd
 
 LangString DESC_SecComponent ${LANG_ENGLISH} "The component with its documentation, programs and the folder to develop with. For one user it cannot be registered: programs use it without, by the manifest in sdk\registration_free."
@@ -220,7 +334,13 @@ FunctionEnd
 
 Function .onInit
   !insertmacro EndWithoutRights ""
-  ; The folder of the command line, which the next line would replace.
+  ; Two at a time would take each other's files away.
+  System::Call 'kernel32::CreateMutexW(p 0, i 0, w "Global\QmZentrel.setup") p .r0 ?e'
+  Pop $0
+  ${If} $0 <> 0
+    !insertmacro EndWith ${EXIT_IN_USE} "The installer is at work already."
+  ${EndIf}
+  Call FolderOfCommandLine
   StrCpy $6 $INSTDIR
   !insertmacro MULTIUSER_INIT
   ${If} $6 != ""
@@ -229,52 +349,220 @@ Function .onInit
   Call OfferParts
 FunctionEnd
 
-; An earlier version goes first, wherever it is.
+; A disk that is full ends the installation within a file.
+Function .onInstFailed
+  Call DeleteUnfinished
+  SetErrorLevel ${EXIT_NOT_WRITTEN}
+FunctionEnd
+
+; $INSTDIR: the folder of the command line, or empty. NSIS takes none that has quotation marks, and
+; nobody who is silent would notice.
+Function FolderOfCommandLine
+  ${If} $INSTDIR == "${NO_FOLDER}"
+    System::Call 'kernel32::GetCommandLineW() t .r0'
+    ${StrStr} $1 $0 "/D="
+    StrCpy $1 $1 "" 3
+    StrCpy $0 $1 1
+    ${If} $0 == '"'
+      StrCpy $1 $1 "" 1
+    ${EndIf}
+    ${WordFind} $1 '"' "+1" $INSTDIR
+    StrCpy $0 $1 1 1
+    ${If} $1 != ""
+    ${AndIf} $0 != ":"
+    ${AndIf} $0 != "\"
+      !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The folder has to be named in full, after a drive: $1"
+    ${EndIf}
+  ${EndIf}
+FunctionEnd
+
+; An older one would take the newer one's place unnoticed, and break the programs that need it.
+Function EndWhileNewer
+  ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "DisplayVersion"
+  ${VersionCompare} "$0" "${VERSION}" $1
+  ${GetParameters} $2
+  ClearErrors
+  ${GetOptions} $2 "/older" $2
+  ${If} $1 = 1
+  ${AndIf} ${Errors}
+    MessageBox MB_YESNO|MB_ICONEXCLAMATION|MB_DEFBUTTON2 "QmZentrel $0 is installed, which is newer. Replace it by ${VERSION}?" /SD IDNO IDYES +3
+    SetErrorLevel ${EXIT_NEWER}
+    Quit
+  ${EndIf}
+FunctionEnd
+
+Function FindFirstFolder
+  StrCpy $FirstFolder ""
+  ${If} $Earlier == $INSTDIR
+    ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
+  ${EndIf}
+  ${If} $FirstFolder == ""
+    StrCpy $0 $INSTDIR
+    ${Do}
+      StrCpy $FirstFolder $0
+      ${GetParent} "$0" $0
+      ${If} ${FileExists} "$0\*.*"
+        ${ExitDo}
+      ${EndIf}
+    ${LoopUntil} $0 == ""
+  ${EndIf}
+FunctionEnd
+
+!macro MakeUnfinishedFolder folder
+  CreateDirectory "${UNFINISHED}\${folder}"
+!macroend
+!macro WriteUnfinishedFile file
+  File "/oname=${UNFINISHED}\${file}" "${FILES}/${file}"
+!macroend
+Function WriteUnfinished
+  StrLen $0 "${UNFINISHED}\${LONGEST}"
+  ${If} $0 >= ${LONGEST_PATH}
+    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The name of the folder $INSTDIR is too long for the files in it. Choose another folder."
+  ${EndIf}
+  ClearErrors
+  CreateDirectory "${UNFINISHED}"
+  !insertmacro ForEach folders MakeUnfinishedFolder
+  !insertmacro ForEach files WriteUnfinishedFile
+  ${If} ${Errors}
+    Call DeleteUnfinished
+    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The files could not be written to $INSTDIR. Choose another folder, or start as an administrator."
+  ${EndIf}
+FunctionEnd
+
+Function DeleteUnfinished
+  StrCpy $Place "${UNFINISHED}"
+  Call DeleteFiles
+  RMDir "${UNFINISHED}"
+  Call RemoveFolders
+FunctionEnd
+
+; An earlier version goes, wherever it is.
 Function RemoveEarlier
-  !insertmacro EndWhileAnyInUse "$INSTDIR"
-  ReadRegStr $1 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
-  ${If} $1 == ""
-    Return
+  StrCpy $OtherLibrary ""
+  ${If} $Earlier != ""
+    ReadRegStr $OtherLibrary SHCTX "${UNINSTALL_KEY}" "OtherLibrary"
+    ; From another place, so that it can be waited for and be deleted.
+    InitPluginsDir
+    ClearErrors
+    CopyFiles /SILENT "$Earlier\uninstall.exe" "$PLUGINSDIR\earlier.exe"
+    ${IfNot} ${Errors}
+      StrCpy $0 ${EXIT_NOT_WRITTEN}
+      ExecWait '"$PLUGINSDIR\earlier.exe" /S /upgrade /$MultiUser.InstallMode _?=$Earlier' $0
+      ${If} $0 != 0
+        StrCpy $9 $0
+        Call DeleteUnfinished
+        !insertmacro EndWith $9 "The version in $Earlier could not be removed (its uninstaller ended with $9)."
+      ${EndIf}
+    ${EndIf}
   ${EndIf}
-  !insertmacro EndWhileAnyInUse "$1"
-  ; From its place, so that it can be waited for; it leaves itself behind.
-  ExecWait '"$1\uninstall.exe" /S /$MultiUser.InstallMode _?=$1' $0
-  ${If} $0 != 0
-    !insertmacro EndWith $0 "The version in $1 could not be removed (its uninstaller ended with $0)."
+  !insertmacro FindServer "" "QmZentrel.Zentrel"
+  ${If} $1 != "$Earlier\QmZentrel.dll"
+  ${AndIf} $1 != "$INSTDIR\QmZentrel.dll"
+    StrCpy $OtherLibrary $1
   ${EndIf}
-  Delete "$1\uninstall.exe"
-  RMDir "$1"
+FunctionEnd
+
+!macro WriteChoice section value
+  ${If} ${SectionIsSelected} ${section}
+    WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "${value}" 1
+  ${EndIf}
+!macroend
+Function WriteEntry
+  DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+  ClearErrors
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "DisplayName" "QmZentrel"
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "Publisher" "Quenmoor Communications"
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "InstallLocation" "$INSTDIR"
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "UninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode'
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode /S'
+  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoModify" 1
+  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoRepair" 1
+  WriteRegStr SHCTX "${UNINSTALL_KEY}" "FirstFolder" "$FirstFolder"
+  ${If} $OtherLibrary != ""
+    WriteRegStr SHCTX "${UNINSTALL_KEY}" "OtherLibrary" "$OtherLibrary"
+  ${EndIf}
+  !insertmacro WriteChoice ${SecCatalog} "Catalog"
+  !insertmacro WriteChoice ${SecReports} "Reports"
+  !insertmacro WriteChoice ${SecSurrogate} "Surrogate"
+FunctionEnd
+
+!macro MakeFolder folder
+  CreateDirectory "$INSTDIR\${folder}"
+!macroend
+!macro TakeFile file
+  Delete "$INSTDIR\${file}"
+  Rename "${UNFINISHED}\${file}" "$INSTDIR\${file}"
+!macroend
+Function TakeUnfinished
+  !insertmacro ForEach folders MakeFolder
+  !insertmacro ForEach files TakeFile
 FunctionEnd
 
 Section "un.QmZentrel"
-  !insertmacro EndWhileAnyInUse "$INSTDIR"
-  ReadRegDWORD $1 SHCTX "${UNINSTALL_KEY}" "Reports"
-  ${If} $1 = 1
-    ExecWait '"$SYSDIR\regsvr32.exe" /s /u "$INSTDIR\QmZentrelReports.dll"'
-  ${EndIf}
+  StrCpy $Place $INSTDIR
+  Call un.EndWhileAnyInUse
   ${If} $MultiUser.InstallMode == "AllUsers"
-    ExecWait '"$SYSDIR\regsvr32.exe" /s /u "$INSTDIR\QmZentrel.dll"' $0
+    Call un.TakeOutOfRegistry
+  ${EndIf}
+  Call un.DeleteFiles
+  ; What an installer has left that was broken off; those of one at work stay.
+  ${un.GetParameters} $0
+  ClearErrors
+  ${un.GetOptions} $0 "/upgrade" $0
+  ${If} ${Errors}
+    StrCpy $Place "${UNFINISHED}"
+    Call un.DeleteFiles
+    RMDir "${UNFINISHED}"
+  ${EndIf}
+  Delete "$INSTDIR\uninstall.exe"
+  ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $0 == $INSTDIR
+    ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
+    DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+    ${If} $MultiUser.InstallMode == "CurrentUser"
+      DeleteRegKey /ifempty HKCU "${UNINSTALL_KEYS}"
+    ${EndIf}
+  ${EndIf}
+  Call un.RemoveFolders
+SectionEnd
+
+; Only what is this installation's: somebody may have registered another library since. By libraries of
+; the uninstaller's own: those of the installation may have gone.
+Function un.TakeOutOfRegistry
+  InitPluginsDir
+  !insertmacro FindServer "un." "${HANDLER}"
+  ${If} $1 == "$INSTDIR\QmZentrelReports.dll"
+    File "/oname=$PLUGINSDIR\QmZentrelReports.dll" "${FILES}/QmZentrelReports.dll"
+    !insertmacro Register '/u "$PLUGINSDIR\QmZentrelReports.dll"'
+    ${If} ${FileExists} "$INSTDIR\before\handler.reg"
+      nsExec::Exec '"$SYSDIR\reg.exe" import "$INSTDIR\before\handler.reg"'
+      Pop $0
+    ${EndIf}
+  ${EndIf}
+  Delete "$INSTDIR\before\handler.reg"
+  RMDir "$INSTDIR\before"
+
+  !insertmacro FindServer "un." "QmZentrel.Zentrel"
+  ${If} $1 == "$INSTDIR\QmZentrel.dll"
+    File "/oname=$PLUGINSDIR\QmZentrel.dll" "${FILES}/QmZentrel.dll"
+    !insertmacro Register '/u "$PLUGINSDIR\QmZentrel.dll"'
     ${If} $0 != 0
       !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be taken out of the registry (regsvr32 ended with $0). Start as an administrator."
     ${EndIf}
+    ; The programs that had brought a library of their own find it again.
+    ReadRegStr $1 SHCTX "${UNINSTALL_KEY}" "OtherLibrary"
+    ${If} $1 != ""
+    ${AndIf} ${FileExists} "$1"
+      !insertmacro Register '"$1"'
+    ${EndIf}
   ${EndIf}
+
   ReadRegDWORD $1 SHCTX "${UNINSTALL_KEY}" "Catalog"
   ${If} $1 = 1
     Call un.RemoveCatalog
   ${EndIf}
-  !include "${LISTS}/delete_files.nsh"
-  Delete "$INSTDIR\uninstall.exe"
-  RMDir "$INSTDIR"
-  ${If} $MultiUser.InstallMode == "CurrentUser"
-    ; Made for a user's first program, and gone with the last: only an empty one can be removed.
-    GetFullPathName $0 "$INSTDIR\.."
-    RMDir "$0"
-  ${EndIf}
-  DeleteRegKey SHCTX "${UNINSTALL_KEY}"
-  ${If} $MultiUser.InstallMode == "CurrentUser"
-    DeleteRegKey /ifempty HKCU "${UNINSTALL_KEYS}"
-  ${EndIf}
-SectionEnd
+FunctionEnd
 
 ; $1 becomes 0 when the part of the catalog is not as it was installed.
 !macro CompareCatalog part file
@@ -319,10 +607,25 @@ Function un.RemoveCatalog
   ${Else}
     DetailPrint "The catalog has been changed since; it stays."
   ${EndIf}
-  RMDir /r "$INSTDIR\catalog"
+  Delete "$INSTDIR\catalog\Kernel.reg"
+  Delete "$INSTDIR\catalog\TELIC2.reg"
+  Delete "$INSTDIR\catalog\Modes.reg"
+  Delete "$INSTDIR\catalog\Types.reg"
+  RMDir "$INSTDIR\catalog"
 FunctionEnd
 
 Function un.onInit
   !insertmacro EndWithoutRights "un."
   !insertmacro MULTIUSER_UNINIT
+  ; For whom it was installed counts, where somebody starts it in the folder.
+  ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $0 != $INSTDIR
+    ReadRegStr $0 HKCU "${UNINSTALL_KEY}" "InstallLocation"
+    ReadRegStr $1 HKLM "${UNINSTALL_KEY}" "InstallLocation"
+    ${If} $0 == $INSTDIR
+      Call un.MultiUser.InstallMode.CurrentUser
+    ${ElseIf} $1 == $INSTDIR
+      !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel was installed for all users. Start as an administrator."
+    ${EndIf}
+  ${EndIf}
 FunctionEnd
