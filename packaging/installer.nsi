@@ -3,6 +3,7 @@
 ;   FILES    the folder with what is installed
 ;   LISTS    the folder with files.nsh, folders.nsh and folders_last_first.nsh, which name all of it
 ;   LONGEST  the longest of those names
+;   SIZE     of all of it, in KB
 ;   SIGN     the program that signs the uninstaller
 ;   OUTPUT   the file to make
 ;
@@ -212,6 +213,7 @@ Var OtherLibrary
 
 Section "QmZentrel" SecComponent
   SectionIn RO
+  AddSize ${SIZE}
   ReadRegStr $Earlier SHCTX "${UNINSTALL_KEY}" "InstallLocation"
   Call EndWhileNewer
   StrCpy $Place $INSTDIR
@@ -476,6 +478,7 @@ Function WriteEntry
   WriteRegStr SHCTX "${UNINSTALL_KEY}" "InstallLocation" "$INSTDIR"
   WriteRegStr SHCTX "${UNINSTALL_KEY}" "UninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode'
   WriteRegStr SHCTX "${UNINSTALL_KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode /S'
+  WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "EstimatedSize" ${SIZE}
   WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoModify" 1
   WriteRegDWORD SHCTX "${UNINSTALL_KEY}" "NoRepair" 1
   WriteRegStr SHCTX "${UNINSTALL_KEY}" "FirstFolder" "$FirstFolder"

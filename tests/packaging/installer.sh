@@ -8,7 +8,7 @@ fail() {
 }
 work=$(mktemp -d)
 . "$root/tools/wine/environment.sh"
-drive=$WINEPREFIX/drive_c
+drive=$(realpath "$WINEPREFIX")/drive_c
 entry='Software\Microsoft\Windows\CurrentVersion\Uninstall\QmZentrel'
 holding=
 
@@ -24,8 +24,10 @@ remove_leftovers() {
   rm -rf "$drive"/Program\ Files*/QmZentrel "$drive"/users/*/AppData/Local/Programs/QmZentrel \
     "$drive"/QmZentrel*
 }
+at_end() { :; }
 finish() {
   local result=$?
+  at_end
   [ -z "$holding" ] || kill -9 "$holding" 2>/dev/null || true
   [ "$result" = 0 ] || remove_leftovers
   rm -rf "$work"
@@ -103,7 +105,7 @@ hold() { # FILE COMMAND...: until end_holding, a program that has a file of the 
   holding=$!
   disown  # nobody needs to be told that it was killed
   local glance
-  for ((glance = 0; glance < 100; ++glance)); do
+  for ((glance = 0; glance < 400; ++glance)); do
     ! grep -qsF "$drive/$1" /proc/[0-9]*/maps || return 0
     [ -z "$(find /proc/[0-9]*/fd -lname "$drive/$1" 2>/dev/null)" ] || return 0
     sleep 0.1
