@@ -21,6 +21,7 @@ remove_leftovers() {
   for key in "HKLM\\$entry" "HKCU\\$entry" 'HKLM\SOFTWARE\QuenmoorComms'; do
     "$run" reg delete "$key" /f $narrow >/dev/null 2>&1 || true
   done
+  "$run" reg import "Z:$work/handler.reg" >/dev/null 2>&1 || true
   rm -rf "$drive"/Program\ Files*/QmZentrel "$drive"/users/*/AppData/Local/Programs/QmZentrel \
     "$drive"/QmZentrel*
 }
@@ -133,4 +134,7 @@ compare_few_parts() {
 }
 
 "$root/tools/wine/prefix"
+# The name that an installed error handler takes over and gives back.
+. "$root/tests/packaging/error_handler.sh"
+"$run" reg export "$handler_name" "Z:$work/handler.reg" /y >/dev/null 2>&1 || fail "no error handler"
 remove_leftovers
