@@ -15,8 +15,9 @@ holding=
 # What a run that fails leaves would fail the next one, in the same prefix.
 remove_leftovers() {
   local library key
-  find "$drive" -name QmZentrel.dll -o -name QmZentrelReports.dll | while read -r library; do
-    "$run" regsvr32 /u /s "Z:$library" </dev/null >/dev/null 2>&1 || true
+  # Whichever of them is registered, and from wherever.
+  for library in QmZentrel QmZentrelReports; do
+    "$run" regsvr32 /u /s "Z:$root/build/win32/$library.dll" </dev/null >/dev/null 2>&1 || true
   done
   for key in "HKLM\\$entry" "HKCU\\$entry" 'HKLM\SOFTWARE\QuenmoorComms'; do
     "$run" reg delete "$key" /f $narrow >/dev/null 2>&1 || true
