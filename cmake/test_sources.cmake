@@ -1,7 +1,8 @@
 # qmzentrel_test_sources(TARGET [WINDOWS]): a test program, or a library for some. What proves the
 # product is compiled as fast as can be; the product keeps its flags, and its sources are compiled
 # one by one as they stand.
-# - Without optimisation, but for what a fuzzer runs.
+# - Without optimisation, but for what a fuzzer runs, and without a section for each function, of which
+#   the linker has to look through ten thousands.
 # - On headers of others that are compiled once; WINDOWS: with <windows.h> and automation, which the
 #   core has to do without. A source includes what it needs all the same.
 # - Several at a time, so that what their headers bring along is made once for all of them. Names
@@ -12,6 +13,7 @@ add_library(qmzentrel_test_options INTERFACE)
 if(NOT QMZ_FUZZ)
   target_compile_options(qmzentrel_test_options INTERFACE -O0)
 endif()
+target_compile_options(qmzentrel_test_options INTERFACE -fno-function-sections -fno-data-sections)
 target_link_libraries(qmzentrel_test_options INTERFACE qmzentrel_options GTest::gtest)
 
 function(qmzentrel_test_headers name)
