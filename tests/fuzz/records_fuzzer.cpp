@@ -19,28 +19,34 @@ constexpr std::size_t kReply = 19;
 constexpr std::int32_t kFactsInReply = 12;
 
 using Slot = std::int32_t& (*)(TransponderRecord&);
-#define QMZ_NUMBER(name) [](TransponderRecord& record) -> std::int32_t& { return record.name; }
+template <auto kNumber>
+std::int32_t& InRecord(TransponderRecord& record) {
+  return record.*kNumber;
+}
+template <auto kNumber>
+std::int32_t& InRadio(TransponderRecord& record) {
+  return record.radio.*kNumber;
+}
 // In the order of Property; null where a number alone does not do.
 constexpr Slot kSlots[kProperties] = {nullptr,
                                       nullptr,
                                       nullptr,
-                                      QMZ_NUMBER(m_lngUtil),
-                                      QMZ_NUMBER(m_lngXpdrID),
-                                      QMZ_NUMBER(m_lngTamperCount),
-                                      QMZ_NUMBER(m_lngReading),
-                                      QMZ_NUMBER(m_lngPLLWarmup),
-                                      QMZ_NUMBER(m_lngTXI),
-                                      QMZ_NUMBER(m_lngMSI),
-                                      QMZ_NUMBER(radio.m_lngFreq_MSB),
-                                      QMZ_NUMBER(radio.m_lngFreq_MID),
-                                      QMZ_NUMBER(radio.m_lngFreq_LSB),
-                                      QMZ_NUMBER(radio.m_lngBR_MSB),
-                                      QMZ_NUMBER(radio.M_lngBR_LSB),
-                                      QMZ_NUMBER(radio.m_lngPA_CTRL),
-                                      QMZ_NUMBER(radio.m_lngEOL_CTRL),
+                                      InRecord<&TransponderRecord::m_lngUtil>,
+                                      InRecord<&TransponderRecord::m_lngXpdrID>,
+                                      InRecord<&TransponderRecord::m_lngTamperCount>,
+                                      InRecord<&TransponderRecord::m_lngReading>,
+                                      InRecord<&TransponderRecord::m_lngPLLWarmup>,
+                                      InRecord<&TransponderRecord::m_lngTXI>,
+                                      InRecord<&TransponderRecord::m_lngMSI>,
+                                      InRadio<&RadioSettings::m_lngFreq_MSB>,
+                                      InRadio<&RadioSettings::m_lngFreq_MID>,
+                                      InRadio<&RadioSettings::m_lngFreq_LSB>,
+                                      InRadio<&RadioSettings::m_lngBR_MSB>,
+                                      InRadio<&RadioSettings::M_lngBR_LSB>,
+                                      InRadio<&RadioSettings::m_lngPA_CTRL>,
+                                      InRadio<&RadioSettings::m_lngEOL_CTRL>,
                                       nullptr,
-                                      QMZ_NUMBER(radio.m_lngLeakTHold)};
-#undef QMZ_NUMBER
+                                      InRadio<&RadioSettings::m_lngLeakTHold>};
 
 FrameBuffer FrameOf(const Bytes& bytes) {
   FrameBuffer frame;
