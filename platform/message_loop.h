@@ -7,6 +7,8 @@
 
 namespace qmzentrel::platform {
 
+class ThreadMessages;
+
 /// One wait that yields to the message loop, made of turns. A WM_QUIT that arrives is taken out of
 /// the queue, remembered, and posted again once when the wait ends: reposted at once it would keep
 /// every following turn from sleeping. Messages for the thread itself and none of its windows,
@@ -25,7 +27,7 @@ class YieldingWait {
  private:
   bool quit_seen_ = false;
   std::uintptr_t quit_code_ = 0;
-  std::shared_ptr<void> put_aside_;  // posts the messages again when it goes
+  std::shared_ptr<ThreadMessages> put_aside_;  // posts the messages again when it goes
 };
 
 }  // namespace qmzentrel::platform

@@ -17,12 +17,12 @@ constexpr int kMessagesPerTurn = 64;
 }  // namespace
 
 YieldingWait::~YieldingWait() {
+  put_aside_.reset();  // first: it looks at the queue once more
   if (quit_seen_) PostQuitMessage(static_cast<int>(quit_code_));
 }
 
 void YieldingWait::Turn(std::int32_t milliseconds) {
   if (!put_aside_) put_aside_ = std::make_shared<ThreadMessages>();
-  auto& put_aside = *static_cast<ThreadMessages*>(put_aside_.get());
   // MWMO_INPUTAVAILABLE: wake for messages that were looked at and left in the queue, too.
   MsgWaitForMultipleObjectsEx(0, nullptr, static_cast<DWORD>(std::max(milliseconds, 0)),
                               QS_ALLINPUT, MWMO_INPUTAVAILABLE);
@@ -38,7 +38,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
       quit_code_ = message.wParam;
       continue;
     }
-    if (put_aside.PutAside(message)) continue;
+    if (put_aside_->PutAside(message)) continue;
     TranslateMessage(&message);
     CallOut([&] { DispatchMessageW(&message); });
   }

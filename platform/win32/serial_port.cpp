@@ -45,8 +45,8 @@ constexpr std::size_t kChipBuffer = 16;
 // The way to the wire, before the bytes' time on it: a frame or two of a USB adapter.
 constexpr DWORD kOnTheWayMs = 10;
 
-// What is read in order to drop it: as much as drivers keep for a client, and how long there must
-// be silence.
+// What is read in order to drop it: as much as drivers keep for a client, and how long the driver
+// has to hand it over. What is still on its way stays, as with a driver that drops.
 constexpr std::size_t kReceiveBuffer = 4096;
 constexpr std::size_t kDroppedAtOnce = 64;
 constexpr std::int32_t kDropMs = 20;
@@ -292,6 +292,7 @@ void SerialPort::ClearReceiveBuffer() {
   for (std::size_t i = 0; i < kReceiveBuffer && Read(dropped, kDropMs) == dropped.size();
        i += dropped.size()) {
   }
+  state_->lines_stand = Deadline(0);  // it was no reply
 }
 
 bool SerialPort::Write(std::span<const std::uint8_t> bytes) {

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <new>
 
+#include "platform/hardware_faults.h"
+
 namespace qmzentrel::platform {
 namespace {
 
@@ -22,8 +24,33 @@ bool IsForTheClient(const MSG& message) {
 }  // namespace
 
 ThreadMessages::~ThreadMessages() {
+  if (messages_.empty()) return;
+  try {
+    TakeWaiting();
+  } catch (...) {  // out of a destructor nothing passes: those that wait come first then
+  }
   for (const MSG& message : messages_) {
     PostThreadMessageW(GetCurrentThreadId(), message.message, message.wParam, message.lParam);
+  }
+  if (quit_seen_) PostQuitMessage(static_cast<int>(quit_code_));
+}
+
+// Those that are put aside were posted before those that are still in the queue.
+void ThreadMessages::TakeWaiting() {
+  const auto only_the_threads = reinterpret_cast<HWND>(-1);
+  MSG message;
+  while (messages_.size() < kMost && CallOut([&] {
+                                       return PeekMessageW(&message, only_the_threads, WM_USER,
+                                                           kFirstRegistered - 1,
+                                                           PM_REMOVE | PM_QS_POSTMESSAGE);
+                                     }) != FALSE) {
+    // No filter holds this one back.
+    if (message.message == WM_QUIT) {
+      quit_seen_ = true;
+      quit_code_ = message.wParam;
+    } else if (!PutAside(message)) {
+      return;
+    }
   }
 }
 

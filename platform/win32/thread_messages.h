@@ -8,8 +8,8 @@
 namespace qmzentrel::platform {
 
 /// Only the message loop of the client knows what they mean; a loop of ours that dispatched them
-/// would lose them. Those that it meets are put aside and posted again when this goes, in their
-/// order.
+/// would lose them. Those that it meets are put aside and posted again when this goes, before any
+/// that were posted after them.
 class ThreadMessages {
  public:
   ThreadMessages() = default;
@@ -21,7 +21,11 @@ class ThreadMessages {
   bool PutAside(const MSG& message);
 
  private:
+  void TakeWaiting();
+
   std::vector<MSG> messages_;
+  bool quit_seen_ = false;
+  WPARAM quit_code_ = 0;
 };
 
 }  // namespace qmzentrel::platform

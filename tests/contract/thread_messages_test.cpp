@@ -46,7 +46,31 @@ TEST(ThreadMessages, ComeToTheClientAfterAWaitInTheirOrder) {
   EXPECT_EQ(TakenFromThread(), (Numbers{1, 2, 3}));
 }
 
+TEST(ThreadMessages, KeepTheirOrderWhereTheyAreMoreThanATurnTakes) {
+  Numbers posted;
+  for (WPARAM number = 1; number <= 150; ++number) {
+    PostToThread(number);
+    posted.push_back(number);
+  }
+  { YieldingWait().Turn(0); }
+  EXPECT_EQ(TakenFromThread(), posted);
+}
+
+TEST(ThreadMessages, ThatArriveAfterTheLastTurnComeLast) {
+  PostToThread(1);
+  {
+    YieldingWait wait;
+    wait.Turn(0);
+    PostToThread(2);
+    contract::PostQuit(3);
+    PostToThread(3);
+  }
+  EXPECT_EQ(contract::TakeQuit(), 3);
+  EXPECT_EQ(TakenFromThread(), (Numbers{1, 2, 3}));
+}
+
 TEST(ThreadMessages, DoNotKeepTheTurnsFromSleeping) {
+  { YieldingWait().Turn(0); }  // what tests before have left
   PostToThread(1);
   {
     YieldingWait wait;
