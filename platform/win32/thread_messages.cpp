@@ -37,7 +37,7 @@ ThreadMessages::~ThreadMessages() {
 
 // Those that are put aside were posted before those that are still in the queue.
 void ThreadMessages::TakeWaiting() {
-  const auto only_the_threads = reinterpret_cast<HWND>(-1);
+  auto* const only_the_threads = reinterpret_cast<HWND>(-1);
   MSG message;
   while (messages_.size() < kMost && CallOut([&] {
                                        return PeekMessageW(&message, only_the_threads, WM_USER,
