@@ -26,7 +26,6 @@ constexpr std::size_t Place(Control control) {
 
 platform::DialogContent frmZentrelSim::EmptyContent() {
   platform::DialogContent content;
-  content.caption = "Zentrel Simulator";
   content.msi_caption = "MSI";
   content.tamper_caption = "Tamper";
   for (auto& spin : content.spins) spin.maximum = kMaxByte;
@@ -114,20 +113,15 @@ void frmZentrelSim::Enable(DialogCheck check, bool enabled) {
 }
 
 // --- Spins ---
+// Programs set them only before the dialog shows what they hold.
 
 void frmZentrelSim::Spin(DialogSpin spin, std::int32_t value) {
   auto& control = content_.spins[Place(spin)];
   control.value = std::clamp(value, 0, control.maximum);
-  platform::RefreshSimulatorDialog();
 }
 
 std::int32_t frmZentrelSim::Spin(DialogSpin spin) const {
   return content_.spins[Place(spin)].value;
-}
-
-void frmZentrelSim::SpinTurned(DialogSpin spin, std::int32_t value) {
-  auto& control = content_.spins[Place(spin)];
-  control.value = std::clamp(value, 0, control.maximum);
 }
 
 // --- Texts ---

@@ -100,7 +100,6 @@ void frmZentrelSim::ShowBoxTexts() {
        Formatted(ReadSimulatorText("Version", kZentrelVersion), "0.0"));
   show(DialogText::txtBattery, Formatted(ReadSimulatorText("Battery", kBattery), "0.00"));
   box_texts_shown_ = true;
-  platform::RefreshSimulatorDialog();
 }
 
 // --- Buttons ---

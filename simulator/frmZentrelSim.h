@@ -146,7 +146,7 @@ class frmZentrelSim : private platform::DialogPresenter {
   void Placing(platform::WindowPlace& place) override;
   void ListChosen(platform::DialogList list, std::int32_t index) override { Select(list, index); }
   void CheckClicked(platform::DialogCheck check, bool ticked) override { Tick(check, ticked); }
-  void SpinTurned(platform::DialogSpin spin, std::int32_t value) override;
+  void SpinTurned(platform::DialogSpin spin, std::int32_t value) override { Spin(spin, value); }
   void TextTyped(platform::DialogText text, const std::string& typed) override;
   void ButtonPressed(platform::DialogButton button) override;
   void Hiding(const platform::WindowPlace& place) override;
