@@ -393,6 +393,21 @@ TEST_F(FormLife, TheReportShowsItsFieldsInTheirOrder) {
                                          "<m_NextStatus>1</m_NextStatus>\r\n");
 }
 
+TEST_F(FormLife, TheReportShowsMinusOneForAnInterfaceThatIsNotChosenAnyMore) {
+  Create();
+  TheWorld().dialog_user = [](FakeDialog& dialog) {
+    dialog.Choose(DialogList::cboMIF, "[5] Register");
+    dialog.Choose(DialogList::cboMIF, -1);
+    FailAt(kSimulatorKey);
+    NoXpdr(dialog);
+  };
+  const ErrorReport report = ReportOf([&] { zentrel->ReadXpdr(); });
+  TheWorld().registry_fault = nullptr;
+  EXPECT_NE(report.module_variables.find("<m_lngSelectedMIF>-1</m_lngSelectedMIF>"),
+            std::string::npos)
+      << report.module_variables;
+}
+
 TEST_F(FormLife, TheReportOfAVersionThatCannotBeLookedUpShowsWhatWasLookedFor) {
   StoreInterface(5, true);
   Create();

@@ -84,6 +84,11 @@ TEST_F(MeterInterface, IsAnEncoderByAnyNumberButZero) {
   EXPECT_EQ(catalogs::EncoderOf(7), Variant());
 }
 
+TEST_F(MeterInterface, IsNoEncoderByAValueOfATypeThatIsNotRead) {
+  TheWorld().registry[InterfaceKey(7)]["Encoder"] = {kRegBinary, "\1"};
+  EXPECT_EQ(catalogs::EncoderOf(7), Variant(false));
+}
+
 // --- Properties ---
 
 TEST(PropertyNumber, IsANumberHoweverItIsStoredAndNothingThereIs0) {

@@ -228,6 +228,17 @@ TEST_F(SimulatorCommands, WriteShowsTheRecordOfTheClient) {
   });
 }
 
+TEST_F(SimulatorCommands, WriteShowsTheBitsOfTheRecordWhateverWasShownBefore) {
+  FillRecord();
+  for (const std::int32_t bits : {32, 16, 0, 16 | 32, 0}) {
+    zentrel->DeviceMIF(7 | bits);
+    Write([bits](FakeDialog& dialog) {
+      EXPECT_EQ(dialog.Shown(DialogCheck::chkSecondary).ticked, (bits & 32) != 0) << bits;
+      EXPECT_EQ(dialog.Shown(DialogCheck::chkUserID).ticked, (bits & 16) != 0) << bits;
+    });
+  }
+}
+
 TEST_F(SimulatorCommands, WriteLeavesTheControlsThatNoRecordDecidesAsTheyWere) {
   Read([](FakeDialog& dialog) {
     dialog.Click(DialogCheck::chkEOL);

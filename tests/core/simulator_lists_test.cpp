@@ -326,6 +326,17 @@ TEST_F(SimulatorLists, ACodeDefaultThatNoEntryHasSelectsNone) {
   EXPECT_EQ(zentrel->MSI(), 0);
 }
 
+TEST_F(SimulatorLists, CodesOfAChosenInterfaceAreShownThoughNoneIsSelected) {
+  SetNumber(kKernel + "\\Plain", "Default", 9);
+  StoreInterface(5, true);
+  Read([](FakeDialog& dialog) {
+    dialog.Choose(DialogList::cboMIF, "[0] Pulse");
+    EXPECT_EQ(TextsOf(dialog.Shown(DialogList::cboMSI)),
+              (Texts{"[1] low", "[2] medium", "[3] 0x3"}));
+    EXPECT_EQ(dialog.Shown().msi_caption, "Leakage");
+  });
+}
+
 TEST_F(SimulatorLists, ACodeRangeMayEndAtTheLastNumberThereIs) {
   constexpr std::int32_t kMost = 0x7FFFFFFF;
   SetRange(kKernel + "\\Plain", kMost, kMost);

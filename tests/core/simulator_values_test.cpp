@@ -112,6 +112,14 @@ TEST_F(SimulatorValues, ThatWereNeverStoredHaveTheirDefaults) {
   });
 }
 
+TEST_F(SimulatorValues, ABoxTypeThatWasNeverStoredIs0) {
+  SetText(kBoxTypes, "0", "Prototype");
+  SetText(kBoxTypes, "1", "Sample");
+  Read([](FakeDialog& dialog) {
+    EXPECT_EQ(dialog.ShownEntry(DialogList::cboSignature0), "Prototype");
+  });
+}
+
 TEST_F(SimulatorValues, DefaultsReplaceWhatTheControlsHeld) {
   LeaveOtherValues();
   Read([](FakeDialog& dialog) {
