@@ -269,7 +269,7 @@ void DriverModel::Advance() {
     if (!habits_.blocks_writes) {
       write_->count = static_cast<DWORD>(
           std::min<std::size_t>(write_->size, habits_.most_of_a_write.value_or(write_->size)));
-      if (out_.empty()) line_free_ms_ = std::max(line_free_ms_, now);
+      if (out_.empty()) line_free_ms_ = std::max(line_free_ms_, now + habits_.on_the_way_ms);
       out_.insert(out_.end(), write_->bytes, write_->bytes + write_->count);
     }
     if (!habits_.blocks_writes || write_->due_ms <= now) {
@@ -424,7 +424,8 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   if (errors != nullptr) *errors = 0;
   *status = {};
   status->cbInQue = static_cast<DWORD>(self.in_.size());
-  status->cbOutQue = static_cast<DWORD>(self.out_.size());
+  const std::size_t held = self.out_.size();
+  status->cbOutQue = static_cast<DWORD>(held - std::min(held, self.habits_.uncounted));
   return TRUE;
 }
 

@@ -33,15 +33,17 @@ struct DriverHabits {
   bool sends_nothing = false;                    ///< takes bytes, but the line stands still
   std::optional<std::size_t> most_of_a_write{};  ///< a write ends with so many bytes taken
   double byte_ms = 11 / 9.6;                     ///< a byte on the wire
+  double on_the_way_ms = 0;                      ///< from a write to its first byte on the wire
+  std::size_t uncounted = 0;                     ///< bytes still to be sent that it does not tell
 };
 
-/// The port \\.\COM20. One client at a time has it open. The device behind it is silent but for the
-/// answer to kDeviceCommand that it was told to give.
+/// The port \\.\COM1, the lowest that there is. One client at a time has it open. The device behind
+/// it is silent but for the answer to kDeviceCommand that it was told to give.
 class DriverModel {
  public:
   using Bytes = std::vector<std::uint8_t>;
 
-  static constexpr std::int32_t kPort = 20;
+  static constexpr std::int32_t kPort = 1;
 
   /// There is one, from its first use on.
   static DriverModel& The();

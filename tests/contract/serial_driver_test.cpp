@@ -473,6 +473,15 @@ TEST_F(SerialDriver, IsWaitedForWhileItStillHoldsBytes) {
   EXPECT_EQ(Driver().Received(0), kFrame) << "all have passed already";
 }
 
+// Most of the bytes are still to be sent when it is asked first, and all when it is asked again.
+TEST_F(SerialDriver, ThatBeginsLateIsWaitedForUntilItsChipHasSentTheLastBytesToo) {
+  Driver().SetHabits({.on_the_way_ms = 200, .uncounted = 16});
+  const Bytes bytes(200, 0x55);
+  ASSERT_TRUE(port.Write(bytes));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(0), bytes);
+}
+
 TEST_F(SerialDriver, ThatNeverSendsWhatItHoldsIsWaitedForASecond) {
   Driver().SetHabits({.sends_nothing = true});
   ASSERT_TRUE(port.Write(kFrame));
