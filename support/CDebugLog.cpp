@@ -34,10 +34,11 @@ std::string_view Label(std::int32_t event_type) {
 
 std::string OnOneLine(std::string_view text) {
   std::string flat;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (pair) ++i;
-    flat += text[i] == '\r' || text[i] == '\n' ? ' ' : text[i];
+  char before = '\0';
+  for (const char c : text) {
+    const bool ends_pair = before == '\r' && c == '\n';
+    if (!ends_pair) flat += c == '\r' || c == '\n' ? ' ' : c;
+    before = c;
   }
   return flat;
 }
