@@ -80,10 +80,8 @@ std::string NumberText(double value) {
 }
 
 std::optional<double> NumericValue(std::string_view text) {
-  if (text.size() > 2 && text[0] == '&') {
-    if (text[1] == 'H' || text[1] == 'h') return PrefixedNumber(text.substr(2), 16);
-    if (text[1] == 'O' || text[1] == 'o') return PrefixedNumber(text.substr(2), 8);
-  }
+  if (text.starts_with("&H") || text.starts_with("&h")) return PrefixedNumber(text.substr(2), 16);
+  if (text.starts_with("&O") || text.starts_with("&o")) return PrefixedNumber(text.substr(2), 8);
   return platform::ParseNumber(text);
 }
 
