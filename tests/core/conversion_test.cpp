@@ -30,6 +30,11 @@ TEST_F(Conversion, ANumberThatNeedsEveryDigitHasThemAll) {
   EXPECT_EQ(NumberText(1000000064.0F), "1.00000006e+09");
 }
 
+TEST_F(Conversion, ANumberHasNoMoreDigitsThanItTakesToReadItBack) {
+  EXPECT_EQ(NumberText(0.000976565F), "0.000976565");
+  EXPECT_EQ(NumberText(70861407694.322), "70861407694.322");
+}
+
 TEST_F(Conversion, WhatNeverReadsBackAsItselfHasATextAllTheSame) {
   EXPECT_FALSE(NumberText(std::numeric_limits<double>::quiet_NaN()).empty());
   EXPECT_FALSE(NumberText(std::numeric_limits<float>::quiet_NaN()).empty());
@@ -138,8 +143,8 @@ TEST_F(Conversion, PrefixedDigitsBeyond32BitsHaveNoValue) {
 }
 
 TEST_F(Conversion, AfterAPrefixNothingButDigitsCounts) {
-  for (const char* text :
-       {"&", "&H", "&O", "&HG", "&O8", "&H1G", "&H1 ", "&H 1", "&H-1", "&H+1", "&X10", "H10"}) {
+  for (const char* text : {"&", "&H", "&O", "&HG", "&O8", "&H1G", "&H1 ", "&H 1", "&H-1", "&H+1",
+                           "&X10", "H10", "0H10", "0O10"}) {
     EXPECT_EQ(NumericValue(text), std::nullopt) << text;
   }
 }

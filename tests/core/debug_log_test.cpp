@@ -247,9 +247,12 @@ TEST_F(DebugLog, TheOpeningAndTheClosingLinePassEveryMask) {
 }
 
 TEST_F(DebugLog, AppendingToAFileThatHoldsSomethingBeginsWithAnEmptyLine) {
-  TheWorld().files[kPath] = "before\r\n";
-  log.StartLog(kPath, false, -1);
-  EXPECT_EQ(File(), "before\r\n\r\n" + kOpened + "\r\n");
+  for (const std::string before : {"before\r\n", "\n"}) {
+    TheWorld().files[kPath] = before;
+    log.StartLog(kPath, false, -1);
+    EXPECT_EQ(File(), before + "\r\n" + kOpened + "\r\n");
+    log.CloseLog();
+  }
 }
 
 TEST_F(DebugLog, AppendingToAnEmptyOrANewFileBeginsAtOnce) {

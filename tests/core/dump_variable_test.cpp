@@ -183,9 +183,23 @@ TEST(DumpLateValue, ObjectsInObjectsAreShownToTheSixteenth) {
     for (std::size_t i = 0; i + 1 < objects.size(); ++i) {
       objects[i].default_value = [&objects, i] { return ValueOf(objects[i + 1]); };
     }
-    const std::string shown =
-        std::string(objects.size(), '{') + "5" + std::string(objects.size(), '}');
-    EXPECT_EQ(DumpVariable("v", ValueOf(objects[0])),
+    const std::string text =
+        deeper == 0 ? std::string(objects.size(), '{') + "5" + std::string(objects.size(), '}')
+                    : "{Error 28 formatting for output}";
+    EXPECT_EQ(DumpVariable("v", ValueOf(objects[0])), "<v>" + text + "</v>\r\n");
+    const LateValue array = ArrayValue{{ArrayDimension{0, 1}}, {ValueOf(objects[0])}};
+    EXPECT_EQ(DumpVariable("v", array), "<v Index=\"0\">" + text + "</v>\r\n");
+  }
+}
+
+TEST(DumpLateValue, ListsInListsAreShownToTheSixteenth) {
+  constexpr std::size_t kShown = 16;
+  for (const std::size_t deeper : {0U, 1U}) {
+    std::vector<fakes::FakeObject> lists(kShown + 1 + deeper);
+    lists.back().members = {{Plain("5")}};
+    for (std::size_t i = 0; i + 1 < lists.size(); ++i) lists[i].members = {{ValueOf(lists[i + 1])}};
+    const std::string shown = std::string(lists.size(), '[') + "5" + std::string(lists.size(), ']');
+    EXPECT_EQ(DumpVariable("v", ValueOf(lists[0])),
               "<v>" + (deeper == 0 ? shown : "{Error 28 formatting for output}") + "</v>\r\n");
   }
 }

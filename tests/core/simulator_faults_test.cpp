@@ -97,6 +97,20 @@ TEST_F(SimulatorListFaults, LoadMIFVersionsIsReportedWhole) {
            Shown("strVersions", "{UnInitialised Array}")});
 }
 
+class SimulatorEntryFaults : public SimulatorFaults {};
+
+TEST_F(SimulatorEntryFaults, LoadMIFVersionsIsReportedWhole) {
+  ExpectReportAtDialog(
+      [](FakeDialog& dialog) {
+        constexpr int kAfterTheDialogItselfAndTheClick = 3;
+        FailAtEntry(kAfterTheDialogItselfAndTheClick);
+        dialog.Click(DialogCheck::chkSecondary);
+      },
+      {kStackOverflow, kModule, kBeforeTheFirstLine, "",
+       Shown("lngMIF", 0) + Shown("strKeys", "{UnInitialised Array}") +
+           Shown("strVersions", "{UnInitialised Array}")});
+}
+
 TEST_F(SimulatorFaults, cboVersion_ClickIsReportedWhole) {
   StoreInterface(5, true);
   ExpectReportAtDialog(

@@ -59,6 +59,16 @@ TEST_F(ListFaults, SelectByTextIsReportedWhole) {
                 Shown("lngIndex", 3) + Shown("lngCount", 3)});
 }
 
+class ListEntryFaults : public ListFaults {};
+
+TEST_F(ListEntryFaults, SelectByTextIsReportedWhole) {
+  FailAtEntry();
+  ExpectReport([&] { modCOM_CboLstHelpers::SelectByText(box, "fourth"); },
+               {kStackOverflow, "modCOM_CboLstHelpers", kBeforeTheFirstLine,
+                Shown("list", "{first}") + Shown("strText", "fourth"),
+                Shown("lngIndex", 0) + Shown("lngCount", 0)});
+}
+
 class PlaceFaults : public FaultTest<CoreTest> {
  protected:
   modCOM_FormHelpers::FormWindow window;

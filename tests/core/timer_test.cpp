@@ -451,6 +451,14 @@ TEST_F(TimerTest, ARunningTimerIsRestartedWhateverItsIdentifier) {
   lonely->Enabled(false);
 }
 
+TEST_F(TimerTest, ARunningTimerIsStoppedWhateverItsIdentifier) {
+  TheWorld().next_timer_id = 1;
+  const auto running = RunningTimer();
+  ASSERT_TRUE(RunsInTheSystem(1));
+  running->Enabled(false);
+  EXPECT_FALSE(RunsInTheSystem(1));
+}
+
 TEST_F(TimerTest, ADestroyedTimerThatNeverStartedKillsNone) {
   AddSystemTimer(0);
   XTimer::Create().reset();
