@@ -319,6 +319,7 @@ HANDLE WINAPI DriverModel::Open(LPCWSTR name, DWORD access, DWORD share_mode,
                                         pattern);
   }
   const Lock lock;
+  self.calls_.openings.push_back({access, share_mode, disposition, flags});
   if (self.gone_ || self.handle_ != nullptr) {
     SetLastError(self.gone_ ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED);
     return INVALID_HANDLE_VALUE;

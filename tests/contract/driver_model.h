@@ -70,7 +70,16 @@ class DriverModel {
 
   // --- What the client has done since the last Reset ---
 
+  /// What it was opened with.
+  struct Opening {
+    DWORD access;
+    DWORD share_mode;
+    DWORD disposition;
+    DWORD flags;
+    bool operator==(const Opening&) const = default;
+  };
   struct Calls {
+    std::vector<Opening> openings;
     int reads = 0;
     int writes = 0;
     int cancels = 0;

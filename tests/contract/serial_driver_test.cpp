@@ -61,6 +61,15 @@ class SerialDriver : public testing::Test {
 
 // --- What is asked of every driver ---
 
+// As the operating system wants its ports opened.
+TEST_F(SerialDriver, IsOpenedToReadAndToWriteForOneProgramAlone) {
+  const DriverModel::Opening expected{.access = GENERIC_READ | GENERIC_WRITE,
+                                      .share_mode = 0,
+                                      .disposition = OPEN_EXISTING,
+                                      .flags = FILE_FLAG_OVERLAPPED};
+  EXPECT_EQ(Driver().Seen().openings, std::vector{expected});
+}
+
 TEST_F(SerialDriver, IsToldEverySettingAndInheritsNone) {
   const auto blocks = Driver().Seen().control_blocks;
   ASSERT_EQ(blocks.size(), 1u);
@@ -489,6 +498,12 @@ TEST_F(SerialDriver, ThatNeverSendsWhatItHoldsIsWaitedForASecond) {
   EXPECT_GE(waited, kWriteMs - contract::kTickMs);
   EXPECT_LT(waited, kWriteMs + kBackstopMs);
   EXPECT_LT(MsOf([&] { port.Close(); }), kBackstopMs) << "what it holds is dropped";
+}
+
+TEST_F(SerialDriver, ThatStillHoldsBytesIsClosedAtOnce) {
+  Driver().SetHabits({.sends_nothing = true});
+  ASSERT_TRUE(port.Write(kFrame));
+  EXPECT_LT(MsOf([&] { port.Close(); }), kBackstopMs);
 }
 
 TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
