@@ -27,7 +27,7 @@ std::string HexPad(std::int32_t value, std::int32_t digits) {
     STEP strHex = BareDigits(value);
     STEP if (digits <= 1) return strHex;
     const auto width = static_cast<std::size_t>(digits);
-    STEP if (strHex.size() < width) strHex.insert(0, width - strHex.size(), '0');
+    STEP strHex.insert(0, width, '0');
     STEP return strHex.substr(strHex.size() - width);
   });
 }

@@ -41,7 +41,7 @@ constexpr std::uint32_t kWriteAccess = 2;  // KEY_SET_VALUE
 constexpr int kMostErrors = 1000;
 
 struct StoredValue {
-  std::uint32_t type = 0;
+  std::uint32_t type;
   std::string bytes;
 };
 
@@ -313,7 +313,7 @@ std::string NormaliseKeyPath(const std::string& path) {
   std::string normalised;
   for (std::size_t i = 0; i < path.size(); ++i) {
     normalised += path[i];
-    if (path[i] == '\\' && i + 1 < path.size() && path[i + 1] == '\\') ++i;
+    if (path[i] == '\\' && path[i + 1] == '\\') ++i;  // the end reads as a zero
   }
   return modCOM_Common::StripBackslash(std::move(normalised));
 }

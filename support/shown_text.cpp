@@ -4,7 +4,6 @@ namespace qmzentrel {
 
 std::string WithZerosShown(std::string_view text) {
   std::string shown;
-  shown.reserve(text.size());
   for (const char character : text) {
     if (character == '\0') {
       shown += "{Null}";
