@@ -263,7 +263,6 @@ SerialPort::~SerialPort() = default;
 
 bool SerialPort::Open(std::int32_t number, const SerialSettings& settings, ModemLines lines) {
   Close();
-  open_error_ = 0;
   if (number < 1) {
     open_error_ = kPortMissing;
     return false;
