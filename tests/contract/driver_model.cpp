@@ -266,14 +266,15 @@ void DriverModel::Advance() {
     }
   }
   if (write_) {
-    if (!habits_.blocks_writes) {
-      write_->count = static_cast<DWORD>(
-          std::min<std::size_t>(write_->size, habits_.most_of_a_write.value_or(write_->size)));
+    const std::size_t room = habits_.most_held - std::min(habits_.most_held, out_.size());
+    if (room > 0) {
+      write_->count = static_cast<DWORD>(std::min(
+          {std::size_t{write_->size}, room, habits_.most_of_a_write.value_or(write_->size)}));
       if (out_.empty()) line_free_ms_ = std::max(line_free_ms_, now + habits_.on_the_way_ms);
       out_.insert(out_.end(), write_->bytes, write_->bytes + write_->count);
     }
-    if (!habits_.blocks_writes || write_->due_ms <= now) {
-      write_->End(habits_.blocks_writes ? StatusAtLimit() : kSuccess);
+    if (room > 0 || write_->due_ms <= now) {
+      write_->End(room > 0 ? kSuccess : StatusAtLimit());
       write_.reset();
     }
   }

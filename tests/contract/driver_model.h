@@ -29,7 +29,7 @@ struct DriverHabits {
   bool takes_other_flow_limits = true;           ///< else XonLim and XoffLim are as they are
   int loses_cancels = 0;                         ///< so many cancels have no effect
   bool never_ends_cancelled = false;             ///< a cancelled request stays pending
-  bool blocks_writes = false;                    ///< takes no byte of a write
+  std::size_t most_held = SIZE_MAX;              ///< takes no more bytes than it then holds
   bool sends_nothing = false;                    ///< takes bytes, but the line stands still
   std::optional<std::size_t> most_of_a_write{};  ///< a write ends with so many bytes taken
   double byte_ms = 11 / 9.6;                     ///< a byte on the wire

@@ -258,7 +258,7 @@ TEST_F(SerialDriver, HasNoLongerLimitThanAShortWait) {
 
 TEST_F(SerialDriver, HasItsUsualLimitsBackAfterAWaitThatRanOut) {
   EXPECT_EQ(Read(1, 3), Bytes{});
-  Driver().SetHabits({.blocks_writes = true});
+  Driver().SetHabits({.most_held = 0});
   EXPECT_FALSE(port.Write(kFrame));
   Driver().SetHabits({});
   const int before = Driver().Seen().reads;
@@ -311,11 +311,13 @@ TEST_F(SerialDriver, EndsAReadByItsOwnLimitSoThatNothingThatCameIsLost) {
 
 TEST_F(SerialDriver, IsAskedOnceOrTwiceInASilentWaitHoweverLong) {
   for (const std::int32_t limit : {2500, 500, 20, 1200}) {
-    const int before = Driver().Seen().reads;
+    const auto before = Driver().Seen();
     const double waited = MsOf([&] { EXPECT_EQ(Read(1, limit), Bytes{}); });
     EXPECT_GE(waited, limit - contract::kTickMs);
     EXPECT_LT(waited, limit + kBackstopMs);
-    EXPECT_LE(Driver().Seen().reads - before, 2) << limit;
+    const auto after = Driver().Seen();
+    EXPECT_LE(after.reads - before.reads, 2) << limit;
+    EXPECT_LE(after.status_questions - before.status_questions, 1) << "between them " << limit;
   }
   EXPECT_EQ(Driver().Seen().cancels, 0);
 }
@@ -381,8 +383,7 @@ TEST_F(SerialDriver, ThatNeverEndsARequestDoesNotHoldTheClient) {
 }
 
 TEST_F(SerialDriver, ThatNeverEndsAWriteDoesNotHoldTheClient) {
-  Driver().SetHabits(
-      {.keeps_its_limits = false, .never_ends_cancelled = true, .blocks_writes = true});
+  Driver().SetHabits({.keeps_its_limits = false, .never_ends_cancelled = true, .most_held = 0});
   EXPECT_LT(MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); }), kWriteMs + kGivenUpMs);
   port.Close();
   EXPECT_TRUE(Driver().EndStuckRequests());
@@ -459,7 +460,7 @@ TEST_F(SerialDriver, ThatTakesAWriteInPartsIsHandedTheRest) {
 }
 
 TEST_F(SerialDriver, ThatTakesNothingEndsAWriteAfterASecondByItsOwnLimit) {
-  Driver().SetHabits({.blocks_writes = true});
+  Driver().SetHabits({.most_held = 0});
   const double waited = MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); });
   EXPECT_GE(waited, kWriteMs - contract::kTickMs);
   EXPECT_LT(waited, kWriteMs + kBackstopMs);
@@ -469,7 +470,7 @@ TEST_F(SerialDriver, ThatTakesNothingEndsAWriteAfterASecondByItsOwnLimit) {
 }
 
 TEST_F(SerialDriver, ThatTakesNothingAndKnowsNoLimitsHasItsWriteCancelled) {
-  Driver().SetHabits({.keeps_its_limits = false, .blocks_writes = true});
+  Driver().SetHabits({.keeps_its_limits = false, .most_held = 0});
   const double waited = MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); });
   EXPECT_GE(waited, kWriteMs - contract::kTickMs);
   EXPECT_LT(waited, kWriteMs + kBackstopMs);
@@ -510,6 +511,16 @@ TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
   Driver().SetHabits({.sends_nothing = true});
   ASSERT_TRUE(port.Write(kFrame));
   EXPECT_FALSE(port.AwaitSent());
+  Driver().SetHabits({});
+  const Bytes next{1, 2, 3};
+  ASSERT_TRUE(port.Write(next));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(next.size()), next);
+}
+
+TEST_F(SerialDriver, SendsNothingLaterOfAFrameThatItTookOnlyInPart) {
+  Driver().SetHabits({.most_held = 5, .sends_nothing = true});
+  EXPECT_FALSE(port.Write(kFrame));
   Driver().SetHabits({});
   const Bytes next{1, 2, 3};
   ASSERT_TRUE(port.Write(next));
