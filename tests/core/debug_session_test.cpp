@@ -20,9 +20,9 @@ class DebugSession : public CoreTest {
     TheWorld().before_call = [](const std::string& call) {
       if (call != "ProcessLock") return;
       TheWorld().before_call = nullptr;
-      modErrorReportSupport::InitErrorReporting();
+      const CDebugLog in_the_other_apartment;
     };
-    modErrorReportSupport::InitErrorReporting();
+    const CDebugLog first;
     questions = TheWorld().debug_session_questions;
   }
   inline static int questions = 0;

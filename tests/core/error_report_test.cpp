@@ -132,6 +132,17 @@ TEST_F(ErrorReporting, AnErrorHandlerThatTellsNoActionHasTakenTheReportAllTheSam
   EXPECT_TRUE(TheWorld().stop_messages.empty());
 }
 
+TEST_F(ErrorReporting, AThreadThatHasMetNoErrorShowsNone) {
+  InAnotherApartment([] {
+    const std::string shown = modErrorReportSupport::DumpFields();
+    for (const char* field :
+         {"<ErrorNumber>0</ErrorNumber>\r\n", "<ErrorDescription></ErrorDescription>\r\n",
+          "<ErrorLine>0</ErrorLine>\r\n", "<ErrorSource></ErrorSource>\r\n"}) {
+      EXPECT_NE(shown.find(field), std::string::npos) << shown;
+    }
+  });
+}
+
 TEST_F(ErrorReporting, AReportOnOneThreadLeavesTheErrorOfAnother) {
   modErrorReportSupport::StoreError({6, "Overflow"}, 10);
   InAnotherApartment([] {

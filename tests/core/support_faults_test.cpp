@@ -25,6 +25,34 @@ TEST_F(SupportFaults, IsWithinMinMaxIsReportedWhole) {
        Shown("lngToMinimum", 1) + Shown("lngToMaximum", 0)});
 }
 
+class ComparisonFaults : public FaultTest<CoreTest> {};
+
+TEST_F(ComparisonFaults, IsWithinMinMaxIsReportedWhole) {
+  const auto expect = [this](const Variant& three, const Variant& minimum, const char* shown,
+                             std::int32_t to_minimum) {
+    ExpectReport([&] { modCOM_IsWithinMinMax::IsWithinMinMax(three, minimum, Texts{"list"}); },
+                 {kTypeMismatch, "modCOM_IsWithinMinMax", "Compare(value, maximum)",
+                  Shown("value", 3) + Shown("minimum", shown) + ShownTexts("maximum", {"list"}),
+                  Shown("lngToMinimum", to_minimum) + Shown("lngToMaximum", 0)});
+  };
+  const std::int32_t number = 3;
+  const std::string text = "3";
+  expect(number, std::int32_t{4}, "4", -1);
+  expect(number, number, "3", 0);
+  expect(number, text, "3", -1);
+  expect(text, number, "3", 1);
+}
+
+class ComparisonEntryFaults : public FaultTest<CoreTest> {};
+
+TEST_F(ComparisonEntryFaults, IsWithinMinMaxIsReportedWhole) {
+  FailAtEntry();
+  ExpectReport([] { modCOM_IsWithinMinMax::IsWithinMinMax(std::int32_t{3}, 2.5, std::int32_t{4}); },
+               {kStackOverflow, "modCOM_IsWithinMinMax", kBeforeTheFirstLine,
+                Shown("value", 3) + Shown("minimum", "2.5") + Shown("maximum", 4),
+                Shown("lngToMinimum", 0) + Shown("lngToMaximum", 0)});
+}
+
 TEST_F(SupportFaults, HexPadIsReportedWhole) {
   FailAtEntry();
   ExpectReport([] { modCOM_Hex::HexPad(171, 2); },
@@ -107,6 +135,31 @@ TEST_F(SupportFaults, RegKeys_QSortIsReportedWhole) {
            Shown("vntTestVal", 9)});
 }
 
+class SortEntryFaults : public FaultTest<CoreTest> {};
+
+TEST_F(SortEntryFaults, RegKeys_QSortIsReportedWhole) {
+  Texts keys = {"2", "1"};
+  FailAtEntry();
+  ExpectReport([&] { modCOM_Registry::RegKeys_QSort(keys, -1, -1); },
+               {kStackOverflow, "modCOM_Registry", kBeforeTheFirstLine,
+                ShownTexts("Keys", {"2", "1"}) + Shown("lngFirst", -1) + Shown("lngLast", -1),
+                Shown("lngLow", 0) + Shown("lngHigh", 0) + Shown("lngMiddle", 0) +
+                    Shown("vntTempVal", "{Empty}") + Shown("vntTestVal", "{Empty}")});
+}
+
+// A part begins with nothing swapped.
+class SortPartFaults : public FaultTest<CoreTest> {};
+
+TEST_F(SortPartFaults, RegKeys_QSortIsReportedWhole) {
+  Texts keys = {"z", "5", "b", "m", "x", "y", "a"};
+  ExpectReport([&] { modCOM_Registry::RegKeys_QSort(keys, -1, -1); },
+               {kTypeMismatch, "modCOM_Registry", "NameOf(at(lngLow)), vntTestVal) < 0",
+                ShownTexts("Keys", {"a", "5", "b", "m", "x", "y", "z"}) + Shown("lngFirst", 0) +
+                    Shown("lngLast", 2),
+                Shown("lngLow", 0) + Shown("lngHigh", 2) + Shown("lngMiddle", 1) +
+                    Shown("vntTempVal", "{Empty}") + Shown("vntTestVal", 5)});
+}
+
 TEST_F(SupportFaults, RegValues_QSortIsReportedWhole) {
   std::vector<modCOM_Registry::Reg_KeyValues> values = {{"left alone", {}}, {"10", {}}, {"x", {}}};
   ExpectReport([&] { modCOM_Registry::RegValues_QSort(values, 1, -1); },
@@ -166,6 +219,16 @@ TEST_F(TimerFaults, EndTimerIsReportedWhole) {
   ExpectReport([&] { timer->Enabled(false); },
                {kOutOfMemory, "modCOM_XTimerSupport", "platform::KillTimer(id)", "",
                 Shown("id", timer->TimerID())});
+}
+
+class TimerEntryFaults : public TimerFaults {};
+
+TEST_F(TimerEntryFaults, EndTimerIsReportedWhole) {
+  timer->Enabled(true);
+  constexpr int kAfterThePropertyItself = 2;
+  FailAtEntry(kAfterThePropertyItself);
+  ExpectReport([&] { timer->Enabled(false); },
+               {kStackOverflow, "modCOM_XTimerSupport", kBeforeTheFirstLine, "", Shown("id", 0)});
 }
 
 TEST_F(TimerFaults, TimerProcIsReportedWhole) {
