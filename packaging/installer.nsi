@@ -106,6 +106,8 @@ VIAddVersionKey "LegalCopyright" ""
 ; all of the new ones are there.
 !define UNFINISHED "$INSTDIR\QmZentrel.new"
 
+; The installer's folder of the command line, or empty; the uninstaller's own folder.
+Var Folder
 ; The folder of the installation that the registry knows.
 Var Earlier
 ; The folder whose files are looked at.
@@ -117,6 +119,26 @@ Var FirstFolder
 ; The library that the class was registered from, where it was none of an installation.
 Var OtherLibrary
 
+; Another way to write a folder would be another folder: the library is registered by its plain name.
+!macro MakePlain folder
+  StrCpy $0 ${folder}
+  System::Call 'kernel32::GetFullPathNameW(w r0, i ${NSIS_MAX_STRLEN}, w .r2, p 0)'
+  StrCpy ${folder} $2
+  StrCpy $0 $2 "" -1
+  StrLen $2 $2
+  ${If} $0 == "\"
+  ${AndIf} $2 > 3
+    StrCpy ${folder} ${folder} -1
+  ${EndIf}
+!macroend
+; Two at a time would take each other's files away.
+!macro EndWhileAnother
+  System::Call 'kernel32::CreateMutexW(p 0, i 0, w "Global\QmZentrel.setup") p .r0 ?e'
+  Pop $0
+  ${If} $0 <> 0
+    !insertmacro EndWith ${EXIT_IN_USE} "The installer is at work already."
+  ${EndIf}
+!macroend
 !macro EndWhileInUse file
   Push "$Place\${file}"
   Call ${un}EndWhileInUse
@@ -214,7 +236,11 @@ Var OtherLibrary
 Section "QmZentrel" SecComponent
   SectionIn RO
   AddSize ${SIZE}
+  !insertmacro MakePlain $INSTDIR
   ReadRegStr $Earlier SHCTX "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $Earlier != ""
+    !insertmacro MakePlain $Earlier
+  ${EndIf}
   Call EndWhileNewer
   StrCpy $Place $INSTDIR
   Call EndWhileAnyInUse
@@ -327,8 +353,11 @@ LangString DESC_SecSurrogate ${LANG_ENGLISH} "Lets 64-bit programs use the compo
   ${EndIf}
 !macroend
 
-; Whenever it has been said for whom.
+; Whenever it has been said for whom, which leads to another folder.
 Function OfferParts
+  ${If} $Folder != ""
+    StrCpy $INSTDIR $Folder
+  ${EndIf}
   !insertmacro OfferPart ${SecCatalog} "catalog" "Catalog"
   !insertmacro OfferPart ${SecReports} "reports" "Reports"
   !insertmacro OfferPart ${SecSurrogate} "surrogate" "Surrogate"
@@ -336,18 +365,10 @@ FunctionEnd
 
 Function .onInit
   !insertmacro EndWithoutRights ""
-  ; Two at a time would take each other's files away.
-  System::Call 'kernel32::CreateMutexW(p 0, i 0, w "Global\QmZentrel.setup") p .r0 ?e'
-  Pop $0
-  ${If} $0 <> 0
-    !insertmacro EndWith ${EXIT_IN_USE} "The installer is at work already."
-  ${EndIf}
+  !insertmacro EndWhileAnother
   Call FolderOfCommandLine
-  StrCpy $6 $INSTDIR
+  StrCpy $Folder $INSTDIR
   !insertmacro MULTIUSER_INIT
-  ${If} $6 != ""
-    StrCpy $INSTDIR $6
-  ${EndIf}
   Call OfferParts
 FunctionEnd
 
@@ -519,13 +540,10 @@ Section "un.QmZentrel"
     RMDir "${UNFINISHED}"
   ${EndIf}
   Delete "$INSTDIR\uninstall.exe"
-  ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
-  ${If} $0 == $INSTDIR
-    ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
-    DeleteRegKey SHCTX "${UNINSTALL_KEY}"
-    ${If} $MultiUser.InstallMode == "CurrentUser"
-      DeleteRegKey /ifempty HKCU "${UNINSTALL_KEYS}"
-    ${EndIf}
+  ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
+  DeleteRegKey SHCTX "${UNINSTALL_KEY}"
+  ${If} $MultiUser.InstallMode == "CurrentUser"
+    DeleteRegKey /ifempty HKCU "${UNINSTALL_KEYS}"
   ${EndIf}
   Call un.RemoveFolders
 SectionEnd
@@ -617,18 +635,41 @@ Function un.RemoveCatalog
   RMDir "$INSTDIR\catalog"
 FunctionEnd
 
+; $1: the folder of an entry, or empty.
+!macro ReadFolder root
+  ReadRegStr $1 ${root} "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $1 != ""
+    !insertmacro MakePlain $1
+  ${EndIf}
+!macroend
 Function un.onInit
   !insertmacro EndWithoutRights "un."
+  ${un.GetParameters} $0
+  ClearErrors
+  ${un.GetOptions} $0 "/upgrade" $0
+  ${If} ${Errors}
+    !insertmacro EndWhileAnother
+  ${EndIf}
+  !insertmacro MakePlain $INSTDIR
+  StrCpy $Folder $INSTDIR
   !insertmacro MULTIUSER_UNINIT
-  ; For whom it was installed counts, where somebody starts it in the folder.
-  ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "InstallLocation"
-  ${If} $0 != $INSTDIR
-    ReadRegStr $0 HKCU "${UNINSTALL_KEY}" "InstallLocation"
-    ReadRegStr $1 HKLM "${UNINSTALL_KEY}" "InstallLocation"
-    ${If} $0 == $INSTDIR
+  ; For whom it was installed counts, whoever starts it in the folder.
+  !insertmacro ReadFolder SHCTX
+  ${If} $1 != $Folder
+    !insertmacro ReadFolder HKCU
+    ${If} $1 == $Folder
       Call un.MultiUser.InstallMode.CurrentUser
-    ${ElseIf} $1 == $INSTDIR
-      !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel was installed for all users. Start as an administrator."
+    ${Else}
+      !insertmacro ReadFolder HKLM
+      ${If} $1 != $Folder
+        !insertmacro EndWith ${EXIT_NOT_REGISTERED} "No installation of yours is in $Folder."
+      ${EndIf}
+      Call un.MultiUser.InstallMode.AllUsers
+      ${If} $MultiUser.InstallMode != "AllUsers"
+        !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel was installed for all users. Start as an administrator."
+      ${EndIf}
     ${EndIf}
   ${EndIf}
+  ; Not that of the mode.
+  StrCpy $INSTDIR $Folder
 FunctionEnd
