@@ -228,9 +228,34 @@ Var OtherLibrary
   Call ${un}FindServer
 !macroend
 
-!macro ExportCatalog part file
+; Inserts the macro for each part of the catalog, with the name of a file for what it was like when it
+; was installed.
+!macro ForEachPart macro
+  !insertmacro ${macro} "Kernel" "Kernel.reg"
+  !insertmacro ${macro} "TELIC2" "TELIC2.reg"
+  !insertmacro ${macro} "Zentrel\Modes" "Modes.reg"
+  !insertmacro ${macro} "Zentrel\Types" "Types.reg"
+!macroend
+; $0: 0 is success.
+!macro ExportPart part file
   nsExec::Exec '"$SYSDIR\reg.exe" export "HKLM\${CATALOG}\${part}" "${file}" /y'
   Pop $0
+!macroend
+; $1 becomes 1 when the part has a key or a value.
+!macro LookIntoPart part file
+  ClearErrors
+  EnumRegKey $0 HKLM "${CATALOG}\${part}" 0
+  ${IfNot} ${Errors}
+    StrCpy $1 1
+  ${EndIf}
+  ClearErrors
+  EnumRegValue $0 HKLM "${CATALOG}\${part}" 0
+  ${IfNot} ${Errors}
+    StrCpy $1 1
+  ${EndIf}
+!macroend
+!macro KeepPart part file
+  !insertmacro ExportPart "${part}" "$INSTDIR\catalog\${file}"
 !macroend
 
 Section "QmZentrel" SecComponent
@@ -277,12 +302,9 @@ SectionEnd
 
 ; What only a machine can have: the registry keys are the machine's.
 Section /o "Sample catalog" SecCatalog
-  StrCpy $1 ""
-  EnumRegKey $1 HKLM "${CATALOG}\Kernel" 0
-  ${If} $1 == ""
-    EnumRegKey $1 HKLM "${CATALOG}\TELIC2" 0
-  ${EndIf}
-  ${If} $1 == ""
+  StrCpy $1 0
+  !insertmacro ForEachPart LookIntoPart
+  ${If} $1 = 0
     nsExec::Exec '"$SYSDIR\reg.exe" import "$INSTDIR\examples\catalog\catalog.reg"'
     Pop $0
     ${If} $0 != 0
@@ -290,10 +312,7 @@ Section /o "Sample catalog" SecCatalog
     ${EndIf}
     ; What it was like, so that the uninstaller sees whether somebody has changed it.
     CreateDirectory "$INSTDIR\catalog"
-    !insertmacro ExportCatalog "Kernel" "$INSTDIR\catalog\Kernel.reg"
-    !insertmacro ExportCatalog "TELIC2" "$INSTDIR\catalog\TELIC2.reg"
-    !insertmacro ExportCatalog "Zentrel\Modes" "$INSTDIR\catalog\Modes.reg"
-    !insertmacro ExportCatalog "Zentrel\Types" "$INSTDIR\catalog\Types.reg"
+    !insertmacro ForEachPart KeepPart
   ${Else}
     DetailPrint "There is a catalog already; it stays as it is."
   ${EndIf}
@@ -585,11 +604,28 @@ Function un.TakeOutOfRegistry
   ${EndIf}
 FunctionEnd
 
-; $1 becomes 0 when the part of the catalog is not as it was installed.
-!macro CompareCatalog part file
-  !insertmacro ExportCatalog "${part}" "$PLUGINSDIR\now.reg"
+; $1 becomes 0 when the part of the catalog is not as it was installed, or nobody can tell.
+!macro ComparePart part file
+  ClearErrors
   FileOpen $2 "$INSTDIR\catalog\${file}" r
-  FileOpen $3 "$PLUGINSDIR\now.reg" r
+  ${If} ${Errors}
+    StrCpy $1 0
+  ${Else}
+    !insertmacro ExportPart "${part}" "$PLUGINSDIR\${file}"
+    ClearErrors
+    FileOpen $3 "$PLUGINSDIR\${file}" r
+    ${If} ${Errors}
+    ${OrIf} $0 != 0
+      StrCpy $1 0
+    ${Else}
+      Call un.CompareFiles
+    ${EndIf}
+    FileClose $3
+    FileClose $2
+  ${EndIf}
+!macroend
+; $1 becomes 0 when the open files $2 and $3 differ.
+Function un.CompareFiles
   ${Do}
     ClearErrors
     FileReadWord $2 $4
@@ -606,32 +642,27 @@ FunctionEnd
       ${ExitDo}
     ${EndIf}
   ${LoopUntil} $4 == "end"
-  FileClose $2
-  FileClose $3
+FunctionEnd
+!macro DeletePart part file
+  DeleteRegKey HKLM "${CATALOG}\${part}"
+!macroend
+!macro ForgetPart part file
+  Delete "$INSTDIR\catalog\${file}"
 !macroend
 
 ; The catalog goes only as it came: one that somebody has changed is theirs.
 Function un.RemoveCatalog
   InitPluginsDir
   StrCpy $1 1
-  !insertmacro CompareCatalog "Kernel" "Kernel.reg"
-  !insertmacro CompareCatalog "TELIC2" "TELIC2.reg"
-  !insertmacro CompareCatalog "Zentrel\Modes" "Modes.reg"
-  !insertmacro CompareCatalog "Zentrel\Types" "Types.reg"
+  !insertmacro ForEachPart ComparePart
   ${If} $1 = 1
-    DeleteRegKey HKLM "${CATALOG}\Kernel"
-    DeleteRegKey HKLM "${CATALOG}\TELIC2"
-    DeleteRegKey HKLM "${CATALOG}\Zentrel\Modes"
-    DeleteRegKey HKLM "${CATALOG}\Zentrel\Types"
+    !insertmacro ForEachPart DeletePart
     DeleteRegKey /ifempty HKLM "${CATALOG}\Zentrel"
     DeleteRegKey /ifempty HKLM "${CATALOG}"
   ${Else}
-    DetailPrint "The catalog has been changed since; it stays."
+    DetailPrint "The catalog is not as it was installed; it stays."
   ${EndIf}
-  Delete "$INSTDIR\catalog\Kernel.reg"
-  Delete "$INSTDIR\catalog\TELIC2.reg"
-  Delete "$INSTDIR\catalog\Modes.reg"
-  Delete "$INSTDIR\catalog\Types.reg"
+  !insertmacro ForEachPart ForgetPart
   RMDir "$INSTDIR\catalog"
 FunctionEnd
 
