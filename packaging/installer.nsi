@@ -114,7 +114,7 @@ Var Earlier
 Var Place
 ; Glances at a file in use that are left.
 Var Patience
-; The uppermost folder that had to be made.
+; The uppermost folder that had to be made, or empty.
 Var FirstFolder
 ; The library that the class was registered from, where it was none of an installation.
 Var OtherLibrary
@@ -142,6 +142,10 @@ Var OtherLibrary
 !macro EndWhileInUse file
   Push "$Place\${file}"
   Call ${un}EndWhileInUse
+!macroend
+!macro EndWhereFileIs file
+  Push "$Place\${file}"
+  Call EndWhereFileIs
 !macroend
 !macro DeleteFile file
   Delete "$Place\${file}"
@@ -191,15 +195,16 @@ Var OtherLibrary
 
   ; $INSTDIR and the folders above it that were made for it, as far as they are empty.
   Function ${un}RemoveFolders
-    StrCpy $0 $INSTDIR
-    ${Do}
-      RMDir "$0"
-      ${If} $0 == $FirstFolder
-      ${OrIf} $FirstFolder == ""
-        ${ExitDo}
-      ${EndIf}
-      ${${un}GetParent} "$0" $0
-    ${LoopUntil} $0 == ""
+    ${If} $FirstFolder != ""
+      StrCpy $0 $INSTDIR
+      ${Do}
+        RMDir "$0"
+        ${If} $0 == $FirstFolder
+          ${ExitDo}
+        ${EndIf}
+        ${${un}GetParent} "$0" $0
+      ${LoopUntil} $0 == ""
+    ${EndIf}
   FunctionEnd
 
   ; $1: the library that a name's class is registered from, or empty.
@@ -268,6 +273,10 @@ Section "QmZentrel" SecComponent
   ${EndIf}
   Call EndWhileNewer
   StrCpy $Place $INSTDIR
+  ${If} $Earlier != $INSTDIR
+    !insertmacro ForEach files EndWhereFileIs
+    !insertmacro EndWhereFileIs "uninstall.exe"
+  ${EndIf}
   Call EndWhileAnyInUse
   ${If} $Earlier != ""
     StrCpy $Place $Earlier
@@ -433,12 +442,20 @@ Function EndWhileNewer
   ${EndIf}
 FunctionEnd
 
+; A file that no installation known here has brought is somebody's own, or another installation's.
+Function EndWhereFileIs
+  Pop $1
+  ${If} ${FileExists} "$1"
+    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "$1 is there already, and was not installed for whom this is. Choose another folder."
+  ${EndIf}
+FunctionEnd
+
+; A folder that was there stays.
 Function FindFirstFolder
   StrCpy $FirstFolder ""
   ${If} $Earlier == $INSTDIR
     ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
-  ${EndIf}
-  ${If} $FirstFolder == ""
+  ${ElseIfNot} ${FileExists} "$INSTDIR\*.*"
     StrCpy $0 $INSTDIR
     ${Do}
       StrCpy $FirstFolder $0
