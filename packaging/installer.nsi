@@ -13,7 +13,7 @@
 ; Exit codes: 0 installed, 1 cancelled, 3 one of its files is in use, 4 it could not be registered (or
 ; /AllUsers without the rights for it), 5 a folder or file could not be written, 6 a newer version is
 ; installed (/older replaces it). The uninstaller has the same. For one user /catalog, /reports and
-; /surrogate are passed over.
+; /surrogate are ignored.
 Unicode true
 SetCompressor /SOLID lzma
 ; The same files make the same installer, whenever it is compiled.
@@ -44,6 +44,7 @@ ManifestDPIAware true
 !include FileFunc.nsh
 !include LogicLib.nsh
 !include Sections.nsh
+!include x64.nsh
 !include WordFunc.nsh
 
 Name "QmZentrel ${VERSION}"
@@ -291,7 +292,7 @@ Section "QmZentrel" SecComponent
   WriteUninstaller "$INSTDIR\uninstall.exe"
   Call TakeUnfinished
   ${If} ${Errors}
-    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "The files could not be written to $INSTDIR. Start again."
+    !insertmacro EndWith ${EXIT_NOT_WRITTEN} "Some files could not be put in their place in $INSTDIR, the others are there. Start again."
   ${EndIf}
   Call DeleteUnfinished
   ${If} $MultiUser.InstallMode == "AllUsers"
@@ -389,6 +390,10 @@ Function OfferParts
   !insertmacro OfferPart ${SecCatalog} "catalog" "Catalog"
   !insertmacro OfferPart ${SecReports} "reports" "Reports"
   !insertmacro OfferPart ${SecSurrogate} "surrogate" "Surrogate"
+  ${IfNot} ${RunningX64}
+    ; Without a name it is not shown.
+    SectionSetText ${SecSurrogate} ""
+  ${EndIf}
 FunctionEnd
 
 Function .onInit
@@ -551,12 +556,42 @@ FunctionEnd
   CreateDirectory "$INSTDIR\${folder}"
 !macroend
 !macro TakeFile file
-  Delete "$INSTDIR\${file}"
-  Rename "${UNFINISHED}\${file}" "$INSTDIR\${file}"
+  Push "${file}"
+  Call TakeFile
 !macroend
+; $9 becomes 1 when it cannot be put in its place: the earlier version has gone, so that a scanner gets
+; its time here, too.
+Function TakeFile
+  Pop $1
+  ${Do}
+    ClearErrors
+    Delete "$INSTDIR\$1"
+    Rename "${UNFINISHED}\$1" "$INSTDIR\$1"
+    ${IfNot} ${Errors}
+      ${ExitDo}
+    ${EndIf}
+    ${If} $Patience > 0
+      IntOp $Patience $Patience - 1
+      Sleep 300
+    ${Else}
+      StrCpy $9 1
+      ${ExitDo}
+    ${EndIf}
+  ${Loop}
+FunctionEnd
+; The error flag says that not all is there.
 Function TakeUnfinished
+  StrCpy $9 0
+  ${If} ${Errors}
+    StrCpy $9 1
+  ${EndIf}
+  StrCpy $Patience 10
   !insertmacro ForEach folders MakeFolder
   !insertmacro ForEach files TakeFile
+  ClearErrors
+  ${If} $9 = 1
+    SetErrors
+  ${EndIf}
 FunctionEnd
 
 Section "un.QmZentrel"
