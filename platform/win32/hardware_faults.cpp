@@ -309,7 +309,10 @@ void LeaveProcedures(Registration* registration) {
 KeptUnwinding* KeptForeign(void* exception) {
   auto* const kept =
       static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding)));
-  if (kept == nullptr) throw std::bad_alloc();
+  if (kept == nullptr) {
+    EndForeignException(exception);
+    throw std::bad_alloc();
+  }
   kept->foreign = exception;
   return kept;
 }
@@ -448,19 +451,26 @@ void RunAsProcedure(ErasedCall run, void* call) {
 }
 
 void RunAsCallOut(ErasedCall run, void* call) {
-  if (!HasSharedUnwinder()) return RunWithin(QmzCallOutHandler, run, call);
-  void* foreign = nullptr;
-  try {
-    return RunWithin(QmzCallOutHandler, run, call);
-  } catch (...) {
-    foreign = TakeForeignException();
-    if (foreign == nullptr) throw;
-  }
-  throw ClientUnwinding(KeptForeign(foreign));
+  struct Call {
+    ErasedCall run;
+    void* call;
+  } made{run, call};
+  void* const foreign = RunUntilForeignException(
+      [](void* erased) {
+        const Call& inner = *static_cast<const Call*>(erased);
+        RunWithin(QmzCallOutHandler, inner.run, inner.call);
+      },
+      &made);
+  if (foreign != nullptr) throw ClientUnwinding(KeptForeign(foreign));
 }
 
 ClientUnwinding::~ClientUnwinding() {
-  if (kept_ != nullptr) HeapFree(GetProcessHeap(), 0, kept_);
+  if (kept_ == nullptr) return;
+  void* const foreign = kept_->foreign;
+  HeapFree(GetProcessHeap(), 0, kept_);
+  if (foreign == nullptr) return;
+  const ClientCode destructor_of_the_exception;
+  EndForeignException(foreign);
 }
 
 void ResumeUnwinding(KeptUnwinding* kept) {
@@ -482,6 +492,8 @@ ClientCode::ClientCode() {
   registration->handler = reinterpret_cast<void*>(&ClientCodeHandler);
   registration->previous = FirstRegistration();
   SetFirstRegistration(registration);
+  // The client may have loaded it meanwhile. Not before the library stays in the process.
+  if (g_raiser != nullptr) FindSharedUnwinder();
 }
 
 ClientCode::~ClientCode() {

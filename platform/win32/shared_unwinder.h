@@ -1,22 +1,26 @@
 // Exceptions of a client in C++ whose run-time is a library that knows our frames, too.
 #pragma once
 
+#include "platform/erased_call.h"
+
 namespace qmzentrel::platform {
 
-/// Looks for the unwinder that the compiler's run-time library shares among programs. In a client
-/// that has it loaded our start-up code has told it of our frames, so exceptions of that client
-/// come through them, and our own run-time takes them for its own: unlike those of other languages
-/// they are no exceptions of the operating system.
+/// Looks for the unwinder that the compiler's run-time library shares among programs, and sees to it
+/// that it knows our frames. From then on exceptions of a client that uses it come through them, and
+/// our own run-time would take them for its own: unlike those of other languages they are no
+/// exceptions of the operating system. Only once the library stays in the process.
 void FindSharedUnwinder();
 
-bool HasSharedUnwinder();
+/// Runs `run`. An exception of the client's that leaves it is given back as it is, neither handled
+/// nor counted by our run-time; null when none has.
+void* RunUntilForeignException(ErasedCall run, void* call);
 
-/// Called while an exception is handled: takes the client's out of the hands of our run-time, where
-/// it is no longer counted once it has been handled. Null when it is one of ours.
-void* TakeForeignException();
-
-/// Raises it once more in the client's run-time, as if it had never been handled. Not while there
-/// are destructors of ours on its way.
+/// Lets it go on from here, in the client's run-time. Not while there are destructors of ours on
+/// its way.
 [[noreturn]] void RaiseForeignException(void* exception);
+
+/// Ends it, as a handler of the client's that does nothing would. With a run-time that is linked
+/// into the client std::uncaught_exceptions goes on counting it: nothing leads there.
+void EndForeignException(void* exception);
 
 }  // namespace qmzentrel::platform

@@ -181,13 +181,120 @@ void RaiseEventLate(_Zentrel* zentrel) {
                   nullptr);
 }
 
-bool IsCaughtOutside(const std::function<void()>& call) {
+bool IsCaughtOutside(const std::function<void()>& call, int exceptions = 1) {
   try {
     call();
     return false;
   } catch (const CountedException&) {
-    return g_exceptions == 1 && std::uncaught_exceptions() == 0;
+    return g_exceptions == exceptions && std::uncaught_exceptions() == 0;
   }
+}
+
+// The exception of the event goes past the library while the host handles one outside already.
+void ThrowWithinHandler(_Zentrel* zentrel, Sink& sink, int round) {
+  std::exception_ptr outer;
+  const std::function<void()> ways[] = {[] { throw CountedException(); }, [] { throw; },
+                                        [&] { std::rethrow_exception(outer); }};
+  const int exceptions[] = {2, 1, 1};
+  for (int way = 0; way < 3; ++way) {
+    sink.on_event = ways[way];
+    bool arrived = false;
+    try {
+      // One more, which the list of the outer handler's exceptions leads on to.
+      throw std::runtime_error("outermost");
+    } catch (...) {
+      const std::exception_ptr outermost = std::current_exception();
+      try {
+        try {
+          throw CountedException();
+        } catch (...) {
+          outer = std::current_exception();
+          Require(IsCaughtOutside([&] { RaiseEvent(zentrel); }, exceptions[way]),
+                  "an exception stays in the library within a handler", round);
+          Require(std::current_exception() == outer, "the handler has lost its exception", round);
+          outer = nullptr;
+          throw;
+        }
+      } catch (const CountedException&) {
+        arrived = g_exceptions == 1;
+      }
+      Require(std::current_exception() == outermost, "the outermost handler has lost its exception",
+              round);
+    }
+    Require(arrived, "the handler cannot raise its exception again", round);
+    Require(std::current_exception() == nullptr, "a handler is never over", round);
+    Require(g_exceptions == 0, "an exception handled outside is never destroyed", round);
+    Require(std::uncaught_exceptions() == 0, "exceptions within a handler are not counted", round);
+  }
+}
+
+// The library can ask only a runtime that is a library to handle an exception.
+bool IsRuntimeShared() {
+  return GetModuleHandleA("libstdc++-6.dll") != nullptr;
+}
+
+// What the first exception makes the library do raises the event once more, which throws, too.
+void OvertakeException(HMODULE library) {
+  _Zentrel* const zentrel = NewObject(library, 0);
+  Sink sink;
+  IConnectionPoint* const point = PointOf(zentrel);
+  DWORD cookie = 0;
+  point->Advise(&sink, &cookie);
+  // The first event tells of the supply that is switched on for good.
+  sink.on_event = [&sink] {
+    if (sink.events > 1) throw CountedException();
+  };
+  constexpr LONG kNoPort = 250;
+  ZentrelStatus status{};
+  int exceptions = 0;
+  int uncaught = 0;
+  try {
+    zentrel->DeviceOpen(kNoPort, VARIANT_TRUE, &status);
+  } catch (const CountedException&) {
+    exceptions = g_exceptions;
+    uncaught = std::uncaught_exceptions();
+  }
+  Require(sink.events == 3, "nothing has overtaken the exception", 0);
+  Require(exceptions == 1, "an exception that has been overtaken is never destroyed", 0);
+  Require(g_exceptions == 0, "what has overtaken an exception is never destroyed", 0);
+  // Nothing leads to the count of a runtime that is linked in.
+  Require(uncaught == (IsRuntimeShared() ? 0 : 1), "the overtaken exception stays counted", 0);
+  point->Unadvise(cookie);
+  point->Release();
+  Require(zentrel->Release() == 0, "the object stays after an overtaken exception", 0);
+}
+
+constexpr int kEndedByHost = 57;
+
+// Does not return: nobody handles the exception.
+void ThrowUnhandled(HMODULE library) {
+  _Zentrel* const zentrel = NewObject(library, 0);
+  Sink sink;
+  DWORD cookie = 0;
+  PointOf(zentrel)->Advise(&sink, &cookie);
+  sink.on_event = [] { throw CountedException(); };
+  std::set_terminate([] {
+    ExitProcess(std::current_exception() != nullptr || !IsRuntimeShared() ? kEndedByHost : 2);
+  });
+  RaiseEvent(zentrel);
+}
+
+bool EndsAsTheHostHasSet() {
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, MAX_PATH);
+  std::string command = "\"" + std::string(program) + "\" unhandled";
+  STARTUPINFOA start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                      &process)) {
+    return false;
+  }
+  WaitForSingleObject(process.hProcess, 60'000);
+  DWORD code = 0;
+  GetExitCodeProcess(process.hProcess, &code);
+  TerminateProcess(process.hProcess, 1);
+  return code == kEndedByHost;
 }
 
 void ThrowPastTheLibrary(HMODULE library, int round) {
@@ -228,6 +335,7 @@ void ThrowPastTheLibrary(HMODULE library, int round) {
       Require(std::uncaught_exceptions() == 0, "the host's exceptions are not counted", round);
     }
   }
+  ThrowWithinHandler(zentrel, sink, round);
   Box no_sink(Box::kQueryInterface);
   DWORD none = 0;
   Require(IsCaughtOutside([&] { point->Advise(&no_sink, &none); }),
@@ -253,7 +361,28 @@ void ThrowPastTheLibrary(HMODULE library, int round) {
 
 }  // namespace
 
-int main() {
+// For a host that has loaded the library before it brings the runtime.
+extern "C" __declspec(dllexport) HRESULT STDAPICALLTYPE ThrowFromPlugin(IUnknown* first) {
+  const HMODULE library = GetModuleHandleA("QmZentrel.dll");
+  if (library == nullptr) return E_FAIL;
+  // That of the host goes on working.
+  if (first != nullptr) {
+    auto* const zentrel = static_cast<_Zentrel*>(first);
+    Sink sink;
+    IConnectionPoint* const point = PointOf(zentrel);
+    DWORD cookie = 0;
+    point->Advise(&sink, &cookie);
+    sink.on_event = [] { throw CountedException(); };
+    Require(IsCaughtOutside([&] { RaiseEvent(zentrel); }), "no exception from an earlier object",
+            0);
+    point->Unadvise(cookie);
+    point->Release();
+  }
+  ThrowPastTheLibrary(library, 0);
+  return S_OK;
+}
+
+int main(int argument_count, char** arguments) {
   if (GetModuleHandleA("libgcc_s_dw2-1.dll") == nullptr) {
     std::puts("this host is meant to use the shared runtime");
     return 1;
@@ -262,6 +391,11 @@ int main() {
   if (variable == nullptr || FAILED(CoInitialize(nullptr))) return 1;
   // The build machine's path, as Windows programs see it under Wine.
   const std::string path = (*variable == '/' ? "Z:" : "") + std::string(variable);
+  if (argument_count > 1 && std::string(arguments[1]) == "unhandled") {
+    ThrowUnhandled(Load(path, 0));
+    return 1;
+  }
+  Require(EndsAsTheHostHasSet(), "the host's own end of the process is not asked", 0);
   for (int round = 1; round <= kRounds; ++round) {
     const HMODULE library = Load(path, round);
     Require(FreeLibrary(library), "cannot unload", round);
@@ -278,6 +412,7 @@ int main() {
     Require(IsLoaded(), "gone with its filter", round);
     Require(ThrowAndCatch(), "the host lost its own exception", round);
   }
+  OvertakeException(GetModuleHandleA("QmZentrel.dll"));
   CoUninitialize();
   std::printf("%d rounds\n", kRounds);
   return 0;
