@@ -5,9 +5,9 @@
 
 namespace qmzentrel::platform {
 
-/// Looks for the unwinder that the compiler's run-time library shares among programs, and sees to it
-/// that it knows our frames. From then on exceptions of a client that uses it come through them, and
-/// our own run-time would take them for its own: unlike those of other languages they are no
+/// Looks for the unwinder that the compiler's run-time library shares among programs, and sees to
+/// it that it knows our frames. From then on exceptions of a client that uses it come through them,
+/// and our own run-time would take them for its own: unlike those of other languages they are no
 /// exceptions of the operating system. Only once the library stays in the process.
 void FindSharedUnwinder();
 

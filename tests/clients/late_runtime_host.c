@@ -46,9 +46,10 @@ static int Run(const char* program, const char* way) {
 int main(int argument_count, char** arguments) {
   const char* variable = getenv("QMZ_DLL");
   char path[MAX_PATH];
-  HMODULE library, plugin;
+  HMODULE library = NULL;
+  HMODULE plugin = NULL;
   IUnknown* first = NULL;
-  ThrowFromPlugin throw_from_plugin;
+  ThrowFromPlugin throw_from_plugin = NULL;
   const char* way = argument_count > 1 ? arguments[1] : "";
   if (strcmp(way, "module") != 0 && strcmp(way, "object") != 0) {
     GetModuleFileNameA(NULL, path, sizeof path);
