@@ -119,6 +119,8 @@ Var Patience
 Var FirstFolder
 ; The library that the class was registered from, where it was none of an installation.
 Var OtherLibrary
+; For whom the parts were offered last.
+Var OfferedTo
 
 ; Another way to write a folder would be another folder: the library is registered by its plain name.
 !macro MakePlain folder
@@ -382,11 +384,16 @@ LangString DESC_SecSurrogate ${LANG_ENGLISH} "Lets 64-bit programs use the compo
   ${EndIf}
 !macroend
 
-; Whenever it has been said for whom, which leads to another folder.
+; Whenever it has been said for whom, which leads to another folder. What has been ticked stays, unless
+; it is for somebody else.
 Function OfferParts
   ${If} $Folder != ""
     StrCpy $INSTDIR $Folder
   ${EndIf}
+  ${If} $OfferedTo == $MultiUser.InstallMode
+    Return
+  ${EndIf}
+  StrCpy $OfferedTo $MultiUser.InstallMode
   !insertmacro OfferPart ${SecCatalog} "catalog" "Catalog"
   !insertmacro OfferPart ${SecReports} "reports" "Reports"
   !insertmacro OfferPart ${SecSurrogate} "surrogate" "Surrogate"
