@@ -1,7 +1,6 @@
 #include "support/conversion.h"
 
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -30,11 +29,13 @@ std::optional<double> PrefixedNumber(std::string_view digits, int base) {
   return static_cast<std::int32_t>(bits);
 }
 
-// Clients that have the C library of the component, too, may have set its locale.
+// Clients that share the C library may set its locale at any time, also from another thread: the
+// point is what stands in a number's text and belongs to nothing else.
 std::string WithDot(std::string digits) {
-  const std::string point = std::localeconv()->decimal_point;
-  if (const std::size_t place = digits.find(point); place != std::string::npos) {
-    digits.replace(place, point.size(), ".");
+  constexpr std::string_view kOthers = "0123456789+-e";
+  if (const std::size_t place = digits.find_first_not_of(kOthers); place != std::string::npos) {
+    const std::size_t end = digits.find_first_of(kOthers, place);
+    digits.replace(place, end - place, ".");
   }
   return digits;
 }
@@ -48,7 +49,7 @@ std::string ShortestDigits(Number value, int precision, Number (*parse)(const ch
     std::snprintf(digits, sizeof digits, "%.*g", precision, static_cast<double>(value));
     if (parse(digits, nullptr) == value) break;
   }
-  return WithDot(digits);
+  return std::isfinite(value) ? WithDot(digits) : digits;
 }
 
 }  // namespace
