@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "tests/clients/guarded_heap.h"
+
 namespace qmzentrel::clients {
 namespace {
 
@@ -38,6 +40,7 @@ Library Load() {
   Library library{};
   library.module = LoadLibraryW(LibraryPath().c_str());
   if (library.module == nullptr) Stop("The library that QMZ_DLL names cannot be loaded");
+  if (GetEnvironmentVariableW(L"QMZ_GUARDED_HEAP", nullptr, 0) != 0) GuardHeapOf(library.module);
   Find(library.module, "DllGetClassObject", library.GetClassObject);
   Find(library.module, "DllCanUnloadNow", library.CanUnloadNow);
   Find(library.module, "DllRegisterServer", library.RegisterServer);
