@@ -9,6 +9,7 @@
 #include "com/error_info.h"
 #include "com/held_object.h"
 #include "platform/hardware_faults.h"
+#include "platform/win32/owned_failure.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -26,15 +27,12 @@ void CallPowerStateChange(IDispatch& sink, bool new_state) {
   V_VT(&argument) = VT_BOOL;
   V_BOOL(&argument) = new_state ? VARIANT_TRUE : VARIANT_FALSE;
   DISPPARAMS parameters{&argument, nullptr, 1, 0};
-  EXCEPINFO failure{};
+  platform::OwnedFailure ignored;
   // A sink that fails or is gone is its owner's affair.
   platform::CallOutToClient([&] {
     return sink.Invoke(kPowerStateChange, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD,
-                       &parameters, nullptr, &failure, nullptr);
+                       &parameters, nullptr, ignored.Get(), nullptr);
   });
-  SysFreeString(failure.bstrSource);
-  SysFreeString(failure.bstrDescription);
-  SysFreeString(failure.bstrHelpFile);
 }
 
 }  // namespace

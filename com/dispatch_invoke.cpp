@@ -9,6 +9,7 @@
 #include "com/error_info.h"
 #include "com/zentrel_object.h"
 #include "platform/hardware_faults.h"
+#include "platform/win32/owned_failure.h"
 #include "support/ignoring_errors.h"
 
 namespace qmzentrel::com {
@@ -108,14 +109,9 @@ bool IsWellFormed(const DISPPARAMS* parameters) {
 
 // A procedure has failed and left an error info behind.
 [[gnu::noinline]] HRESULT Failed(HRESULT called, EXCEPINFO* failure) {
-  EXCEPINFO info;
-  TakeErrorInfo(called, info);
-  if (failure != nullptr) {
-    *failure = info;
-  } else {
-    SysFreeString(info.bstrSource);
-    SysFreeString(info.bstrDescription);
-  }
+  platform::OwnedFailure info;
+  TakeErrorInfo(called, *info.Get());
+  if (failure != nullptr) *failure = info.Detach();
   return DISP_E_EXCEPTION;
 }
 

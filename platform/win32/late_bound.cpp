@@ -15,6 +15,7 @@
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/late_value.h"
 #include "platform/win32/locale.h"
+#include "platform/win32/owned_failure.h"
 #include "platform/win32/owned_variant.h"
 #include "platform/win32/wide.h"
 
@@ -45,21 +46,6 @@ OwnedVariant VariantOf(const LateArgument& argument) {
   }
   return variant;
 }
-
-// The texts of a failure, freed with their owner.
-class FailureTexts {
- public:
-  FailureTexts() = default;
-  ~FailureTexts() {
-    SysFreeString(info.bstrSource);
-    SysFreeString(info.bstrDescription);
-    SysFreeString(info.bstrHelpFile);
-  }
-  FailureTexts(const FailureTexts&) = delete;
-  FailureTexts& operator=(const FailureTexts&) = delete;
-
-  EXCEPINFO info{};
-};
 
 LateFailure FailureOf(HRESULT result, EXCEPINFO& info) {
   if (result != DISP_E_EXCEPTION) return {AutomationNumber(result), "", ""};
@@ -98,7 +84,7 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
                                   VARIANT* result) {
   // The code of the object may release the last reference while it runs.
   const ComPointer<IDispatch> held(DispatchOf(object));
-  FailureTexts failure;
+  OwnedFailure failure;
   DISPID id = DISPID_UNKNOWN;
   HRESULT outcome = FindMember(held.Get(), name, id);
   if (SUCCEEDED(outcome)) {
@@ -114,10 +100,10 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
     DISPID let_id = DISPID_PROPERTYPUT;
     DISPPARAMS parameters{last_first.data(), let_value != nullptr ? &let_id : nullptr,
                           static_cast<UINT>(last_first.size()), let_value != nullptr ? 1U : 0U};
-    outcome = InvokeMember(held.Get(), id, flags, parameters, result, failure.info);
+    outcome = InvokeMember(held.Get(), id, flags, parameters, result, *failure.Get());
   }
   if (SUCCEEDED(outcome)) return std::nullopt;
-  return FailureOf(outcome, failure.info);
+  return FailureOf(outcome, *failure.Get());
 }
 
 std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateArguments arguments,
@@ -135,11 +121,11 @@ std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateA
 // Reads the member that stands under a number of automation's own.
 std::optional<LateFailure> GetWellKnown(ClientObject object, DISPID id, VARIANT* value) {
   const ComPointer<IDispatch> held(DispatchOf(object));
-  FailureTexts failure;
+  OwnedFailure failure;
   DISPPARAMS none{};
-  const HRESULT outcome = InvokeMember(held.Get(), id, kGetEither, none, value, failure.info);
+  const HRESULT outcome = InvokeMember(held.Get(), id, kGetEither, none, value, *failure.Get());
   if (SUCCEEDED(outcome)) return std::nullopt;
-  return FailureOf(outcome, failure.info);
+  return FailureOf(outcome, *failure.Get());
 }
 
 std::string NameOf(ITypeInfo* info) {
