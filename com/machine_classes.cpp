@@ -6,31 +6,15 @@
 #include <utility>
 
 #include "com/error_info.h"
+#include "platform/win32/registry_key.h"
 
 namespace qmzentrel::com {
 namespace {
 
+using platform::OwnedRegistryKey;
+
 constexpr wchar_t kClasses[] = L"Software\\Classes\\";
 constexpr std::size_t kClassesLength = std::size(kClasses) - 1;
-
-class OpenKey {
- public:
-  OpenKey() = default;
-  ~OpenKey() {
-    if (key_ != nullptr) RegCloseKey(key_);
-  }
-  OpenKey(const OpenKey&) = delete;
-  OpenKey& operator=(const OpenKey&) = delete;
-
-  LSTATUS Open(const std::wstring& path, REGSAM access) noexcept {
-    return RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &key_);
-  }
-  HKEY* Receive() { return &key_; }
-  HKEY Get() const { return key_; }
-
- private:
-  HKEY key_ = nullptr;
-};
 
 void Require(LSTATUS result) {
   if (result == ERROR_SUCCESS) return;
@@ -41,6 +25,10 @@ void Require(LSTATUS result) {
 
 std::wstring FullPath(const ClassesKey& key) {
   return kClasses + key.path;
+}
+
+LSTATUS Open(OwnedRegistryKey& key, const std::wstring& path, REGSAM access) noexcept {
+  return key.Open(HKEY_LOCAL_MACHINE, path.c_str(), access);
 }
 
 }  // namespace
@@ -73,7 +61,7 @@ void ClassesWriter::Write(const ClassesKey& key, const std::wstring& name,
 void ClassesWriter::CreateKey(const std::wstring& path, REGSAM view) {
   changes_.reserve(changes_.size() + 1);  // what has been done must not fail to be noted
   CreatedKey created{path, view};
-  OpenKey key;
+  OwnedRegistryKey key;
   DWORD disposition = 0;
   Require(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                           KEY_READ | view, nullptr, key.Receive(), &disposition));
@@ -82,8 +70,8 @@ void ClassesWriter::CreateKey(const std::wstring& path, REGSAM view) {
 
 void ClassesWriter::WriteValue(WrittenValue value, const std::wstring& text) {
   changes_.reserve(changes_.size() + 1);
-  OpenKey key;
-  Require(key.Open(value.path, KEY_QUERY_VALUE | KEY_SET_VALUE | value.view));
+  OwnedRegistryKey key;
+  Require(Open(key, value.path, KEY_QUERY_VALUE | KEY_SET_VALUE | value.view));
   DWORD size = 0;
   LSTATUS read = RegQueryValueExW(key.Get(), value.name.c_str(), nullptr, nullptr, nullptr, &size);
   if (read != ERROR_FILE_NOT_FOUND) {
@@ -104,8 +92,8 @@ void ClassesWriter::TakeBack(const CreatedKey& key) noexcept {
 }
 
 void ClassesWriter::TakeBack(const WrittenValue& value) noexcept {
-  OpenKey key;
-  if (key.Open(value.path, KEY_SET_VALUE | value.view) != ERROR_SUCCESS) return;
+  OwnedRegistryKey key;
+  if (Open(key, value.path, KEY_SET_VALUE | value.view) != ERROR_SUCCESS) return;
   if (value.replaced) {
     RegSetValueExW(key.Get(), value.name.c_str(), 0, value.old_type, value.old_data.data(),
                    static_cast<DWORD>(value.old_data.size()));
@@ -115,11 +103,11 @@ void ClassesWriter::TakeBack(const WrittenValue& value) noexcept {
 }
 
 std::wstring ReadClassesText(const ClassesKey& key) {
-  OpenKey open;
+  OwnedRegistryKey opened;
   wchar_t text[128] = {};
   DWORD size = sizeof text - sizeof *text;
-  if (open.Open(FullPath(key), KEY_QUERY_VALUE | key.view) != ERROR_SUCCESS ||
-      RegQueryValueExW(open.Get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text),
+  if (Open(opened, FullPath(key), KEY_QUERY_VALUE | key.view) != ERROR_SUCCESS ||
+      RegQueryValueExW(opened.Get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text),
                        &size) != ERROR_SUCCESS) {
     return L"";
   }
@@ -129,8 +117,8 @@ std::wstring ReadClassesText(const ClassesKey& key) {
 void RemoveClassesKey(const ClassesKey& key) {
   const std::wstring path = FullPath(key);
   {
-    OpenKey opened;
-    const LSTATUS result = opened.Open(path, DELETE | KEY_READ | KEY_SET_VALUE | key.view);
+    OwnedRegistryKey opened;
+    const LSTATUS result = Open(opened, path, DELETE | KEY_READ | KEY_SET_VALUE | key.view);
     if (result == ERROR_FILE_NOT_FOUND) return;
     Require(result);
     Require(RegDeleteTreeW(opened.Get(), nullptr));
@@ -139,8 +127,8 @@ void RemoveClassesKey(const ClassesKey& key) {
 }
 
 void RemoveClassesValue(const ClassesKey& key, const std::wstring& name) {
-  OpenKey opened;
-  LSTATUS result = opened.Open(FullPath(key), KEY_SET_VALUE | key.view);
+  OwnedRegistryKey opened;
+  LSTATUS result = Open(opened, FullPath(key), KEY_SET_VALUE | key.view);
   if (result == ERROR_SUCCESS) result = RegDeleteValueW(opened.Get(), name.c_str());
   if (result != ERROR_FILE_NOT_FOUND) Require(result);
 }
@@ -149,8 +137,8 @@ void RemoveEmptyClassesKey(const ClassesKey& key) {
   const std::wstring path = FullPath(key);
   DWORD children = 0;
   {
-    OpenKey opened;
-    const LSTATUS result = opened.Open(path, KEY_READ | key.view);
+    OwnedRegistryKey opened;
+    const LSTATUS result = Open(opened, path, KEY_READ | key.view);
     if (result == ERROR_FILE_NOT_FOUND) return;
     Require(result);
     Require(RegQueryInfoKeyW(opened.Get(), nullptr, nullptr, nullptr, &children, nullptr, nullptr,

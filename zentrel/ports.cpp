@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 
+#include "platform/win32/registry_key.h"
 #include "platform/win32/wide.h"
 #include "zentrel/component.h"
 
@@ -35,9 +36,9 @@ std::optional<std::int32_t> NumberOf(std::wstring_view wide) {
 
 // What the drivers of ports write, volatile.
 void AddRegistered(Names& names) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", 0, KEY_QUERY_VALUE,
-                    &key) != ERROR_SUCCESS) {
+  platform::OwnedRegistryKey key;
+  if (key.Open(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", KEY_QUERY_VALUE) !=
+      ERROR_SUCCESS) {
     return;
   }
   NameBuffer device;
@@ -47,13 +48,12 @@ void AddRegistered(Names& names) {
     auto port_size = static_cast<DWORD>(sizeof port - sizeof(wchar_t));
     port.fill(L'\0');
     DWORD type = REG_NONE;
-    const LSTATUS result = RegEnumValueW(key, index, device.data(), &device_length, nullptr, &type,
-                                         reinterpret_cast<BYTE*>(port.data()), &port_size);
+    const LSTATUS result = RegEnumValueW(key.Get(), index, device.data(), &device_length, nullptr,
+                                         &type, reinterpret_cast<BYTE*>(port.data()), &port_size);
     if (result == ERROR_NO_MORE_ITEMS) break;
     if (result != ERROR_SUCCESS || type != REG_SZ) continue;
     if (const auto number = NumberOf(port.data())) names.try_emplace(*number);
   }
-  RegCloseKey(key);
 }
 
 // The devices of the class of ports that are there now.
@@ -81,14 +81,13 @@ class PortDevices {
 
  private:
   std::wstring PortNameOf(SP_DEVINFO_DATA& device) const {
-    const HKEY key =
-        SetupDiOpenDevRegKey(set_, &device, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_QUERY_VALUE);
-    if (key == INVALID_HANDLE_VALUE) return L"";
+    const platform::OwnedRegistryKey key(
+        SetupDiOpenDevRegKey(set_, &device, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_QUERY_VALUE));
+    if (!key.IsOpen()) return L"";
     NameBuffer name{};
     auto size = static_cast<DWORD>(sizeof name - sizeof(wchar_t));
-    RegQueryValueExW(key, L"PortName", nullptr, nullptr, reinterpret_cast<BYTE*>(name.data()),
+    RegQueryValueExW(key.Get(), L"PortName", nullptr, nullptr, reinterpret_cast<BYTE*>(name.data()),
                      &size);
-    RegCloseKey(key);
     return name.data();
   }
 

@@ -2,25 +2,16 @@
 
 #include <array>
 
+#include "platform/win32/registry_key.h"
+
 namespace qmzentrel::program {
 namespace {
 
-class OpenedKey {
+class OpenedKey : public platform::OwnedRegistryKey {
  public:
-  OpenedKey(const RegistryPlace& place, REGSAM access)
-      : result_(RegOpenKeyExW(place.root, place.path.c_str(), 0, access | place.view, &key_)) {}
-  ~OpenedKey() {
-    if (IsOpen()) RegCloseKey(key_);
+  OpenedKey(const RegistryPlace& place, REGSAM access) {
+    Open(place.root, place.path.c_str(), access | place.view);
   }
-  OpenedKey(const OpenedKey&) = delete;
-  OpenedKey& operator=(const OpenedKey&) = delete;
-
-  bool IsOpen() const { return result_ == ERROR_SUCCESS; }
-  HKEY Get() const { return key_; }
-
- private:
-  HKEY key_ = nullptr;
-  LSTATUS result_;
 };
 
 // Longer than any path that the system takes.
