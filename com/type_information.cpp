@@ -5,6 +5,7 @@
 #include "com/error_info.h"
 #include "com/module_path.h"
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/exclusive_lock.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -23,16 +24,16 @@ HRESULT LoadOwnTypeLibrary(ITypeLib** library) noexcept {
 }
 
 HRESULT KeptTypeLibrary(platform::ComPointer<ITypeLib>& library) {
-  AcquireSRWLockShared(&g_lock);
-  library = platform::ComPointer<ITypeLib>(g_library);
-  ReleaseSRWLockShared(&g_lock);
+  {
+    const platform::ExclusiveLock lock(g_lock);
+    library = platform::ComPointer<ITypeLib>(g_library);
+  }
   if (library) return S_OK;
   // Loading may run foreign code, so it runs outside the lock; two threads may both load.
   const HRESULT result = LoadOwnTypeLibrary(library.Receive());
   if (FAILED(result)) return result;
-  AcquireSRWLockExclusive(&g_lock);
+  const platform::ExclusiveLock lock(g_lock);
   if (g_library == nullptr) g_library = library.Share();
-  ReleaseSRWLockExclusive(&g_lock);
   return S_OK;
 }
 
@@ -45,9 +46,11 @@ HRESULT TypeInfoOf(REFGUID identifier, ITypeInfo** info) noexcept {
 }
 
 void ReleaseTypeLibrary() noexcept {
-  AcquireSRWLockExclusive(&g_lock);
-  ITypeLib* const library = std::exchange(g_library, nullptr);
-  ReleaseSRWLockExclusive(&g_lock);
+  ITypeLib* library = nullptr;
+  {
+    const platform::ExclusiveLock lock(g_lock);
+    library = std::exchange(g_library, nullptr);
+  }
   if (library != nullptr) library->Release();
 }
 

@@ -1,11 +1,11 @@
-// The lock of what all apartments of the process share.
+// A lock of the operating system, held within a scope.
 #pragma once
 
 #include <windows.h>
 
 namespace qmzentrel::platform {
 
-/// Holds the lock as long as it lives.
+/// Holds `lock` as long as it lives. Not recursive.
 class ExclusiveLock {
  public:
   explicit ExclusiveLock(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }

@@ -10,6 +10,7 @@
 
 #include <unwind.h>
 
+#include "platform/win32/exclusive_lock.h"
 #include "platform/win32/this_module.h"
 
 extern "C" {
@@ -118,11 +119,10 @@ void Meet(HMODULE shared) {
 void FindSharedUnwinder() {
   constexpr const wchar_t* kName = L"libgcc_s_dw2-1.dll";
   if (g_raise != nullptr || GetModuleHandleW(kName) == nullptr) return;
-  AcquireSRWLockExclusive(&g_finding);
+  const ExclusiveLock lock(g_finding);
   HMODULE shared = nullptr;
   // Takes a reference: from now on it must stay.
   if (g_raise == nullptr && GetModuleHandleExW(0, kName, &shared) != FALSE) Meet(shared);
-  ReleaseSRWLockExclusive(&g_finding);
 }
 
 void* RunUntilForeignException(ErasedCall run, void* call) {
