@@ -4,12 +4,12 @@
 #include <atomic>
 #include <vector>
 
-#include "platform/apartment.h"
 #include "platform/timer.h"
 #include "support/XTimer.h"
 #include "support/error_frame.h"
 #include "support/ignoring_errors.h"
 #include "support/modErrorReportSupport.h"
+#include "support/per_apartment.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_XTimerSupport {
@@ -29,25 +29,11 @@ struct ModuleState {
 
 std::atomic<std::int32_t> g_running_timers{0};
 
-platform::ApartmentSlot& StateSlot() {
-  static platform::ApartmentSlot slot;
-  return slot;
-}
-
-ModuleState* ExistingState() {
-  return static_cast<ModuleState*>(StateSlot().Get());
-}
-
-ModuleState& State() {
-  if (ModuleState* state = ExistingState()) return *state;
-  auto state = std::make_unique<ModuleState>();
-  StateSlot().Set(state.get());
-  return *state.release();
-}
+using StateOfApartment = PerApartment<ModuleState>;
 
 // Null when no slot of this thread has that identifier.
 Slot* FindSlot(std::int32_t id) {
-  ModuleState* state = ExistingState();
+  ModuleState* state = StateOfApartment::Existing();
   if (!state) return nullptr;
   const auto slot = std::ranges::find(state->maxti, id, &Slot::id);
   return slot == state->maxti.end() ? nullptr : &*slot;
@@ -55,7 +41,7 @@ Slot* FindSlot(std::int32_t id) {
 
 Slot& FreeSlot() {
   if (Slot* slot = FindSlot(0)) return *slot;
-  ModuleState& state = State();
+  ModuleState& state = StateOfApartment::Provide();
   const auto used = state.maxti.size();
   state.maxti.resize(used + kGrowth);
   state.mintMaxTimers = static_cast<std::int16_t>(state.mintMaxTimers + kGrowth);
@@ -125,17 +111,15 @@ std::string DumpFields() {
 }
 
 std::int16_t SlotCount() {
-  const ModuleState* state = ExistingState();
+  const ModuleState* state = StateOfApartment::Existing();
   return state ? state->mintMaxTimers : std::int16_t{0};
 }
 
 void ReleaseThread() {
-  ModuleState* state = ExistingState();
-  if (!state || std::ranges::any_of(state->maxti, [](const Slot& slot) { return slot.id != 0; })) {
-    return;
-  }
-  StateSlot().Set(nullptr);
-  delete state;
+  const ModuleState* state = StateOfApartment::Existing();
+  const auto runs = [](const Slot& slot) { return slot.id != 0; };
+  if (!state || std::ranges::any_of(state->maxti, runs)) return;
+  StateOfApartment::ReleaseThread();
 }
 
 }  // namespace qmzentrel::modCOM_XTimerSupport

@@ -4,12 +4,11 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
 
-#include "platform/apartment.h"
 #include "platform/debugger.h"
 #include "platform/late_bound.h"
 #include "platform/message_box.h"
@@ -18,6 +17,7 @@
 #include "support/component_version.h"
 #include "support/dump_variable.h"
 #include "support/ignoring_errors.h"
+#include "support/per_apartment.h"
 #include "support/shown_text.h"
 
 namespace qmzentrel::modErrorReportSupport {
@@ -45,27 +45,12 @@ struct StoredError {
   std::string ErrorSource;
 };
 
-platform::ApartmentSlot& ErrorSlot() {
-  static platform::ApartmentSlot slot;
-  return slot;
-}
-
-StoredError* ExistingError() {
-  return static_cast<StoredError*>(ErrorSlot().Get());
-}
-
-// The place for the thread's error. Made with its first object, so that an error finds it there.
-StoredError& ProvideStorage() {
-  if (StoredError* const existing = ExistingError()) return *existing;
-  auto stored = std::make_unique<StoredError>();
-  ErrorSlot().Set(stored.get());
-  return *stored.release();
-}
+using ErrorOfApartment = PerApartment<StoredError>;
 
 // A copy, or as much of it as there is memory for: the client may run while an error is reported,
 // and meet errors of its own.
 StoredError ErrorOfThread() {
-  const StoredError* const stored = ExistingError();
+  const StoredError* const stored = ErrorOfApartment::Existing();
   if (stored == nullptr) return {};
   try {
     return *stored;
@@ -175,7 +160,8 @@ HardwareFault::HardwareFault(std::uint32_t exception_code)
       RaisedFault{exception_code} {}
 
 void InitErrorReporting() {
-  IgnoringErrors(ProvideStorage);
+  // With the thread's first object, so that an error finds its place there.
+  IgnoringErrors(ErrorOfApartment::Provide);
   if (HasInitialised) return;
   const platform::ProcessLock lock;
   if (HasInitialised) return;  // another apartment was faster
@@ -193,7 +179,7 @@ void AnnounceDestruction(const char* class_name, std::int16_t instance_number) {
 }
 
 void StoreError(const RunTimeError& error, std::int32_t line) {
-  StoredError& stored = ProvideStorage();
+  StoredError& stored = ErrorOfApartment::Provide();
   stored = {error.number, "", line, ""};
   stored.ErrorDescription = error.description;
   stored.ErrorSource = error.source;
@@ -257,8 +243,7 @@ std::string DumpFields() {
 }
 
 void ReleaseThread() {
-  delete ExistingError();
-  ErrorSlot().Set(nullptr);
+  ErrorOfApartment::ReleaseThread();
 }
 
 }  // namespace qmzentrel::modErrorReportSupport
