@@ -35,10 +35,6 @@ double NumberOf(const Variant& value) {
       value);
 }
 
-bool IsEmpty(const Variant& value) {
-  return std::holds_alternative<std::monostate>(value);
-}
-
 int Compare(const Variant& left, const Variant& right) {
   const std::string* left_text = TextOf(left);
   const std::string* right_text = TextOf(right);

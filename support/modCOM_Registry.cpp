@@ -71,10 +71,6 @@ bool HoldsWholeNumber(const Variant& slot) {
          std::holds_alternative<bool>(slot);
 }
 
-bool IsEmpty(const Variant& slot) {
-  return std::holds_alternative<std::monostate>(slot);
-}
-
 bool TakesText(const Variant& slot) {
   return IsEmpty(slot) || std::holds_alternative<std::string>(slot);
 }

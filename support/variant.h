@@ -13,4 +13,9 @@ namespace qmzentrel {
 using Variant = std::variant<std::monostate, std::int16_t, std::int32_t, bool, float, double,
                              std::string, std::vector<std::string>>;
 
+/// Whether it holds nothing yet.
+inline bool IsEmpty(const Variant& value) {
+  return std::holds_alternative<std::monostate>(value);
+}
+
 }  // namespace qmzentrel
