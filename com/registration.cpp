@@ -8,9 +8,12 @@
 #include "com/machine_classes.h"
 #include "com/module_path.h"
 #include "com/server_class.h"
+#include "platform/win32/guid_text.h"
 
 namespace qmzentrel::com {
 namespace {
+
+using platform::GuidText;
 
 const ServerClass kClass{CLSID_Zentrel, L"QmZentrel.Zentrel", L"Apartment"};
 constexpr const wchar_t* kLibraryVersion = L"1.3";

@@ -1,13 +1,13 @@
 #include "com/server_class.h"
 
-// After <windows.h>, which it needs.
-#include <objbase.h>
-
-#include <array>
+#include <string>
 
 #include "com/module_path.h"
+#include "platform/win32/guid_text.h"
 
 namespace qmzentrel::com {
+
+using platform::GuidText;
 
 ClassesKey ServerClass::Key() const {
   return {L"CLSID\\" + GuidText(identifier)};
@@ -38,12 +38,6 @@ void ServerClass::RemoveProgrammaticIdentifier() const {
   if (owner.empty() || lstrcmpiW(owner.c_str(), GuidText(identifier).c_str()) == 0) {
     RemoveClassesKey(name);
   }
-}
-
-std::wstring GuidText(REFGUID guid) {
-  std::array<wchar_t, 39> text{};  // 38 characters and the zero
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
 }
 
 }  // namespace qmzentrel::com

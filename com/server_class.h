@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include <string>
-
 #include "com/machine_classes.h"
 
 namespace qmzentrel::com {
@@ -25,8 +23,5 @@ struct ServerClass {
   /// The same, unless the name stands for another class by now.
   void RemoveProgrammaticIdentifier() const;
 };
-
-/// A unique identifier as the registry has it, in braces.
-std::wstring GuidText(REFGUID guid);
 
 }  // namespace qmzentrel::com

@@ -7,12 +7,15 @@
 
 #include "QmZentrel_h.h"
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/guid_text.h"
 #include "platform/win32/wide.h"
 #include "zentrel/doctor_checks.h"
 #include "zentrel/system_program.h"
 
 namespace qmzentrel::program {
 namespace {
+
+using platform::GuidText;
 
 constexpr const char* kRegistration = "registration";
 constexpr const char* kLibrary = "dll";
@@ -22,18 +25,8 @@ constexpr const char* kTypeLibrary = "type library";
 constexpr wchar_t kProgrammaticIdentifier[] = L"QmZentrel.Zentrel";
 constexpr wchar_t kTypeLibraryVersion[] = L"1.3";
 
-std::wstring GuidText(REFGUID guid) {
-  std::array<wchar_t, 39> text{};
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
-}
-
 std::string Shown(const std::wstring& wide) {
   return platform::WideToUtf8(wide);
-}
-
-RegistryPlace ClassKey(const RegistryPlace& classes) {
-  return classes.Below(L"CLSID\\" + GuidText(CLSID_Zentrel));
 }
 
 // As the system looks for it: without quotes, by the search path where no folder is named.
@@ -178,57 +171,6 @@ void CheckRegistration(const Machine& machine, const OwnComponent& own, Diagnose
   CheckName(machine, own, diagnoses);
   if (CheckFile(server, own, diagnoses)) CheckVersion(server, own, diagnoses);
   CheckTypeLibrary(machine, own, diagnoses);
-}
-
-void CheckCallers(const Machine& machine, const std::string& caller, Diagnoses& diagnoses) {
-  constexpr const char* kCheck = "64-bit callers";
-  // A process of the system may stand between, but only where somebody has set it up.
-  bool surrogate = false;
-  if (machine.classes64) {
-    const std::wstring application = ReadText(ClassKey(machine.classes), L"AppID");
-    surrogate = !application.empty() &&
-                IsThere(machine.classes.Below(L"AppID\\" + application), L"DllSurrogate");
-    diagnoses.push_back(
-        {kCheck, Grade::kNote,
-         surrogate ? "64-bit programs reach the component through a surrogate process"
-                   : "a 64-bit program is told \"class not registered\"",
-         surrogate ? std::string()
-                   : "use 32-bit programs, such as " + SystemProgram("cscript.exe")});
-  } else {
-    diagnoses.push_back({kCheck, Grade::kOk, "there are none on 32-bit Windows", ""});
-  }
-  if (caller.empty()) return;
-  const auto add = [&](Grade grade, const std::string& text, const std::string& next) {
-    diagnoses.push_back({"caller", grade, caller + " " + text, next});
-  };
-  switch (KindOf(platform::Utf8ToWide(caller))) {
-    case FileKind::kMissing:
-      return add(Grade::kFault, "is not there or cannot be read", "name the program's file");
-    case FileKind::kOther:
-      return add(Grade::kFault, "is no program for Windows", "name the program's .exe file");
-    case FileKind::k32Bit:
-      return add(Grade::kOk, "is a 32-bit program", "");
-    case FileKind::k64Bit:
-      if (surrogate) return add(Grade::kNote, "is a 64-bit program, and goes by the surrogate", "");
-      return add(Grade::kFault,
-                 "is a 64-bit program, and is told \"class not registered\": the component is a "
-                 "32-bit one",
-                 "use its 32-bit version, or build it for x86");
-    case FileKind::kEitherBit:
-      if (!machine.classes64) {
-        return add(Grade::kOk, "is a .NET program for any processor, here a 32-bit one", "");
-      }
-      if (surrogate) {
-        return add(Grade::kNote,
-                   "is a .NET program for any processor, here a 64-bit one, and goes by the "
-                   "surrogate",
-                   "");
-      }
-      return add(Grade::kFault,
-                 "is a .NET program for any processor: here it runs as a 64-bit program, which is "
-                 "told \"class not registered\"",
-                 "build it for x86");
-  }
 }
 
 }  // namespace qmzentrel::program

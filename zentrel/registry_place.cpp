@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "QmZentrel_h.h"
+#include "platform/win32/guid_text.h"
 #include "platform/win32/registry_key.h"
 
 namespace qmzentrel::program {
@@ -18,6 +20,10 @@ class OpenedKey : public platform::OwnedRegistryKey {
 using TextBuffer = std::array<wchar_t, 4096>;
 
 }  // namespace
+
+RegistryPlace ClassKey(const RegistryPlace& classes) {
+  return classes.Below(L"CLSID\\" + platform::GuidText(CLSID_Zentrel));
+}
 
 bool IsThere(const RegistryPlace& place) {
   return OpenedKey(place, KEY_QUERY_VALUE).IsOpen();

@@ -17,6 +17,9 @@ struct RegistryPlace {
   RegistryPlace Below(const std::wstring& name) const { return {root, path + L"\\" + name, view}; }
 };
 
+/// The component's class below a key of classes.
+RegistryPlace ClassKey(const RegistryPlace& classes);
+
 bool IsThere(const RegistryPlace& place);
 /// The same of a value, of whatever type and length.
 bool IsThere(const RegistryPlace& place, const std::wstring& name);

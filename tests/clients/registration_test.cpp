@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/win32/guid_text.h"
 #include "tests/clients/com_client.h"
 #include "tests/clients/refused_change.h"
 #include "tests/clients/registry_snapshot.h"
@@ -15,11 +16,7 @@
 namespace qmzentrel::clients {
 namespace {
 
-std::wstring GuidText(REFGUID guid) {
-  std::array<wchar_t, 39> text{};
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
-}
+using platform::GuidText;
 
 // Starts and ends without a registration, whatever the prefix had before.
 class Registration : public testing::Test {

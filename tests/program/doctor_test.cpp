@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/win32/guid_text.h"
 #include "platform/win32/wide.h"
 #include "tests/automation/read_only_key.h"
 #include "tests/program/crafted_file.h"
@@ -19,17 +20,11 @@ using program::Grade;
 
 constexpr wchar_t kClasses[] = L"Software\\Classes\\";
 
-std::wstring Guid(REFGUID guid) {
-  std::array<wchar_t, 39> text{};
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
-}
-
 std::wstring ServerKey() {
-  return L"CLSID\\" + Guid(CLSID_Zentrel) + L"\\InprocServer32";
+  return L"CLSID\\" + platform::GuidText(CLSID_Zentrel) + L"\\InprocServer32";
 }
 std::wstring TypeLibraryKey() {
-  return L"TypeLib\\" + Guid(LIBID_QmZentrel) + L"\\1.3";
+  return L"TypeLib\\" + platform::GuidText(LIBID_QmZentrel) + L"\\1.3";
 }
 
 void SetText(HKEY root, const std::wstring& key, const std::wstring& name,
@@ -288,7 +283,7 @@ TEST_F(DoctorOn64BitWindows, ACallerForAnyProcessorHas64Bits) {
 }
 
 TEST_F(DoctorOn64BitWindows, AnApplicationWithoutASurrogateTakesNobody) {
-  const std::wstring id = Guid(CLSID_Zentrel);
+  const std::wstring id = platform::GuidText(CLSID_Zentrel);
   const ChangedText application(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"CLSID\\" + id, id,
                                 L"AppID");
   const TemporaryKey without(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id);
@@ -300,7 +295,7 @@ TEST_F(DoctorOn64BitWindows, AnApplicationWithoutASurrogateTakesNobody) {
 }
 
 TEST_F(DoctorOn64BitWindows, ASurrogateThatTakes64BitCallers) {
-  const std::wstring id = Guid(CLSID_Zentrel);
+  const std::wstring id = platform::GuidText(CLSID_Zentrel);
   const ChangedText application(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"CLSID\\" + id, id,
                                 L"AppID");
   const TemporaryKey surrogate(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"AppID\\" + id);
@@ -391,8 +386,9 @@ TEST_F(DoctorFinds, ATypeLibraryWhoseFileIsGoneOrHoldsNone) {
 }
 
 TEST_F(DoctorFinds, AnInterfaceWithoutMarshaller) {
-  RegDeleteTreeW(HKEY_LOCAL_MACHINE,
-                 (std::wstring(kClasses) + L"Interface\\" + Guid(DIID___Zentrel)).c_str());
+  RegDeleteTreeW(
+      HKEY_LOCAL_MACHINE,
+      (std::wstring(kClasses) + L"Interface\\" + platform::GuidText(DIID___Zentrel)).c_str());
   EXPECT_TRUE(Says(FaultOfRegistration("type library"), "marshaller"));
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
 }
