@@ -1,6 +1,7 @@
 // Values of automation objects, as far as they can be shown.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -36,10 +37,13 @@ struct ArrayDimension {
   std::uint32_t count;
 };
 
+/// What has more dimensions can have very many elements, which are left out.
+inline constexpr std::size_t kMostDimensions = 3;
+
 struct LateValue;
 /// Its elements in the order of their indices, the last index changing fastest. A dimension whose
-/// bounds cannot be read is missing, and then there are no elements. Those of an array of more than
-/// three dimensions are left out.
+/// bounds cannot be read is missing, and then there are no elements; nor are there any of an array
+/// of more than kMostDimensions.
 struct ArrayValue {
   std::vector<std::optional<ArrayDimension>> dimensions;
   std::vector<LateValue> elements;

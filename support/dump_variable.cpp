@@ -20,8 +20,6 @@ using platform::LateValue;
 // So deep objects within objects are followed: one whose default member is itself has no end.
 constexpr int kDeepestObject = 16;
 
-constexpr std::size_t kMostDimensions = 3;
-
 std::string ErrorText(std::int32_t number) {
   return "{Error " + std::to_string(number) + " formatting for output}";
 }
@@ -145,7 +143,7 @@ std::string IndicesOf(const platform::ArrayValue& array, std::size_t place) {
 
 std::string DumpArrayValue(std::string_view name, const platform::ArrayValue& array) {
   const std::size_t count = array.dimensions.size();
-  if (count > kMostDimensions) {
+  if (count > platform::kMostDimensions) {
     return DumpFixedText(name, "{Dump truncated at " + std::to_string(count) + " dimensions}");
   }
   for (std::size_t dimension = 0; dimension < count; ++dimension) {

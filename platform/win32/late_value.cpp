@@ -12,9 +12,6 @@ namespace {
 
 constexpr std::int32_t kMemberNotSupported = 438;
 
-// More is not shown, and what has so many dimensions can have very many elements.
-constexpr UINT kDimensionsShown = 3;
-
 LateValue ObjectOf(IUnknown* object) {
   if (object == nullptr) return ObjectValue{};
   if (const auto dispatch = Query<IDispatch>(object, IID_IDispatch)) {
@@ -88,7 +85,7 @@ LateValue ArrayOf(SAFEARRAY* array, VARTYPE type) {
     value.dimensions.push_back(DimensionOf(array, dimension));
     readable = readable && value.dimensions.back().has_value();
   }
-  if (!readable || dimensions > kDimensionsShown) return value;
+  if (!readable || dimensions > kMostDimensions) return value;
   ComPointer<IRecordInfo> record;
   if (type == VT_RECORD && FAILED(SafeArrayGetRecordInfo(array, record.Receive()))) record.Detach();
   const LateValue structure = StructureOf(record.Get());
