@@ -1,5 +1,7 @@
 #include "support/CDebugLog.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "platform/clock.h"
@@ -14,22 +16,10 @@ namespace {
 // One log has one file, so any number but 0 says that it was started.
 constexpr std::int32_t kFileNumber = 1;
 
-// Nine characters each, so that the texts of a log line up.
-std::string_view Label(std::int32_t event_type) {
-  switch (event_type) {
-    case CDebugLog::kError:
-      return "  ERROR  ";
-    case CDebugLog::kWarning:
-      return "  WARN   ";
-    case CDebugLog::kInformation:
-      return "  INFO   ";
-    case CDebugLog::kWindowProcedure:
-      return "  WPROC  ";
-    case CDebugLog::kResource:
-      return "  *RES*  ";
-    default:
-      return "  CHECK  ";
-  }
+std::string_view LabelOf(std::int32_t event_type) {
+  const auto* const known =
+      std::ranges::find(CDebugLog::kLabels, event_type, &CDebugLog::Label::event_type);
+  return known != std::end(CDebugLog::kLabels) ? known->text : CDebugLog::kOtherLabel;
 }
 
 std::string OnOneLine(std::string_view text) {
@@ -68,7 +58,7 @@ void CDebugLog::DebugOutput(std::string_view DebugText, const std::int32_t& Even
                             bool ForceEntry, bool /*StopOnError*/) {
   IgnoringErrors([&] {
     std::string line = platform::FormatDate(platform::LocalDate(), m_strTimeStampMask);
-    line.append(Label(EventType)).append(OnOneLine(DebugText));
+    line.append(LabelOf(EventType)).append(OnOneLine(DebugText));
     WriteLine(line, EventType, ForceEntry);
   });
 }

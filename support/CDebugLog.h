@@ -20,6 +20,20 @@ class CDebugLog {
   static constexpr std::int32_t kWindowProcedure = 8;
   static constexpr std::int32_t kResource = 16;
 
+  /// What stands for the event type in a line, between time stamp and text.
+  struct Label {
+    std::int32_t event_type;
+    std::string_view text;
+  };
+  /// Nine characters each, so that the texts of a log line up.
+  static constexpr Label kLabels[] = {{kError, "  ERROR  "},
+                                      {kWarning, "  WARN   "},
+                                      {kInformation, "  INFO   "},
+                                      {kWindowProcedure, "  WPROC  "},
+                                      {kResource, "  *RES*  "}};
+  /// Of any other type.
+  static constexpr std::string_view kOtherLabel = "  CHECK  ";
+
   CDebugLog() = default;
   /// Closes the log, so that a log written to its end always says so.
   ~CDebugLog();
