@@ -16,9 +16,6 @@ constexpr platform::SerialSettings kBoxLink{.baud_rate = 9600,
                                             .data_bits = 8,
                                             .stop_bits = platform::kTwoStopBits};
 
-// Box Status: one byte out, seven back.
-constexpr std::uint8_t kBoxStatusCommand = 0x80;
-constexpr std::int32_t kBoxStatusLength = 7;
 constexpr std::int32_t kBoxStatusTimeoutMs = 500;
 
 constexpr std::int32_t kTickMs = 1000;

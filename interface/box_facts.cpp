@@ -6,9 +6,6 @@
 namespace qmzentrel {
 namespace {
 
-constexpr std::uint8_t kShortSupplySignature = 0xA5;
-constexpr std::uint8_t kElectricSignature = 0xA6;
-
 // Volts per step of the battery reading of the box.
 constexpr double kBatteryStep = 0.039;
 

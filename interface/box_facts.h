@@ -9,6 +9,15 @@
 
 namespace qmzentrel {
 
+/// Box Status: this byte goes out, a reply of so many comes back, the last of them the sum of those
+/// before it.
+inline constexpr std::uint8_t kBoxStatusCommand = 0x80;
+inline constexpr std::int32_t kBoxStatusLength = 7;
+
+/// Kinds of boxes that need a treatment of their own, by byte 0 of the signature.
+inline constexpr std::uint8_t kShortSupplySignature = 0xA5;
+inline constexpr std::uint8_t kElectricSignature = 0xA6;
+
 /// Its fields keep the names by which the error report shows them.
 struct BoxFacts {
   /// Sleeps, and is woken by the commands themselves. Stays as the last reply had it when the

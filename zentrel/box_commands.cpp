@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "interface/box_facts.h"
 #include "interface/catalogs.h"
 #include "interface/enumerations.h"
 #include "support/registry_values.h"
@@ -14,12 +15,9 @@
 namespace qmzentrel::program {
 namespace {
 
-constexpr LONG kShortSupply = 0xA5;
-constexpr LONG kElectric = 0xA6;
-
 std::string KindOf(LONG signature) {
-  if (signature == kElectric) return "electric";
-  if (signature == kShortSupply) return "short supply";
+  if (signature == kElectricSignature) return "electric";
+  if (signature == kShortSupplySignature) return "short supply";
   return "other";
 }
 

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "device/port_control.h"
+#include "interface/catalog_layout.h"
 #include "simulator/simulator_switch.h"
 #include "zentrel/component.h"
 #include "zentrel/console.h"
@@ -75,12 +76,12 @@ void CheckSupply(const Options& options, Diagnoses& diagnoses) {
         {kSupply, Grade::kOk, "a box on " + name + " answers with " + LinesText(configured), ""});
   } else {
     const std::string value = feeding->dtr && feeding->rts ? "BOTH" : LinesText(*feeding);
-    diagnoses.push_back(
-        {kSupply, Grade::kFault,
-         "the box on " + name + " answers with " + LinesText(*feeding) +
-             ", but the component raises " + LinesText(configured),
-         "set the text SupplyLine of HKEY_LOCAL_MACHINE\\SOFTWARE\\QuenmoorComms\\Zentrel to " +
-             value + " with " + SystemProgram("reg.exe")});
+    diagnoses.push_back({kSupply, Grade::kFault,
+                         "the box on " + name + " answers with " + LinesText(*feeding) +
+                             ", but the component raises " + LinesText(configured),
+                         std::string("set the text ") + catalogs::value_name::kSupplyLine +
+                             " of HKEY_LOCAL_MACHINE\\" + catalogs::kBoxKey + " to " + value +
+                             " with " + SystemProgram("reg.exe")});
   }
 }
 

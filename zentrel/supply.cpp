@@ -3,6 +3,8 @@
 #include <array>
 #include <numeric>
 
+#include "interface/box_facts.h"
+
 namespace qmzentrel::program {
 namespace {
 
@@ -11,8 +13,6 @@ namespace {
 constexpr int kCalls = 6;
 constexpr std::int32_t kCallMs = 500;
 
-constexpr std::uint8_t kBoxStatusCommand = 0x80;
-constexpr std::size_t kBoxStatusLength = 7;
 using BoxStatusReply = std::array<std::uint8_t, kBoxStatusLength>;
 
 // The last byte is the sum of those before it. Another device may send as many bytes.
