@@ -56,6 +56,15 @@ struct DialogContent {
   std::string tamper_caption;  ///< of udTamper
   bool ok_enabled = false;
   std::string notice;  ///< a line of its own, empty for none
+
+  List& Of(DialogList list) { return lists[static_cast<std::size_t>(list)]; }
+  const List& Of(DialogList list) const { return lists[static_cast<std::size_t>(list)]; }
+  Check& Of(DialogCheck check) { return checks[static_cast<std::size_t>(check)]; }
+  const Check& Of(DialogCheck check) const { return checks[static_cast<std::size_t>(check)]; }
+  Spin& Of(DialogSpin spin) { return spins[static_cast<std::size_t>(spin)]; }
+  const Spin& Of(DialogSpin spin) const { return spins[static_cast<std::size_t>(spin)]; }
+  std::string& Of(DialogText text) { return texts[static_cast<std::size_t>(text)]; }
+  const std::string& Of(DialogText text) const { return texts[static_cast<std::size_t>(text)]; }
 };
 
 /// Told of what the user does while the dialog is up, on the thread that shows it. The dialog never

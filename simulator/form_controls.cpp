@@ -17,11 +17,6 @@ using platform::DialogText;
 constexpr std::int32_t kMaxByte = 0xFF;
 constexpr std::int32_t kMax24Bit = 0xFFFFFF;
 
-template <class Control>
-constexpr std::size_t Place(Control control) {
-  return static_cast<std::size_t>(control);
-}
-
 }  // namespace
 
 platform::DialogContent frmZentrelSim::EmptyContent() {
@@ -29,44 +24,44 @@ platform::DialogContent frmZentrelSim::EmptyContent() {
   content.msi_caption = "MSI";
   content.tamper_caption = "Tamper";
   for (auto& spin : content.spins) spin.maximum = kMaxByte;
-  content.spins[Place(DialogSpin::udXpdr)].maximum = kMax24Bit;
-  content.spins[Place(DialogSpin::udReading)].maximum = kMax24Bit;
+  content.Of(DialogSpin::udXpdr).maximum = kMax24Bit;
+  content.Of(DialogSpin::udReading).maximum = kMax24Bit;
   return content;
 }
 
 // --- Lists ---
 
 void frmZentrelSim::FormList::Clear() {
-  form_.content_.lists[Place(list_)] = {};
+  form_.content_.Of(list_) = {};
 }
 
 void frmZentrelSim::FormList::AddItem(const std::string& text, std::int32_t data) {
-  form_.content_.lists[Place(list_)].items.push_back({text, data});
+  form_.content_.Of(list_).items.push_back({text, data});
 }
 
 std::int32_t frmZentrelSim::FormList::ListCount() const {
-  return static_cast<std::int32_t>(form_.content_.lists[Place(list_)].items.size());
+  return static_cast<std::int32_t>(form_.content_.Of(list_).items.size());
 }
 
 std::string frmZentrelSim::FormList::List(std::int32_t index) const {
-  return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index)).text;
+  return form_.content_.Of(list_).items.at(static_cast<std::size_t>(index)).text;
 }
 
 std::int32_t frmZentrelSim::FormList::ItemData(std::int32_t index) const {
-  return form_.content_.lists[Place(list_)].items.at(static_cast<std::size_t>(index)).data;
+  return form_.content_.Of(list_).items.at(static_cast<std::size_t>(index)).data;
 }
 
 // The report shows a list by its default member, the selected text.
 std::string frmZentrelSim::FormList::Dump(std::string_view name) const {
   return DumpDefault(name, [this] {
-    const std::int32_t selected = form_.content_.lists[Place(list_)].selected;
+    const std::int32_t selected = form_.content_.Of(list_).selected;
     return selected < 0 ? std::string() : List(selected);
   });
 }
 
 // Selecting by program is followed by the same procedures as the user's own choice.
 void frmZentrelSim::Select(DialogList list, std::int32_t index) {
-  content_.lists[Place(list)].selected = index;
+  content_.Of(list).selected = index;
   platform::RefreshSimulatorDialog();
   if (list == DialogList::cboMIF) cboMIF_Click();
   if (list == DialogList::cboVersion) cboVersion_Click();
@@ -78,7 +73,7 @@ void frmZentrelSim::SelectData(DialogList list, std::int32_t data) {
 }
 
 std::int32_t frmZentrelSim::SelectedData(DialogList list) const {
-  const auto& entries = content_.lists[Place(list)];
+  const auto& entries = content_.Of(list);
   if (entries.selected < 0) return 0;
   return entries.items.at(static_cast<std::size_t>(entries.selected)).data;
 }
@@ -88,7 +83,7 @@ std::int32_t frmZentrelSim::Signature(std::int32_t index) const {
 }
 
 std::string frmZentrelSim::XpdrVersion() const {
-  const auto& versions = content_.lists[Place(DialogList::cboVersion)];
+  const auto& versions = content_.Of(DialogList::cboVersion);
   if (versions.selected < 0) return "";
   return versions.items.at(static_cast<std::size_t>(versions.selected)).text;
 }
@@ -96,7 +91,7 @@ std::string frmZentrelSim::XpdrVersion() const {
 // --- Check boxes ---
 
 void frmZentrelSim::Tick(DialogCheck check, bool ticked) {
-  bool& present = content_.checks[Place(check)].ticked;
+  bool& present = content_.Of(check).ticked;
   if (present == ticked) return;  // which is no click
   present = ticked;
   platform::RefreshSimulatorDialog();
@@ -104,11 +99,11 @@ void frmZentrelSim::Tick(DialogCheck check, bool ticked) {
 }
 
 bool frmZentrelSim::Ticked(DialogCheck check) const {
-  return content_.checks[Place(check)].ticked;
+  return content_.Of(check).ticked;
 }
 
 void frmZentrelSim::Enable(DialogCheck check, bool enabled) {
-  content_.checks[Place(check)].enabled = enabled;
+  content_.Of(check).enabled = enabled;
   platform::RefreshSimulatorDialog();
 }
 
@@ -116,26 +111,26 @@ void frmZentrelSim::Enable(DialogCheck check, bool enabled) {
 // Programs set them only before the dialog shows what they hold.
 
 void frmZentrelSim::Spin(DialogSpin spin, std::int32_t value) {
-  auto& control = content_.spins[Place(spin)];
+  auto& control = content_.Of(spin);
   control.value = std::clamp(value, 0, control.maximum);
 }
 
 std::int32_t frmZentrelSim::Spin(DialogSpin spin) const {
-  return content_.spins[Place(spin)].value;
+  return content_.Of(spin).value;
 }
 
 // --- Texts ---
 
 void frmZentrelSim::TextTyped(DialogText text, const std::string& typed) {
-  content_.texts[Place(text)] = typed;
+  content_.Of(text) = typed;
 }
 
 const std::string& frmZentrelSim::ZentrelVersion() const {
-  return content_.texts[Place(DialogText::txtZentrelVersion)];
+  return content_.Of(DialogText::txtZentrelVersion);
 }
 
 std::string frmZentrelSim::Battery() const {
-  std::string text = content_.texts[Place(DialogText::txtBattery)];
+  std::string text = content_.Of(DialogText::txtBattery);
   const std::string separator = platform::UserDecimalSeparator();
   const std::size_t place = separator.empty() ? std::string::npos : text.find(separator);
   if (place != std::string::npos) text.replace(place, separator.size(), ".");

@@ -71,8 +71,7 @@ void frmZentrelSim::LoadSignatures(std::int32_t index, const std::string& key) {
 void frmZentrelSim::cboMIF_Click() {
   ErrorFrame frame(fields_, "cboMIF_Click");
   frame.Run([&] {
-    const bool selected =
-        content_.lists[static_cast<std::size_t>(DialogList::cboMIF)].selected >= 0;
+    const bool selected = content_.Of(DialogList::cboMIF).selected >= 0;
     STEP m_lngSelectedMIF = selected ? MIF() : -1;
     STEP content_.ok_enabled = selected;
     STEP platform::RefreshSimulatorDialog();
@@ -130,7 +129,7 @@ void frmZentrelSim::cboVersion_Click() {
   std::int32_t lngSources = 0;
   ErrorFrame frame(fields_, "cboVersion_Click", PARAMETERS(), LOCALS(strKey, lngSources));
   frame.Run([&] {
-    STEP if (content_.lists[static_cast<std::size_t>(DialogList::cboVersion)].selected < 0) return;
+    STEP if (content_.Of(DialogList::cboVersion).selected < 0) return;
     STEP strKey = InterfaceKey(m_lngSelectedMIF);
     STEP m_lngMIFsAvailable =
         PropertyNumber(VersionedProp(strKey, value_name::kMif, XpdrVersion()));

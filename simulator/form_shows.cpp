@@ -94,7 +94,7 @@ void frmZentrelSim::ShowStoredValues() {
 
 void frmZentrelSim::ShowBoxTexts() {
   const auto show = [this](DialogText text, const std::string& shown) {
-    content_.texts[static_cast<std::size_t>(text)] = shown;
+    content_.Of(text) = shown;
   };
   show(DialogText::txtZentrelVersion,
        Formatted(ReadSimulatorText("Version", kZentrelVersion), "0.0"));

@@ -97,8 +97,8 @@ TEST_F(SimulatorDialogContract, ShowsEmptyListsAndADisabledOk) {
 }
 
 TEST_F(SimulatorDialogContract, ShowsTextOfAnyLanguageAsItIs) {
-  content_.lists[0].items[1].text = "[3] Z\u00e4hler \u6c34\u8868 & more";
-  content_.texts[1] = "5,2 \u20ac \U0001F4A7";
+  content_.Of(DialogList::cboMIF).items[1].text = "[3] Z\u00e4hler \u6c34\u8868 & more";
+  content_.Of(DialogText::txtBattery) = "5,2 \u20ac \U0001F4A7";
   content_.msi_caption = "\u03a9 && &x";
   DialogContent seen;
   EXPECT_TRUE(Show([&](DialogUser& user) { seen = user.Shown(); }));
@@ -244,12 +244,12 @@ TEST_F(SimulatorDialogContract, TheUserSeesHisOwnChangesAtOnce) {
 
 TEST_F(SimulatorDialogContract, AChangedContentIsSeenAfterARefresh) {
   recorder_.on_told = [this](const std::string& line) {
-    content_.lists[1] = {{{"9.0", 7}}, 0};
-    content_.lists[2].selected = -1;
-    content_.checks[1] = {true, true};
-    content_.checks[2] = {true, false};
-    content_.spins[0] = {7, 99};
-    content_.spins[4].value = 9;
+    content_.Of(DialogList::cboVersion) = {{{"9.0", 7}}, 0};
+    content_.Of(DialogList::cboTXI).selected = -1;
+    content_.Of(DialogCheck::chkSecondary) = {true, true};
+    content_.Of(DialogCheck::chkEOL) = {true, false};
+    content_.Of(DialogSpin::udXpdr) = {7, 99};
+    content_.Of(DialogSpin::udThreshold).value = 9;
     content_.texts = {"7.7", "0.00"};
     content_.msi_caption = "Other";
     content_.tamper_caption = "Tamper";
@@ -288,7 +288,7 @@ TEST_F(SimulatorDialogContract, ARefreshBringsTheContentBack) {
 TEST_F(SimulatorDialogContract, AListMayBeRebuiltWhileItsOwnChoiceIsTold) {
   recorder_.on_told = [this](const std::string& line) {
     if (!line.starts_with("list 0")) return;
-    content_.lists[0] = {{{"only one", 1}}, 0};
+    content_.Of(DialogList::cboMIF) = {{{"only one", 1}}, 0};
     RefreshSimulatorDialog();
   };
   DialogContent seen;
@@ -303,7 +303,7 @@ TEST_F(SimulatorDialogContract, AListMayBeRebuiltWhileItsOwnChoiceIsTold) {
 
 TEST_F(SimulatorDialogContract, TheDataOfAnEntryMayChangeWithoutItsText) {
   recorder_.on_told = [this](const std::string&) {
-    content_.lists[1].items[0].data = 12;
+    content_.Of(DialogList::cboVersion).items[0].data = 12;
     RefreshSimulatorDialog();
   };
   DialogContent seen;
@@ -434,7 +434,7 @@ TEST_F(SimulatorDialogContract, HidingTellsWhereTheUserHasMovedIt) {
 TEST_F(SimulatorDialogContract, CanBeShownAgainWithAnotherContent) {
   Show([](DialogUser& user) { user.Choose(DialogList::cboMIF, 2); });
   content_.caption += " again";
-  content_.lists[0] = {{{"[7] Other", 7}}, 0};
+  content_.Of(DialogList::cboMIF) = {{{"[7] Other", 7}}, 0};
   DialogContent seen;
   Show([&](DialogUser& user) { seen = user.Shown(); });
   EXPECT_EQ(Describe(seen), Describe(content_));

@@ -27,7 +27,11 @@ using contract::DialogRecorder;
 using contract::DialogUser;
 using contract::FullContent;
 using dialog_driver::DialogWindow;
+using platform::DialogCheck;
 using platform::DialogContent;
+using platform::DialogList;
+using platform::DialogSpin;
+using platform::DialogText;
 using platform::HideSimulatorDialog;
 using platform::RefreshSimulatorDialog;
 
@@ -336,7 +340,7 @@ TEST_F(SimulatorDialogWindow, WithOkDisabledTheFirstControlHasTheKeyboard) {
 
 TEST_F(SimulatorDialogWindow, AControlThatIsDisabledHandsTheKeyboardOn) {
   recorder_.on_told = [this](const std::string&) {
-    content_.checks[2].enabled = false;
+    content_.Of(DialogCheck::chkEOL).enabled = false;
     RefreshSimulatorDialog();
   };
   int focused = 0;
@@ -385,7 +389,7 @@ TEST_F(SimulatorDialogWindow, EnterPressesNothingWhenOkIsDisabled) {
 }
 
 TEST_F(SimulatorDialogWindow, EnterSettlesTheSpinThatIsBeingTypedInto) {
-  content_.spins[2].value = 17;
+  content_.Of(DialogSpin::udTamper).value = 17;
   std::wstring shown;
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
@@ -433,7 +437,7 @@ TEST_F(SimulatorDialogWindow, AltXAndAltZPressTheirButtons) {
 }
 
 TEST_F(SimulatorDialogWindow, TheArrowKeysTurnASpinWithinItsRange) {
-  content_.spins[2].value = 254;
+  content_.Of(DialogSpin::udTamper).value = 254;
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
     const HWND box = dialog.Control(IDC_udTamperBox);
@@ -459,7 +463,7 @@ TEST_F(SimulatorDialogWindow, AClickOnTheArrowsTurnsASpin) {
 }
 
 TEST_F(SimulatorDialogWindow, TypedDigitsArriveOneByOneAndLettersNotAtAll) {
-  content_.spins[2].value = 0;
+  content_.Of(DialogSpin::udTamper).value = 0;
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_udTamperBox));
     const HWND box = dialog.Control(IDC_udTamperBox);
@@ -474,7 +478,7 @@ TEST_F(SimulatorDialogWindow, TypedDigitsArriveOneByOneAndLettersNotAtAll) {
 
 TEST_F(SimulatorDialogWindow, LeadingZerosStayWhileTypingAndGoWithTheKeyboard) {
   recorder_.on_told = [](const std::string&) { RefreshSimulatorDialog(); };
-  content_.spins[2].value = 17;
+  content_.Of(DialogSpin::udTamper).value = 17;
   std::wstring typing;
   std::wstring left;
   Show([&](DialogUser&, const DialogWindow& dialog) {
@@ -491,10 +495,10 @@ TEST_F(SimulatorDialogWindow, LeadingZerosStayWhileTypingAndGoWithTheKeyboard) {
 
 TEST_F(SimulatorDialogWindow, ARefreshLeavesTheCursorWhereTheUserTypes) {
   recorder_.on_told = [this](const std::string& line) {
-    content_.texts[1] = line.substr(std::string("text 1 ").size());
+    content_.Of(DialogText::txtBattery) = line.substr(std::string("text 1 ").size());
     RefreshSimulatorDialog();
   };
-  content_.texts[1] = "5.20";
+  content_.Of(DialogText::txtBattery) = "5.20";
   std::wstring typed;
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_txtBattery));
@@ -660,7 +664,8 @@ TEST_F(SimulatorDialogWindow, TheLargestNumbersCanBeRead) {
 }
 
 TEST_F(SimulatorDialogWindow, AnOpenListIsWideEnoughForItsEntries) {
-  content_.lists[1].items[0].text = "4.0 with a remark that is a good deal wider than the box is";
+  content_.Of(DialogList::cboVersion).items[0].text =
+      "4.0 with a remark that is a good deal wider than the box is";
   LRESULT width = 0;
   LONG needed = 0;
   Show([&](DialogUser&, const DialogWindow& dialog) {
@@ -668,7 +673,9 @@ TEST_F(SimulatorDialogWindow, AnOpenListIsWideEnoughForItsEntries) {
     width = SendMessageW(list, CB_GETDROPPEDWIDTH, 0, 0);
     const Control control{list, IDC_cboVersion, L"combobox", 0, {}};
     needed =
-        Measure(control, platform::Utf8ToWide(content_.lists[1].items[0].text), DT_NOPREFIX, 0).cx;
+        Measure(control, platform::Utf8ToWide(content_.Of(DialogList::cboVersion).items[0].text),
+                DT_NOPREFIX, 0)
+            .cx;
   });
   EXPECT_GE(width, needed);
 }
