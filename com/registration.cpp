@@ -34,8 +34,8 @@ const std::array<Interface, 2> kInterfaces{{
     {DIID___Zentrel, L"__Zentrel", kDispatchMarshaller},
 }};
 
-// Earlier names of the interface. To the marshaller one is a pointer to the present one: the name
-// itself is an alias without procedures of its own, so it must not be led to the type library.
+// Earlier names of the interface. Their keys send the marshaller on to the present one, and not to
+// the type library: there such a name is an alias, without procedures of its own.
 const std::array<Interface, 3> kEarlierNames{{
     {IID_Zentrel___v0, L"Zentrel___v0", kInterfaceMarshaller},
     {IID_Zentrel___v1, L"Zentrel___v1", kInterfaceMarshaller},
@@ -98,7 +98,8 @@ void WriteEarlierNames(ClassesWriter& writer) {
   }
 }
 
-// What a process of its own for the class is started by. Programs of both widths see the same key.
+// Where the system looks how to start a process of its own for the class. Programs of both widths
+// see the same key.
 ClassesKey ApplicationKey() {
   return {L"AppID\\" + GuidText(kClass.identifier)};
 }

@@ -12,8 +12,9 @@ struct ServerClass {
   const wchar_t* programmatic_identifier;
   const wchar_t* threading_model;
 
+  /// The key of its identifier.
   ClassesKey Key() const;
-  /// Whichever library is its server.
+  /// With this library or any other as its server.
   bool IsRegistered() const;
 
   /// Under both its identifiers, with this library as its server. Throws ComError.

@@ -34,8 +34,8 @@ class ZentrelEvents {
 };
 
 /// Commands answer with a ZentrelStatus and never raise for a missing box or a failing link. A
-/// fault inside a procedure is reported once and leaves as kErrorReported. Properties whose let
-/// procedure takes `New_…` only store; ranges are checked by WriteXpdr.
+/// fault inside a procedure is reported once and leaves as kErrorReported. A property of the
+/// transponder takes any value, unless its comment says otherwise; ranges are checked by WriteXpdr.
 ///
 /// Belongs to one thread. It may be called again from within its event and its yielding waits.
 class Zentrel : public std::enable_shared_from_this<Zentrel> {

@@ -73,10 +73,10 @@ void Zentrel::StartHoldOff() {
   m_sngBoxStatusTimeout = platform::SecondsSinceMidnight() + kHoldOffSeconds;
 }
 
-// The mark is read afresh each turn: a call from within the wait may move it. The clock has left a
-// mark behind that is further ahead than a hold-off that begins now: at midnight, on another day,
-// or when it was set back. Both are the same sum in Single, so that no rounding at the end of a day
-// can let a hold-off that has just begun seem too long.
+// The mark is read afresh each turn: a call from within the wait may move it. One further ahead
+// than a whole hold-off is out of date, and nothing is waited for: midnight has passed since, or
+// the clock was set back. It is compared with the sum that made it, in Single like it: otherwise
+// the rounding late in a day could make a hold-off that has just begun seem too long.
 void Zentrel::WaitForHoldOff() {
   WaitForClock([this] {
     const float now = platform::SecondsSinceMidnight();

@@ -16,7 +16,7 @@ void WaitForClock(Missing missing) {
   // The clock can be set while somebody waits for it, so no sleep is longer.
   constexpr double kLongestSleepMs = 1000;
   platform::YieldingWait wait;
-  // It is measured, not counted.
+  // Each turn asks the clock anew: nothing is added up in the float.
   // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter)
   for (float seconds = missing(); seconds > 0; seconds = missing()) {
     wait.Turn(static_cast<std::int32_t>(std::min(std::ceil(seconds * 1000.0), kLongestSleepMs)));

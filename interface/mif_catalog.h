@@ -31,8 +31,8 @@ std::vector<std::string> VersionsOf(std::int32_t meter_interface, std::vector<st
 /// as catalogs are made for it: "10.0" is below "4.0", and holds for it.
 bool HoldsFor(const std::string& version_key, const std::string& version);
 
-/// The look-up of a property that each version of an interface may give anew. What it works with
-/// can be seen while it is at work.
+/// The look-up of a property that each version of an interface may give anew. Its members are what
+/// it works with, for a report to show when it fails.
 struct VersionedLookup {
   std::vector<std::string> keys;  ///< sub-keys of the interface, sorted
   std::string key;                ///< path of the one asked last

@@ -46,7 +46,7 @@ class Lengths {
 /// The catalog's lengths of messages; 0 for an unknown one.
 Lengths MessageLengths();
 
-/// Whether it can be sent: the one that marks an invalid choice cannot.
+/// Whether a test message can be sent: all but the one that marks an invalid choice.
 bool IsValidTestMessage(std::int32_t Index);
 
 /// Error 9 for an array without the entries 0 to `count` - 1.

@@ -17,7 +17,7 @@ namespace {
 using platform::ArrayDimension;
 using platform::LateValue;
 
-// So deep objects within objects are followed: one whose default member is itself has no end.
+// How deep objects within objects are followed: one whose default member is itself has no end.
 constexpr int kDeepestObject = 16;
 
 std::string ErrorText(std::int32_t number) {

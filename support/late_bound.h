@@ -18,15 +18,19 @@ class LateBound {
 
   explicit LateBound(platform::ClientObject object) : object_(object) {}
 
-  /// Every call on nothing is error 91.
+  /// Without an object every other call is error 91.
   bool IsNothing() const { return object_.object == nullptr; }
-  /// Empty when the object has no type information.
+  /// The name of its class or interface; empty when the object has no type information.
   std::string TypeName() const;
+  /// In any case of its letters.
   bool HasMember(std::string_view name) const;
 
+  /// Calls a method; what it returns is dropped.
   void Call(std::string_view name, Arguments arguments = {}) const;
+  /// Read a property, converted as automation does.
   std::int32_t Number(std::string_view name, Arguments arguments = {}) const;
   std::string Text(std::string_view name, Arguments arguments = {}) const;
+  /// Sets a property.
   void Let(std::string_view name, Arguments indices, const platform::LateArgument& value) const;
 
   /// The object without a claim to it.

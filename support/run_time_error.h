@@ -14,10 +14,10 @@ inline constexpr std::int32_t kErrorArrayLocked = 10;
 inline constexpr std::int32_t kErrorDivisionByZero = 11;
 inline constexpr std::int32_t kErrorTypeMismatch = 13;
 inline constexpr std::int32_t kErrorOutOfStackSpace = 28;
+inline constexpr std::int32_t kErrorInternal = 51;
 inline constexpr std::int32_t kErrorObjectNotSet = 91;
 inline constexpr std::int32_t kErrorFormAlreadyDisplayed = 400;
 inline constexpr std::int32_t kErrorMemberNotSupported = 438;
-inline constexpr std::int32_t kErrorInternal = 51;
 /// The one number under which a fault leaves a procedure once it has been reported.
 inline constexpr std::int32_t kErrorReported = 65535;
 
