@@ -3,6 +3,7 @@
 #include "interface/telic2_catalog.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
+#include "tools/catalog_checker/sub_device_messages.h"
 
 namespace qmzentrel::catalog_checker {
 namespace {
@@ -52,33 +53,27 @@ void CheckTestMessage(const CatalogKey& key) {
 
 void CheckTestNames(const CatalogKey& tests, const std::optional<Range>& range) {
   for (const std::string& name : tests.SubKeyNames()) {
-    const CatalogKey key = tests.SubKey(name);
-    const auto number = PlainNumber(name);
-    if (!number) {
-      key.Fault("", "is not named by a number in plain decimal", "nothing reads it");
-    } else if (*number == catalogs::kInvalidTestMessage) {
-      key.Fault("", "is the number of \"Invalid\"",
-                "it is never sent: a command with it is refused: S_BAD_PARAMETER");
-    } else if (!IsWithin(kIdentifiers, *number)) {
-      key.Fault("", "is no byte", "only the lowest byte of the number is sent");
-    } else {
-      if (range && !IsWithin(*range, *number)) {
-        key.Remark("", "lies outside Min to Max", "it is not listed, but can be sent");
-      }
-      CheckTestMessage(key);
+    const CatalogKey test = tests.SubKey(name);
+    const auto identifier = IdentifierOf(test, name);
+    if (!identifier) continue;
+    if (*identifier == catalogs::kInvalidTestMessage) {
+      test.Fault("", "is the number of \"Invalid\"",
+                 "it is never sent: a command with it is refused: S_BAD_PARAMETER");
+      continue;
     }
+    CheckIsListed(test, *identifier, range);
+    CheckTestMessage(test);
   }
 }
 
 void CheckTestRange(const CatalogKey& tests, const Range& range) {
-  constexpr const char* kOfAnother = "only the lowest byte of the number is sent";
   if (range.first < kIdentifiers.first) {
     tests.Fault(value_name::kMin, "is " + std::to_string(range.first) + ", below 0",
-                EffectOfEnd(range.first, kOfAnother));
+                EffectOfEnd(range.first, kLowestByteSent));
   }
   if (range.last > kIdentifiers.last) {
     tests.Fault(value_name::kMax, "is " + std::to_string(range.last) + ", above 255",
-                EffectOfEnd(range.last, kOfAnother));
+                EffectOfEnd(range.last, kLowestByteSent));
   }
   if (IsWithin(range, catalogs::kInvalidTestMessage)) {
     tests.Fault(value_name::kMax, "lets 99, the number of \"Invalid\", into the range",

@@ -4,6 +4,7 @@
 #include "interface/telic2_catalog.h"
 #include "tools/catalog_checker/catalog_parts.h"
 #include "tools/catalog_checker/shared_checks.h"
+#include "tools/catalog_checker/sub_device_messages.h"
 
 namespace qmzentrel::catalog_checker {
 namespace {
@@ -37,18 +38,11 @@ void CheckMessage(const CatalogKey& key) {
 
 void CheckNames(const CatalogKey& messages, const std::optional<Range>& range) {
   for (const std::string& name : messages.SubKeyNames()) {
-    const CatalogKey key = messages.SubKey(name);
-    const auto number = PlainNumber(name);
-    if (!number) {
-      key.Fault("", "is not named by a number in plain decimal", "nothing reads it");
-    } else if (!IsWithin(kIdentifiers, *number)) {
-      key.Fault("", "is no byte", "only the lowest byte of the number is sent");
-    } else {
-      if (range && !IsWithin(*range, *number)) {
-        key.Remark("", "lies outside Min to Max", "it is not listed, but can be sent");
-      }
-      CheckMessage(key);
-    }
+    const CatalogKey message = messages.SubKey(name);
+    const auto identifier = IdentifierOf(message, name);
+    if (!identifier) continue;
+    CheckIsListed(message, *identifier, range);
+    CheckMessage(message);
   }
 }
 

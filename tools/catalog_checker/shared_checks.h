@@ -39,15 +39,6 @@ std::optional<catalogs::Range> CheckRange(const CatalogKey& key,
                                           const std::optional<std::int32_t>& last,
                                           const std::string& effect);
 
-/// What identifies a sub-device message in a frame is one byte.
-inline constexpr catalogs::Range kIdentifiers{0, 255};
-
-// Data bytes of one sub-device message or test. The frame has four bytes beside them, and the
-// identifier.
-inline constexpr std::int32_t kMostDataBytes = 4;  ///< that are taken from or put into a value
-inline constexpr std::int32_t kMostSent = 15;      ///< of the 20 bytes of a request
-inline constexpr std::int32_t kMostRead = 28;      ///< of the 33 bytes of a reply
-
 /// The component looks up the numbers of a range one by one; within this one nobody notices.
 inline constexpr catalogs::Range kPromptRange{-1, 1000};
 
