@@ -1,12 +1,12 @@
 #include "reports/report_file.h"
 
-// After <windows.h>, which they need.
-#include <sddl.h>
+// After <windows.h>, which it needs.
 #include <shlobj.h>
 
 #include <cstddef>
 #include <vector>
 
+#include "platform/win32/access_rights.h"
 #include "platform/win32/handle.h"
 
 namespace qmzentrel::reports {
@@ -29,26 +29,10 @@ std::wstring CommonFolder() {
   return found == S_OK ? path : L"";
 }
 
-class AccessForEveryUser {
- public:
-  AccessForEveryUser() {
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(
-        kAccess, SDDL_REVISION_1, &attributes_.lpSecurityDescriptor, nullptr);
-  }
-  ~AccessForEveryUser() { LocalFree(attributes_.lpSecurityDescriptor); }
-  AccessForEveryUser(const AccessForEveryUser&) = delete;
-  AccessForEveryUser& operator=(const AccessForEveryUser&) = delete;
-
-  SECURITY_ATTRIBUTES* Get() { return &attributes_; }
-
- private:
-  SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
-};
-
 // Those that are there stay as they are.
 void MakeFolders(const std::wstring& folder) {
   const std::wstring parent = folder.substr(0, folder.rfind(L'\\'));
-  AccessForEveryUser access;
+  platform::AccessRights access(kAccess);
   CreateDirectoryW(parent.c_str(), nullptr);  // others keep their things there
   CreateDirectoryW(folder.c_str(), access.Get());
 }

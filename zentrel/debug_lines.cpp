@@ -1,13 +1,11 @@
 #include "zentrel/debug_lines.h"
 
-// After <windows.h>, which it needs.
-#include <sddl.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
 
 #include "platform/text.h"
+#include "platform/win32/access_rights.h"
 #include "platform/win32/wide.h"
 #include "zentrel/failure.h"
 
@@ -21,22 +19,6 @@ constexpr std::size_t kTextSize = kBufferSize - sizeof(DWORD);
 // Who sits at this session may send, whatever rights his programs run with.
 constexpr wchar_t kAccess[] = L"D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GRGWGX;;;IU)";
 
-class AccessForTheSession {
- public:
-  AccessForTheSession() {
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(
-        kAccess, SDDL_REVISION_1, &attributes_.lpSecurityDescriptor, nullptr);
-  }
-  ~AccessForTheSession() { LocalFree(attributes_.lpSecurityDescriptor); }
-  AccessForTheSession(const AccessForTheSession&) = delete;
-  AccessForTheSession& operator=(const AccessForTheSession&) = delete;
-
-  SECURITY_ATTRIBUTES* Get() { return &attributes_; }
-
- private:
-  SECURITY_ATTRIBUTES attributes_{sizeof attributes_, nullptr, FALSE};
-};
-
 Failure Taken() {
   return {ExitCode::kWatchTaken, "another program receives the step lines already",
           "close it (a second zentrel watch, or a viewer of debugger output) and try again"};
@@ -45,7 +27,7 @@ Failure Taken() {
 }  // namespace
 
 DebugLines::DebugLines() {
-  AccessForTheSession access;
+  platform::AccessRights access(kAccess);
   mapping_ = platform::OwnedHandle(CreateFileMappingW(
       INVALID_HANDLE_VALUE, access.Get(), PAGE_READWRITE, 0, kBufferSize, L"DBWIN_BUFFER"));
   if (mapping_.IsValid() && GetLastError() == ERROR_ALREADY_EXISTS) throw Taken();
