@@ -75,10 +75,13 @@ class DialogPresenter {
   /// The window has been made and is not visible yet. `place` is where it would stand, in its
   /// designed size; the presenter may change it, and the window will stand there.
   virtual void Placing(WindowPlace& place) = 0;
+  /// An entry, counted from 0.
   virtual void ListChosen(DialogList list, std::int32_t index) = 0;
+  /// What the click has made of the box.
   virtual void CheckClicked(DialogCheck check, bool ticked) = 0;
   /// A value within the spin's range: typed ones are brought into it first.
   virtual void SpinTurned(DialogSpin spin, std::int32_t value) = 0;
+  /// The whole text as it is now, with every letter that is typed.
   virtual void TextTyped(DialogText text, const std::string& typed) = 0;
   virtual void ButtonPressed(DialogButton button) = 0;
   /// The dialog goes, in whatever way; `place` is where it stood.
