@@ -15,8 +15,8 @@ platform::ModemLines ConfiguredSupplyLines() {
   const auto is = [&line](const char* wanted) {
     return platform::CompareTextNoCase(line, wanted) == 0;
   };
-  if (is("BOTH")) return {.dtr = true, .rts = true};
-  if (is("RTS")) return {.rts = true};
+  if (is(catalogs::supply_line::kBoth)) return {.dtr = true, .rts = true};
+  if (is(catalogs::supply_line::kRts)) return {.rts = true};
   return {.dtr = true};
 }
 

@@ -64,4 +64,13 @@ inline constexpr const char* kPBytes = "PBytes";
 inline constexpr const char* kSupplyLine = "SupplyLine";
 
 }  // namespace value_name
+
+/// What "SupplyLine" may say, in any case of its letters. Anything else stands for DTR.
+namespace supply_line {
+
+inline constexpr const char* kDtr = "DTR";
+inline constexpr const char* kRts = "RTS";
+inline constexpr const char* kBoth = "BOTH";
+
+}  // namespace supply_line
 }  // namespace qmzentrel::catalogs

@@ -47,6 +47,25 @@ bool CheckOpening(std::int32_t number, const std::string& others, Diagnoses& dia
   }
 }
 
+std::string HowToConfigure(platform::ModemLines lines) {
+  using namespace catalogs::supply_line;
+  const std::string text = lines.dtr && lines.rts ? kBoth : lines.rts ? kRts : kDtr;
+  return std::string("set the text ") + catalogs::value_name::kSupplyLine +
+         " of HKEY_LOCAL_MACHINE\\" + catalogs::kBoxKey + " to " + text + " with " +
+         SystemProgram("reg.exe");
+}
+
+Diagnosis DiagnoseAnswer(const std::string& port, platform::ModemLines feeding,
+                         platform::ModemLines configured) {
+  if (feeding == configured) {
+    return {kSupply, Grade::kOk, "a box on " + port + " answers with " + LinesText(configured), ""};
+  }
+  return {kSupply, Grade::kFault,
+          "the box on " + port + " answers with " + LinesText(feeding) +
+              ", but the component raises " + LinesText(configured),
+          HowToConfigure(feeding)};
+}
+
 void CheckSupply(const Options& options, Diagnoses& diagnoses) {
   const std::string name = PortName(options.port);
   const platform::ModemLines configured = ConfiguredSupplyLines();
@@ -71,17 +90,8 @@ void CheckSupply(const Options& options, Diagnoses& diagnoses) {
     diagnoses.push_back({kSupply, Grade::kFault,
                          "no box answers on " + name + ", whatever line is raised",
                          "look at cable and battery"});
-  } else if (*feeding == configured) {
-    diagnoses.push_back(
-        {kSupply, Grade::kOk, "a box on " + name + " answers with " + LinesText(configured), ""});
   } else {
-    const std::string value = feeding->dtr && feeding->rts ? "BOTH" : LinesText(*feeding);
-    diagnoses.push_back({kSupply, Grade::kFault,
-                         "the box on " + name + " answers with " + LinesText(*feeding) +
-                             ", but the component raises " + LinesText(configured),
-                         std::string("set the text ") + catalogs::value_name::kSupplyLine +
-                             " of HKEY_LOCAL_MACHINE\\" + catalogs::kBoxKey + " to " + value +
-                             " with " + SystemProgram("reg.exe")});
+    diagnoses.push_back(DiagnoseAnswer(name, *feeding, configured));
   }
 }
 

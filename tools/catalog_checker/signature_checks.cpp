@@ -41,17 +41,20 @@ void CheckList(const std::string& path, Findings& findings) {
   }
 }
 
+void CheckSupplyLine(const CatalogKey& box) {
+  using namespace catalogs::supply_line;
+  const auto line = box.Text(value_name::kSupplyLine, Optional("the supply is on DTR"));
+  if (!line || IsOneOf(*line, {kDtr, kRts, kBoth})) return;
+  box.Fault(value_name::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
+            "the supply is on DTR");
+}
+
 }  // namespace
 
 void CheckSignatures(Findings& findings) {
   CheckList(catalogs::kBoxTypesKey, findings);
   CheckList(catalogs::kBoxModesKey, findings);
-  const CatalogKey key(catalogs::kBoxKey, findings);
-  const auto line = key.Text(value_name::kSupplyLine, Optional("the supply is on DTR"));
-  if (line && !IsOneOf(*line, {"DTR", "RTS", "BOTH"})) {
-    key.Fault(value_name::kSupplyLine, "is none of DTR, RTS and BOTH: \"" + *line + "\"",
-              "the supply is on DTR");
-  }
+  CheckSupplyLine(CatalogKey(catalogs::kBoxKey, findings));
 }
 
 }  // namespace qmzentrel::catalog_checker
