@@ -154,6 +154,13 @@ TEST_F(ErrorReporting, AReportOnOneThreadLeavesTheErrorOfAnother) {
               std::string::npos);
 }
 
+TEST_F(ErrorReporting, AThreadThatEndsLeavesNoErrorToTheNextOne) {
+  modErrorReportSupport::StoreError({6, "Overflow"}, 10);
+  modErrorReportSupport::ReleaseThread();
+  EXPECT_NE(modErrorReportSupport::DumpFields().find("<ErrorNumber>0</ErrorNumber>"),
+            std::string::npos);
+}
+
 TEST_F(ErrorReporting, AProgramThatOnlyTriesWithholdsItsReports) {
   {
     const modErrorReportSupport::ReportsWithheld tried_only;
