@@ -1,5 +1,6 @@
 #include "zentrel/step_line.h"
 
+#include <algorithm>
 #include <cctype>
 
 #include "support/CDebugLog.h"
@@ -7,22 +8,41 @@
 namespace qmzentrel::program {
 namespace {
 
-// How a time stamp looks: 9 a digit, A a letter, everything else itself.
-constexpr std::string_view kStamp = "99 AAA 9999, 99:99:99";
 
-bool Matches(char letter, char pattern) {
-  const auto byte = static_cast<unsigned char>(letter);
-  // Not every language writes its months in plain letters.
-  if (pattern == 'A') return std::isalpha(byte) != 0 || byte >= 0x80 || letter == '.';
-  if (pattern == '9') return std::isdigit(byte) != 0;
-  return letter == pattern;
+constexpr std::size_t kDayLength = 2;
+constexpr std::size_t kTimeLength = 8;
+constexpr std::size_t kFewestYearDigits = 4;
+
+// As many as `text` begins with.
+std::size_t Digits(std::string_view text) {
+  const auto end = std::ranges::find_if(
+      text, [](char letter) { return std::isdigit(static_cast<unsigned char>(letter)) == 0; });
+  return static_cast<std::size_t>(end - text.begin());
 }
 
-bool IsStamp(std::string_view text) {
-  for (std::size_t i = 0; i < kStamp.size(); ++i) {
-    if (!Matches(text[i], kStamp[i])) return false;
-  }
-  return true;
+bool IsTime(std::string_view text) {
+  return text.size() == kTimeLength && Digits(text) == 2 && text[2] == ':' &&
+         Digits(text.substr(3)) == 2 && text[5] == ':' && Digits(text.substr(6)) == 2;
+}
+
+// "22 Nov 2026". The month is the user's: of any length, in any letters or in digits, and in
+// question marks where the code page has no letter for it.
+bool IsDate(std::string_view text) {
+  const std::size_t year = text.rfind(' ');
+  if (year == std::string_view::npos || year < kDayLength + 2) return false;
+  const std::string_view digits = text.substr(year + 1);
+  return Digits(text) == kDayLength && text[kDayLength] == ' ' &&
+         digits.size() >= kFewestYearDigits && Digits(digits) == digits.size();
+}
+
+// What comes behind the time stamp that `line` begins with; nothing where it begins with none.
+std::optional<std::string_view> BehindStamp(std::string_view line) {
+  constexpr std::string_view kBeforeTime = ", ";
+  const std::size_t date_end = line.find(kBeforeTime);
+  if (date_end == std::string_view::npos || !IsDate(line.substr(0, date_end))) return std::nullopt;
+  const std::string_view time = line.substr(date_end + kBeforeTime.size());
+  if (!IsTime(time.substr(0, kTimeLength))) return std::nullopt;
+  return time.substr(kTimeLength);
 }
 
 // "INFO" and the step of "  INFO   ReadXpdr"; nothing when it begins otherwise.
@@ -37,12 +57,12 @@ std::optional<StepLine> ParseLabelled(std::string_view text, std::string_view la
 }  // namespace
 
 std::optional<StepLine> ParseStepLine(std::string_view line) {
-  if (line.size() < kStamp.size() || !IsStamp(line)) return std::nullopt;
-  const std::string_view rest = line.substr(kStamp.size());
+  const auto rest = BehindStamp(line);
+  if (!rest) return std::nullopt;
   for (const CDebugLog::Label& label : CDebugLog::kLabels) {
-    if (auto step = ParseLabelled(rest, label.text)) return step;
+    if (auto step = ParseLabelled(*rest, label.text)) return step;
   }
-  return ParseLabelled(rest, CDebugLog::kOtherLabel);
+  return ParseLabelled(*rest, CDebugLog::kOtherLabel);
 }
 
 }  // namespace qmzentrel::program

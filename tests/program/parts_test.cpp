@@ -1,10 +1,12 @@
 // Parts of the program by themselves.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <sstream>
 
 #include "interface/radio_settings.h"
+#include "platform/win32/wide.h"
 #include "tests/clients/com_client.h"
 #include "zentrel/command_line.h"
 #include "zentrel/debug_lines.h"
@@ -30,9 +32,41 @@ TEST(StepLines, ALineOfTheComponentIsTakenApart) {
 TEST(StepLines, LinesOfOthersAreNone) {
   for (const char* const other :
        {"", "ReadXpdr", "22 Nov 2026, 10:08:00", "22 Nov 2026, 10:08:00  NEWS   x",
-        "2026-11-22 10:08:00   INFO   x", "22 Nov 2026, 10:08:0x  INFO   x"}) {
+        "2026-11-22 10:08:00   INFO   x", "22 Nov 2026, 10:08:0x  INFO   x",
+        "22  2026, 10:08:00  INFO   x", "22 Nov , 10:08:00  INFO   x",
+        "22 Nov2026, 10:08:00  INFO   x", "22 Nov 26, 10:08:00  INFO   x",
+        "2 Nov 2026, 10:08:00  INFO   x", ", 10:08:00  INFO   x", "2026, 10:08:00  INFO   x"}) {
     EXPECT_FALSE(ParseStepLine(other)) << other;
   }
+}
+
+TEST(StepLines, TheMonthIsThatOfAnyLanguage) {
+  // In French, in Russian, in Japanese, in Vietnamese, and where the code page has no letter for
+  // it.
+  for (const std::string month : {"janv.", "\xd0\xbd\xd0\xbe\xd1\x8f", "11", "Thg 11", "???"}) {
+    const auto line = ParseStepLine("22 " + month + " 2026, 10:08:00  INFO   ReadXpdr");
+    ASSERT_TRUE(line) << month;
+    EXPECT_EQ(line->step, "ReadXpdr") << month;
+  }
+  EXPECT_TRUE(ParseStepLine("22 \xe0\xb8\x9e.\xe0\xb8\xa2. 02569, 10:08:00  INFO   ReadXpdr"));
+}
+
+BOOL CALLBACK CheckMonthsOf(wchar_t* locale, DWORD /*flags*/, LPARAM checked) {
+  for (LCTYPE month = LOCALE_SABBREVMONTHNAME1; month <= LOCALE_SABBREVMONTHNAME12; ++month) {
+    std::array<wchar_t, 80> name{};
+    GetLocaleInfoEx(locale, month, name.data(), static_cast<int>(name.size()));
+    if (name.front() == L'\0') continue;
+    const std::string stamp = "22 " + platform::WideToUtf8(name.data()) + " 2026, 10:08:00";
+    EXPECT_TRUE(ParseStepLine(stamp + "  INFO   ReadXpdr")) << stamp;
+    ++*reinterpret_cast<int*>(checked);
+  }
+  return TRUE;
+}
+
+TEST(StepLines, EveryLanguageOfThisSystemWritesOnes) {
+  int checked = 0;
+  EnumSystemLocalesEx(CheckMonthsOf, LOCALE_ALL, reinterpret_cast<LPARAM>(&checked), nullptr);
+  EXPECT_GT(checked, 500);
 }
 
 TEST(DebugLineTexts, ControlCharactersAreBlanksAndLettersStay) {
