@@ -6,7 +6,7 @@
   the other. }
 unit zentrel_interface;
 
-{$mode objfpc}{$H+}
+{$IFDEF FPC}{$mode objfpc}{$ENDIF}{$H+}
 
 interface
 
