@@ -1,4 +1,5 @@
-// What doctor looks at. Every check adds at least one line of its own; none changes anything.
+// What doctor looks at. Every check adds at least one line of its own, but CheckUserCopies, which
+// adds one for what it finds; none changes anything.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +32,9 @@ void CheckCatalogEntries(const Machine& machine, Diagnoses& diagnoses);
 
 /// The switch of the simulator.
 void CheckSimulator(Diagnoses& diagnoses);
+
+/// Settings of the component that Windows keeps for this user alone.
+void CheckUserCopies(const Machine& machine, Diagnoses& diagnoses);
 
 /// What has to be written: by the simulator, and by who registers.
 void CheckRights(const Machine& machine, Diagnoses& diagnoses);

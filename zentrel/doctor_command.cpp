@@ -38,6 +38,7 @@ ExitCode Doctor(const Options& options, Report& report) {
   CheckCallers(machine, options.caller, diagnoses);
   CheckErrorHandler(diagnoses);
   CheckSimulator(diagnoses);
+  CheckUserCopies(machine, diagnoses);
   CheckRights(machine, diagnoses);
   CheckPorts(options, diagnoses);
   Json checks = Json::array();

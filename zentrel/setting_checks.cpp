@@ -4,6 +4,7 @@
 #include <oaidl.h>
 
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/wide.h"
 #include "simulator/simulator_switch.h"
 #include "simulator/simulator_values.h"
 #include "tools/catalog_checker/catalog_checks.h"
@@ -20,6 +21,9 @@ constexpr const char* kHandler = "error handler";
 
 // The key that every catalog has, below that of all software.
 constexpr wchar_t kCatalogName[] = L"QuenmoorComms\\Kernel";
+
+// Above everything that the component reads and writes.
+constexpr wchar_t kVendorName[] = L"QuenmoorComms";
 
 // More of them hide what else there is to say.
 constexpr std::size_t kMostLines = 5;
@@ -102,6 +106,21 @@ void CheckErrorHandler(Diagnoses& diagnoses) {
            ": a fault inside the component waits in a message box for somebody to "
            "close it",
        "register QmZentrelReports.dll, which keeps reports in a file"});
+}
+
+// Where Windows leads the writes of a program that may not write for the machine and whose manifest
+// states no rights. Such programs of this user see what lies there in place of the machine's.
+void CheckUserCopies(const Machine& machine, Diagnoses& diagnoses) {
+  const RegistryPlace store = machine.user_classes.Below(L"VirtualStore\\MACHINE\\SOFTWARE");
+  for (const RegistryPlace& software : {store, store.Below(L"WOW6432Node")}) {
+    const RegistryPlace copy = software.Below(kVendorName);
+    if (!IsThere(copy)) continue;
+    diagnoses.push_back(
+        {"user's copy", Grade::kWarning,
+         "a program whose manifest states no rights has stored settings of the component for "
+         "this user alone, which hide the machine's from all such programs of his",
+         "delete the key HKEY_CURRENT_USER\\" + platform::WideToUtf8(copy.path)});
+  }
 }
 
 void CheckRights(const Machine& machine, Diagnoses& diagnoses) {

@@ -272,6 +272,22 @@ TEST_F(DoctorOn64BitWindows, ACallerWith64Bits) {
   EXPECT_TRUE(Says(Found(found, "caller", Grade::kFault), "64-bit program"));
 }
 
+// As Windows makes it for a program that may not write for the machine.
+TEST_F(DoctorOn64BitWindows, ACopyOfTheSettingsThatHidesTheMachines) {
+  machine_.user_classes.path = L"Software\\QmzDoctorTest\\UserClasses";
+  const auto found = [this] {
+    return FoundBy([this](Diagnoses& diagnoses) { CheckUserCopies(machine_, diagnoses); },
+                   "user's copy", Grade::kWarning);
+  };
+  EXPECT_EQ(found(), "");
+  const std::wstring store = machine_.user_classes.path + L"\\VirtualStore\\MACHINE\\SOFTWARE";
+  for (const wchar_t* const node : {L"", L"\\WOW6432Node"}) {
+    const TemporaryKey copy(HKEY_CURRENT_USER, store + node + L"\\QuenmoorComms");
+    EXPECT_TRUE(Says(found(), "delete the key HKEY_CURRENT_USER\\Software\\QmzDoctorTest"));
+    EXPECT_TRUE(Says(found(), platform::WideToUtf8(node) + "\\QuenmoorComms"));
+  }
+}
+
 constexpr DWORD kIntermediateOnly = 1;
 constexpr DWORD kRequires32Bit = 2;
 
