@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "com/error_info.h"
+#include "platform/win32/both_widths.h"
 #include "platform/win32/registry_key.h"
 
 namespace qmzentrel::com {
@@ -34,9 +35,7 @@ LSTATUS Open(OwnedRegistryKey& key, const std::wstring& path, REGSAM access) noe
 }  // namespace
 
 std::vector<REGSAM> ClassesViews() {
-  BOOL two_views = FALSE;
-  IsWow64Process(GetCurrentProcess(), &two_views);
-  if (two_views == FALSE) return {0};
+  if (!platform::HasBothWidths()) return {0};
   return {0, KEY_WOW64_64KEY};
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "QmZentrel_h.h"
+#include "platform/win32/both_widths.h"
 #include "platform/win32/guid_text.h"
 #include "platform/win32/registry_key.h"
 
@@ -62,9 +63,7 @@ Machine ThisMachine() {
                   {HKEY_LOCAL_MACHINE, L"SOFTWARE"},
                   std::nullopt,
                   std::nullopt};
-  BOOL two_views = FALSE;
-  IsWow64Process(GetCurrentProcess(), &two_views);
-  if (two_views != FALSE) {
+  if (platform::HasBothWidths()) {
     machine.classes64 = {HKEY_LOCAL_MACHINE, L"Software\\Classes", KEY_WOW64_64KEY};
     machine.software64 = {HKEY_LOCAL_MACHINE, L"SOFTWARE", KEY_WOW64_64KEY};
   }

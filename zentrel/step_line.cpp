@@ -8,7 +8,6 @@
 namespace qmzentrel::program {
 namespace {
 
-
 constexpr std::size_t kDayLength = 2;
 constexpr std::size_t kTimeLength = 8;
 constexpr std::size_t kFewestYearDigits = 4;

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/win32/both_widths.h"
+
 namespace qmzentrel::clients {
 namespace {
 
@@ -71,8 +73,7 @@ RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys, Reg
 }
 
 bool HasBothWidths() {
-  BOOL narrow = FALSE;
-  return IsWow64Process(GetCurrentProcess(), &narrow) != FALSE && narrow != FALSE;
+  return platform::HasBothWidths();
 }
 
 std::string Differences(const RegistrySnapshot& left, const RegistrySnapshot& right) {

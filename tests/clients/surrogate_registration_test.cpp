@@ -172,6 +172,24 @@ TEST_F(SurrogateRegistration, GivesThePresentInterfacesTheirMarshallersAndTypesI
   }
 }
 
+// Of a program for another processor.
+BOOL WINAPI AnswerAsWindowsOnArm(HANDLE /*process*/, BOOL* narrow) {
+  *narrow = FALSE;
+  return TRUE;
+}
+
+TEST_F(SurrogateRegistration, WritesBothViewsOnWindowsForArm) {
+  const RegistrySnapshot plain = ComponentEntries();
+  ASSERT_EQ(library.UnregisterServer(), S_OK);
+  const automation::ReplacedImport<decltype(&IsWow64Process)> answer(
+      library.module, L"kernel32", "IsWow64Process", AnswerAsWindowsOnArm);
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+  EXPECT_EQ(Differences(plain, ComponentEntries()), "");
+  ASSERT_EQ(library.UnregisterServer(), S_OK);
+  EXPECT_EQ(Differences({}, ComponentEntries()), "");
+  ASSERT_EQ(library.RegisterServer(), S_OK);
+}
+
 TEST_F(SurrogateRegistration, WritesTheInterfacesItselfWhereTheyAreMissing) {
   const RegistrySnapshot plain = ComponentEntries();
   for (const REGSAM view : std::initializer_list<REGSAM>{KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
