@@ -109,18 +109,10 @@ bool SetWholeControlBlock(HANDLE port, const SerialSettings& settings) {
 std::optional<DWORD> BytesHeld(HANDLE port) {
   COMSTAT status{};
   if (ClearCommError(port, nullptr, &status) != FALSE) return status.cbOutQue;
-  switch (GetLastError()) {
-    case ERROR_INVALID_FUNCTION:
-    case ERROR_NOT_SUPPORTED:
-    case ERROR_INVALID_PARAMETER:
-    case ERROR_CALL_NOT_IMPLEMENTED:
-      return 0;
-    default:
-      // There are drivers that cannot tell and say so in other words, like a port that has gone.
-      // One that is there answers something else.
-      if (OwnControlBlock(port)) return 0;
-      return std::nullopt;
-  }
+  // There are drivers that cannot tell, and say so in words that others have for a port that has
+  // gone. One that is there answers something else.
+  if (OwnControlBlock(port)) return 0;
+  return std::nullopt;
 }
 
 }  // namespace

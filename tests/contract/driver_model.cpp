@@ -287,7 +287,7 @@ void DriverModel::SwitchLines(ModemLines lines) {
 }
 
 BOOL DriverModel::Begin(std::optional<Request>& place, const Request& request) {
-  if (dead_) return Fail(ERROR_BAD_COMMAND);
+  if (dead_) return Fail(habits_.reason_when_gone);
   if (line_failed_) return Fail(ERROR_OPERATION_ABORTED);
   ResetEvent(request.overlapped->hEvent);
   request.overlapped->Internal = kPending;
@@ -354,7 +354,7 @@ BOOL WINAPI DriverModel::SetState(HANDLE handle, DCB* block) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->state.System()(handle, block);
   const Lock lock;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   if (self.habits_.refuses_settings) return Fail(*self.habits_.refuses_settings);
   const bool has_flow_characters = block->XonChar != block->XoffChar;
   if (!block->fBinary || !has_flow_characters || block->ByteSize < 5 || block->ByteSize > 8) {
@@ -373,7 +373,7 @@ BOOL WINAPI DriverModel::GetState(HANDLE handle, DCB* block) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->own_state.System()(handle, block);
   const Lock lock;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   block->XonLim = block->XoffLim = kFlowLimit;
   return TRUE;
 }
@@ -382,7 +382,7 @@ BOOL WINAPI DriverModel::SetTimeouts(HANDLE handle, COMMTIMEOUTS* limits) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->limits.System()(handle, limits);
   const Lock lock;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   ++self.calls_.limit_changes;
   self.limits_ = *limits;
   return TRUE;
@@ -392,7 +392,7 @@ BOOL WINAPI DriverModel::Purge(HANDLE handle, DWORD flags) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->purge.System()(handle, flags);
   const Lock lock;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   if (!self.habits_.purges) return Fail(ERROR_INVALID_FUNCTION);
   if ((flags & PURGE_RXCLEAR) != 0) self.in_.clear();
   if ((flags & PURGE_TXCLEAR) != 0) self.out_.clear();
@@ -405,7 +405,7 @@ BOOL WINAPI DriverModel::Escape(HANDLE handle, DWORD function) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->escape.System()(handle, function);
   const Lock lock;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   self.calls_.line_functions.push_back(function);
   if (self.habits_.refuses_lines) return Fail(ERROR_INVALID_FUNCTION);
   ModemLines lines = self.lines_;
@@ -420,7 +420,7 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   if (!self.IsPort(handle)) return self.imports_->error.System()(handle, errors, status);
   const Lock lock;
   ++self.calls_.status_questions;
-  if (self.dead_) return Fail(ERROR_BAD_COMMAND);
+  if (self.dead_) return Fail(self.habits_.reason_when_gone);
   if (self.habits_.refuses_status) return Fail(*self.habits_.refuses_status);
   self.line_failed_ = false;
   if (errors != nullptr) *errors = 0;

@@ -23,6 +23,7 @@ struct DriverHabits {
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool fails_at_its_limits = false;              ///< a request that it ends then, with an error
   std::optional<DWORD> refuses_status{};         ///< ClearCommError, for this reason
+  DWORD reason_when_gone = ERROR_BAD_COMMAND;    ///< of every call, once its device has vanished
   bool purges = true;                            ///< else PurgeComm has no effect
   bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
   std::optional<DWORD> refuses_settings{};       ///< for this reason, 0: without one

@@ -415,6 +415,30 @@ TEST_F(SerialDriver, ThatHasVanishedHasNothingToDrop) {
   EXPECT_LT(MsOf([&] { port.ClearReceiveBuffer(); }), kBackstopMs);
 }
 
+// Which the compiler's headers do not have.
+constexpr long kErrorNoSuchDevice = 433;
+
+// What drivers say of a device that was pulled out, or that the machine has lost in its sleep.
+TEST_F(SerialDriver, ThatHasLostItsDeviceIsLeftAtOnceWhateverItSays) {
+  for (const auto reason :
+       {ERROR_INVALID_FUNCTION, ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE, ERROR_NOT_READY,
+        ERROR_BAD_COMMAND, ERROR_GEN_FAILURE, ERROR_NOT_SUPPORTED, ERROR_DEV_NOT_EXIST,
+        ERROR_INVALID_PARAMETER, ERROR_CALL_NOT_IMPLEMENTED, ERROR_SEM_TIMEOUT, kErrorNoSuchDevice,
+        ERROR_OPERATION_ABORTED, ERROR_IO_DEVICE, ERROR_DEVICE_NOT_CONNECTED,
+        ERROR_DEVICE_REMOVED}) {
+    Driver().SetHabits({.reason_when_gone = static_cast<DWORD>(reason)});
+    Driver().Vanish();
+    EXPECT_LT(MsOf([&] { EXPECT_FALSE(port.Write(kFrame)); }), kWriteMs / 2) << reason;
+    EXPECT_LT(MsOf([&] { EXPECT_FALSE(port.AwaitSent()); }), kWriteMs / 2) << reason;
+    const int reads = Driver().Seen().reads;
+    EXPECT_GE(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs - contract::kTickMs);
+    EXPECT_LE(Driver().Seen().reads - reads, 1) << reason;
+    Driver().ComeBack();
+    ASSERT_TRUE(Open()) << reason;
+    EXPECT_TRUE(port.Write(kFrame)) << reason;
+  }
+}
+
 // --- Line errors ---
 
 TEST_F(SerialDriver, ThatEndsAReadOnALineErrorIsAskedAgainWithinTheLimit) {
