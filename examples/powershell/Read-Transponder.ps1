@@ -2,8 +2,9 @@
 .SYNOPSIS
 Reads a transponder and answers it as an object.
 .DESCRIPTION
-The component is 32-bit: start the script with
-C:\Windows\SysWOW64\WindowsPowerShell\v1.0\powershell.exe -File Read-Transponder.ps1 -Port 7
+The component is 32-bit, and the 32-bit PowerShell has an execution policy of its own, by which it runs
+no script unless told otherwise: start the script with
+C:\Windows\SysWOW64\WindowsPowerShell\v1.0\powershell.exe -ExecutionPolicy Bypass -File Read-Transponder.ps1 -Port 7
 Its makers have not run it: they had no PowerShell.
 .PARAMETER Port
 The number of the COM port with the box.
