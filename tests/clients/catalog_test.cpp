@@ -67,15 +67,32 @@ TEST_F(Catalog, TheGenericNameTakesARootWithAndWithoutABackslash) {
   }
 }
 
+// Letters that are more than one byte, or a backslash in one of two, where the code page has such.
+std::wstring LettersOfTheCodePage() {
+  switch (GetACP()) {
+    case 932:
+      return L"\x8A08\x30BD\x8868";
+    case 936:
+      return L"\x4E58\x8868\x4E57";
+    case 949:
+      return L"\xAC00\xB098\xB2E4";
+    case 950:
+      return L"\x8AAA\x860B\x529F";
+    case 1251:
+      return L"\x0421\x0447\x0451\x0442\x0447\x0438\x043A";
+    case 1256:
+      return L"\x0639\x062F\x0627\x062F";
+    case CP_UTF8:
+      return L"Z\x00E4hler \x0421\x0447 \x8868\x30BD \xD83D\xDE00";
+    default:
+      return L"Z\x00E4hler f\x00FCr Gr\x00F6\x00DF"
+             L"e \x20AC";
+  }
+}
+
 // The registry keeps every character; the component reads it in the ANSI code page.
 TEST_F(Catalog, LettersOfTheCodePageComeThroughWhole) {
-  const bool cyrillic = GetACP() == 1251;
-  if (!cyrillic) {
-    ASSERT_EQ(GetACP(), 1252u);
-  }
-  const std::wstring letters = cyrillic ? L"\x0421\x0447\x0451\x0442\x0447\x0438\x043A"
-                                        : L"Z\x00E4hler f\x00FCr Gr\x00F6\x00DF"
-                                          L"e \x20AC";
+  const std::wstring letters = LettersOfTheCodePage();
   catalog.Fill();
   catalog.Text(L"Kernel\\MIF\\0", L"", letters);
   catalog.Text(L"Kernel\\TXI", L"0", letters);
