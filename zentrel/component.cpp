@@ -15,6 +15,14 @@ namespace {
 // What a fault inside the component is to its clients.
 constexpr HRESULT kComponentFault = static_cast<HRESULT>(0x800AFFFF);
 
+// What Windows answers where a rule about programs stands against the DLL. The compiler's headers
+// do not have the second one, of App Control.
+bool IsForbidden(HRESULT result) {
+  constexpr DWORD kPolicyViolation = 4551;
+  return result == HRESULT_FROM_WIN32(ERROR_ACCESS_DISABLED_BY_POLICY) ||
+         result == HRESULT_FROM_WIN32(kPolicyViolation);
+}
+
 std::string Hexadecimal(HRESULT result) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
@@ -45,6 +53,7 @@ platform::ComPointer<_Zentrel> NewObject() {
                   "register QmZentrel.dll with " + SystemProgram("regsvr32.exe") +
                       " from an administrator's prompt, or let zentrel doctor say what is missing");
   }
+  if (IsForbidden(result)) throw ForbiddenByRule();
   throw Failure(ExitCode::kNoComponent,
                 "the component QmZentrel cannot be made: " + Hexadecimal(result),
                 "run zentrel doctor, which says why");

@@ -20,4 +20,13 @@ class Failure : public std::runtime_error {
   std::string next;
 };
 
+/// Windows has been told not to load the DLL of the component.
+class ForbiddenByRule : public Failure {
+ public:
+  ForbiddenByRule()
+      : Failure(ExitCode::kNoComponent, "a rule of this machine forbids QmZentrel.dll",
+                "have an administrator allow the file, which the event log names under AppLocker "
+                "or CodeIntegrity") {}
+};
+
 }  // namespace qmzentrel::program

@@ -155,6 +155,8 @@ void CheckCreation(Diagnoses& diagnoses) {
   try {
     const Component component;
     diagnoses.push_back({kCheck, Grade::kOk, "an object of the class can be made", ""});
+  } catch (const ForbiddenByRule& failure) {
+    diagnoses.push_back({kCheck, Grade::kFault, failure.what(), failure.next});
   } catch (const Failure& failure) {
     diagnoses.push_back(
         {kCheck, Grade::kFault, failure.what(), "repair the DLL by installing it again"});

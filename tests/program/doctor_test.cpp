@@ -6,6 +6,7 @@
 #include "platform/win32/guid_text.h"
 #include "platform/win32/wide.h"
 #include "tests/automation/read_only_key.h"
+#include "tests/automation/replaced_import.h"
 #include "tests/program/crafted_file.h"
 #include "tests/program/program_test.h"
 #include "zentrel/doctor_checks.h"
@@ -349,6 +350,26 @@ TEST_F(DoctorFinds, CallersThatCannotReachTheComponent) {
   EXPECT_EQ(found[2].grade, Grade::kOk);
   EXPECT_TRUE(Says(found[3].text, "no program"));
   EXPECT_TRUE(Says(found[4].text, "not there"));
+}
+
+// In the place of the system, where a rule forbids the library.
+HRESULT g_reason = S_OK;
+HRESULT WINAPI RefuseToLoad(REFCLSID, IUnknown*, DWORD, REFIID, void** object) {
+  *object = nullptr;
+  return g_reason;
+}
+
+TEST_F(DoctorFinds, ARuleThatForbidsTheDll) {
+  const automation::ReplacedImport<decltype(&CoCreateInstance)> refused(
+      GetModuleHandleW(nullptr), L"ole32", "CoCreateInstance", RefuseToLoad);
+  const auto found = [] { return FoundBy(program::CheckCreation, "object", Grade::kFault); };
+  for (const DWORD error : {1260, 4551}) {  // of AppLocker, of App Control
+    g_reason = HRESULT_FROM_WIN32(error);
+    EXPECT_TRUE(Says(found(), "a rule of this machine forbids QmZentrel.dll")) << error;
+    EXPECT_TRUE(Says(found(), "an administrator")) << error;
+  }
+  g_reason = HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
+  EXPECT_TRUE(Says(found(), "installing it again"));
 }
 
 TEST_F(DoctorFinds, ADllThatHasBeenMovedAway) {
