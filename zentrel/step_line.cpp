@@ -1,7 +1,6 @@
 #include "zentrel/step_line.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "support/CDebugLog.h"
 
@@ -14,9 +13,7 @@ constexpr std::size_t kFewestYearDigits = 4;
 
 // As many as `text` begins with.
 std::size_t Digits(std::string_view text) {
-  const auto end = std::ranges::find_if(
-      text, [](char letter) { return std::isdigit(static_cast<unsigned char>(letter)) == 0; });
-  return static_cast<std::size_t>(end - text.begin());
+  return std::min(text.find_first_not_of("0123456789"), text.size());
 }
 
 bool IsTime(std::string_view text) {
