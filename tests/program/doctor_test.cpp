@@ -363,7 +363,7 @@ TEST_F(DoctorFinds, ARuleThatForbidsTheDll) {
   const automation::ReplacedImport<decltype(&CoCreateInstance)> refused(
       GetModuleHandleW(nullptr), L"ole32", "CoCreateInstance", RefuseToLoad);
   const auto found = [] { return FoundBy(program::CheckCreation, "object", Grade::kFault); };
-  for (const DWORD error : {1260, 4551}) {  // of AppLocker, of App Control
+  for (const DWORD error : {1260UL, 4551UL}) {  // of AppLocker, of App Control
     g_reason = HRESULT_FROM_WIN32(error);
     EXPECT_TRUE(Says(found(), "a rule of this machine forbids QmZentrel.dll")) << error;
     EXPECT_TRUE(Says(found(), "an administrator")) << error;
