@@ -27,6 +27,8 @@ ManifestDPIAware true
 !define UNINSTALL_KEYS "Software\Microsoft\Windows\CurrentVersion\Uninstall"
 !define UNINSTALL_KEY "${UNINSTALL_KEYS}\QmZentrel"
 !define CATALOG "SOFTWARE\QuenmoorComms"
+; Its unnamed value is the simulator's switch.
+!define SIMULATOR "${CATALOG}\QMC Software Library\Zentrel\Simulator"
 !define CLASSES "SOFTWARE\Classes"
 !define HANDLER "QuenmoorCommunications.Error"
 ; The longest name of a file, with the zero behind it, that Windows 7 takes.
@@ -219,6 +221,16 @@ Var OfferedTo
     ${EndIf}
   FunctionEnd
 
+  ; A simulator that somebody has forgotten answers in place of a box.
+  Function ${un}WarnOfSimulator
+    ReadRegStr $0 HKLM "${SIMULATOR}" ""
+    ${If} $0 <> 0
+      StrCpy $0 "The simulator is switched on for this machine: programs ask a dialog instead of a box."
+      DetailPrint $0
+      MessageBox MB_OK|MB_ICONEXCLAMATION "$0 To switch it off, set the unnamed value of HKEY_LOCAL_MACHINE\${SIMULATOR} to 0, in the registry of 32-bit programs." /SD IDOK
+    ${EndIf}
+  FunctionEnd
+
   !undef un
 !macroend
 !insertmacro CommonFunctions ""
@@ -350,6 +362,11 @@ Section /o "64-bit programs" SecSurrogate
   ${If} $0 != 0
     !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be opened to 64-bit programs (regsvr32 ended with $0)."
   ${EndIf}
+SectionEnd
+
+; Without a name it is not shown.
+Section "-Last"
+  Call WarnOfSimulator
 SectionEnd
 
 LangString DESC_SecComponent ${LANG_ENGLISH} "The component with its documentation, programs and the folder to develop with. For one user it cannot be registered: programs use it without, by the manifest in sdk\registration_free."
@@ -616,6 +633,10 @@ Section "un.QmZentrel"
     StrCpy $Place "${UNFINISHED}"
     Call un.DeleteFiles
     RMDir "${UNFINISHED}"
+    ${If} $MultiUser.InstallMode == "AllUsers"
+      Call un.SwitchSimulatorOff
+    ${EndIf}
+    Call un.WarnOfSimulator
   ${EndIf}
   Delete "$INSTDIR\uninstall.exe"
   ReadRegStr $FirstFolder SHCTX "${UNINSTALL_KEY}" "FirstFolder"
@@ -723,6 +744,16 @@ Function un.RemoveCatalog
   ${EndIf}
   !insertmacro ForEachPart ForgetPart
   RMDir "$INSTDIR\catalog"
+FunctionEnd
+
+; Nobody would see that it is on for whatever library answers next. Values that were stored with it are
+; their user's.
+Function un.SwitchSimulatorOff
+  DeleteRegValue HKLM "${SIMULATOR}" ""
+  DeleteRegKey /ifempty HKLM "${SIMULATOR}"
+  DeleteRegKey /ifempty HKLM "${CATALOG}\QMC Software Library\Zentrel"
+  DeleteRegKey /ifempty HKLM "${CATALOG}\QMC Software Library"
+  DeleteRegKey /ifempty HKLM "${CATALOG}"
 FunctionEnd
 
 ; $1: the folder of an entry, or empty.

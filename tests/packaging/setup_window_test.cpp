@@ -33,6 +33,7 @@ constexpr wchar_t kForWhom[] = L"Choose Users";
 constexpr wchar_t kWhichParts[] = L"Choose Components";
 constexpr wchar_t kWhere[] = L"Choose Install Location";
 constexpr wchar_t kDone[] = L"Installation Complete";
+constexpr wchar_t kUninstalled[] = L"Uninstallation Complete";
 
 // The parts in the order of the page. The last one is there on 64-bit Windows only.
 enum Part { kComponent, kCatalog, kReports };
@@ -79,6 +80,10 @@ class SetupWindow : public testing::Test {
   }
   void StartInstaller(const std::wstring& arguments = L"") {
     Start(L"\"" + Environment(L"QMZ_SETUP") + L"\" " + arguments, kForWhom);
+  }
+
+  void StartUninstaller() {
+    Start(Environment(L"QMZ_UNINSTALLER"), L"Uninstall QmZentrel " + Environment(L"QMZ_VERSION"));
   }
 
   /// Its only top-level window that no other owns; null while there is none.
@@ -237,6 +242,36 @@ TEST_F(SetupWindow, AsksAgainWhileAFileIsInUse) {
   EXPECT_EQ(ExitCode(), 3U);
 }
 
+// --- Where somebody has switched the simulator on ---
+
+class SetupWindowWithSimulator : public SetupWindow {
+ protected:
+  void GoOnToTheWarning(const std::wstring& heading_behind_it) const {
+    Press(Frame(), kNext);
+    ASSERT_NE(Box(), nullptr);
+    EXPECT_EQ(DialogWindow(Box()).Message().find(L"The simulator is switched on"), 0U)
+        << testing::PrintToString(DialogWindow(Box()).Message());
+    DialogWindow(Box()).Click(IDOK);
+    ASSERT_TRUE(Shows(heading_behind_it));
+  }
+};
+
+TEST_F(SetupWindowWithSimulator, SaysThatItIsOnAsItInstalls) {
+  StartInstaller();
+  GoTo(kNext, kWhichParts);
+  GoTo(kNext, kWhere);
+  GoOnToTheWarning(kDone);
+  Press(Frame(), kNext);
+  EXPECT_EQ(ExitCode(), 0U);
+}
+
+TEST_F(SetupWindowWithSimulator, SaysThatItStaysOnForOthersAsItUninstallsForOne) {
+  StartUninstaller();
+  GoOnToTheWarning(kUninstalled);
+  Press(Frame(), kNext);
+  EXPECT_EQ(ExitCode(), 0U);
+}
+
 // --- Where a newer version is installed ---
 
 TEST_F(SetupWindow, LeavesANewerVersionUnlessSomebodyAgrees) {
@@ -252,8 +287,8 @@ TEST_F(SetupWindow, LeavesANewerVersionUnlessSomebodyAgrees) {
 }
 
 TEST_F(SetupWindow, TakesItOutAgain) {
-  Start(Environment(L"QMZ_UNINSTALLER"), L"Uninstall QmZentrel " + Environment(L"QMZ_VERSION"));
-  GoTo(kNext, L"Uninstallation Complete");
+  StartUninstaller();
+  GoTo(kNext, kUninstalled);
   Press(Frame(), kNext);
   EXPECT_EQ(ExitCode(), 0U);
 }
