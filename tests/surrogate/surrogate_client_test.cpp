@@ -12,6 +12,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "QmZentrel_h.h"
@@ -181,6 +182,14 @@ class Attached {
   Attached& operator=(const Attached&) = delete;
 
   std::vector<bool>& States() { return sink_.Get()->states; }
+  /// Those since the last time.
+  std::vector<bool> Taken() { return std::exchange(States(), {}); }
+  void DoOnEvent(std::function<void()> action) {
+    sink_.Get()->on_event = [action = std::move(action)](EventSink&, EXCEPINFO*) {
+      action();
+      return S_OK;
+    };
+  }
 
  private:
   static ComPointer<EventSink> NewSink() {
@@ -193,7 +202,7 @@ class Attached {
   DWORD cookie_ = 0;
 };
 
-TEST_P(SurrogateClient, GetsTheEventsOfCommandsAndOfTheCountDown) {
+TEST_P(SurrogateClient, GetsTheEventsOfTheSupplyAndOfItsCountDown) {
   Attached sink(object.Get());
   EXPECT_EQ(object->put_PowerManagement(VARIANT_FALSE), S_OK);
   EXPECT_EQ(sink.States(), std::vector<bool>{true});
@@ -207,6 +216,38 @@ TEST_P(SurrogateClient, GetsTheEventsOfCommandsAndOfTheCountDown) {
 }
 
 // --- With a box ---
+
+// An object in the client's own process has to raise the same ones.
+TEST_P(SurrogateClient, WorksABoxWithEventsThatCallItAgain) {
+  using States = std::vector<bool>;
+  Attached sink(object.Get());
+  std::atomic<int> answered{0};
+  sink.DoOnEvent([&] {
+    LONG util = 0;
+    if (object->get_Util(&util) == S_OK) ++answered;
+  });
+  ZentrelStatus status{};
+  ASSERT_EQ(object->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
+  ASSERT_EQ(status, 0);
+  EXPECT_EQ(sink.Taken(), (States{true, true, false}));
+  EXPECT_EQ(object->BoxStatus(&status), S_OK);
+  EXPECT_EQ(sink.Taken(), (States{true, false}));
+  EXPECT_EQ(object->ReadXpdr(&status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(sink.Taken(), (States{true, false, true, false})) << "of both blocks";
+  EXPECT_EQ(object->put_PowerManagement(VARIANT_TRUE), S_OK);
+  EXPECT_EQ(object->put_PowerTimeout(1), S_OK);
+  EXPECT_EQ(object->ResetXpdr(&status), S_OK);
+  EXPECT_EQ(status, 0);
+  // The supply is on still, and goes off in no call of the client's.
+  EXPECT_TRUE(PumpUntil([&] { return answered == 10; }, kPatienceMs));
+  EXPECT_EQ(sink.Taken(), States{false});
+  EXPECT_EQ(object->ResetXpdr(&status), S_OK);
+  EXPECT_EQ(sink.Taken(), States{true});
+  EXPECT_TRUE(PumpUntil([&] { return answered == 12; }, kPatienceMs));
+  EXPECT_EQ(sink.Taken(), States{false});
+  EXPECT_EQ(object->DeviceClose(&status), S_OK);
+}
 
 TEST_P(SurrogateClient, WorksABoxWithArraysThereAndBack) {
   ZentrelStatus status{};
