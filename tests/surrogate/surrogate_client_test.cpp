@@ -26,6 +26,7 @@ namespace qmzentrel::clients {
 namespace {
 
 constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFF);
+constexpr HRESULT kCallHasFailed = HRESULT_FROM_WIN32(RPC_S_CALL_FAILED);
 constexpr HRESULT kServerHasGone = HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE);
 constexpr bool kWide = sizeof(void*) == 8;
 constexpr DWORD kPatienceMs = 30000;
@@ -80,6 +81,10 @@ TEST(SurrogateUnregistered, IsNoClass) {
   EXPECT_EQ(Create(object), REGDB_E_CLASSNOTREG);
 }
 
+std::string ApartmentName(const testing::TestParamInfo<DWORD>& kind) {
+  return kind.param == COINIT_MULTITHREADED ? "Multi" : "Single";
+}
+
 // In a single-threaded apartment and in the multithreaded one.
 class SurrogateClient : public testing::TestWithParam<DWORD> {
  protected:
@@ -94,9 +99,7 @@ class SurrogateClient : public testing::TestWithParam<DWORD> {
 };
 INSTANTIATE_TEST_SUITE_P(Apartments, SurrogateClient,
                          testing::Values(COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED),
-                         [](const auto& kind) {
-                           return kind.param == COINIT_MULTITHREADED ? "Multi" : "Single";
-                         });
+                         ApartmentName);
 
 TEST_P(SurrogateClient, HasTheLibraryInItsOwnProcessExactlyWhereThatCanBe) {
   EXPECT_EQ(GetModuleHandleW(L"QmZentrel.dll") != nullptr, !kWide);
@@ -348,28 +351,74 @@ TEST(SurrogateObjects, DoNotHoldEachOtherUp) {
 
 // --- The process ends ---
 
-TEST(SurrogateProcess, KilledIsNoticedAtOnceAndReplaced) {
-  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-  const std::set<DWORD> before = Surrogates();
-  ComPointer<_Zentrel> object;
-  ASSERT_EQ(Create(object), S_OK);
-  LONG util = 0;
-  ASSERT_EQ(object->get_Util(&util), S_OK);
-  const DWORD killed = NewSurrogate(before);
-  ASSERT_NE(killed, 0u);
-  const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, killed);
-  ASSERT_NE(TerminateProcess(process, 1), FALSE);
-  ASSERT_EQ(WaitForSingleObject(process, kPatienceMs), WAIT_OBJECT_0);
+void End(DWORD surrogate) {
+  const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, surrogate);
+  EXPECT_NE(TerminateProcess(process, 1), FALSE);
+  EXPECT_EQ(WaitForSingleObject(process, kPatienceMs), WAIT_OBJECT_0);
   CloseHandle(process);
+}
+
+class SurrogateProcess : public SurrogateClient {
+ protected:
+  void ExpectThatANewOneWorks() {
+    object.Reset();
+    ASSERT_EQ(Create(object), S_OK);
+    LONG util = 0;
+    EXPECT_EQ(object->put_Util(9), S_OK);
+    EXPECT_EQ(object->get_Util(&util), S_OK);
+    EXPECT_EQ(util, 9);
+    // What the process had open is free again.
+    ZentrelStatus status{};
+    EXPECT_EQ(object->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
+    EXPECT_EQ(status, 0);
+  }
+
+  const std::set<DWORD> before_ = Surrogates();
+};
+INSTANTIATE_TEST_SUITE_P(Apartments, SurrogateProcess,
+                         testing::Values(COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED),
+                         ApartmentName);
+
+TEST_P(SurrogateProcess, KilledIsNoticedAtOnceAndReplaced) {
+  const DWORD killed = NewSurrogate(before_);
+  ASSERT_NE(killed, 0u);
+  End(killed);
+  LONG util = 0;
   EXPECT_EQ(object->get_Util(&util), kServerHasGone);
   EXPECT_EQ(Get(object.Get(), L"Util").result, kServerHasGone);
-  object.Reset();
-  ASSERT_EQ(Create(object), S_OK);
-  EXPECT_EQ(object->put_Util(9), S_OK);
-  EXPECT_EQ(object->get_Util(&util), S_OK);
-  EXPECT_EQ(util, 9);
-  object.Reset();
-  CoUninitialize();
+  ExpectThatANewOneWorks();
+}
+
+struct Killing {
+  DWORD surrogate = 0;
+  ULONGLONG done = 0;
+};
+
+DWORD WINAPI EndInAMoment(void* argument) {
+  auto& killing = *static_cast<Killing*>(argument);
+  Sleep(1000);
+  End(killing.surrogate);
+  killing.done = GetTickCount64();
+  return 0;
+}
+
+// The box is silent: without its end the command lasts for some ten seconds.
+TEST_P(SurrogateProcess, KilledWhileACommandWaitsEndsTheCall) {
+  constexpr ULONGLONG kSoonMs = 4000;
+  ZentrelStatus status{};
+  ASSERT_EQ(object->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
+  ASSERT_EQ(status, 0);
+  Killing killing{NewSurrogate(before_)};
+  ASSERT_NE(killing.surrogate, 0u);
+  const HANDLE thread = CreateThread(nullptr, 0, EndInAMoment, &killing, 0, nullptr);
+  EXPECT_EQ(object->ReadXpdr(&status), kCallHasFailed);
+  const ULONGLONG ended = GetTickCount64();
+  EXPECT_EQ(WaitForSingleObject(thread, kPatienceMs), WAIT_OBJECT_0);
+  CloseHandle(thread);
+  EXPECT_LT(ended, killing.done + kSoonMs);
+  LONG util = 0;
+  EXPECT_EQ(object->get_Util(&util), kServerHasGone);
+  ExpectThatANewOneWorks();
 }
 
 // --- What comes up ---
