@@ -28,7 +28,7 @@ Diagnosis DiagnoseCaller(const std::string& caller, bool has_64_bit_programs, bo
   const auto diagnosis = [&](Grade grade, const std::string& text, const std::string& next) {
     return Diagnosis{"caller", grade, caller + " " + text, next};
   };
-  switch (KindOf(platform::Utf8ToWide(caller))) {
+  switch (KindOfCaller(platform::Utf8ToWide(caller))) {
     case FileKind::kMissing:
       return diagnosis(Grade::kFault, "is not there or cannot be read", "name the program's file");
     case FileKind::kOther:

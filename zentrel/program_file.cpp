@@ -73,6 +73,22 @@ bool IsForAnyProcessor(const FileReader& file, DWORD headers) {
   return (clr.flags & kIntermediateOnly) != 0 && (clr.flags & kRequires32Bit) == 0;
 }
 
+// While it lives, the system's folder is the one of that name: 32-bit programs get theirs in its
+// place.
+class FoldersAsNamed {
+ public:
+  FoldersAsNamed() : switched_(Wow64DisableWow64FsRedirection(&before_) != FALSE) {}
+  ~FoldersAsNamed() {
+    if (switched_) Wow64RevertWow64FsRedirection(before_);
+  }
+  FoldersAsNamed(const FoldersAsNamed&) = delete;
+  FoldersAsNamed& operator=(const FoldersAsNamed&) = delete;
+
+ private:
+  void* before_ = nullptr;
+  bool switched_;
+};
+
 }  // namespace
 
 FileKind KindOf(const std::wstring& path) {
@@ -92,6 +108,16 @@ FileKind KindOf(const std::wstring& path) {
     default:
       return FileKind::kOther;
   }
+}
+
+FileKind KindOfCaller(const std::wstring& path) {
+  {
+    const FoldersAsNamed as_named;
+    const FileKind kind = KindOf(path);
+    if (kind != FileKind::kMissing) return kind;
+  }
+  // A name that is for 32-bit programs only, such as Sysnative.
+  return KindOf(path);
 }
 
 std::optional<Version> VersionOf(const std::wstring& path) {

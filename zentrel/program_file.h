@@ -16,7 +16,10 @@ enum class FileKind {
   kEitherBit,  ///< .NET for any processor: as a 64-bit process where the system is one
 };
 
+/// As 32-bit programs find it.
 FileKind KindOf(const std::wstring& path);
+/// As the system finds a program that somebody names: its own folder is not replaced.
+FileKind KindOfCaller(const std::wstring& path);
 
 /// Major, minor, revision; compared in that order.
 using Version = std::array<std::uint32_t, 3>;
