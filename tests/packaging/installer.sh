@@ -68,6 +68,12 @@ is_as() { # NAME OF A STATE, WHAT HAS HAPPENED
   diff "$work/$1.registry" "$work/now.registry" >"$work/differences" ||
     fail "$2: registry: $(head -40 "$work/differences")"
 }
+# After an installation for one user.
+machine_is_as() { # NAME OF A STATE
+  registry_of 'HKLM\Software' >"$work/machine"
+  head -n "$(wc -l <"$work/machine")" "$work/$1.registry" | diff - "$work/machine" >"$work/differences" ||
+    fail "for one user the machine's registry is written: $(head -40 "$work/differences")"
+}
 value() { # KEY [NAME]
   local which=(/ve)
   [ $# = 1 ] || which=(/v "$2")
