@@ -12,6 +12,7 @@ setlocal
 cd /d "%~dp0"
 set report=%~dp0report.txt
 set QMZ_DLL=%~dp0QmZentrel.dll
+set QMZ_SOURCES=%~dp0sources
 set QMZ_BOX_PROGRAM=%~dp0virtual_box.exe
 set QMZ_CLIENT_PROGRAM=%~dp0box_commands_tests.exe
 set QMZ_PORT=%1

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <functional>
 #include <string>
 
@@ -15,20 +14,13 @@
 #include "tests/clients/message_pump.h"
 #include "tests/clients/other_apartment.h"
 #include "tests/clients/test_catalog.h"
+#include "tests/core/source_text.h"
 
 namespace qmzentrel::clients {
 namespace {
 
 constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFFu);
 constexpr short kNoSuchSignature = 5;
-
-/// A line of a source file of the component, counted from 1.
-std::string SourceLine(const std::string& path, const std::wstring& number) {
-  std::ifstream file(QMZ_SOURCE_DIR "/" + path);
-  std::string line;
-  for (int i = std::stoi(number); i > 0; --i) std::getline(file, line);
-  return line;
-}
 
 /// An array whose elements lie where no memory is, as a client's own mistake may leave it.
 class ArrayWithoutMemory {
@@ -108,7 +100,8 @@ TEST_F(Faults, ReachTheErrorHandlerWithEveryArgument) {
   EXPECT_EQ(report.component_id, L"0");
   EXPECT_EQ(report.number, L"9");
   EXPECT_EQ(report.description, L"Subscript out of range");
-  EXPECT_NE(SourceLine("device/session.cpp", report.line).find("kErrorSubscriptOutOfRange"),
+  EXPECT_NE(tests::SourceLine("device/session.cpp", std::stoi(report.line))
+                .find("kErrorSubscriptOutOfRange"),
             std::string::npos)
       << report.line;
   EXPECT_EQ(report.source, L"QmZentrel");
@@ -131,7 +124,7 @@ TEST_F(Faults, AnExceptionOfTheProcessorIsAFaultOfItsProcedure) {
   EXPECT_EQ(report.source, L"ErrorReportExceptionFilter");
   EXPECT_EQ(report.module, L"Zentrel");
   EXPECT_EQ(report.procedure, L"TELIC2Read");
-  EXPECT_NE(SourceLine("device/telic2_messages.cpp", report.line)
+  EXPECT_NE(tests::SourceLine("device/telic2_messages.cpp", std::stoi(report.line))
                 .find("MessageIDs[i] == telic2::kNoMessage"),
             std::string::npos)
       << report.line;

@@ -5,6 +5,7 @@
 
 #include "interface/frame_buffer.h"
 #include "tests/core/procedure_sources.h"
+#include "tests/core/source_text.h"
 
 namespace qmzentrel::tests {
 namespace {

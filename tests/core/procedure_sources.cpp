@@ -4,16 +4,15 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <regex>
 #include <string_view>
+
+#include "tests/core/source_text.h"
 
 namespace qmzentrel::tests {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-const std::string kRoot = QMZ_SOURCE_DIR "/";
 
 // The lines as one text, without the comments at their ends: those name frames that are none.
 std::string CodeOf(const Lines& lines) {
@@ -97,7 +96,7 @@ std::vector<ProcedureSource> ReadProcedures() {
   namespace fs = std::filesystem;
   std::vector<ProcedureSource> procedures;
   for (const std::string folder : {"support", "device", "interface", "simulator"}) {
-    for (const auto& entry : fs::directory_iterator(kRoot + folder)) {
+    for (const auto& entry : fs::directory_iterator(fs::path(SourceFolder()) / folder)) {
       const std::string extension = entry.path().extension().string();
       if (extension != ".cpp" && extension != ".h") continue;
       AddProceduresOf(folder + "/" + entry.path().filename().string(), procedures);
@@ -111,26 +110,6 @@ std::vector<ProcedureSource> ReadProcedures() {
 const std::vector<ProcedureSource>& ProceduresInSources() {
   static const auto procedures = ReadProcedures();
   return procedures;
-}
-
-std::vector<std::string> SourceLines(const std::string& file) {
-  std::ifstream stream(kRoot + file, std::ios::binary);
-  if (!stream) ADD_FAILURE() << "no source " << file;
-  Lines lines;
-  for (std::string line; std::getline(stream, line);) {
-    if (line.ends_with('\r')) line.pop_back();
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-std::string SourceLine(const std::string& file, std::int32_t line) {
-  const Lines lines = SourceLines(file);
-  if (line < 1 || static_cast<std::size_t>(line) > lines.size()) {
-    ADD_FAILURE() << file << " has no line " << line;
-    return "";
-  }
-  return lines[static_cast<std::size_t>(line) - 1];
 }
 
 }  // namespace qmzentrel::tests

@@ -18,10 +18,4 @@ struct ProcedureSource {
 /// Every procedure of the component, in no particular order. The sources are read once.
 const std::vector<ProcedureSource>& ProceduresInSources();
 
-/// The lines of a source file, without their ends.
-std::vector<std::string> SourceLines(const std::string& file);
-
-/// A line of a source file; lines count from 1.
-std::string SourceLine(const std::string& file, std::int32_t line);
-
 }  // namespace qmzentrel::tests

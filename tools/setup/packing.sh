@@ -11,3 +11,17 @@ output=$(realpath -m "${1:-build/release}")
 
 # build_for_packing TARGET...: nothing with --built, which takes what is there.
 build_for_packing() { [ -n "$built" ] || build win32 "$@"; }
+
+# copy_contents LIST FOLDER: what a list such as packaging/contents names, to its places in FOLDER.
+copy_contents() {
+  local source place
+  while read -r source place; do
+    case $source in
+      '' | '#'*) continue ;;
+      @*) source=build/win32/${source#@} ;;
+    esac
+    [ -e "$source" ] || { echo "$source is missing" >&2; return 1; }
+    mkdir -p "$(dirname "$2/$place")"
+    cp -r "$source" "$2/$place"
+  done <"$1"
+}
