@@ -1,5 +1,5 @@
 @echo off
-rem run_tests.cmd [CLIENT_PORT BOX_PORT [PROGRAM]]
+rem run_tests.cmd [CLIENT_PORT BOX_PORT] [PROGRAM]
 rem
 rem Runs the tests of QmZentrel on this machine, from an administrator's command prompt, and writes
 rem report.txt beside itself. CLIENT_PORT and BOX_PORT are the numbers of the two ends of a null-modem
@@ -15,10 +15,16 @@ set QMZ_DLL=%~dp0QmZentrel.dll
 set QMZ_SOURCES=%~dp0sources
 set QMZ_BOX_PROGRAM=%~dp0virtual_box.exe
 set QMZ_CLIENT_PROGRAM=%~dp0box_commands_tests.exe
-set QMZ_PORT=%1
-set QMZ_BOX_PORT=%2
+set QMZ_PORT=%~1
+set QMZ_BOX_PORT=%~2
+set program=%~3
+if "%QMZ_BOX_PORT%"=="" (
+  set QMZ_PORT=
+  set program=%~1
+)
 rem A tap between client and box needs two ports more, which few have.
 if "%QMZ_TAP_PORT%"=="" set GTEST_FILTER=-ComBox.HasTheSameFramesAsATapBetweenItAndItsClient
+set count=0
 set failed=0
 
 echo QmZentrel on this machine > "%report%"
@@ -35,21 +41,27 @@ if errorlevel 1 (
   exit /b 1
 )
 
-for /f "usebackq tokens=1" %%p in ("programs.txt") do call :run %%p %3
-if not "%QMZ_BOX_PORT%"=="" call :run com_box_test %3
+for /f "usebackq tokens=1" %%p in ("programs.txt") do call :run %%p
+if not "%QMZ_BOX_PORT%"=="" call :run com_box_test
 
 "%regsvr32%" /u /s error_component.dll
+if %count%==0 (
+  echo NOTHING RUN: there is no program %program%, or it needs two ports >> "%report%"
+  echo Nothing was run: there is no program %program% in programs.txt; com_box_test needs two ports.
+  exit /b 1
+)
 if %failed%==0 (
-  echo ALL PASSED >> "%report%"
-  echo All passed. The report is in report.txt.
+  echo ALL PASSED: %count% >> "%report%"
+  echo All %count% passed. The report is in report.txt.
   exit /b 0
 )
-echo %failed% FAILED >> "%report%"
-echo %failed% failed. The report is in report.txt: please send it to the makers.
+echo %failed% of %count% FAILED >> "%report%"
+echo %failed% of %count% failed. The report is in report.txt: please send it to the makers.
 exit /b 1
 
 :run
-if not "%2"=="" if not "%1"=="%2" exit /b 0
+if not "%program%"=="" if not "%program%"=="%~1" exit /b 0
+set /a count=count+1
 echo %1
 echo === %1 >> "%report%"
 rem Into a file of its own: what the program has started may hold it open for a while.
