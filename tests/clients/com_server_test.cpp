@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/clients/com_client.h"
+#include "tests/clients/component_version.h"
 
 namespace qmzentrel::clients {
 namespace {
@@ -244,11 +245,15 @@ TEST_F(ComServer, TheFileTellsItsVersion) {
   UINT length = 0;
   ASSERT_TRUE(VerQueryValueW(data.data(), L"\\", &found, &length));
   const auto* const fixed = static_cast<const VS_FIXEDFILEINFO*>(found);
-  EXPECT_EQ(fixed->dwFileVersionMS, 0x00060002u);
-  EXPECT_EQ(fixed->dwFileVersionLS, 0u);
+  std::wstring numbers;
+  for (const WORD number : {HIWORD(fixed->dwFileVersionMS), LOWORD(fixed->dwFileVersionMS),
+                            HIWORD(fixed->dwFileVersionLS), LOWORD(fixed->dwFileVersionLS)}) {
+    numbers += std::to_wstring(number) + L".";
+  }
+  EXPECT_EQ(numbers, ComponentVersion() + L".0.");
   ASSERT_TRUE(
       VerQueryValueW(data.data(), L"\\StringFileInfo\\040904B0\\FileVersion", &found, &length));
-  EXPECT_STREQ(static_cast<const wchar_t*>(found), L"6.2.0");
+  EXPECT_EQ(static_cast<const wchar_t*>(found), ComponentVersion());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "tests/automation/scripted_object.h"
 #include "tests/automation/system_scenes.h"
 #include "tests/clients/client_filter.h"
+#include "tests/clients/component_version.h"
 #include "tests/clients/error_reports.h"
 #include "tests/clients/event_sink.h"
 #include "tests/clients/message_pump.h"
@@ -96,7 +97,7 @@ TEST_F(Faults, ReachTheErrorHandlerWithEveryArgument) {
   EXPECT_EQ(FailInCore(), kReportedFault);
   const ErrorReport report = OnlyReport();
   EXPECT_EQ(report.component, L"QmZentrel");
-  EXPECT_EQ(report.version, L"6.2.0");
+  EXPECT_EQ(report.version, ComponentVersion());
   EXPECT_EQ(report.component_id, L"0");
   EXPECT_EQ(report.number, L"9");
   EXPECT_EQ(report.description, L"Subscript out of range");

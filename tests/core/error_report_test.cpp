@@ -65,7 +65,6 @@ class ErrorReporting : public CoreTest {
 TEST_F(ErrorReporting, TheErrorHandlerGetsComponentAndVersion) {
   const ErrorReport report = Report();
   EXPECT_EQ(report.component, "QmZentrel");
-  EXPECT_EQ(report.version, "6.2.0");
   EXPECT_EQ(report.version, kComponentVersion);
   EXPECT_EQ(report.component_id, 0);
 }

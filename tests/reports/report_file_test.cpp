@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/win32/wide.h"
+#include "support/component_version.h"
 #include "tests/automation/system_scenes.h"
 #include "tests/clients/com_client.h"
 #include "tests/clients/other_apartment.h"
@@ -187,8 +188,9 @@ TEST_F(ReportFile, HasAFaultOfTheComponentWithAllThatIsKnown) {
   EXPECT_EQ(Fail(5), kReportedFault);
   const std::string text = FileText(file);
   const std::string process = std::to_string(GetCurrentProcessId());
-  EXPECT_NE(text.find(" ===\r\nQmZentrel 6.2.0 in " + platform::WideToUtf8(OwnProgram()) +
-                      ", process " + process + "\r\nComponent: 0\r\n" +
+  EXPECT_NE(text.find(" ===\r\nQmZentrel " + std::string(kComponentVersion) + " in " +
+                      platform::WideToUtf8(OwnProgram()) + ", process " + process +
+                      "\r\nComponent: 0\r\n" +
                       "Module: Zentrel\r\nProcedure: ZentrelSignature\r\nLine Number: "),
             std::string::npos)
       << text;
