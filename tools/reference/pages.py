@@ -86,7 +86,9 @@ class Pages:
     def _time(self, member, fields):
         page = "[on top](times.md)"
         if member.name in self.texts.times:
-            silent, silent_electric, most, most_electric = self.texts.times[member.name]
+            silent, silent_electric, most, most_electric, most_unknown = self.texts.times[member.name]
+            if most_unknown != most:
+                most_electric += f", {most_unknown} if not known as one yet"
             return (
                 f"{silent} when nothing answers (electric box: {silent_electric}), at most {most} "
                 f"({most_electric}), and what comes {page}"
