@@ -24,5 +24,5 @@ function(qmzentrel_hard_use_test name boxes filter)
     COMMAND ${QMZ_WITH_BOX} ${CMAKE_CURRENT_SOURCE_DIR}/scripts/with_crowd ${boxes} ${QMZ_WINE_RUN}
       $<TARGET_FILE:hard_use_tests> --gtest_brief=1 --gtest_filter=${filter})
 endfunction()
-qmzentrel_hard_use_test(hard_use_tests 6 -Crowd.*)
-qmzentrel_hard_use_test(hard_use_crowd 64 Crowd.*)
+qmzentrel_hard_use_test(hard_use_tests 6 -Crowd.*:SlowBox.*)
+qmzentrel_hard_use_test(hard_use_crowd 64 Crowd.*:SlowBox.*)
