@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -33,6 +35,7 @@ class WindowExample : public testing::Test {
     const std::string port = control.substr(control.find(':') + 1);
     ASSERT_TRUE(box_.Connect(static_cast<std::uint16_t>(std::stoi(port))));
     Tell("clear");
+    Tell("set transponder 1");
 
     std::string command = Environment("QMZ_WINDOW_EXAMPLE") + " " + Environment("QMZ_PORT");
     STARTUPINFOA start{};
@@ -79,6 +82,19 @@ class WindowExample : public testing::Test {
     return Becomes([&part] { return Text().find(part) != std::wstring::npos; });
   }
 
+  /// A clock that runs while the call waits for the box.
+  static void ExpectClockRuns(const std::wstring& step) {
+    EXPECT_TRUE(Shows(step + L": ")) << "it shows " << testing::PrintToString(Text());
+    const std::wstring first = Text();
+    EXPECT_TRUE(Becomes([&first] { return Text() != first; }));
+    EXPECT_EQ(Text().find(step + L": "), 0U) << testing::PrintToString(Text());
+  }
+  /// How often the box has been sent something.
+  std::ptrdiff_t Sends() {
+    return std::ranges::count(box_.Log(), virtual_box::LogMark::kToBox,
+                              &virtual_box::LogLine::mark);
+  }
+
   virtual_box::ControlClient box_;
   PROCESS_INFORMATION process_{};
 };
@@ -94,14 +110,28 @@ TEST_F(WindowExample, StaysAliveWhileTheBoxStartsAndStopsAfterTheStep) {
   // The supply has just come on: the box is silent for two seconds, and the first question
   // unanswered.
   Press(kRead);
-  // A clock that runs while the call waits for the box.
-  EXPECT_TRUE(Shows(L"Starting the box: "));
-  const std::wstring first = Text();
-  EXPECT_TRUE(Becomes([&first] { return Text() != first; }));
-  EXPECT_EQ(Text().find(L"Starting the box: "), 0U) << testing::PrintToString(Text());
+  ExpectClockRuns(L"Starting the box");
   Press(kStop);
   EXPECT_TRUE(Shows(L"Stopping after: Starting the box") || Text() == L"Stopped");
   EXPECT_TRUE(Shows(L"Stopped")) << "it shows " << testing::PrintToString(Text());
+  EXPECT_TRUE(IsWindowEnabled(GetDlgItem(Window(), kRead)));
+}
+
+TEST_F(WindowExample, StaysAliveWhileNoTransponderAnswersUntilOneDoes) {
+  // An electric box is asked for 52 s, twice a second; here until a transponder comes into reach.
+  Tell("set signature0 0xA6 version 5.0 util 78 reading 434343 transponder 0");
+  Press(kRead);
+  ExpectClockRuns(L"Reading");
+  Press(kStop);
+  EXPECT_TRUE(Shows(L"Stopping after: Reading")) << "it shows " << testing::PrintToString(Text());
+  // The call is not broken off, and the window answers meanwhile.
+  const std::ptrdiff_t sends = Sends();
+  EXPECT_TRUE(Becomes([&] { return !Text().empty() && Sends() > sends + 1; }));
+  EXPECT_EQ(Text(), L"Stopping after: Reading");
+  EXPECT_FALSE(IsWindowEnabled(GetDlgItem(Window(), kRead)));
+  Tell("set transponder 1");
+  EXPECT_TRUE(Shows(L"Reading 434343, utility code 78"))
+      << "it shows " << testing::PrintToString(Text());
   EXPECT_TRUE(IsWindowEnabled(GetDlgItem(Window(), kRead)));
 }
 
