@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "tests/clients/box_test.h"
+#include "tests/clients/message_pump.h"
+#include "tests/clients/port_openings.h"
 #include "tests/clients/sub_device_messages.h"
 #include "tests/clients/test_catalog.h"
 
@@ -62,6 +64,10 @@ const std::vector<WireCommand>& WireCommands() {
 struct FirstBlock {
   ZentrelStatus status = S_OKAY;
   int sends = 1;
+
+  int Exchanges(const WireCommand& command) const {
+    return (sends + command.sends_in_a_try - 1) / command.sends_in_a_try;
+  }
 };
 
 bool Any(const WireCommand& /*command*/) {
@@ -74,6 +80,7 @@ struct WireFault {
   std::function<FirstBlock(const WireCommand&)> rule;
   std::function<bool(const WireCommand&)> concerns = &Any;
   bool unplugs = false;
+  bool ends_supply = false;
   std::size_t frames_before = 0;
 };
 
@@ -103,6 +110,9 @@ bool HasSum(const WireCommand& command) {
 bool HasOneBlock(const WireCommand& command) {
   return !command.two_blocks;
 }
+bool HasSumAndOneBlock(const WireCommand& command) {
+  return HasSum(command) && HasOneBlock(command);
+}
 // Waits of half a second add up.
 bool IsShort(const WireCommand& command) {
   return command.MostSends() <= 4;
@@ -118,11 +128,17 @@ const std::vector<WireFault>& WireFaults() {
       {"GarbageOfTheRightLength",
        [](const WireCommand& command) { return "garbage 1 " + std::to_string(command.reply); },
        kBadSum, &HasSum},
-      {"StrayBytesAhead", Always("stray 55 AA"), kBadSum,
-       [](const WireCommand& command) { return HasSum(command) && HasOneBlock(command); }},
+      // More than any frame has.
+      {"AFlood", Always("garbage 1 300"), kBadSum, &HasSumAndOneBlock},
+      {"StrayBytesAhead", Always("stray 55 AA"), kBadSum, &HasSumAndOneBlock},
+      {"StrayBytesWithin", Always("stray-after 3 55 AA"), kBadSum, &HasSumAndOneBlock},
+      {"StrayBytesBehind", Always("stray-after 1000 55 AA"), &Okay, &HasOneBlock},
       {"ALateReply", Always("late 60"), &Okay},
       {"AReplyInTwoPieces", Always("split 3 60"), &Okay},
-      {"BytesLeftFromBefore", Always("send 55 AA 55"), &Okay, &Any, false, 1},
+      {"ADribble", Always("dribble 30"), &Okay},
+      {"BytesLeftFromBefore", Always("send 55 AA 55"), &Okay, &Any, false, false, 1},
+      // The box hangs on another line then.
+      {"TheSupplyLost", Always("supply rts"), SilentFor(kForEver), &IsShort, false, true},
       {"UnpluggedBefore", Always("unplug"), SilentFor(kForEver), &IsShort, true},
       {"UnpluggedBehindTheReply",
        [](const WireCommand& command) { return "unplug-at " + std::to_string(command.reply); },
@@ -131,8 +147,12 @@ const std::vector<WireFault>& WireFaults() {
   return faults;
 }
 
-class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFault> {
+using Raised = std::vector<bool>;
+
+class WireFaultTest : public BoxTest {
  protected:
+  explicit WireFaultTest(bool maintain_supply) : maintains_supply_(maintain_supply) {}
+
   void SetUp() override {
     BoxTest::SetUp();
     catalog_.Fill();
@@ -141,30 +161,39 @@ class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFa
     Box().Tell("message 17 89ABCDEF");
     Box().Tell("test 0 0 BEEF");
     Box().Tell("test 2 4 01020304");
-    OpenElectric(client_);
+    OpenElectric(client_, maintains_supply_);
     ASSERT_EQ(Let(client_.Object(), L"TELIC2Device", Value::Text(L"1")).result, S_OK);
     client_.Let(&_Zentrel::put_VDelay, 0);
     ASSERT_EQ(client_.Read(), S_OKAY);
   }
 
+  // Befalls each command that it concerns.
+  void RunCases(const WireFault& fault) {
+    fault_ = &fault;
+    int cases = 0;
+    for (const WireCommand& command : WireCommands()) {
+      if (!fault.concerns(command)) continue;
+      RunCase(command);
+      ++cases;
+    }
+    EXPECT_GE(cases, 3);
+  }
+
   void RunCase(const WireCommand& command) {
-    SCOPED_TRACE(std::string(command.name) + ", " + GetParam().name);
+    SCOPED_TRACE(std::string(command.name) + ", " + fault_->name);
     client_.Let(&_Zentrel::put_Util, kOwnUtil);
     Box().Tell("set util " + std::to_string(kItsUtil));
     Box().Tell("log-clear");
-    Box().Tell(GetParam().tell(command));
-    if (GetParam().frames_before > 0) Box().AwaitFrames(GetParam().frames_before);
-    const std::size_t events = client_.Events().size();
-    Expect(command, GetParam().rule(command));
-    ASSERT_GT(client_.Events().size(), events);
-    EXPECT_EQ((client_.Events().size() - events) % 2, 0U) << "on and off";
-    EXPECT_FALSE(client_.Events().back());
-    if (GetParam().unplugs) {
+    Box().Tell(fault_->tell(command));
+    if (fault_->frames_before > 0) Box().AwaitFrames(fault_->frames_before);
+    Expect(command, fault_->rule(command));
+    if (fault_->unplugs) {
       AwaitUnplugged();
-      EXPECT_EQ(client_.Open(Port(), true), S_BAD_PORT);
+      EXPECT_EQ(client_.Open(Port(), maintains_supply_), S_BAD_PORT);
       Box().Tell("plug");
-      EXPECT_EQ(client_.Open(Port(), true), S_OKAY);
+      EXPECT_EQ(client_.Open(Port(), maintains_supply_), S_OKAY);
     }
+    if (fault_->ends_supply) Box().Tell("supply dtr");
     Box().Tell("clear");
     Box().Tell("log-clear");
     client_.Let(&_Zentrel::put_Util, kOwnUtil);
@@ -174,20 +203,56 @@ class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFa
     mended_ = false;
   }
 
+  // What has been raised since it was called last.
+  Raised NewEvents() {
+    const Raised& all = client_.Events();
+    const Raised fresh(all.begin() + told_, all.end());
+    told_ += static_cast<std::ptrdiff_t>(fresh.size());
+    return fresh;
+  }
+
+  // On demand the supply goes off some time after the last command, once.
+  void ExpectSupplyToGoOff() {
+    constexpr DWORD kTickPatienceMs = 10'000;
+    client_.Let(&_Zentrel::put_PowerTimeout, 1);
+    ASSERT_EQ(client_.Reset(), S_OKAY);
+    EXPECT_EQ(NewEvents(), Raised());
+    const std::size_t before = client_.Events().size();
+    EXPECT_TRUE(PumpUntil([&] { return client_.Events().size() > before; }, kTickPatienceMs));
+    EXPECT_EQ(NewEvents(), Raised{false});
+    EXPECT_TRUE(Box().Lines().back().starts_with("dtr=0")) << Box().Lines().back();
+  }
+
+  const bool maintains_supply_;
+  BoxClient client_;
+
  private:
   // A read asks for block 2 whatever has become of block 1; a write sends it after a good one.
   void Expect(const WireCommand& command, const FirstBlock& first) {
     const bool okay = first.status == S_OKAY;
     const bool second = command.two_blocks && (okay || command.reads);
+    NewEvents();
     EXPECT_EQ(command.run(client_), second ? S_OKAY : first.status);
+    EXPECT_EQ(NewEvents(), EventsOf(first.Exchanges(command) + (second ? 1 : 0)));
     const LONG read = okay ? kItsUtil : 0;
     EXPECT_EQ(client_.Get(&_Zentrel::get_Util), command.reads ? read : kOwnUtil);
-    if (GetParam().unplugs && !mended_) return;  // what the port swallowed, no box has seen
+    // What the port swallowed, or came without supply, no box has seen.
+    if ((fault_->unplugs || fault_->ends_supply) && !mended_) return;
     // Until what a fault has pushed out behind the reply has come, too.
     const int sends = first.sends + (second ? 1 : 0);
     const int replies = (first.status == S_TIMEOUT ? 0 : 1) + (second ? 1 : 0);
     Box().AwaitFrames(static_cast<std::size_t>(sends + replies));
     EXPECT_EQ(Sends(), sends);
+  }
+
+  // Maintained, the line stays on, but each exchange has its pair. On demand it is on from the
+  // opening, and the time until it goes off begins anew with each exchange.
+  Raised EventsOf(int exchanges) const {
+    Raised events;
+    for (int i = 0; maintains_supply_ && i < exchanges; ++i) {
+      events.insert(events.end(), {true, false});
+    }
+    return events;
   }
 
   // The box pulls the plug when the client has had its time to take the reply.
@@ -203,23 +268,66 @@ class BoxFaultMatrix : public BoxTest, public testing::WithParamInterface<WireFa
     return sends;
   }
 
+  const WireFault* fault_ = nullptr;
   TestCatalog catalog_;
-  BoxClient client_;
+  std::ptrdiff_t told_ = 0;  // events
   bool mended_ = false;
 };
 
+class BoxFaultMatrix : public WireFaultTest, public testing::WithParamInterface<WireFault> {
+ protected:
+  BoxFaultMatrix() : WireFaultTest(true) {}
+};
+
 TEST_P(BoxFaultMatrix, EndsAsTheRulesSay) {
-  int cases = 0;
-  for (const WireCommand& command : WireCommands()) {
-    if (!GetParam().concerns(command)) continue;
-    RunCase(command);
-    ++cases;
-  }
-  EXPECT_GE(cases, 3);
+  RunCases(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, BoxFaultMatrix, testing::ValuesIn(WireFaults()),
                          [](const auto& fault) { return fault.param.name; });
+
+// The supply is on throughout: it takes its time to come and to go.
+class BoxFaultMatrixOnDemand : public WireFaultTest {
+ protected:
+  BoxFaultMatrixOnDemand() : WireFaultTest(false) {}
+};
+
+TEST_F(BoxFaultMatrixOnDemand, EndsAsTheRulesSay) {
+  for (const WireFault& fault : WireFaults()) RunCases(fault);
+  ExpectSupplyToGoOff();
+}
+
+// A port that another program has, and was there before.
+class BoxBusyPort : public WireFaultTest, public testing::WithParamInterface<bool> {
+ protected:
+  BoxBusyPort() : WireFaultTest(GetParam()) {}
+};
+
+TEST_P(BoxBusyPort, LeavesEveryCommandABadPort) {
+  PortOpenings openings(LoadedLibrary().module);
+  openings.Refuse(ERROR_ACCESS_DENIED);
+  NewEvents();
+  EXPECT_EQ(client_.Open(Port(), maintains_supply_), S_BAD_PORT);
+  EXPECT_EQ(NewEvents(), maintains_supply_ ? (Raised{true, true, false}) : Raised());
+  for (const WireCommand& command : WireCommands()) {
+    SCOPED_TRACE(command.name);
+    Box().Tell("log-clear");
+    EXPECT_EQ(command.run(client_), S_BAD_PORT);
+    const bool asks_first = std::string(command.name) == "DeviceInit";
+    // A read that has no block 1 tries block 2.
+    const Raised each = command.reads ? Raised{false, false} : Raised{false};
+    EXPECT_EQ(NewEvents(), maintains_supply_ && !asks_first ? each : Raised());
+    EXPECT_TRUE(Box().Frames().empty());
+  }
+  openings.Allow();
+  EXPECT_EQ(client_.Open(Port(), maintains_supply_), S_OKAY);
+  NewEvents();
+  EXPECT_EQ(client_.Reset(), S_OKAY);
+  if (!maintains_supply_) ExpectSupplyToGoOff();
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, BoxBusyPort, testing::Bool(),
+                         [](const auto& mode) { return mode.param ? "Maintained" : "OnDemand"; });
 
 }  // namespace
 }  // namespace qmzentrel::clients

@@ -31,13 +31,14 @@ BoxControl& BoxTest::Second() {
   return box;
 }
 
-void BoxTest::Open(BoxClient& client) {
-  if (client.Open(Port(), true) != S_OKAY) throw std::runtime_error("the port does not open");
+void BoxTest::Open(BoxClient& client, bool maintain_supply) {
+  if (client.Open(Port(), maintain_supply) != S_OKAY)
+    throw std::runtime_error("the port does not open");
 }
 
-void BoxTest::OpenElectric(BoxClient& client) {
+void BoxTest::OpenElectric(BoxClient& client, bool maintain_supply) {
   Box().Tell("set signature0 0xA6");
-  Open(client);
+  Open(client, maintain_supply);
   if (client.BoxStatus() != S_OKAY) throw std::runtime_error("the box does not answer");
   Box().Tell("log-clear");
 }

@@ -28,11 +28,10 @@ class BoxTest : public testing::Test {
     return virtual_box::NumberFromEnvironment("QMZ_SECOND_PORT").value();
   }
 
-  /// Opens the box's port with the supply maintained.
-  static void Open(BoxClient& client);
+  static void Open(BoxClient& client, bool maintain_supply = true);
   /// The same, and lets the object learn that the box is of the electric kind, which it then
   /// gives half a second to answer instead of two and a half. Leaves the log of the box empty.
-  static void OpenElectric(BoxClient& client);
+  static void OpenElectric(BoxClient& client, bool maintain_supply = true);
 };
 
 /// Milliseconds since it was made.

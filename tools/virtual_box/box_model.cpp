@@ -257,9 +257,12 @@ void BoxModel::Schedule(Bytes bytes, std::string meaning, const Misbehaviour& fa
     sending.due.push_back(time);
     sending.bytes.push_back(byte);
   };
-  for (const std::uint8_t byte : fault.stray) put(byte);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
+  const std::size_t stray_after = std::min(fault.stray_after, bytes.size());
+  for (std::size_t i = 0; i <= bytes.size(); ++i) {
+    if (i == stray_after) std::ranges::for_each(fault.stray, put);
+    if (i == bytes.size()) break;
     if (i == fault.split_after) time += fault.split_pause;
+    if (i > 0) time += fault.dribble;
     put(bytes[i]);
   }
   sending.end = time;

@@ -66,6 +66,11 @@ const std::vector<FaultWord>& FaultWords() {
          m.split_after = bytes;
          m.split_pause = std::chrono::milliseconds(ms);
        }},
+      {"dribble",
+       {kMilliseconds, kCount},
+       1,
+       "dribble MS [N]         a pause of MS ms between any two bytes of the next N replies",
+       [](Misbehaviour& m, U, U ms, U) { m.dribble = std::chrono::milliseconds(ms); }},
       {"unplug-at",
        {kBytes},
        1,
@@ -78,6 +83,27 @@ const std::vector<FaultWord>& FaultWords() {
 constexpr std::string_view kStrayWord = "stray";
 constexpr std::string_view kStrayHelp =
     "stray HEX...           these bytes ahead of the next reply";
+constexpr std::string_view kStrayAfterWord = "stray-after";
+constexpr std::string_view kStrayAfterHelp =
+    "stray-after K HEX...   these bytes behind byte K of the next reply";
+
+bool IsStray(std::string_view word) {
+  return word == kStrayWord || word == kStrayAfterWord;
+}
+
+bool ParseStray(const Words& words, Misbehaviour& fault, std::string& error) {
+  const bool is_after = words[0] == kStrayAfterWord;
+  const auto place = is_after && words.size() > 1 ? ParseNumber(words[1], kMaxBytes)
+                                                  : std::optional<std::uint32_t>(0);
+  const auto bytes = ParseHexWords(words, is_after ? 2 : 1);
+  if (!place || !bytes || bytes->empty()) {
+    error = "usage: " + std::string(is_after ? kStrayAfterHelp : kStrayHelp);
+    return false;
+  }
+  fault.stray = *bytes;
+  fault.stray_after = *place;
+  return true;
+}
 
 bool ParseNumbers(const FaultWord& fault_word, const Words& words, FaultCommand& command,
                   bool& counted, std::string& error) {
@@ -126,7 +152,7 @@ bool ParseNumbers(const FaultWord& fault_word, const Words& words, FaultCommand&
 }  // namespace
 
 bool IsFaultWord(std::string_view word) {
-  return word == kStrayWord || std::ranges::count(FaultWords(), word, &FaultWord::word) > 0;
+  return IsStray(word) || std::ranges::count(FaultWords(), word, &FaultWord::word) > 0;
 }
 
 std::optional<FaultCommand> ParseFault(std::string_view text, std::string& error) {
@@ -139,13 +165,8 @@ std::optional<FaultCommand> ParseFault(std::string_view text, std::string& error
       error = "a fault is missing";
       return std::nullopt;
     }
-    if (words[0] == kStrayWord) {
-      const auto bytes = ParseHexWords(words, 1);
-      if (!bytes || bytes->empty()) {
-        error = "usage: " + std::string(kStrayHelp);
-        return std::nullopt;
-      }
-      command.fault.stray = *bytes;
+    if (IsStray(words[0])) {
+      if (!ParseStray(words, command.fault, error)) return std::nullopt;
     } else {
       const auto found = std::ranges::find(FaultWords(), words[0], &FaultWord::word);
       if (found == FaultWords().end()) {
@@ -163,6 +184,7 @@ std::vector<std::string> FaultHelp() {
   std::vector<std::string> lines;
   for (const FaultWord& fault_word : FaultWords()) lines.emplace_back(fault_word.help);
   lines.emplace_back(kStrayHelp);
+  lines.emplace_back(kStrayAfterHelp);
   return lines;
 }
 

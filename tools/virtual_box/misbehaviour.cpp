@@ -14,7 +14,10 @@ std::string Misbehaviour::Text() const {
   const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
   if (silent) add("not answered");
   if (answer_on > 1) add("answered on send " + std::to_string(answer_on));
-  if (!stray.empty()) add("stray bytes ahead");
+  if (!stray.empty()) {
+    add(stray_after == 0 ? "stray bytes ahead"
+                         : "stray bytes after byte " + std::to_string(stray_after));
+  }
   if (late > Time::zero()) add(MillisecondCount(late) + " ms late");
   if (garbage) add("garbage");
   if (wrong_sum) add("wrong sum");
@@ -22,6 +25,7 @@ std::string Misbehaviour::Text() const {
   if (split_pause > Time::zero()) {
     add(MillisecondCount(split_pause) + " ms pause after byte " + std::to_string(split_after));
   }
+  if (dribble > Time::zero()) add(MillisecondCount(dribble) + " ms between bytes");
   if (unplug_after) add("unplugged after " + std::to_string(*unplug_after) + " bytes");
   return text;
 }

@@ -18,10 +18,12 @@ struct Misbehaviour {
   std::optional<std::size_t> truncate_to;   ///< this many bytes of the reply, then nothing
   bool wrong_sum = false;                   ///< the last byte is not the sum of the others
   std::optional<std::size_t> garbage;       ///< this many bytes of nonsense instead of the reply
-  Bytes stray;                              ///< bytes ahead of the reply
+  Bytes stray;                              ///< bytes that are not the reply's
+  std::size_t stray_after = 0;              ///< they come behind this byte of the reply
   Time late{0};                             ///< pause before the reply
   std::size_t split_after = 0;              ///< where `split_pause` stands in the reply
   Time split_pause{0};                      ///< pause inside the reply
+  Time dribble{0};                          ///< pause between any two bytes of the reply
   std::optional<std::size_t> unplug_after;  ///< this many bytes of the reply, then unplugged
 
   /// What is wrong, in words, for the log; empty when nothing is.

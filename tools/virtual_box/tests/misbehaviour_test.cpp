@@ -100,6 +100,30 @@ TEST_F(BoxFault, StrayBytesComeAheadOfTheReply) {
   EXPECT_TRUE(EndsInItsSum(Bytes(reply.begin() + 2, reply.end())));
 }
 
+TEST_F(BoxFault, StrayBytesComeWithinTheReply) {
+  const Bytes whole = wire.Exchange({0x80});
+  Order("stray-after 3 AA BB");
+  Bytes reply = wire.Exchange({0x80});
+  ASSERT_EQ(reply.size(), 9U);
+  EXPECT_EQ(Bytes(reply.begin() + 3, reply.begin() + 5), (Bytes{0xAA, 0xBB}));
+  reply.erase(reply.begin() + 3, reply.begin() + 5);
+  EXPECT_EQ(reply, whole);
+}
+
+TEST_F(BoxFault, StrayBytesBeyondTheReplyComeBehindIt) {
+  Bytes expected = wire.Exchange({0x80});
+  expected.insert(expected.end(), {0xAA, 0xBB});
+  Order("stray-after 1000 AA BB");
+  EXPECT_EQ(wire.Exchange({0x80}), expected);
+}
+
+TEST_F(BoxFault, DribblePausesBetweenAnyTwoBytes) {
+  Order("dribble 40");
+  wire.Exchange({0x80});
+  EXPECT_EQ(wire.arrivals.front(), 2 * kByteTime);
+  EXPECT_EQ(wire.arrivals.back(), 6 * milliseconds(40) + 8 * kByteTime);
+}
+
 TEST_F(BoxFault, LateDelaysTheWholeReply) {
   Order("late 300");
   wire.Exchange({0x80});
@@ -163,9 +187,10 @@ TEST_F(BoxFault, ASubDeviceReplyHasNoSumToSpoil) {
 }
 
 TEST(FaultCommandText, IsRefusedWithAReason) {
-  for (const char* text : {"", "silence 0", "silence x", "silence 1 2", "truncate 1", "late",
-                           "late -1", "late 600001", "stray", "stray A", "stray XY", "nonsense",
-                           "silence +", "answer-on 0", "late 5 2 + wrong-sum 3"}) {
+  for (const char* text :
+       {"", "silence 0", "silence x", "silence 1 2", "truncate 1", "late", "late -1", "late 600001",
+        "stray", "stray A", "stray XY", "nonsense", "stray-after", "stray-after 3",
+        "stray-after AA BB", "dribble", "silence +", "answer-on 0", "late 5 2 + wrong-sum 3"}) {
     std::string error;
     EXPECT_FALSE(ParseFault(text, error)) << text;
     EXPECT_FALSE(error.empty()) << text;
