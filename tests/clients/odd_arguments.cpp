@@ -1,5 +1,6 @@
 #include "tests/clients/odd_arguments.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -148,6 +149,7 @@ OddArguments::~OddArguments() {
 }
 
 LONG OddArguments::Number() {
+  if (prefers_messages_ && !random_.OneIn(4)) return static_cast<LONG>(random_.Below(6));
   return random_.OneIn(8) ? static_cast<LONG>(random_.Next()) : random_.Of(kNumbers);
 }
 
@@ -202,6 +204,7 @@ SAFEARRAY* OddArguments::Filled(SAFEARRAY* array, VARTYPE type) {
 }
 
 SAFEARRAY* OddArguments::Array() {
+  if (prefers_messages_ && !random_.OneIn(4)) return LongArray();
   if (random_.OneIn(12)) return nullptr;
   if (random_.OneIn(20)) {  // a description without elements
     SAFEARRAY* array = nullptr;
@@ -226,11 +229,16 @@ SAFEARRAY* OddArguments::LongArray() {
   const auto count = static_cast<ULONG>(random_.Below(34));
   const bool plain = random_.OneIn(2);
   const auto type = static_cast<VARTYPE>(plain ? VT_I4 : VT_VARIANT);
-  SAFEARRAY* const array = SafeArrayCreateVector(type, 0, count);
+  // Entries that lie before the first one that a command knows of.
+  const bool begins_early = prefers_messages_ && random_.OneIn(4);
+  const LONG first = begins_early ? -static_cast<LONG>(random_.Below(3)) : 0;
+  SAFEARRAY* const array = SafeArrayCreateVector(type, first, count);
   arrays_.push_back(array);
   for (ULONG i = 0; i < count; ++i) {
     // Messages and tests that the catalog has.
-    const auto number = static_cast<LONG>(random_.Below(20));
+    auto number = static_cast<LONG>(random_.Below(20));
+    if (prefers_messages_)
+      number = static_cast<LONG>(random_.OneIn(12) ? random_.Next() : random_.Below(11) + 8);
     if (plain) {
       static_cast<LONG*>(array->pvData)[i] = number;
     } else {
@@ -382,9 +390,9 @@ IDispatch** OddArguments::Variable(IDispatch* object) {
   return &V_DISPATCH(&variable);
 }
 
-std::vector<std::string> OddArguments::Record() const {
-  std::vector<std::string> record{Bytes(list.data(), list.size() * sizeof(VARIANTARG)),
-                                  std::to_string(objects_.References()) + " references"};
+std::vector<std::string> OddArguments::Record(const SAFEARRAY* stored, std::size_t elements) const {
+  std::vector<std::string> record{Bytes(list.data(), list.size() * sizeof(VARIANTARG))};
+  if (stored == nullptr) record.push_back(std::to_string(objects_.References()) + " references");
   for (const VARIANT& value : variants_) record.push_back(Bytes(&value, sizeof value));
   for (const Place& place : places_) record.push_back(Bytes(&place, sizeof place));
   for (BSTR text : texts_) record.push_back(Bytes(text, SysStringByteLen(text) + sizeof *text));
@@ -393,7 +401,9 @@ std::vector<std::string> OddArguments::Record() const {
     record.push_back(Bytes(array, offsetof(SAFEARRAY, rgsabound) + bounds));
     std::size_t count = array->pvData == nullptr ? 0 : 1;
     for (USHORT i = 0; i < array->cDims; ++i) count *= array->rgsabound[i].cElements;
-    record.push_back(Bytes(array->pvData, count * array->cbElements));
+    const std::size_t left_out = array == stored ? std::min(elements, count) : 0;
+    record.push_back(Bytes(static_cast<const char*>(array->pvData) + left_out * array->cbElements,
+                           (count - left_out) * array->cbElements));
   }
   return record;
 }

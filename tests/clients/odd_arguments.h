@@ -59,6 +59,9 @@ class OddArguments {
  public:
   OddArguments(Random& random, OddObjects& objects) : random_(random), objects_(objects) {}
   ~OddArguments();
+  /// From now on what is drawn is, more often than not, what a command of messages takes.
+  void PreferMessages() { prefers_messages_ = true; }
+  bool PrefersMessages() const { return prefers_messages_; }
   OddArguments(const OddArguments&) = delete;
   OddArguments& operator=(const OddArguments&) = delete;
 
@@ -76,8 +79,10 @@ class OddArguments {
   /// As IDispatch::Invoke takes them.
   std::vector<VARIANTARG> list;
 
-  /// All that the arguments are, byte by byte: what a call must leave as it is.
-  std::vector<std::string> Record() const;
+  /// All that the arguments are, byte by byte: what a call must leave as it is. Without the first
+  /// elements of one array, and what they may refer to, if a call may store there.
+  std::vector<std::string> Record(const SAFEARRAY* stored = nullptr,
+                                  std::size_t elements = 0) const;
 
  private:
   using Place = std::array<std::uint64_t, 2>;  // room for any value
@@ -89,6 +94,7 @@ class OddArguments {
 
   Random& random_;
   OddObjects& objects_;
+  bool prefers_messages_ = false;
   std::deque<VARIANT> variants_;
   std::deque<Place> places_;
   std::vector<BSTR> texts_;
