@@ -209,7 +209,10 @@ HRESULT InvokeMember(ZentrelObject& object, DISPID id, REFIID riid, LCID lcid, W
         return S_OK;
       },
       Caller(member->name));
-  return FAILED(raised) ? Failed(raised, failure) : called;
+  if (SUCCEEDED(raised)) return called;
+  // That of a command whose reply an array would not take.
+  if (result != nullptr) VariantClear(result);
+  return Failed(raised, failure);
 }
 
 }  // namespace qmzentrel::com

@@ -412,6 +412,7 @@ TEST_F(FilledArrays, WhatAnObjectRefusesToStoreIsAnErrorOfTheCallInItsOwnWords) 
   EXPECT_EQ(outcome.result, DISP_E_EXCEPTION);
   EXPECT_EQ(outcome.scode, static_cast<HRESULT>(0x800A01A5));
   EXPECT_EQ(outcome.description, L"It is fixed");
+  EXPECT_EQ(outcome.value.Type(), VT_EMPTY) << "a failure has no result";
   EXPECT_EQ(StatusOf(Run(L"TELIC2Write", eight_nine, Value::Object(&fixed))), S_OKAY);
 }
 
