@@ -443,6 +443,7 @@ void InstallFaultHandling(FaultRaiser raiser) {
   std::set_terminate(OnTerminate);
   const LPTOP_LEVEL_EXCEPTION_FILTER before = SetUnhandledExceptionFilter(HandOn);
   if (before != HandOn) g_filter_before = before;
+  WatchForSharedUnwinder();
   FindSharedUnwinder();
 }
 

@@ -32,6 +32,11 @@ namespace {
 
 using Raise = _Unwind_Reason_Code(_Unwind_Exception*);
 std::atomic<Raise*> g_raise = nullptr;
+// How often something has been loaded, as far as the system tells, and up to when the shared
+// unwinder has been looked for.
+std::atomic<bool> g_is_told = false;
+std::atomic<unsigned> g_loads = 1;
+std::atomic<unsigned> g_loads_seen = 0;
 // Not the ProcessLock, under which fault handling is installed.
 SRWLOCK g_finding = SRWLOCK_INIT;
 
@@ -114,11 +119,32 @@ void Meet(HMODULE shared) {
   }
 }
 
+// Under the lock of the loader.
+void CALLBACK NoteLoading(ULONG reason, const void* /*library*/, void* /*context*/) {
+  constexpr ULONG kLoaded = 1;
+  if (reason == kLoaded) ++g_loads;
+}
+
 }  // namespace
+
+// There is no header for it.
+void WatchForSharedUnwinder() {
+  using Register = LONG NTAPI(ULONG flags, decltype(&NoteLoading), void* context, void** cookie);
+  if (g_is_told) return;
+  auto* const watch = Find<Register>(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification");
+  void* cookie = nullptr;
+  g_is_told = watch != nullptr && watch(0, NoteLoading, nullptr, &cookie) >= 0;
+}
 
 void FindSharedUnwinder() {
   constexpr const wchar_t* kName = L"libgcc_s_dw2-1.dll";
-  if (g_raise != nullptr || GetModuleHandleW(kName) == nullptr) return;
+  const unsigned loads = g_loads;
+  if (g_raise != nullptr || g_loads_seen == loads) return;
+  // For a library that is not there Wine searches the disk.
+  if (GetModuleHandleW(kName) == nullptr) {
+    if (g_is_told) g_loads_seen = loads;
+    return;
+  }
   const ExclusiveLock lock(g_finding);
   HMODULE shared = nullptr;
   // Takes a reference: from now on it must stay.

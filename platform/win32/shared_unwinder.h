@@ -11,6 +11,10 @@ namespace qmzentrel::platform {
 /// exceptions of the operating system. Only once the library stays in the process.
 void FindSharedUnwinder();
 
+/// From now on it is looked for only after something has been loaded, where the system tells. Only
+/// once the library stays in the process, and by one thread.
+void WatchForSharedUnwinder();
+
 /// Runs `run`. An exception of the client's that leaves it is given back as it is, neither handled
 /// nor counted by our run-time; null when none has.
 void* RunUntilForeignException(ErasedCall run, void* call);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/win32/simulator_dialog_controls.h"
+#include "tests/automation/replaced_import.h"
 #include "tests/automation/scripted_object.h"
 #include "tests/clients/client_filter.h"
 #include "tests/clients/error_reports.h"
@@ -290,6 +291,31 @@ TEST_F(ExceptionsAtTheDialog, TakeItAwayAndFreeIt) {
   EXPECT_EQ(zentrel->ReadXpdr(&status), S_OK);
   EXPECT_EQ(status, S_TIMEOUT);
   user.Join();
+}
+
+int g_questions = 0;
+
+HMODULE WINAPI CountQuestion(LPCWSTR name) {
+  ++g_questions;
+  return GetModuleHandleW(name);
+}
+
+TEST_F(ClientExceptions, TheirUnwinderIsLookedForOnlyWhenALibraryHasBeenLoaded) {
+  const auto ask_status = [this] {
+    EXPECT_EQ(Call(zentrel.Get(), L"Status", {Value::Short(1)}).value.AsText(), L"Timeout");
+  };
+  ask_status();
+  const automation::ReplacedImport<decltype(&GetModuleHandleW)> asked(
+      LoadedLibrary().module, L"kernel32.dll", "GetModuleHandleW", &CountQuestion);
+  g_questions = 0;
+  for (int i = 0; i < kRounds; ++i) ask_status();
+  EXPECT_EQ(g_questions, 0);
+  const bool is_there = GetModuleHandleW(L"libgcc_s_dw2-1.dll") != nullptr;
+  const HMODULE other = LoadLibraryW(L"avifil32.dll");
+  ASSERT_NE(other, nullptr);
+  ask_status();
+  EXPECT_EQ(g_questions, is_there ? 0 : 1);
+  FreeLibrary(other);
 }
 
 }  // namespace
