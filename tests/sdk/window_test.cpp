@@ -42,7 +42,7 @@ class WindowExample : public testing::Test {
     start.cb = sizeof start;
     ASSERT_TRUE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr,
                                nullptr, &start, &process_));
-    ASSERT_TRUE(Becomes([this] { return Text() == L"Ready"; })) << "no window, or no class";
+    ASSERT_TRUE(Becomes([] { return Text() == L"Ready"; })) << "no window, or no class";
   }
   void TearDown() override {
     if (Window() != nullptr) PostMessageW(Window(), WM_CLOSE, 0, 0);
