@@ -28,7 +28,7 @@ constexpr int kSettled = 5;
 // Less than one byte for each call of the whole run.
 constexpr long kAllowedHeap = 16 * 1024;
 // Heaps grow by pieces, and Wine keeps the stacks of some threads that have ended.
-constexpr long kAllowedCommitted = 8 * 1024 * 1024;
+constexpr long kAllowedCommitted = 16 * 1024 * 1024;
 // The tests' error handler keeps the last hundred reports.
 constexpr int kReportsKept = 100;
 // Each label of a dialog leaves 12 bytes with Wine's common controls, and the dialog has 14.
