@@ -37,7 +37,8 @@ constexpr long kLeftByWineEachDialog = 14 * 12;
 // the next hundred.
 constexpr int kFirstDialogs = 60;
 constexpr long kAllowedObjects = 90;
-// As many as show a piece that each leaves behind, whatever the share.
+// However small the share: three quarters of them leave more than kAllowedObjects behind, if each
+// leaves one.
 constexpr int kLeastTimes = 160;
 constexpr short kNoSuchSignature = 5;
 

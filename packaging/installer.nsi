@@ -29,6 +29,10 @@ ManifestDPIAware true
 !define CATALOG "SOFTWARE\QuenmoorComms"
 ; Its unnamed value is the simulator's switch.
 !define SIMULATOR "${CATALOG}\QMC Software Library\Zentrel\Simulator"
+; Before, "DeleteRegKey /ifempty" took keys that have values.
+!if ${NSIS_PACKEDVERSION} < 0x03008000
+  !error "NSIS 3.08 or later is needed."
+!endif
 !define CLASSES "SOFTWARE\Classes"
 !define HANDLER "QuenmoorCommunications.Error"
 ; The longest name of a file, with the zero behind it, that Windows 7 takes.
@@ -364,7 +368,7 @@ Section /o "64-bit programs" SecSurrogate
   ${EndIf}
 SectionEnd
 
-; Without a name it is not shown.
+; The sign before its name keeps it out of sight.
 Section "-Last"
   Call WarnOfSimulator
 SectionEnd

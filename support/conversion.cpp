@@ -30,7 +30,8 @@ std::optional<double> PrefixedNumber(std::string_view digits, int base) {
 }
 
 // Clients that share the C library may set its locale at any time, also from another thread: the
-// point is what stands in a number's text and belongs to nothing else.
+// point is what stands in a number's text and belongs to nothing else. At worst the text then has
+// more digits than it takes.
 std::string WithDot(std::string digits) {
   constexpr std::string_view kOthers = "0123456789+-e";
   if (const std::size_t place = digits.find_first_not_of(kOthers); place != std::string::npos) {

@@ -36,7 +36,7 @@ struct ModuleFields {
 };
 
 /// Of a module that has no fields.
-constexpr ModuleFields NoFields(const char* module) {
+consteval ModuleFields NoFields(const char* module) {
   return {module, nullptr, [](const void*) { return std::string(); }};
 }
 

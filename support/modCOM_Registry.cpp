@@ -95,7 +95,7 @@ std::string Join(const std::vector<std::string>& texts) {
   return joined;
 }
 
-// A key that is made where it is missing, and tells whether it was closed.
+// A key that is made where it is missing. Its Close says whether that has succeeded.
 class KeyToWrite {
  public:
   KeyToWrite(RegistryKey root, const std::string& path)

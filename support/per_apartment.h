@@ -30,7 +30,7 @@ class PerApartment {
   }
 
  private:
-  // Made with the first use: objects of other files may need it before this one's are made.
+  // Made with the first use, since static objects of other files may come before those of this one.
   static platform::ApartmentSlot& Slot() {
     static platform::ApartmentSlot slot;
     return slot;

@@ -110,16 +110,19 @@ void CheckErrorHandler(Diagnoses& diagnoses) {
 
 // Where Windows leads the writes of a program that may not write for the machine and whose manifest
 // states no rights. Such programs of this user see what lies there in place of the machine's.
+// The vendor's other keys belong to other programs, too.
 void CheckUserCopies(const Machine& machine, Diagnoses& diagnoses) {
   const RegistryPlace store = machine.user_classes.Below(L"VirtualStore\\MACHINE\\SOFTWARE");
   for (const RegistryPlace& software : {store, store.Below(L"WOW6432Node")}) {
-    const RegistryPlace copy = software.Below(kVendorName);
-    if (!IsThere(copy)) continue;
-    diagnoses.push_back(
-        {"user's copy", Grade::kWarning,
-         "a program whose manifest states no rights has stored settings of the component for "
-         "this user alone, which hide the machine's from all such programs of his",
-         "delete the key HKEY_CURRENT_USER\\" + platform::WideToUtf8(copy.path)});
+    for (const wchar_t* const own : {L"Zentrel", L"QMC Software Library\\Zentrel"}) {
+      const RegistryPlace copy = software.Below(kVendorName).Below(own);
+      if (!IsThere(copy)) continue;
+      diagnoses.push_back(
+          {"user's copy", Grade::kWarning,
+           "a program whose manifest states no rights has stored settings of the component for "
+           "this user alone, which hide the machine's from all such programs of his",
+           "delete the key HKEY_CURRENT_USER\\" + platform::WideToUtf8(copy.path)});
+    }
   }
 }
 

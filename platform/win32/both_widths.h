@@ -7,8 +7,8 @@ namespace qmzentrel::platform {
 
 /// Whether 64-bit programs run here, too, and so have a view of the registry of their own.
 inline bool HasBothWidths() {
-  // Windows on ARM lets the older question seem to be asked on a 32-bit one. The newer is not there
-  // before Windows 10.
+  // On Windows for ARM the older question may be answered no. The newer is not there before
+  // Windows 10.
   using NewerQuestion = BOOL WINAPI(HANDLE, USHORT*, USHORT*);
   const auto ask = reinterpret_cast<NewerQuestion*>(reinterpret_cast<void*>(
       GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process2")));

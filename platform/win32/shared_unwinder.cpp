@@ -32,10 +32,11 @@ namespace {
 
 using Raise = _Unwind_Reason_Code(_Unwind_Exception*);
 std::atomic<Raise*> g_raise = nullptr;
-// How often something has been loaded, as far as the system tells, and up to when the shared
-// unwinder has been looked for.
+// Whether the system tells when something is loaded.
 std::atomic<bool> g_is_told = false;
+// How often it has told so. The first look is due without it.
 std::atomic<unsigned> g_loads = 1;
+// What that number was at the last look for the shared unwinder.
 std::atomic<unsigned> g_loads_seen = 0;
 // Not the ProcessLock, under which fault handling is installed.
 SRWLOCK g_finding = SRWLOCK_INIT;
@@ -127,8 +128,8 @@ void CALLBACK NoteLoading(ULONG reason, const void* /*library*/, void* /*context
 
 }  // namespace
 
-// There is no header for it.
 void WatchForSharedUnwinder() {
+  // No header has it.
   using Register = LONG NTAPI(ULONG flags, decltype(&NoteLoading), void* context, void** cookie);
   if (g_is_told) return;
   auto* const watch = Find<Register>(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification");

@@ -283,9 +283,14 @@ TEST_F(DoctorOn64BitWindows, ACopyOfTheSettingsThatHidesTheMachines) {
   EXPECT_EQ(found(), "");
   const std::wstring store = machine_.user_classes.path + L"\\VirtualStore\\MACHINE\\SOFTWARE";
   for (const wchar_t* const node : {L"", L"\\WOW6432Node"}) {
-    const TemporaryKey copy(HKEY_CURRENT_USER, store + node + L"\\QuenmoorComms");
-    EXPECT_TRUE(Says(found(), "delete the key HKEY_CURRENT_USER\\Software\\QmzDoctorTest"));
-    EXPECT_TRUE(Says(found(), platform::WideToUtf8(node) + "\\QuenmoorComms"));
+    const std::wstring vendor = store + node + L"\\QuenmoorComms";
+    const TemporaryKey of_others(HKEY_CURRENT_USER, vendor + L"\\Kernel");
+    EXPECT_EQ(found(), "");
+    for (const wchar_t* const own : {L"\\Zentrel", L"\\QMC Software Library\\Zentrel"}) {
+      const TemporaryKey copy(HKEY_CURRENT_USER, vendor + own);
+      EXPECT_TRUE(Says(found(), "delete the key HKEY_CURRENT_USER\\" +
+                                    platform::WideToUtf8(vendor) + platform::WideToUtf8(own)));
+    }
   }
 }
 

@@ -12,6 +12,9 @@ output=$(realpath -m "${1:-build/release}")
 # build_for_packing TARGET...: nothing with --built, which takes what is there.
 build_for_packing() { [ -n "$built" ] || build win32 "$@"; }
 
+# give_windows_line_ends FILE...: also where git has put others, and at the end of each.
+give_windows_line_ends() { sed -i -e 's/\r*$/\r/' -e '$a\' "$@"; }
+
 # copy_contents LIST FOLDER: what a list such as packaging/contents names, to its places in FOLDER.
 copy_contents() {
   local source place
