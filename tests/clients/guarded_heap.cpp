@@ -136,8 +136,8 @@ LONG CALLBACK EndAtForbiddenAccess(EXCEPTION_POINTERS* fault) {
 
 using Free = void(CDECL*)(void*);
 using Reallocate = void*(CDECL*)(void*, std::size_t);
-Free system_free;
-Reallocate system_realloc;
+Free g_system_free;
+Reallocate g_system_realloc;
 
 void* CDECL Allocate(std::size_t bytes) {
   return TheHeap().Take(bytes);
@@ -151,11 +151,11 @@ void CDECL Release(void* block) {
   if (TheHeap().Holds(block)) {
     TheHeap().GiveBack(block);
   } else {
-    system_free(block);
+    g_system_free(block);
   }
 }
 void* CDECL Resize(void* block, std::size_t bytes) {
-  if (block != nullptr && !TheHeap().Holds(block)) return system_realloc(block, bytes);
+  if (block != nullptr && !TheHeap().Holds(block)) return g_system_realloc(block, bytes);
   void* const other = TheHeap().Take(bytes);
   if (block == nullptr || other == nullptr) return other;
   std::memcpy(other, block, std::min(bytes, TheHeap().SizeOf(block)));
@@ -166,15 +166,17 @@ void* CDECL Resize(void* block, std::size_t bytes) {
 // For ever: what is given back after the last test has to come back here.
 template <class Function>
 Function Replace(HMODULE library, const char* name, Function function) {
-  return (new ReplacedImport<Function>(library, L"msvcrt.dll", name, function))->System();
+  const auto* const replaced = new ReplacedImport<Function>(library, L"msvcrt.dll", name, function);
+  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks) for ever, as said
+  return replaced->System();
 }
 
 }  // namespace
 
 void GuardHeapOf(HMODULE library) {
   AddVectoredExceptionHandler(1, EndAtForbiddenAccess);
-  system_free = Replace<Free>(library, "free", Release);
-  system_realloc = Replace<Reallocate>(library, "realloc", Resize);
+  g_system_free = Replace<Free>(library, "free", Release);
+  g_system_realloc = Replace<Reallocate>(library, "realloc", Resize);
   Replace(library, "calloc", AllocateZeroed);
   Replace(library, "malloc", Allocate);
   std::atexit([] {
