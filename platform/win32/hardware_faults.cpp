@@ -12,61 +12,17 @@
 
 #include <cxxabi.h>
 
-#include "platform/win32/fault_layout.h"
+#include "platform/win32/client_unwinding.h"
+#include "platform/win32/fault_registration.h"
 #include "platform/win32/shared_unwinder.h"
 #include "platform/win32/stack_room.h"
 #include "platform/win32/this_module.h"
 
 namespace qmzentrel::platform {
 
-// One place in the chain that the operating system asks about an exception of this thread. It knows
-// the first two members, of everybody's registrations; the rest is ours.
-struct Registration {
-  Registration* previous;
-  void* handler;
-  void* place[5];            // to come back to; the compiler writes it
-  DWORD code;                // of the last fault, 0: none yet
-  DWORD cut_back_to;         // not 0 while a fault of ours is leading back here
-  KeptUnwinding* unwinding;  // the client's, that has led back here; null: none
-};
-static_assert(offsetof(Registration, place) == REGISTRATION_PLACE);
-
-// An unwinding of the client's that has been interrupted: the stack below the registration that was
-// told of it, and how to go back there.
-struct KeptUnwinding {
-  DWORD esp, ebx, esi, edi, ebp;
-  DWORD first_registration;
-  DWORD end;      // of the stack that is kept
-  DWORD size;     // of what is kept
-  void* foreign;  // not null: an exception of the client's run-time, and nothing is kept
-  // The kept bytes follow.
-
-  char* Bytes() { return reinterpret_cast<char*>(this + 1); }
-  // The copy of what lay at `address`.
-  template <class T>
-  T* CopyOf(const T* address) {
-    return reinterpret_cast<T*>(Bytes() + (reinterpret_cast<DWORD>(address) - esp));
-  }
-};
-static_assert(offsetof(KeptUnwinding, esp) == KEPT_ESP);
-static_assert(offsetof(KeptUnwinding, ebx) == KEPT_EBX);
-static_assert(offsetof(KeptUnwinding, esi) == KEPT_ESI);
-static_assert(offsetof(KeptUnwinding, edi) == KEPT_EDI);
-static_assert(offsetof(KeptUnwinding, ebp) == KEPT_EBP);
-static_assert(offsetof(KeptUnwinding, first_registration) == KEPT_FIRST_REGISTRATION);
-static_assert(offsetof(KeptUnwinding, end) == KEPT_END);
-static_assert(offsetof(KeptUnwinding, size) == KEPT_SIZE);
-static_assert(sizeof(KeptUnwinding) == KEPT_BYTES);
-
 extern "C" {
-int __cdecl QmzFaultHandler(EXCEPTION_RECORD* record, Registration* registration, CONTEXT* context,
-                            void* dispatcher);
-int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record, Registration* registration,
-                              CONTEXT* context, void* dispatcher);
 [[noreturn]] void QmzReturnToFaultRegistration(const Registration* registration);
 void QmzUnwindTo(Registration* registration, EXCEPTION_RECORD* record);
-void QmzInterruptUnwinding(KeptUnwinding* kept, Registration* registration);
-[[noreturn]] void QmzGoOnUnwinding(const KeptUnwinding* kept);
 }
 
 namespace {
@@ -76,8 +32,7 @@ constexpr DWORD kWarning = 0x80000000u;
 
 // Of ExceptionFlags; the compiler's headers name only the first of them.
 constexpr DWORD kNonContinuable = EXCEPTION_NONCONTINUABLE;
-constexpr DWORD kUnwinding = 0x2 | 0x4;  // the chain is being left, nobody is asked
-constexpr DWORD kNestedCall = 0x10;      // raised while another was being handled
+constexpr DWORD kNestedCall = 0x10;  // raised while another was being handled
 
 // Of the processor: pending exceptions of either floating-point unit, direction, single step.
 constexpr DWORD kX87Exceptions = 0x80FF;
@@ -104,21 +59,6 @@ CodeRange OwnCode() {
   return {base + headers->OptionalHeader.BaseOfCode, headers->OptionalHeader.SizeOfCode};
 }
 
-Registration* FirstRegistration() {
-  void* first = nullptr;
-  asm("movl %%fs:0, %0" : "=r"(first));
-  return static_cast<Registration*>(first);
-}
-
-void SetFirstRegistration(Registration* registration) {
-  asm volatile("movl %0, %%fs:0" : : "r"(registration) : "memory");
-}
-
-// The operating system's mark for the end of the chain.
-bool IsEnd(const Registration* registration) {
-  return reinterpret_cast<std::uintptr_t>(registration) == UINTPTR_MAX;
-}
-
 // Marks a call into code of the client; takes no exception.
 int __cdecl ClientCodeHandler(EXCEPTION_RECORD* /*record*/, Registration* /*registration*/,
                               CONTEXT* /*context*/, void* /*dispatcher*/) {
@@ -127,14 +67,6 @@ int __cdecl ClientCodeHandler(EXCEPTION_RECORD* /*record*/, Registration* /*regi
 
 bool MarksClientCode(const Registration& registration) {
   return registration.handler == reinterpret_cast<void*>(&ClientCodeHandler);
-}
-
-bool IsProcedure(const Registration& registration) {
-  return registration.handler == reinterpret_cast<void*>(&QmzFaultHandler);
-}
-
-bool IsCallOut(const Registration& registration) {
-  return registration.handler == reinterpret_cast<void*>(&QmzCallOutHandler);
 }
 
 bool LeavesStackForReport(const Registration* registration) {
@@ -269,67 +201,6 @@ Registration* PlaceOfFault() {
   return procedure != nullptr && procedure->code != 0 ? procedure : nullptr;
 }
 
-// --- Exceptions of the client that unwind past us ---
-
-// Whether a fault of ours is leading the thread back past `registration`.
-bool IsCutBack(const Registration* registration) {
-  for (; !IsEnd(registration); registration = registration->previous) {
-    if ((IsProcedure(*registration) || IsCallOut(*registration)) &&
-        registration->cut_back_to != 0) {
-      return true;
-    }
-  }
-  return false;
-}
-
-// The stack that asking for memory needs, with room to spare.
-constexpr std::ptrdiff_t kStackForInterruption = 32 * 1024;
-
-// The stack of the call to LeaveProcedures and of the assembler part.
-constexpr DWORD kStackOfCall = 1024;
-
-// Lets the destructors of our procedures run before the unwinding that has come to `registration`
-// goes on: puts the stack of the unwinding aside, raises an error from where the call out was made,
-// and comes back when that has left the component.
-void LeaveProcedures(Registration* registration) {
-  // The client handles an overflow of the stack. Better to miss our destructors than its handler.
-  if (StackBelow(__builtin_frame_address(0)) < kStackForInterruption) return;
-  const auto end = reinterpret_cast<DWORD>(registration + 1);
-  const DWORD most = end - reinterpret_cast<DWORD>(__builtin_frame_address(0)) + kStackOfCall;
-  auto* const kept =
-      static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding) + most));
-  if (kept == nullptr) return;
-  kept->foreign = nullptr;
-  kept->end = end;
-  registration->unwinding = kept;
-  QmzInterruptUnwinding(kept, registration);
-  HeapFree(GetProcessHeap(), 0, kept);
-}
-
-KeptUnwinding* KeptForeign(void* exception) {
-  auto* const kept =
-      static_cast<KeptUnwinding*>(HeapAlloc(GetProcessHeap(), 0, sizeof(KeptUnwinding)));
-  if (kept == nullptr) {
-    EndForeignException(exception);
-    throw std::bad_alloc();
-  }
-  kept->foreign = exception;
-  return kept;
-}
-
-// The unwinding of the client's that has found no CalledFromOutside on its way; null when something
-// else has ended the search for a handler.
-KeptUnwinding* UnwindingInProgress() {
-  if (std::current_exception() == nullptr) return nullptr;
-  try {
-    throw;
-  } catch (ClientUnwinding& unwinding) {
-    return unwinding.Take();
-  } catch (...) {
-    return nullptr;
-  }
-}
-
 bool IsHandlingFault() {
   if (std::current_exception() == nullptr) return false;
   try {
@@ -359,35 +230,6 @@ void OnTerminate() {
   // Otherwise the fault came to the edge of a function that is declared to raise nothing, past its
   // handlers for other errors.
   CutBackTo(place, place->code, nullptr);
-}
-
-using Handler = int __cdecl(EXCEPTION_RECORD*, Registration*, CONTEXT*, void*);
-
-// Enters a registration, and leaves it on every way out. Every procedure comes this way and pays
-// for what is written.
-void RunWithin(Handler& handler, ErasedCall run, void* call) {
-  // The way back here does not bring the registers of the caller along: this function keeps them.
-  asm volatile("" : : : "ebx", "esi", "edi");
-  struct Entered : Registration {
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
-    explicit Entered(Handler& asked) {
-      previous = FirstRegistration();
-      handler = reinterpret_cast<void*>(&asked);
-      code = 0;
-      cut_back_to = 0;
-      unwinding = nullptr;
-    }
-    ~Entered() { SetFirstRegistration(previous); }
-    Entered(const Entered&) = delete;
-    Entered& operator=(const Entered&) = delete;
-  } entered(handler);
-  // Comes back once more when a fault or an unwinding has led back here.
-  if (__builtin_setjmp(entered.place) != 0) RaiseWhatLedBack(entered);
-  SetFirstRegistration(&entered);
-  // As a function that the compiler knows nothing about. Around copies that it makes itself in one
-  // that it knows it drops destructors; a fault there would leave the registration in the chain.
-  asm("" : "+r"(run));
-  run(call);
 }
 
 }  // namespace
@@ -420,19 +262,33 @@ extern "C" {
   return ExceptionContinueExecution;
 }
 
-// A call out takes no exception. But when somebody outside handles one, functions of ours are left,
-// and nobody else runs their destructors.
-[[gnu::force_align_arg_pointer]] int __cdecl QmzCallOutHandler(EXCEPTION_RECORD* record,
-                                                               Registration* registration,
-                                                               CONTEXT* /*context*/,
-                                                               void* /*dispatcher*/) {
-  if ((record->ExceptionFlags & kUnwinding) != 0 && !IsCutBack(registration)) {
-    LeaveProcedures(registration);
-  }
-  return ExceptionContinueSearch;
-}
-
 }  // extern "C"
+
+// Every procedure comes this way and pays for what is written.
+void RunWithin(FaultHandler& handler, ErasedCall run, void* call) {
+  // The way back here does not bring the registers of the caller along: this function keeps them.
+  asm volatile("" : : : "ebx", "esi", "edi");
+  struct Entered : Registration {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
+    explicit Entered(FaultHandler& asked) {
+      previous = FirstRegistration();
+      handler = reinterpret_cast<void*>(&asked);
+      code = 0;
+      cut_back_to = 0;
+      unwinding = nullptr;
+    }
+    ~Entered() { SetFirstRegistration(previous); }
+    Entered(const Entered&) = delete;
+    Entered& operator=(const Entered&) = delete;
+  } entered(handler);
+  // Comes back once more when a fault or an unwinding has led back here.
+  if (__builtin_setjmp(entered.place) != 0) RaiseWhatLedBack(entered);
+  SetFirstRegistration(&entered);
+  // As a function that the compiler knows nothing about. Around copies that it makes itself in one
+  // that it knows it drops destructors; a fault there would leave the registration in the chain.
+  asm("" : "+r"(run));
+  run(call);
+}
 
 void InstallFaultHandling(FaultRaiser raiser) {
   // The filter and the terminate handler point into this library.
@@ -449,41 +305,6 @@ void InstallFaultHandling(FaultRaiser raiser) {
 
 void RunAsProcedure(ErasedCall run, void* call) {
   RunWithin(QmzFaultHandler, run, call);
-}
-
-void RunAsCallOut(ErasedCall run, void* call) {
-  struct Call {
-    ErasedCall run;
-    void* call;
-  } made{run, call};
-  void* const foreign = RunUntilForeignException(
-      [](void* erased) {
-        const Call& inner = *static_cast<const Call*>(erased);
-        RunWithin(QmzCallOutHandler, inner.run, inner.call);
-      },
-      &made);
-  if (foreign != nullptr) throw ClientUnwinding(KeptForeign(foreign));
-}
-
-ClientUnwinding::~ClientUnwinding() {
-  if (kept_ == nullptr) return;
-  void* const foreign = kept_->foreign;
-  HeapFree(GetProcessHeap(), 0, kept_);
-  if (foreign == nullptr) return;
-  const ClientCode destructor_of_the_exception;
-  EndForeignException(foreign);
-}
-
-void ResumeUnwinding(KeptUnwinding* kept) {
-  if (kept->foreign != nullptr) {
-    void* const foreign = kept->foreign;
-    HeapFree(GetProcessHeap(), 0, kept);
-    RaiseForeignException(foreign);
-  }
-  // The kept stack has the chain lead on to registrations of ours that have gone meanwhile.
-  auto* const told = reinterpret_cast<Registration*>(kept->end) - 1;
-  if (FirstRegistration() != told) kept->CopyOf(told)->previous = FirstRegistration();
-  QmzGoOnUnwinding(kept);
 }
 
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): made in place.
