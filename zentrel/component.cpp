@@ -1,12 +1,17 @@
 #include "zentrel/component.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <optional>
 #include <utility>
 
 #include "platform/win32/bstr.h"
 #include "platform/win32/wide.h"
+#include "zentrel/component_library.h"
 #include "zentrel/console.h"
 #include "zentrel/failure.h"
+#include "zentrel/report.h"
 #include "zentrel/system_program.h"
 
 namespace qmzentrel::program {
@@ -42,11 +47,8 @@ void Require(HRESULT result, const char* what) {
                 "run zentrel doctor");
 }
 
-platform::ComPointer<_Zentrel> NewObject() {
-  platform::ComPointer<_Zentrel> object;
-  const HRESULT result = CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER,
-                                          IID__Zentrel, object.ReceiveVoid());
-  if (result == S_OK) return object;
+void RequireObject(HRESULT result) {
+  if (result == S_OK) return;
   if (result == kComponentFault) Require(result, "making an object");
   if (result == REGDB_E_CLASSNOTREG) {
     throw Failure(ExitCode::kNoComponent, "the component QmZentrel is not registered",
@@ -57,6 +59,31 @@ platform::ComPointer<_Zentrel> NewObject() {
   throw Failure(ExitCode::kNoComponent,
                 "the component QmZentrel cannot be made: " + Hexadecimal(result),
                 "run zentrel doctor, which says why");
+}
+
+HRESULT MakeOfRegisteredClass(platform::ComPointer<_Zentrel>& object) {
+  return CoCreateInstance(CLSID_Zentrel, nullptr, CLSCTX_INPROC_SERVER, IID__Zentrel,
+                          object.ReceiveVoid());
+}
+
+// Once, however many objects a command makes.
+void SayThatItIsNotRegistered() {
+  static bool said = false;
+  if (std::exchange(said, true)) return;
+  Complain(
+      "The component is not registered: zentrel uses the QmZentrel.dll beside it, which other "
+      "programs do not find until it is registered.");
+}
+
+platform::ComPointer<_Zentrel> NewObject() {
+  platform::ComPointer<_Zentrel> object;
+  HRESULT result = MakeOfRegisteredClass(object);
+  if (result == REGDB_E_CLASSNOTREG) {
+    result = MakeByLibraryBeside(object);
+    if (result == S_OK) SayThatItIsNotRegistered();
+  }
+  RequireObject(result);
+  return object;
 }
 
 // One-dimensional, of 32-bit numbers, from index 0 on.
@@ -79,6 +106,56 @@ class LongArray {
 
   SAFEARRAY* array_;
 };
+
+// What a status other than S_OKAY is to the person at the bench. The port's number stands where
+// there is a '#'.
+struct StatusMeaning {
+  ::ZentrelStatus status = S_OKAY;
+  std::optional<Answerer> answerer;  ///< none: whoever has to answer
+  ExitCode code = ExitCode::kUnexpected;
+  const char* problem = "";
+  const char* next = "";
+};
+
+constexpr const char* kTryAgainNearer =
+    "hold the box nearer to the meter, away from sources of noise, and try again";
+
+constexpr std::array kStatusMeanings{
+    StatusMeaning{S_TIMEOUT, Answerer::kBox, ExitCode::kNoAnswer, "no box answers on COM#",
+                  "look at cable and battery, then run zentrel doctor --port #"},
+    StatusMeaning{S_TIMEOUT, Answerer::kTransponder, ExitCode::kNoAnswer,
+                  "no transponder answers the box on COM#",
+                  "hold the box nearer to the meter and try again"},
+    StatusMeaning{
+        S_BAD_RESPONSE, {}, ExitCode::kDisturbed, "the answer on COM# breaks off", kTryAgainNearer},
+    StatusMeaning{
+        S_BAD_SUM, {}, ExitCode::kDisturbed, "the answer on COM# is disturbed", kTryAgainNearer},
+    StatusMeaning{S_BAD_PORT,
+                  {},
+                  ExitCode::kPort,
+                  "COM# cannot be opened",
+                  "run zentrel doctor --port #, which says whether it is missing or busy"},
+    StatusMeaning{S_BAD_DATA,
+                  {},
+                  ExitCode::kRefused,
+                  "the component refuses the record as out of range",
+                  "read the transponder and mend what is out of range"},
+    StatusMeaning{S_MSG_TOO_LONG,
+                  {},
+                  ExitCode::kRefused,
+                  "more sub-device messages than one frame carries",
+                  "ask for fewer at a time"},
+    StatusMeaning{S_BAD_PARAMETER,
+                  {},
+                  ExitCode::kRefused,
+                  "the catalog does not know a sub-device message",
+                  "see zentrel messages --list"},
+};
+
+std::string WithNumber(std::string text, std::int32_t number) {
+  const std::size_t place = text.find('#');
+  return place == std::string::npos ? text : text.replace(place, 1, std::to_string(number));
+}
 
 }  // namespace
 
@@ -172,41 +249,23 @@ std::vector<LONG> Component::ReadMessages(const std::vector<LONG>& identifiers) 
 }
 
 void Component::Check(::ZentrelStatus status, Answerer answerer) const {
-  const std::string port = PortName(port_);
-  const std::string number = std::to_string(port_);
-  switch (status) {
-    case S_OKAY:
-      return;
-    case S_TIMEOUT:
-      if (answerer == Answerer::kBox) {
-        throw Failure(ExitCode::kNoAnswer, "no box answers on " + port,
-                      "look at cable and battery, then run zentrel doctor --port " + number);
-      }
-      throw Failure(ExitCode::kNoAnswer, "no transponder answers the box on " + port,
-                    "hold the box nearer to the meter and try again");
-    case S_BAD_RESPONSE:
-    case S_BAD_SUM:
-      throw Failure(ExitCode::kDisturbed,
-                    status == S_BAD_SUM ? "the answer on " + port + " is disturbed"
-                                        : "the answer on " + port + " breaks off",
-                    "hold the box nearer to the meter, away from sources of noise, and try again");
-    case S_BAD_PORT:
-      throw Failure(
-          ExitCode::kPort, port + " cannot be opened",
-          "run zentrel doctor --port " + number + ", which says whether it is missing or busy");
-    case S_BAD_DATA:
-      throw Failure(ExitCode::kRefused, "the component refuses the record as out of range",
-                    "read the transponder and mend what is out of range");
-    case S_MSG_TOO_LONG:
-      throw Failure(ExitCode::kRefused, "more sub-device messages than one frame carries",
-                    "ask for fewer at a time");
-    case S_BAD_PARAMETER:
-      throw Failure(ExitCode::kRefused, "the catalog does not know a sub-device message",
-                    "see zentrel messages --list");
+  if (status == S_OKAY) return;
+  const auto* const meaning = std::ranges::find_if(kStatusMeanings, [&](const StatusMeaning& row) {
+    return row.status == status && row.answerer.value_or(answerer) == answerer;
+  });
+  if (meaning == kStatusMeanings.end()) {
+    throw Failure(
+        ExitCode::kUnexpected,
+        "the component answers with the status " + std::to_string(static_cast<int>(status)),
+        "use a program of the component's version");
   }
-  throw Failure(ExitCode::kUnexpected,
-                "the component answers with the status " + std::to_string(static_cast<int>(status)),
-                "use a program of the component's version");
+  throw Failure(meaning->code, WithNumber(meaning->problem, port_),
+                WithNumber(meaning->next, port_));
+}
+
+void RequireRegisteredClass() {
+  platform::ComPointer<_Zentrel> object;
+  RequireObject(MakeOfRegisteredClass(object));
 }
 
 std::string PortName(std::int32_t port) {

@@ -28,8 +28,9 @@ class ComApartment {
 /// Who has to answer a command; the next step depends on it.
 enum class Answerer { kBox, kTransponder };
 
-/// One object of the registered class. Whatever fails is thrown as a Failure: calls that COM or the
-/// component refuses, and statuses other than S_OKAY.
+/// One object of the registered class, or of the library beside this program where none is
+/// registered, which a sentence on the error output says. Whatever fails is thrown as a Failure:
+/// calls that COM or the component refuses, and statuses other than S_OKAY.
 class Component {
  public:
   using LongGetter = HRESULT (STDMETHODCALLTYPE _Zentrel::*)(LONG*);
@@ -73,6 +74,9 @@ class Component {
   std::int32_t port_ = 0;
   bool simulated_ = false;
 };
+
+/// Makes an object as other programs do, of the registered class alone, and lets it go.
+void RequireRegisteredClass();
 
 /// "COM7".
 std::string PortName(std::int32_t port);

@@ -1,22 +1,14 @@
 // doctor: one look at everything that keeps the component from working, with the next step for
 // each.
-#include <array>
 #include <nlohmann/json.hpp>
 
 #include "support/component_version.h"
 #include "zentrel/commands.h"
+#include "zentrel/component_library.h"
 #include "zentrel/doctor_checks.h"
 
 namespace qmzentrel::program {
 namespace {
-
-OwnComponent ComponentBeside() {
-  std::array<wchar_t, 1024> path{};
-  GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  std::wstring folder = path.data();
-  folder.resize(folder.rfind(L'\\') + 1);
-  return {folder + L"QmZentrel.dll", ParseVersion(kComponentVersion)};
-}
 
 void Show(const Diagnosis& diagnosis, Report& report) {
   constexpr std::size_t kGradeWidth = 9;
@@ -32,7 +24,7 @@ void Show(const Diagnosis& diagnosis, Report& report) {
 ExitCode Doctor(const Options& options, Report& report) {
   const Machine machine = ThisMachine();
   Diagnoses diagnoses;
-  CheckRegistration(machine, ComponentBeside(), diagnoses);
+  CheckRegistration(machine, {LibraryBeside(), ParseVersion(kComponentVersion)}, diagnoses);
   CheckCatalogEntries(machine, diagnoses);
   CheckCreation(diagnoses);
   CheckCallers(machine, options.caller, diagnoses);

@@ -31,7 +31,9 @@ inline constexpr std::array kExitCodes{
     ExitCodeMeaning{ExitCode::kDone, "done; with doctor: no fault found"},
     ExitCodeMeaning{ExitCode::kUnexpected, "Windows or the program itself failed"},
     ExitCodeMeaning{ExitCode::kCommandLine, "wrong command line"},
-    ExitCodeMeaning{ExitCode::kNoComponent, "the component is not registered or cannot be made"},
+    ExitCodeMeaning{
+        ExitCode::kNoComponent,
+        "the component is neither registered nor beside the program, or cannot be made"},
     ExitCodeMeaning{ExitCode::kPort, "the port is missing, busy or no port"},
     ExitCodeMeaning{ExitCode::kNoAnswer, "nothing answered"},
     ExitCodeMeaning{ExitCode::kDisturbed, "the answer was disturbed or broke off"},

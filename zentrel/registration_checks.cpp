@@ -53,6 +53,11 @@ std::string HowToRegister(const OwnComponent& own) {
   return "run " + SystemProgram("regsvr32.exe") + " " + file + " from an administrator's prompt";
 }
 
+// A person who has just seen zentrel read a box must not take it for a registration.
+std::string WhatZentrelUses(const OwnComponent& own) {
+  return KindOf(own.path) == FileKind::k32Bit ? "; zentrel itself uses the library beside it" : "";
+}
+
 // Where else the class is, when 32-bit programs do not find it.
 void ExplainMissingClass(const Machine& machine, const OwnComponent& own, Diagnoses& diagnoses) {
   const bool in_other_view = machine.classes64 && !ServerIn(*machine.classes64).empty();
@@ -62,16 +67,18 @@ void ExplainMissingClass(const Machine& machine, const OwnComponent& own, Diagno
   if (in_other_view) {
     diagnoses.push_back({"registry view", Grade::kFault,
                          "the class is registered in the 64-bit view of the registry only, where a "
-                         "32-bit component is never found",
+                         "32-bit component is never found" +
+                             WhatZentrelUses(own),
                          HowToRegister(own)});
   } else if (below_node) {
     diagnoses.push_back({"registry view", Grade::kFault,
                          "the class is registered below Wow6432Node, where 32-bit Windows never "
-                         "looks",
+                         "looks" +
+                             WhatZentrelUses(own),
                          HowToRegister(own)});
   } else {
-    diagnoses.push_back(
-        {kRegistration, Grade::kFault, "the class is not registered", HowToRegister(own)});
+    diagnoses.push_back({kRegistration, Grade::kFault,
+                         "the class is not registered" + WhatZentrelUses(own), HowToRegister(own)});
   }
 }
 

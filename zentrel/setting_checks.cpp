@@ -156,7 +156,7 @@ void CheckCreation(Diagnoses& diagnoses) {
     return;
   }
   try {
-    const Component component;
+    RequireRegisteredClass();
     diagnoses.push_back({kCheck, Grade::kOk, "an object of the class can be made", ""});
   } catch (const ForbiddenByRule& failure) {
     diagnoses.push_back({kCheck, Grade::kFault, failure.what(), failure.next});

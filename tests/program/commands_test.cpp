@@ -195,13 +195,6 @@ TEST_F(ProgramCommands, NoDialogIsPromisedWhereNoneComes) {
   }
 }
 
-TEST_F(ProgramCommands, WithoutARegistrationItSaysHowToRegister) {
-  ASSERT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
-  Json document = DocumentOf("info" + PortOption(), 3);
-  EXPECT_NE(document["error"]["next"].get<std::string>().find("regsvr32.exe"), std::string::npos);
-  ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
-}
-
 TEST_F(ProgramCommands, AWrongCommandLineIsOneSentence) {
   const Outcome outcome = RunZentrel("sing");
   EXPECT_EQ(outcome.exit_code, 2);

@@ -90,12 +90,6 @@ class TemporaryKey {
   std::wstring path_;
 };
 
-std::wstring Library() {
-  std::array<wchar_t, MAX_PATH> path{};
-  GetModuleFileNameW(clients::LoadedLibrary().module, path.data(), MAX_PATH);
-  return path.data();
-}
-
 // A file whose resources say that it is an older version of the DLL.
 std::wstring OldLibrary() {
   std::array<wchar_t, MAX_PATH> path{};
@@ -173,7 +167,7 @@ class DoctorFinds : public clients::BoxTest {
   static std::string FaultOfRegistration(const std::string& name) {
     return FoundBy(
         [](Diagnoses& found) {
-          CheckRegistration(program::ThisMachine(), {Library(), {6, 2, 0}}, found);
+          CheckRegistration(program::ThisMachine(), {LibraryUnderTest(), {6, 2, 0}}, found);
         },
         name, Grade::kFault);
   }
@@ -206,6 +200,8 @@ TEST_F(DoctorFinds, NothingOnASoundMachine) {
 TEST_F(DoctorFinds, AClassThatIsNotRegistered) {
   ASSERT_EQ(clients::LoadedLibrary().UnregisterServer(), S_OK);
   const Json checks = Checks("", 11);
+  EXPECT_TRUE(Says(Found(checks, "registration", "fault"),
+                   "the class is not registered; zentrel itself uses the library beside it => "));
   EXPECT_TRUE(Says(Found(checks, "registration", "fault"), "regsvr32.exe"));
   EXPECT_TRUE(Says(Found(checks, "object", "note"), "faults above"));
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
@@ -216,7 +212,7 @@ TEST_F(DoctorFinds, AClassBelowTheNodeThatA32BitSystemDoesNotKnow) {
   {
     const TemporaryKey node(HKEY_LOCAL_MACHINE, L"Software\\Classes\\Wow6432Node");
     SetText(HKEY_LOCAL_MACHINE, std::wstring(kClasses) + L"Wow6432Node\\" + ServerKey(), L"",
-            Library());
+            LibraryUnderTest());
     EXPECT_TRUE(Says(FaultOfRegistration("registry view"), "Wow6432Node"));
   }
   ASSERT_EQ(clients::LoadedLibrary().RegisterServer(), S_OK);
@@ -244,11 +240,12 @@ class DoctorOn64BitWindows : public DoctorFinds {
     machine.software64 = {HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Software64"};
     return machine;
   }();
-  const program::OwnComponent own_{Library(), {6, 2, 0}};
+  const program::OwnComponent own_{LibraryUnderTest(), {6, 2, 0}};
 };
 
 TEST_F(DoctorOn64BitWindows, AClassInTheOtherViewOnly) {
-  SetText(HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Classes64\\" + ServerKey(), L"", Library());
+  SetText(HKEY_CURRENT_USER, L"Software\\QmzDoctorTest\\Classes64\\" + ServerKey(), L"",
+          LibraryUnderTest());
   machine_.classes.path = L"Software\\QmzNothing";
   Diagnoses found;
   CheckRegistration(machine_, own_, found);
@@ -377,12 +374,26 @@ TEST_F(DoctorFinds, ARuleThatForbidsTheDll) {
   EXPECT_TRUE(Says(found(), "installing it again"));
 }
 
+HMODULE WINAPI FindBeside(LPCWSTR /*file*/, HANDLE /*none*/, DWORD /*flags*/) {
+  return clients::LoadedLibrary().module;
+}
+
+// Whatever zentrel itself could use instead.
+TEST_F(DoctorFinds, AClassThatTheSystemDoesNotFind) {
+  const automation::ReplacedImport<decltype(&CoCreateInstance)> refused(
+      GetModuleHandleW(nullptr), L"ole32", "CoCreateInstance", RefuseToLoad);
+  const automation::ReplacedImport<decltype(&LoadLibraryExW)> beside(
+      GetModuleHandleW(nullptr), L"kernel32", "LoadLibraryExW", FindBeside);
+  g_reason = REGDB_E_CLASSNOTREG;
+  EXPECT_TRUE(Says(FoundBy(program::CheckCreation, "object", Grade::kFault), "not registered"));
+}
+
 TEST_F(DoctorFinds, ADllThatHasBeenMovedAway) {
   const ChangedText moved(HKEY_LOCAL_MACHINE, kClasses + ServerKey(), L"C:\\gone\\QmZentrel.dll");
   const std::string fault = Found(Checks("", 11), "dll", "fault");
   EXPECT_TRUE(Says(fault, "not there any more: C:\\gone\\QmZentrel.dll"));
   // It says where the DLL lies now.
-  EXPECT_TRUE(Says(fault, platform::WideToUtf8(Library())));
+  EXPECT_TRUE(Says(fault, platform::WideToUtf8(LibraryUnderTest())));
 }
 
 TEST_F(DoctorFinds, AFileThatIsNoDllOf32Bits) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 #include "tests/clients/box_test.h"
@@ -11,6 +12,13 @@
 #include "tests/program/run_program.h"
 
 namespace qmzentrel::program_tests {
+
+/// The file of the DLL under test.
+inline std::wstring LibraryUnderTest() {
+  std::array<wchar_t, MAX_PATH> path{};
+  GetModuleFileNameW(clients::LoadedLibrary().module, path.data(), MAX_PATH);
+  return path.data();
+}
 
 class ProgramTest : public clients::BoxTest {
  protected:

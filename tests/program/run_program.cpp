@@ -44,11 +44,15 @@ std::string Contents(const std::wstring& path) {
 
 }  // namespace
 
-RunningProgram::RunningProgram(const std::string& arguments, HANDLE input)
-    : output_(TemporaryFile()), errors_(TemporaryFile()) {
-  std::wstring program = Variable(L"QMZ_PROGRAM");
+std::wstring ProgramUnderTest() {
+  const std::wstring program = Variable(L"QMZ_PROGRAM");
   if (program.empty()) throw std::runtime_error("QMZ_PROGRAM does not name the program");
-  if (program.front() == L'/') program = L"Z:" + program;
+  return program.front() == L'/' ? L"Z:" + program : program;
+}
+
+RunningProgram::RunningProgram(const std::string& arguments, HANDLE input,
+                               const std::wstring& program)
+    : output_(TemporaryFile()), errors_(TemporaryFile()) {
   std::wstring command = L"\"" + program + L"\" " + platform::Utf8ToWide(arguments);
   const platform::OwnedHandle nothing = InheritableFile(L"NUL", GENERIC_READ);
   const platform::OwnedHandle output = InheritableFile(output_, GENERIC_WRITE);

@@ -21,12 +21,17 @@ struct Outcome {
   nlohmann::json Document() const { return nlohmann::json::parse(output); }
 };
 
-/// The program under test, QMZ_PROGRAM in the environment, while it runs. Its output goes to files,
-/// so that it never waits for the test.
+/// The file of the program under test, which QMZ_PROGRAM in the environment names.
+std::wstring ProgramUnderTest();
+
+/// The program under test while it runs. Its output goes to files, so that it never waits for the
+/// test.
 class RunningProgram {
  public:
   /// `arguments` as they would be typed. `input` null: nobody is there who could be asked.
-  explicit RunningProgram(const std::string& arguments, HANDLE input = nullptr);
+  /// `program` may be a copy elsewhere.
+  explicit RunningProgram(const std::string& arguments, HANDLE input = nullptr,
+                          const std::wstring& program = ProgramUnderTest());
 
   DWORD Process() const { return id_; }
   /// What it has printed so far.
