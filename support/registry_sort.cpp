@@ -1,11 +1,12 @@
 // The sorting of modCOM_Registry: names of keys and values, by number or by text.
+#include <cmath>
+#include <optional>
 #include <tuple>
 #include <utility>
 
-#include "platform/text.h"
-#include "support/conversion.h"
 #include "support/error_frame.h"
 #include "support/modCOM_Registry.h"
+#include "support/pass_order.h"
 #include "support/run_time_error.h"
 
 namespace qmzentrel::modCOM_Registry {
@@ -20,20 +21,18 @@ const std::string& NameOf(const Reg_KeyValues& value) {
   return value.name;
 }
 
-// How `name` sorts against the pivot: below 0, 0 or above 0.
-int CompareWithPivot(const std::string& name, const Variant& pivot) {
-  const auto* const number = std::get_if<double>(&pivot);
-  if (number == nullptr) {
-    return platform::CompareTextNoCase(name, std::get<std::string>(pivot));
-  }
-  const auto value = NumericValue(name);
-  if (!value) RaiseError(kErrorTypeMismatch);
-  return *value < *number ? -1 : *value > *number ? 1 : 0;
+template <class Entry>
+std::vector<const std::string*> NamesOf(const std::vector<Entry>& list) {
+  std::vector<const std::string*> names;
+  for (const Entry& entry : list) names.push_back(&NameOf(entry));
+  return names;
 }
 
-// Hoare's quicksort. `procedure` and `parameter_names` are what a report calls the procedure and
-// its parameters. Parts wait for their pass in a list, in the order of a recursion: how many there
-// are is decided by names of others, and for a recursion they could use up the stack.
+// Hoare's quicksort, pass by pass: which equal names change places, and which one a pass of numbers
+// stumbles over, can be seen. But the names are those of others, and can be such that each pass
+// parts off a single one: so a pass finds where it stops without a look at what lies between, and
+// parts wait for theirs in a list, in the order of a recursion that could use up the stack.
+// `procedure` and `parameter_names` are what a report calls the procedure and its parameters.
 template <class Entry>
 void QSort(const char* procedure, const char* parameter_names, std::vector<Entry>& list,
            std::int32_t lngFirst, std::int32_t lngLast) {
@@ -43,14 +42,16 @@ void QSort(const char* procedure, const char* parameter_names, std::vector<Entry
   Variant vntTempVal;
   Variant vntTestVal;
   std::vector<std::pair<std::int32_t, std::int32_t>> parts;
+  std::optional<PassKeys> numbers;
+  std::optional<PassKeys> texts;  // once a pass compares texts
   ErrorFrame frame(kFields, procedure, Variables(parameter_names, list, lngFirst, lngLast),
                    LOCALS(lngLow, lngHigh, lngMiddle, vntTempVal, vntTestVal));
   frame.Run([&] {
-    const auto at = [&list](std::int32_t index) -> Entry& {
+    const auto place = [&list](std::int32_t index) {
       if (index < 0 || static_cast<std::size_t>(index) >= list.size()) {
         RaiseError(kErrorSubscriptOutOfRange);
       }
-      return list[static_cast<std::size_t>(index)];
+      return static_cast<std::size_t>(index);
     };
     STEP if (lngFirst == -1) lngFirst = 0;
     STEP if (lngLast == -1) lngLast = static_cast<std::int32_t>(list.size()) - 1;
@@ -62,14 +63,26 @@ void QSort(const char* procedure, const char* parameter_names, std::vector<Entry
       STEP lngHigh = lngLast;
       STEP lngMiddle = lngLow + (lngHigh - lngLow) / 2;
       STEP vntTempVal = {};
-      STEP vntTestVal = NameOf(at(lngMiddle));
-      STEP if (const auto number = NumericValue(NameOf(at(lngMiddle)))) vntTestVal = *number;
+      STEP const std::size_t middle = place(lngMiddle);
+      STEP vntTestVal = NameOf(list[middle]);
+      STEP if (!numbers) numbers.emplace(NumbersOf(NamesOf(list)));
+      STEP const bool numeric = !std::isnan(numbers->At(middle));
+      STEP if (numeric) vntTestVal = numbers->At(middle);
+      STEP if (!numeric && !texts) texts.emplace(RanksOf(NamesOf(list)));
+      const PassKeys& keys = numeric ? *numbers : *texts;
+      const double pivot = keys.At(middle);
       STEP while (lngLow <= lngHigh) {
-        STEP while (CompareWithPivot(NameOf(at(lngLow)), vntTestVal) < 0) lngLow += 1;
-        STEP while (CompareWithPivot(NameOf(at(lngHigh)), vntTestVal) > 0) lngHigh -= 1;
+        STEP lngLow = static_cast<std::int32_t>(keys.UpTo(place(lngLow), pivot));
+        STEP if (std::isnan(keys.At(place(lngLow)))) RaiseError(kErrorTypeMismatch);
+        STEP lngHigh = static_cast<std::int32_t>(keys.DownTo(place(lngHigh), pivot));
+        STEP if (std::isnan(keys.At(place(lngHigh)))) RaiseError(kErrorTypeMismatch);
         STEP if (lngLow <= lngHigh) {
-          STEP vntTempVal = NameOf(at(lngLow));
-          STEP std::swap(at(lngLow), at(lngHigh));
+          STEP const std::size_t low = place(lngLow);
+          STEP const std::size_t high = place(lngHigh);
+          STEP vntTempVal = NameOf(list[low]);
+          STEP std::swap(list[low], list[high]);
+          STEP numbers->Swap(low, high);
+          STEP if (texts) texts->Swap(low, high);
           STEP lngLow += 1;
           STEP lngHigh -= 1;
         }

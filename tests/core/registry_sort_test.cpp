@@ -1,8 +1,11 @@
 // Sorting lists of keys and values: by number or by text, as each pass has it from its pivot.
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <random>
 
+#include "platform/text.h"
+#include "support/conversion.h"
 #include "support/modCOM_Registry.h"
 #include "tests/core/core_test.h"
 
@@ -173,21 +176,110 @@ TEST_F(RegistrySort, LongListsInEveryShapeAreSorted) {
   EXPECT_EQ(Sorted(Texts(2000, "7")), Texts(2000, "7"));
 }
 
-// Each pivot is the least of its part, so that every pass takes away one name.
-TEST_F(RegistrySort, TheWorstOrderNeedsNoMoreStackThanAnyOther) {
-  constexpr std::size_t kNames = 600;
-  Texts sorted;
-  std::vector<std::size_t> places;
-  for (std::size_t i = 0; i < kNames; ++i) {
-    sorted.push_back("name" + std::to_string(1000 + i));
-    places.push_back(i);
+// The sorting as it is stated, name by name.
+class StatedSort {
+ public:
+  explicit StatedSort(Texts names) : names_(std::move(names)) {}
+
+  // False when a pass of numbers has met a word.
+  bool Run(std::int64_t first, std::int64_t last) {
+    if (first >= last) return true;
+    low = first;
+    high = last;
+    const std::string pivot = names_[static_cast<std::size_t>((low + high) / 2)];
+    const std::optional<double> number = NumericValue(pivot);
+    while (low <= high) {
+      for (; Compare(low, pivot, number) < 0; ++low) {
+      }
+      if (met_word_) return false;
+      for (; Compare(high, pivot, number) > 0; --high) {
+      }
+      if (met_word_) return false;
+      if (low > high) break;
+      std::swap(names_[static_cast<std::size_t>(low)], names_[static_cast<std::size_t>(high)]);
+      ++low;
+      --high;
+    }
+    const std::int64_t behind = low;
+    return Run(first, high) && Run(behind, last);
   }
-  Texts worst(kNames);
-  for (std::size_t first = 0; first < kNames; ++first) {
-    const std::size_t middle = first + (kNames - 1 - first) / 2;
+
+  const Texts& Names() const { return names_; }
+
+  std::int64_t low = 0;
+  std::int64_t high = 0;
+
+ private:
+  int Compare(std::int64_t place, const std::string& pivot, const std::optional<double>& number) {
+    const std::string& name = names_[static_cast<std::size_t>(place)];
+    if (!number) return platform::CompareTextNoCase(name, pivot);
+    const std::optional<double> value = NumericValue(name);
+    met_word_ = met_word_ || !value;
+    if (!value) return 0;
+    return *value < *number ? -1 : *value > *number ? 1 : 0;
+  }
+
+  Texts names_;
+  bool met_word_ = false;
+};
+
+TEST_F(RegistrySort, EveryNameEndsWhereTheStatedPassesLeaveIt) {
+  const std::vector<Texts> kinds = {
+      {"1", "01", "1.0", "2", "+2", "10", "-3", "&H2", "0", "-0"},
+      {"a", "A", "b", "B", "ab", "aB", "", "c", "_"},
+      {"1", "01", "a", "A", "10", "9", "&H9", "z", "", "-1", "m"},
+  };
+  std::mt19937 random(11);
+  int faults = 0;
+  for (int turn = 0; turn < 3000; ++turn) {
+    const Texts& kind = kinds[random() % kinds.size()];
+    Texts names(1 + random() % 70);
+    for (std::string& name : names) name = kind[random() % kind.size()];
+    StatedSort stated(names);
+    const bool sorted = stated.Run(0, std::ssize(names) - 1);
+    ASSERT_EQ(ErrorNumberOf([&] { RegKeys_QSort(names, -1, -1); }), sorted ? 0 : 65535);
+    ASSERT_EQ(names, stated.Names());
+    const auto reports = TakeReports();
+    if (sorted) continue;
+    ++faults;
+    const std::string stood = "<lngLow>" + std::to_string(stated.low) + "</lngLow>\r\n<lngHigh>" +
+                              std::to_string(stated.high) + "</lngHigh>\r\n";
+    ASSERT_TRUE(reports.at(0).local_variables.starts_with(stood)) << reports[0].local_variables;
+  }
+  EXPECT_GT(faults, 100);
+  EXPECT_LT(faults, 2900);
+}
+
+// Each pivot is the least of its part, so that every pass takes away one name.
+Texts WorstOrder(const Texts& sorted) {
+  std::vector<std::size_t> places(sorted.size());
+  for (std::size_t i = 0; i < places.size(); ++i) places[i] = i;
+  Texts worst(sorted.size());
+  for (std::size_t first = 0; first < sorted.size(); ++first) {
+    const std::size_t middle = first + (sorted.size() - 1 - first) / 2;
     worst[places[middle]] = sorted[first];
     std::swap(places[first], places[middle]);
   }
+  return worst;
+}
+
+// A pass that looked at every name would take minutes for each of the two.
+TEST_F(RegistrySort, TheWorstOrderOfVeryManyNamesTakesAMoment) {
+  constexpr int kNames = 65'000;
+  for (const std::string prefix : {"", "name"}) {
+    Texts sorted;
+    for (int i = 0; i < kNames; ++i) sorted.push_back(prefix + std::to_string(100'000 + i));
+    Texts names = WorstOrder(sorted);
+    RegKeys_QSort(names, -1, -1);
+    EXPECT_EQ(names, sorted);
+  }
+}
+
+TEST_F(RegistrySort, TheWorstOrderNeedsNoMoreStackThanAnyOther) {
+  constexpr std::size_t kNames = 600;
+  Texts sorted;
+  for (std::size_t i = 0; i < kNames; ++i) sorted.push_back("name" + std::to_string(1000 + i));
+  Texts worst = WorstOrder(sorted);
   std::vector<std::uintptr_t> frames;
   TheWorld().before_call = [&frames](const std::string&) {
     frames.push_back(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)));
