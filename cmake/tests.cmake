@@ -3,6 +3,7 @@
 # registry values or need a serial port can run side by side.
 if(WIN32)
   set(QMZ_WITH_PREFIX ${CMAKE_SOURCE_DIR}/tests/with_prefix)
+  set(QMZ_WITH_LIMIT ${CMAKE_SOURCE_DIR}/tests/with_limit)
   set(QMZ_WINE_RUN ${CMAKE_SOURCE_DIR}/tools/wine/run)
   set(QMZ_WITH_BOX ${CMAKE_SOURCE_DIR}/tools/wine/with_box)
 endif()
@@ -44,4 +45,18 @@ function(qmzentrel_wine_test name)
   if(test_COST)
     set_tests_properties(${name} PROPERTIES COST ${test_COST})
   endif()
+endfunction()
+
+# qmzentrel_screen_test(NAME FOLDER [LIMIT SECONDS] COMMAND...): a command that looks at windows, in a
+# prefix of its own in that folder (tests/clients/scripts/screen.sh).
+function(qmzentrel_screen_test name folder)
+  cmake_parse_arguments(test "" "LIMIT" "COMMAND" ${ARGN})
+  if(NOT test_LIMIT)
+    set(test_LIMIT 240)
+  endif()
+  math(EXPR last "${test_LIMIT} + 60")
+  add_test(NAME ${name} COMMAND ${QMZ_WITH_LIMIT} ${test_COMMAND})
+  set_tests_properties(${name} PROPERTIES
+    ENVIRONMENT "QMZ_WINEPREFIX=${folder}/wine;QMZ_TEST_LIMIT=${test_LIMIT}"
+    TIMEOUT ${last})
 endfunction()

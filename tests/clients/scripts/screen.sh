@@ -11,11 +11,12 @@ end_screen() {
   rm -rf "$work"
 }
 trap end_screen EXIT
+trap 'exit 1' TERM # also when it is ended
 
-# The prefix stays in FOLDER for the next time.
+# The prefix stays in FOLDER for the next time. tests/with_limit knows it already.
 start_screen() { # FOLDER
   mkdir -p "$1"
-  export QMZ_WINEPREFIX=$1/wine
+  export QMZ_WINEPREFIX=${QMZ_WINEPREFIX:-$1/wine}
   "$root/tools/wine/prefix"
   Xvfb -displayfd 3 -screen 0 1024x768x24 3>"$work/display" 2>/dev/null &
   screen_process=$!
