@@ -114,7 +114,7 @@ class BoxClientExceptions : public BoxTest {
   BoxClient client;
 };
 
-TEST_F(BoxClientExceptions, FromTheEventsOfEachCommandLeaveTheNextOneAlone) {
+BOX_TEST(BoxClientExceptions, FromTheEventsOfEachCommandLeaveTheNextOneAlone) {
   Open(client);
   ASSERT_EQ(client.Read(), S_OKAY);
   for (const auto& [name, command] : Commands()) {
@@ -126,7 +126,7 @@ TEST_F(BoxClientExceptions, FromTheEventsOfEachCommandLeaveTheNextOneAlone) {
   }
 }
 
-TEST_F(BoxClientExceptions, ThousandTimesLeaveNothing) {
+BOX_TEST(BoxClientExceptions, ThousandTimesLeaveNothing) {
   Open(client);
   constexpr int kRounds = 1000;
   const Command read = [this](_Zentrel* object) {
@@ -139,7 +139,7 @@ TEST_F(BoxClientExceptions, ThousandTimesLeaveNothing) {
   EXPECT_EQ(status, S_OKAY);
 }
 
-TEST_F(BoxClientExceptions, OnDemandLeaveTheSupplyToItsCountDown) {
+BOX_TEST(BoxClientExceptions, OnDemandLeaveTheSupplyToItsCountDown) {
   // Raised when the supply comes on, in the opening and in a command.
   EXPECT_TRUE(LeftInEvents(&Every, [](_Zentrel* object) {
     ZentrelStatus status{};
@@ -156,7 +156,7 @@ TEST_F(BoxClientExceptions, OnDemandLeaveTheSupplyToItsCountDown) {
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxClientExceptions, FreeThePortWithTheObject) {
+BOX_TEST(BoxClientExceptions, FreeThePortWithTheObject) {
   Open(client);
   EXPECT_TRUE(LeftInEvents(&Every, Plain(&_Zentrel::BoxStatus)));
   client.Release();
@@ -166,7 +166,7 @@ TEST_F(BoxClientExceptions, FreeThePortWithTheObject) {
   EXPECT_EQ(next.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxClientExceptions, FromAWindowDuringTheVerifyDelayEndTheWaitAlone) {
+BOX_TEST(BoxClientExceptions, FromAWindowDuringTheVerifyDelayEndTheWaitAlone) {
   Open(client);
   ASSERT_EQ(client.Read(), S_OKAY);
   ASSERT_EQ(client.Write(), S_OKAY);

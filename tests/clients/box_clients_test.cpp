@@ -48,7 +48,7 @@ __attribute__((force_align_arg_pointer)) void CALLBACK CallFromWait(HWND, UINT, 
   g_inner_status = g_waiting_client->BoxStatus();
 }
 
-TEST_F(BoxClients, ACallFromWithinTheEventIsServedAtOnce) {
+BOX_TEST(BoxClients, ACallFromWithinTheEventIsServedAtOnce) {
   BoxClient client;
   Open(client);
   ZentrelStatus inner = S_BAD_PORT;
@@ -63,7 +63,7 @@ TEST_F(BoxClients, ACallFromWithinTheEventIsServedAtOnce) {
   EXPECT_EQ(Commands(), (Journal{"> C0", "> 80"}));
 }
 
-TEST_F(BoxClients, ACallFromWithinTheVerifyDelayIsServedAtOnce) {
+BOX_TEST(BoxClients, ACallFromWithinTheVerifyDelayIsServedAtOnce) {
   Box().Tell("set version 5.0");
   BoxClient client;
   Open(client);
@@ -78,7 +78,7 @@ TEST_F(BoxClients, ACallFromWithinTheVerifyDelayIsServedAtOnce) {
   EXPECT_EQ(Commands(), (Journal{"> 80", "> 40"}));
 }
 
-TEST_F(BoxClients, TheEventOfTheTimerMayCallTheObjectAgain) {
+BOX_TEST(BoxClients, TheEventOfTheTimerMayCallTheObjectAgain) {
   BoxClient client;
   Open(client);
   ZentrelStatus inner = S_BAD_PORT;
@@ -95,7 +95,7 @@ TEST_F(BoxClients, TheEventOfTheTimerMayCallTheObjectAgain) {
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off", "on"}));
 }
 
-TEST_F(BoxClients, ClosingThePortBeforeTheCommandInTheEventIsATimeOut) {
+BOX_TEST(BoxClients, ClosingThePortBeforeTheCommandInTheEventIsATimeOut) {
   BoxClient client;
   Open(client);
   client.OnEvent([&](bool new_state) {
@@ -108,7 +108,7 @@ TEST_F(BoxClients, ClosingThePortBeforeTheCommandInTheEventIsATimeOut) {
   EXPECT_EQ(client.BoxStatus(), S_BAD_PORT);
 }
 
-TEST_F(BoxClients, ClosingThePortAfterTheCommandInTheEventKeepsItsStatus) {
+BOX_TEST(BoxClients, ClosingThePortAfterTheCommandInTheEventKeepsItsStatus) {
   BoxClient client;
   Open(client);
   client.OnEvent([&](bool new_state) {
@@ -119,7 +119,7 @@ TEST_F(BoxClients, ClosingThePortAfterTheCommandInTheEventKeepsItsStatus) {
   EXPECT_EQ(client.BoxStatus(), S_BAD_PORT);
 }
 
-TEST_F(BoxClients, ReleasingTheObjectBeforeTheCommandInTheEventLetsTheCommandEnd) {
+BOX_TEST(BoxClients, ReleasingTheObjectBeforeTheCommandInTheEventLetsTheCommandEnd) {
   BoxClient client;
   Open(client);
   bool alive_in_event = false;
@@ -134,7 +134,7 @@ TEST_F(BoxClients, ReleasingTheObjectBeforeTheCommandInTheEventLetsTheCommandEnd
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
 }
 
-TEST_F(BoxClients, ReleasingTheObjectInTheEventOfTheTimerIsAllowed) {
+BOX_TEST(BoxClients, ReleasingTheObjectInTheEventOfTheTimerIsAllowed) {
   BoxClient client;
   Open(client);
   bool alive_in_event = false;
@@ -153,7 +153,7 @@ TEST_F(BoxClients, ReleasingTheObjectInTheEventOfTheTimerIsAllowed) {
   EXPECT_EQ(client.Events().size(), events);
 }
 
-TEST_F(BoxClients, ReleasingTheObjectEndsItsCountdown) {
+BOX_TEST(BoxClients, ReleasingTheObjectEndsItsCountdown) {
   BoxClient client;
   Open(client);
   StartCountdown(client);
@@ -164,7 +164,7 @@ TEST_F(BoxClients, ReleasingTheObjectEndsItsCountdown) {
   EXPECT_EQ(client.Events().size(), events);
 }
 
-TEST_F(BoxClients, TwoApartmentsWorkWithTwoBoxesAtTheSameTime) {
+BOX_TEST(BoxClients, TwoApartmentsWorkWithTwoBoxesAtTheSameTime) {
   constexpr int kReads = 20;
   Second().Reset();
   Second().Tell("set id 0x222222 version 5.0");
@@ -189,7 +189,7 @@ TEST_F(BoxClients, TwoApartmentsWorkWithTwoBoxesAtTheSameTime) {
   EXPECT_LT(second.front().start, first.back().start) << "one after the other";
 }
 
-TEST_F(BoxClients, ASlowBoxDoesNotHoldUpAnother) {
+BOX_TEST(BoxClients, ASlowBoxDoesNotHoldUpAnother) {
   Second().Reset();
   Second().Tell("late 1000");
   ZentrelStatus slow = S_BAD_PORT;
@@ -207,7 +207,7 @@ TEST_F(BoxClients, ASlowBoxDoesNotHoldUpAnother) {
   EXPECT_EQ(slow, S_OKAY);
 }
 
-TEST_F(BoxClients, TheTimersOfTwoApartmentsAreTwo) {
+BOX_TEST(BoxClients, TheTimersOfTwoApartmentsAreTwo) {
   Second().Reset();
   bool other_went_off = false;
   OtherApartment apartment(COINIT_APARTMENTTHREADED, [&] {

@@ -11,6 +11,7 @@ add_executable(box_commands_tests
   box_sub_device_test.cpp
   box_supply_test.cpp
   box_test.cpp
+  held_up.cpp
   port_openings.cpp
 )
 target_link_libraries(box_commands_tests PRIVATE test_client virtual_box_client GTest::gtest_main)

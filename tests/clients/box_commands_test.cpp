@@ -44,7 +44,7 @@ class BoxCommands : public BoxTest {
   BoxClient client;
 };
 
-TEST_F(BoxCommands, BoxStatusSendsOneByteAndTakesTheFactsOfTheBox) {
+BOX_TEST(BoxCommands, BoxStatusSendsOneByteAndTakesTheFactsOfTheBox) {
   Box().Tell(kOneBlock);
   Open(client);
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
@@ -56,14 +56,14 @@ TEST_F(BoxCommands, BoxStatusSendsOneByteAndTakesTheFactsOfTheBox) {
   EXPECT_EQ(client.Get(&_Zentrel::get_PowerTimeout), 20);
 }
 
-TEST_F(BoxCommands, DeviceInitAsksForTheBoxStatus) {
+BOX_TEST(BoxCommands, DeviceInitAsksForTheBoxStatus) {
   Open(client);
   EXPECT_EQ(client.Init(), S_OKAY);
   EXPECT_EQ(Box().Frames(), (Journal{"> 80", "< 21 85 A6 00 00 00 4C"}));
   EXPECT_EQ(client.Get(&_Zentrel::get_PowerTimeout), 60);
 }
 
-TEST_F(BoxCommands, AOneBlockTransponderIsReadWithOneExchange) {
+BOX_TEST(BoxCommands, AOneBlockTransponderIsReadWithOneExchange) {
   Box().Tell(kOneBlock);
   Open(client);
   EXPECT_EQ(client.Read(), S_OKAY);
@@ -84,7 +84,7 @@ TEST_F(BoxCommands, AOneBlockTransponderIsReadWithOneExchange) {
   EXPECT_EQ(client.Signature(0), 0xA5);
 }
 
-TEST_F(BoxCommands, ATwoBlockTransponderIsReadWithTwoExchanges) {
+BOX_TEST(BoxCommands, ATwoBlockTransponderIsReadWithTwoExchanges) {
   Box().Tell(kTwoBlocks);
   Open(client);
   EXPECT_EQ(client.Read(), S_OKAY);
@@ -108,7 +108,7 @@ TEST_F(BoxCommands, ATwoBlockTransponderIsReadWithTwoExchanges) {
   EXPECT_EQ(client.Get(&_Zentrel::get_ZentrelVersion), L"1.A");
 }
 
-TEST_F(BoxCommands, AResetLeavesTheRecordOfTheObjectAlone) {
+BOX_TEST(BoxCommands, AResetLeavesTheRecordOfTheObjectAlone) {
   Box().Tell(kOneBlock);
   Open(client);
   client.Let(&_Zentrel::put_Util, 99);
@@ -119,7 +119,7 @@ TEST_F(BoxCommands, AResetLeavesTheRecordOfTheObjectAlone) {
   EXPECT_EQ(Box().Tell("get tamper"), "0");
 }
 
-TEST_F(BoxCommands, AOneBlockTransponderIsWrittenWithOneFrame) {
+BOX_TEST(BoxCommands, AOneBlockTransponderIsWrittenWithOneFrame) {
   Box().Tell(kOneBlock);
   Open(client);
   ASSERT_EQ(client.Read(), S_OKAY);
@@ -143,7 +143,7 @@ TEST_F(BoxCommands, AOneBlockTransponderIsWrittenWithOneFrame) {
   EXPECT_EQ(Box().Tell("get reading"), "654321");
 }
 
-TEST_F(BoxCommands, ATwoBlockTransponderIsWrittenInTwoFramesWithTheVerifyDelayBetween) {
+BOX_TEST(BoxCommands, ATwoBlockTransponderIsWrittenInTwoFramesWithTheVerifyDelayBetween) {
   Box().Tell(kTwoBlocks);
   Open(client);
   ASSERT_EQ(client.Read(), S_OKAY);
@@ -168,7 +168,7 @@ TEST_F(BoxCommands, ATwoBlockTransponderIsWrittenInTwoFramesWithTheVerifyDelayBe
   EXPECT_EQ(Box().Tell("get leak-threshold"), "90");
 }
 
-TEST_F(BoxCommands, AReadAfterAWriteWaitsForTheVerifyDelay) {
+BOX_TEST(BoxCommands, AReadAfterAWriteWaitsForTheVerifyDelay) {
   Box().Tell(kOneBlock);
   Open(client);
   ASSERT_EQ(client.Read(), S_OKAY);
@@ -183,7 +183,7 @@ TEST_F(BoxCommands, AReadAfterAWriteWaitsForTheVerifyDelay) {
   EXPECT_EQ(client.Get(&_Zentrel::get_Util), 42);
 }
 
-TEST_F(BoxCommands, AValueOutOfRangeIsAStatusAndNothingIsSent) {
+BOX_TEST(BoxCommands, AValueOutOfRangeIsAStatusAndNothingIsSent) {
   constexpr std::array<std::pair<BoxClient::LongSetter, LONG>, 7> kFirstTooLarge{{
       {&_Zentrel::put_Util, 256},
       {&_Zentrel::put_Xpdr, 0x1000000},
@@ -204,7 +204,7 @@ TEST_F(BoxCommands, AValueOutOfRangeIsAStatusAndNothingIsSent) {
   EXPECT_EQ(Box().Frames(), Journal{});
 }
 
-TEST_F(BoxCommands, WithoutAnOpenPortNothingIsSent) {
+BOX_TEST(BoxCommands, WithoutAnOpenPortNothingIsSent) {
   EXPECT_EQ(client.Init(), S_BAD_PORT);
   EXPECT_EQ(client.BoxStatus(), S_BAD_PORT);
   EXPECT_EQ(client.Read(), S_BAD_PORT);
@@ -214,7 +214,7 @@ TEST_F(BoxCommands, WithoutAnOpenPortNothingIsSent) {
   EXPECT_EQ(Box().Frames(), Journal{});
 }
 
-TEST_F(BoxCommands, EveryStatusHasItsText) {
+BOX_TEST(BoxCommands, EveryStatusHasItsText) {
   EXPECT_EQ(client.StatusText(S_OKAY), L"OK");
   EXPECT_EQ(client.StatusText(S_TIMEOUT), L"Timeout");
   EXPECT_EQ(client.StatusText(S_BAD_RESPONSE), L"Invalid response");
@@ -223,7 +223,7 @@ TEST_F(BoxCommands, EveryStatusHasItsText) {
   EXPECT_EQ(client.StatusText(S_BAD_DATA), L"Invalid data parameter for command");
 }
 
-TEST_F(BoxCommands, ManyReadsInARowLoseNoByte) {
+BOX_TEST(BoxCommands, ManyReadsInARowLoseNoByte) {
   constexpr int kReads = 50;
   Box().Tell(kOneBlock);
   Open(client);

@@ -19,12 +19,14 @@ inline std::int32_t CrowdPort(int index) {
   return virtual_box::NumberFromEnvironment("QMZ_CROWD_FIRST_PORT").value() + index;
 }
 
-/// The hold on box `index`, which is as new then.
+/// The hold on box `index`, which is as new then, and of the kind that is given 2.5 s to answer:
+/// how many programs share the machine with it shall not count.
 class CrowdBox : public BoxControl {
  public:
   explicit CrowdBox(int index)
       : BoxControl(("QMZ_BOX_CONTROL_" + std::to_string(CrowdPort(index))).c_str()) {
     Reset();
+    Tell("set signature0 0xA5");
   }
 };
 

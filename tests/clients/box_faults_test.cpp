@@ -31,7 +31,13 @@ class BoxFaults : public BoxTest {
   BoxClient client;
 };
 
-TEST_F(BoxFaults, ASilentBoxIsATimeOut) {
+// Where a box that has its command late is a wrong time.
+class BoxFaultTimes : public BoxFaults {
+ protected:
+  static constexpr DWORD kSpareMs = kTimerMs;
+};
+
+BOX_TEST(BoxFaults, ASilentBoxIsATimeOut) {
   OpenElectric(client);
   Box().Tell("silence");
   const Stopwatch time;
@@ -41,7 +47,7 @@ TEST_F(BoxFaults, ASilentBoxIsATimeOut) {
   EXPECT_EQ(Box().Frames(), Journal{"> C0"});
 }
 
-TEST_F(BoxFaults, AnElectricBoxIsAskedForItsStatusTwiceHalfASecondApart) {
+BOX_TEST(BoxFaultTimes, AnElectricBoxIsAskedForItsStatusTwiceHalfASecondApart) {
   OpenElectric(client);
   Box().Tell("silence 2");
   EXPECT_EQ(client.BoxStatus(), S_TIMEOUT);
@@ -50,7 +56,7 @@ TEST_F(BoxFaults, AnElectricBoxIsAskedForItsStatusTwiceHalfASecondApart) {
   EXPECT_EQ(client.Signature(0), 0xA6) << "the facts of the box stay";
 }
 
-TEST_F(BoxFaults, AnElectricBoxIsWokenByTheFourthSend) {
+BOX_TEST(BoxFaultTimes, AnElectricBoxIsWokenByTheFourthSend) {
   OpenElectric(client);
   Box().Tell("set version 5.0");
   Box().Tell("answer-on 4");
@@ -61,7 +67,7 @@ TEST_F(BoxFaults, AnElectricBoxIsWokenByTheFourthSend) {
   for (std::size_t i = 1; i < 4; ++i) ExpectHalfASecond(MsBetweenStarts(i - 1, i));
 }
 
-TEST_F(BoxFaults, AReadThatTimesOutIsTriedOnceMore) {
+BOX_TEST(BoxFaultTimes, AReadThatTimesOutIsTriedOnceMore) {
   Box().Tell("set signature0 0xA5 version 5.0");
   Open(client);
   Box().Tell("silence");
@@ -73,7 +79,7 @@ TEST_F(BoxFaults, AReadThatTimesOutIsTriedOnceMore) {
   EXPECT_GE(MsBetweenStarts(0, 1), kOtherMs - kTimerMs);
 }
 
-TEST_F(BoxFaults, AWriteThatTimesOutIsTriedOnceMore) {
+BOX_TEST(BoxFaults, AWriteThatTimesOutIsTriedOnceMore) {
   Box().Tell("set signature0 0xA5 version 5.0");
   Open(client);
   client.Let(&_Zentrel::put_Util, 42);
@@ -86,7 +92,7 @@ TEST_F(BoxFaults, AWriteThatTimesOutIsTriedOnceMore) {
   EXPECT_EQ(Box().Tell("get util"), "42");
 }
 
-TEST_F(BoxFaults, ARestThatComesLateBelongsToTheReply) {
+BOX_TEST(BoxFaults, ARestThatComesLateBelongsToTheReply) {
   OpenElectric(client);
   // Longer than an electric box has for its first byte.
   Box().Tell("split 1 800");
@@ -94,7 +100,7 @@ TEST_F(BoxFaults, ARestThatComesLateBelongsToTheReply) {
   EXPECT_EQ(Box().Frames(), (Journal{"> 80", kBoxStatusReply}));
 }
 
-TEST_F(BoxFaults, AReplyInTwoPiecesIsWhole) {
+BOX_TEST(BoxFaults, AReplyInTwoPiecesIsWhole) {
   Box().Tell("set version 5.0 util 17");
   OpenElectric(client);
   Box().Tell("split 10 200");
@@ -102,14 +108,14 @@ TEST_F(BoxFaults, AReplyInTwoPiecesIsWhole) {
   EXPECT_EQ(client.Get(&_Zentrel::get_Util), 17);
 }
 
-TEST_F(BoxFaults, AReplyThatComesLateIsAwaited) {
+BOX_TEST(BoxFaults, AReplyThatComesLateIsAwaited) {
   OpenElectric(client);
   Box().Tell("late 300");
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
   EXPECT_EQ(Box().Frames(), (Journal{"> 80", kBoxStatusReply}));
 }
 
-TEST_F(BoxFaults, AWrongSumIsItsOwnStatusAndIsNotTriedAgain) {
+BOX_TEST(BoxFaults, AWrongSumIsItsOwnStatusAndIsNotTriedAgain) {
   OpenElectric(client);
   Box().Tell("set battery 10");
   Box().Tell("wrong-sum");
@@ -118,13 +124,13 @@ TEST_F(BoxFaults, AWrongSumIsItsOwnStatusAndIsNotTriedAgain) {
   EXPECT_NEAR(client.BatteryVoltage(), 133 * 0.039, 1E-4) << "the facts of the box stay";
 }
 
-TEST_F(BoxFaults, GarbageOfTheRightLengthIsAWrongSum) {
+BOX_TEST(BoxFaults, GarbageOfTheRightLengthIsAWrongSum) {
   OpenElectric(client);
   Box().Tell("garbage 1 7");
   EXPECT_EQ(client.BoxStatus(), S_BAD_SUM);
 }
 
-TEST_F(BoxFaults, AFailedReadClearsTheRecordAndKeepsTheFactsOfTheBox) {
+BOX_TEST(BoxFaults, AFailedReadClearsTheRecordAndKeepsTheFactsOfTheBox) {
   OpenElectric(client);
   ASSERT_EQ(client.Read(), S_OKAY);
   ASSERT_EQ(client.Get(&_Zentrel::get_Xpdr), 0x123456);
@@ -142,7 +148,7 @@ TEST_F(BoxFaults, AFailedReadClearsTheRecordAndKeepsTheFactsOfTheBox) {
   EXPECT_EQ(frames[2], "> 42") << "without a version the second block is tried as well";
 }
 
-TEST_F(BoxFaults, AFailedBlock1WithAGoodBlock2GivesTheStatusOfBlock2) {
+BOX_TEST(BoxFaults, AFailedBlock1WithAGoodBlock2GivesTheStatusOfBlock2) {
   OpenElectric(client);
   Box().Tell("wrong-sum");
   EXPECT_EQ(client.Read(), S_OKAY);
@@ -150,7 +156,7 @@ TEST_F(BoxFaults, AFailedBlock1WithAGoodBlock2GivesTheStatusOfBlock2) {
   EXPECT_EQ(client.Get(&_Zentrel::get_EOL_CTRL), 31);
 }
 
-TEST_F(BoxFaults, AFailedWriteOfBlock1LeavesBlock2Alone) {
+BOX_TEST(BoxFaults, AFailedWriteOfBlock1LeavesBlock2Alone) {
   OpenElectric(client);
   ASSERT_EQ(client.Read(), S_OKAY);
   Box().Tell("log-clear");
@@ -160,7 +166,7 @@ TEST_F(BoxFaults, AFailedWriteOfBlock1LeavesBlock2Alone) {
   EXPECT_EQ(client.Get(&_Zentrel::get_Xpdr), 0x123456) << "only a read clears the record";
 }
 
-TEST_F(BoxFaults, StrayBytesShiftOneReplyAndSpoilNoOther) {
+BOX_TEST(BoxFaults, StrayBytesShiftOneReplyAndSpoilNoOther) {
   OpenElectric(client);
   Box().Tell("stray 55 AA");
   EXPECT_EQ(client.BoxStatus(), S_BAD_SUM);
@@ -170,7 +176,7 @@ TEST_F(BoxFaults, StrayBytesShiftOneReplyAndSpoilNoOther) {
             (Journal{"> 80", "< 55 AA 21 85 A6 00 00 00 4C", "> 80", kBoxStatusReply}));
 }
 
-TEST_F(BoxFaults, AReplyThatComesAfterItsTimeOutSpoilsNoOther) {
+BOX_TEST(BoxFaults, AReplyThatComesAfterItsTimeOutSpoilsNoOther) {
   OpenElectric(client);
   Box().Tell("late 700");
   EXPECT_EQ(client.Reset(), S_TIMEOUT);
@@ -182,7 +188,7 @@ TEST_F(BoxFaults, AReplyThatComesAfterItsTimeOutSpoilsNoOther) {
   EXPECT_EQ(frames[3], kBoxStatusReply);
 }
 
-TEST_F(BoxFaults, BytesThatNobodyAskedForAreNoReply) {
+BOX_TEST(BoxFaults, BytesThatNobodyAskedForAreNoReply) {
   OpenElectric(client);
   Box().Tell("send 01 02 03");
   Box().AwaitFrames(1);
@@ -190,7 +196,7 @@ TEST_F(BoxFaults, BytesThatNobodyAskedForAreNoReply) {
   EXPECT_EQ(Box().Frames(), (Journal{"< 01 02 03", "> 80", kBoxStatusReply}));
 }
 
-TEST_F(BoxFaults, ATransponderOutOfReachIsATimeOut) {
+BOX_TEST(BoxFaults, ATransponderOutOfReachIsATimeOut) {
   OpenElectric(client);
   Box().Tell("set transponder 0");
   EXPECT_EQ(client.Reset(), S_TIMEOUT);

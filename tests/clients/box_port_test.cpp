@@ -43,7 +43,7 @@ class BoxPort : public BoxTest {
   BoxClient client;
 };
 
-TEST_F(BoxPort, IsSetToTheSettingsOfTheBoxWhateverTheyWere) {
+BOX_TEST(BoxPort, IsSetToTheSettingsOfTheBoxWhateverTheyWere) {
   MisadjustPort();
   // A pseudo-terminal knows eight bits without parity only.
   ASSERT_EQ(Box().Tell("port-settings"), "1200 8 N 1");
@@ -56,7 +56,7 @@ TEST_F(BoxPort, IsSetToTheSettingsOfTheBoxWhateverTheyWere) {
   EXPECT_EQ(client.Get(&_Zentrel::get_Tamper), 0x13);
 }
 
-TEST_F(BoxPort, EveryByteValuePassesBothWays) {
+BOX_TEST(BoxPort, EveryByteValuePassesBothWays) {
   Box().Tell("set version 5.0 pace 0");  // at their real pace the bytes would take 15 seconds
   Open(client);
   client.Let(&_Zentrel::put_VDelay, 0);
@@ -68,7 +68,7 @@ TEST_F(BoxPort, EveryByteValuePassesBothWays) {
   }
 }
 
-TEST_F(BoxPort, IsOpenedAndRead) {
+BOX_TEST(BoxPort, IsOpenedAndRead) {
   ASSERT_EQ(client.Open(Port(), true), S_OKAY);
   EXPECT_EQ(client.Init(), S_OKAY);
   EXPECT_EQ(client.Read(), S_OKAY);
@@ -77,7 +77,7 @@ TEST_F(BoxPort, IsOpenedAndRead) {
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
 }
 
-TEST_F(BoxPort, ThatDoesNotExistIsABadPort) {
+BOX_TEST(BoxPort, ThatDoesNotExistIsABadPort) {
   for (const std::int32_t number : {kMissingPort, 0, -1}) {
     EXPECT_EQ(client.Open(number, true), S_BAD_PORT) << number;
     EXPECT_EQ(client.BoxStatus(), S_BAD_PORT) << number;
@@ -86,12 +86,12 @@ TEST_F(BoxPort, ThatDoesNotExistIsABadPort) {
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxPort, ThatIsAFileIsABadPort) {
+BOX_TEST(BoxPort, ThatIsAFileIsABadPort) {
   const std::int32_t port = virtual_box::NumberFromEnvironment("QMZ_FILE_PORT").value();
   EXPECT_EQ(client.Open(port, true), S_BAD_PORT);
 }
 
-TEST_F(BoxPort, IsAskedForExclusivelyAndByItsDeviceName) {
+BOX_TEST(BoxPort, IsAskedForExclusivelyAndByItsDeviceName) {
   PortOpenings openings(LoadedLibrary().module);
   ASSERT_EQ(client.Open(Port(), true), S_OKAY);
   ASSERT_EQ(openings.seen.size(), 1U);
@@ -99,7 +99,7 @@ TEST_F(BoxPort, IsAskedForExclusivelyAndByItsDeviceName) {
   EXPECT_EQ(openings.seen[0].share_mode, 0U);
 }
 
-TEST_F(BoxPort, ThatAnotherProgramHoldsIsABadPort) {
+BOX_TEST(BoxPort, ThatAnotherProgramHoldsIsABadPort) {
   PortOpenings openings(LoadedLibrary().module);
   for (const DWORD error : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SHARING_VIOLATION}}) {
     openings.Refuse(error);
@@ -111,7 +111,7 @@ TEST_F(BoxPort, ThatAnotherProgramHoldsIsABadPort) {
   }
 }
 
-TEST_F(BoxPort, IsClosedWhenAnotherOneIsOpened) {
+BOX_TEST(BoxPort, IsClosedWhenAnotherOneIsOpened) {
   Second().Reset();
   Open(client);
   ASSERT_EQ(client.BoxStatus(), S_OKAY);
@@ -121,7 +121,7 @@ TEST_F(BoxPort, IsClosedWhenAnotherOneIsOpened) {
   EXPECT_EQ(Second().Frames().size(), 2U);
 }
 
-TEST_F(BoxPort, ThatIsPulledOutReadsAsSilenceUntilItIsOpenedAgain) {
+BOX_TEST(BoxPort, ThatIsPulledOutReadsAsSilenceUntilItIsOpenedAgain) {
   OpenElectric(client);
   Box().Tell("unplug");
   EXPECT_EQ(client.Reset(), S_TIMEOUT);
@@ -132,7 +132,7 @@ TEST_F(BoxPort, ThatIsPulledOutReadsAsSilenceUntilItIsOpenedAgain) {
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxPort, ThatWasPulledOutAndPluggedInStaysSilentUntilItIsOpenedAgain) {
+BOX_TEST(BoxPort, ThatWasPulledOutAndPluggedInStaysSilentUntilItIsOpenedAgain) {
   OpenElectric(client);
   Box().Tell("unplug");
   Box().Tell("plug");
@@ -142,7 +142,7 @@ TEST_F(BoxPort, ThatWasPulledOutAndPluggedInStaysSilentUntilItIsOpenedAgain) {
 }
 
 // Each takes as long as the rest of a reply may take, so they are tested side by side.
-TEST_F(BoxPort, ThatIsPulledOutWithinAReplyIsABadResponseAsAReplyIsThatStopsShort) {
+BOX_TEST(BoxPort, ThatIsPulledOutWithinAReplyIsABadResponseAsAReplyIsThatStopsShort) {
   OpenElectric(client);
   Second().Reset();
   Second().Tell("truncate 1 6");
@@ -170,7 +170,7 @@ TEST_F(BoxPort, ThatIsPulledOutWithinAReplyIsABadResponseAsAReplyIsThatStopsShor
   EXPECT_EQ(Second().Frames(), (Journal{"> 80", "< 21 85 A6 00 00 00"}));
 }
 
-TEST_F(BoxPort, ThatIsPulledOutIsClosedAtOnce) {
+BOX_TEST(BoxPort, ThatIsPulledOutIsClosedAtOnce) {
   Open(client);
   ASSERT_EQ(client.BoxStatus(), S_OKAY);
   Box().Tell("unplug");
@@ -180,7 +180,7 @@ TEST_F(BoxPort, ThatIsPulledOutIsClosedAtOnce) {
   EXPECT_LT(closing.Ms(), kAtOnceMs);
 }
 
-TEST_F(BoxPort, IsClosedAtOnceWhileAReplyIsOnItsWay) {
+BOX_TEST(BoxPort, IsClosedAtOnceWhileAReplyIsOnItsWay) {
   OpenElectric(client);
   Box().Tell("late 800");
   ASSERT_EQ(client.Reset(), S_TIMEOUT);

@@ -38,7 +38,7 @@ class BoxSubDevice : public BoxTest {
 
 using Numbers = std::vector<LONG>;
 
-TEST_F(BoxSubDevice, SeveralMessagesAreReadInOneExchange) {
+BOX_TEST(BoxSubDevice, SeveralMessagesAreReadInOneExchange) {
   Messages messages({8, 17, 9});
   EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_OKAY);
   EXPECT_EQ(Box().Frames(),
@@ -46,13 +46,13 @@ TEST_F(BoxSubDevice, SeveralMessagesAreReadInOneExchange) {
   EXPECT_EQ(messages.Received(), (Numbers{0x1234, static_cast<LONG>(0x89ABCDEF), 0x5678}));
 }
 
-TEST_F(BoxSubDevice, NoMessageAtAllIsReadAsTheBareHeader) {
+BOX_TEST(BoxSubDevice, NoMessageAtAllIsReadAsTheBareHeader) {
   Messages none({});
   EXPECT_EQ(Run(&_Zentrel::TELIC2Read, none), S_OKAY);
   EXPECT_EQ(Box().Frames(), (Journal{"> 7E 20 C7 00", "< 7E 20 C7 00"}));
 }
 
-TEST_F(BoxSubDevice, WhatIsWrittenIsEchoedAndStored) {
+BOX_TEST(BoxSubDevice, WhatIsWrittenIsEchoedAndStored) {
   Messages messages({8, 17}, {0x7FEE, -2});
   EXPECT_EQ(Run(&_Zentrel::TELIC2Write, messages), S_OKAY);
   EXPECT_EQ(Box().Frames(), (Journal{"> 7E 20 C6 08 08 7F EE 11 FF FF FF FE",
@@ -62,7 +62,7 @@ TEST_F(BoxSubDevice, WhatIsWrittenIsEchoedAndStored) {
   EXPECT_EQ(read_back.Received(), (Numbers{0x7FEE, -2}));
 }
 
-TEST_F(BoxSubDevice, ATestThatRepliesIsAskedToAnswer) {
+BOX_TEST(BoxSubDevice, ATestThatRepliesIsAskedToAnswer) {
   Box().Tell("test 0 0 BEEF");
   Box().Tell("test 2 4 01020304");
   Messages messages({0, 2}, {0, 0x0A0B0C0D});
@@ -72,14 +72,14 @@ TEST_F(BoxSubDevice, ATestThatRepliesIsAskedToAnswer) {
   EXPECT_EQ(messages.Received(), (Numbers{0xBEEF, 0x01020304}));
 }
 
-TEST_F(BoxSubDevice, ATestWithoutAReplyIsSentOnceAndNothingIsAwaited) {
+BOX_TEST(BoxSubDevice, ATestWithoutAReplyIsSentOnceAndNothingIsAwaited) {
   Messages messages({3, 1}, {0, 0x5A});
   EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_OKAY);
   Box().AwaitFrames(1);
   EXPECT_EQ(Box().Frames(), Journal{"> 7E 00 C9 03 03 01 5A"});
 }
 
-TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThoughTheDeviceIsClosedNext) {
+BOX_TEST(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThoughTheDeviceIsClosedNext) {
   Journal expected;
   for (int round = 0; round < 10; ++round) {
     Messages messages = LongTest();
@@ -94,7 +94,7 @@ TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThoughTheDeviceIsClosedNex
 
 // The box takes each byte when it would have passed the wire, and loses it when its supply has
 // dropped by then.
-TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIsDoneNext) {
+BOX_TEST(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIsDoneNext) {
   client.Close();
   Box().Tell("set intake 1");
   const std::function<void(BoxClient&)> nexts[] = {[](BoxClient& one) { one.Close(); },
@@ -114,13 +114,13 @@ TEST_F(BoxSubDevice, ATestWithoutAReplyIsReceivedWholeThroughASlowWireWhateverIs
   EXPECT_EQ(Box().Frames(), expected);
 }
 
-TEST_F(BoxSubDevice, ATestWithoutAReplyThroughAPortThatIsGoneIsATimeOut) {
+BOX_TEST(BoxSubDevice, ATestWithoutAReplyThroughAPortThatIsGoneIsATimeOut) {
   Box().Tell("unplug");
   Messages messages = LongTest();
   EXPECT_EQ(Run(&_Zentrel::TELIC2Test, messages), S_TIMEOUT);
 }
 
-TEST_F(BoxSubDevice, ASilentBoxIsATimeOutAndAShortReplyABadOne) {
+BOX_TEST(BoxSubDevice, ASilentBoxIsATimeOutAndAShortReplyABadOne) {
   Messages messages({8});
   Box().Tell("silence");
   EXPECT_EQ(Run(&_Zentrel::TELIC2Read, messages), S_TIMEOUT);
@@ -129,7 +129,7 @@ TEST_F(BoxSubDevice, ASilentBoxIsATimeOutAndAShortReplyABadOne) {
   EXPECT_EQ(messages.Received(), Numbers{0});
 }
 
-TEST_F(BoxSubDevice, TheSupplyIsSwitchedOffAfterACommandOnDemand) {
+BOX_TEST(BoxSubDevice, TheSupplyIsSwitchedOffAfterACommandOnDemand) {
   client.Close();
   Box().Reset();
   ASSERT_EQ(client.Open(Port(), false), S_OKAY);
@@ -140,7 +140,7 @@ TEST_F(BoxSubDevice, TheSupplyIsSwitchedOffAfterACommandOnDemand) {
 }
 
 // Arrays of variants are all that scripts have.
-TEST_F(BoxSubDevice, AnArrayOfVariantsGetsWhatWasRead) {
+BOX_TEST(BoxSubDevice, AnArrayOfVariantsGetsWhatWasRead) {
   Value ids = Value::VariantArray({Value::Short(8), Value::Text(L"9")});
   Value data = Value::VariantArray({Value::Text(L"4660"), {}, Value::Text(L"kept")});
   EXPECT_EQ(
@@ -155,7 +155,7 @@ TEST_F(BoxSubDevice, AnArrayOfVariantsGetsWhatWasRead) {
   EXPECT_EQ(V_VT(&elements[2]), VT_BSTR);
 }
 
-TEST_F(BoxSubDevice, AnArrayOfVariantsStaysAsItIsWhenNoReplyFillsIt) {
+BOX_TEST(BoxSubDevice, AnArrayOfVariantsStaysAsItIsWhenNoReplyFillsIt) {
   Value data = Value::VariantArray({Value::Text(L"1"), Value::Text(L"2")});
   const auto* const elements = static_cast<VARIANT*>(V_ARRAY(&data.Raw())->pvData);
   const auto read = [&](const std::vector<LONG>& ids) {
@@ -172,7 +172,7 @@ TEST_F(BoxSubDevice, AnArrayOfVariantsStaysAsItIsWhenNoReplyFillsIt) {
   EXPECT_EQ(V_VT(&elements[1]), VT_BSTR) << "beside the one message of the reply";
 }
 
-TEST_F(BoxSubDevice, AReplyWithMoreThanAnArrayOfVariantsHoldsIsAFaultThatKeepsWhatHadRoom) {
+BOX_TEST(BoxSubDevice, AReplyWithMoreThanAnArrayOfVariantsHoldsIsAFaultThatKeepsWhatHadRoom) {
   Value data = Value::VariantArray({Value::Text(L"1")});
   Box().Tell("garbage 1 9");
   const Outcome outcome =
@@ -183,7 +183,7 @@ TEST_F(BoxSubDevice, AReplyWithMoreThanAnArrayOfVariantsHoldsIsAFaultThatKeepsWh
 }
 
 // The array belongs to the command until it is over, even for the client's own event.
-TEST_F(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
+BOX_TEST(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
   Messages messages({8, 9});
   std::vector<HRESULT> destroyed;
   std::vector<ZentrelStatus> nested;
@@ -199,7 +199,7 @@ TEST_F(BoxSubDevice, AnEventCannotTakeTheArrayAwayAndMayUseItInAnotherCall) {
   EXPECT_EQ(messages.Received(), (Numbers{0x1234, 0x5678}));
 }
 
-TEST_F(BoxSubDevice, AnEventCannotTakeAnArrayOfVariantsAway) {
+BOX_TEST(BoxSubDevice, AnEventCannotTakeAnArrayOfVariantsAway) {
   Value data = Value::VariantArray({{}});
   SAFEARRAY* const array = V_ARRAY(&data.Raw());
   std::vector<HRESULT> destroyed;

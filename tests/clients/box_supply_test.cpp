@@ -38,7 +38,7 @@ class DeclaredSupplyLine {
   static constexpr const wchar_t* kName = L"SupplyLine";
 };
 
-TEST_F(BoxSupply, MaintainedItIsOnFromOpeningToClosing) {
+BOX_TEST(BoxSupply, MaintainedItIsOnFromOpeningToClosing) {
   EXPECT_EQ(Box().Supply(), Journal{});
   Open(client);
   EXPECT_EQ(Box().Supply(), Journal{"on"});
@@ -49,7 +49,7 @@ TEST_F(BoxSupply, MaintainedItIsOnFromOpeningToClosing) {
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
 }
 
-TEST_F(BoxSupply, OpeningDoesNotPulseAnyLine) {
+BOX_TEST(BoxSupply, OpeningDoesNotPulseAnyLine) {
   Open(client);
   EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0"}));
   ASSERT_EQ(client.BoxStatus(), S_OKAY);
@@ -57,7 +57,7 @@ TEST_F(BoxSupply, OpeningDoesNotPulseAnyLine) {
   EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0", "dtr=0 rts=0"}));
 }
 
-TEST_F(BoxSupply, OpeningAnOpenPortAgainInterruptsItForTheClosing) {
+BOX_TEST(BoxSupply, OpeningAnOpenPortAgainInterruptsItForTheClosing) {
   Open(client);
   Open(client);
   EXPECT_EQ(Box().Lines(), (Journal{"dtr=0 rts=0", "dtr=1 rts=0", "dtr=0 rts=0", "dtr=1 rts=0"}));
@@ -65,7 +65,7 @@ TEST_F(BoxSupply, OpeningAnOpenPortAgainInterruptsItForTheClosing) {
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxSupply, MaintainedTheEventComesBeforeAndAfterEveryCommand) {
+BOX_TEST(BoxSupply, MaintainedTheEventComesBeforeAndAfterEveryCommand) {
   Open(client);
   EXPECT_EQ(client.Events(), (Events{true, true, false}));
   ASSERT_EQ(client.BoxStatus(), S_OKAY);
@@ -74,7 +74,7 @@ TEST_F(BoxSupply, MaintainedTheEventComesBeforeAndAfterEveryCommand) {
   EXPECT_EQ(client.Events().size(), 5U) << "closing is silent";
 }
 
-TEST_F(BoxSupply, OnDemandItGoesOffAfterTheLastCommandAndComesBackWithTheNext) {
+BOX_TEST(BoxSupply, OnDemandItGoesOffAfterTheLastCommandAndComesBackWithTheNext) {
   Box().Tell(kStartUp);
   const Stopwatch opening;
   ASSERT_EQ(client.Open(Port(), false), S_OKAY);
@@ -107,7 +107,7 @@ TEST_F(BoxSupply, OnDemandItGoesOffAfterTheLastCommandAndComesBackWithTheNext) {
   EXPECT_EQ(client.Events(), (Events{true, false, true})) << "closing is silent";
 }
 
-TEST_F(BoxSupply, TheCountdownNeedsAClientThatDispatchesMessages) {
+BOX_TEST(BoxSupply, TheCountdownNeedsAClientThatDispatchesMessages) {
   Open(client);
   client.Let(&_Zentrel::put_PowerTimeout, 1);
   client.Let(&_Zentrel::put_PowerManagement, true);
@@ -118,7 +118,7 @@ TEST_F(BoxSupply, TheCountdownNeedsAClientThatDispatchesMessages) {
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
 }
 
-TEST_F(BoxSupply, PowerManagementCanBeSwitchedOffAtAnyTime) {
+BOX_TEST(BoxSupply, PowerManagementCanBeSwitchedOffAtAnyTime) {
   Open(client);
   client.Let(&_Zentrel::put_PowerTimeout, 1);
   client.Let(&_Zentrel::put_PowerManagement, true);
@@ -129,7 +129,7 @@ TEST_F(BoxSupply, PowerManagementCanBeSwitchedOffAtAnyTime) {
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
 }
 
-TEST_F(BoxSupply, ABoxWithoutSupplyIsSilent) {
+BOX_TEST(BoxSupply, ABoxWithoutSupplyIsSilent) {
   OpenElectric(client);
   Box().Tell("supply rts");
   EXPECT_EQ(client.Reset(), S_TIMEOUT);
@@ -137,7 +137,7 @@ TEST_F(BoxSupply, ABoxWithoutSupplyIsSilent) {
   EXPECT_EQ(client.Reset(), S_OKAY);
 }
 
-TEST_F(BoxSupply, ABoxThatIsFedByAnotherLineIsDeclaredInTheRegistry) {
+BOX_TEST(BoxSupply, ABoxThatIsFedByAnotherLineIsDeclaredInTheRegistry) {
   Box().Tell("supply rts");
   const DeclaredSupplyLine declared(L"RTS");
   Open(client);
@@ -147,7 +147,7 @@ TEST_F(BoxSupply, ABoxThatIsFedByAnotherLineIsDeclaredInTheRegistry) {
   for (const std::string& state : Box().Lines()) EXPECT_TRUE(state.starts_with("dtr=0")) << state;
 }
 
-TEST_F(BoxSupply, ABoxThatIsFedByBothLinesIsDeclaredInTheRegistry) {
+BOX_TEST(BoxSupply, ABoxThatIsFedByBothLinesIsDeclaredInTheRegistry) {
   Box().Tell("supply both");
   const DeclaredSupplyLine declared(L"both");
   Open(client);
@@ -156,7 +156,7 @@ TEST_F(BoxSupply, ABoxThatIsFedByBothLinesIsDeclaredInTheRegistry) {
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
 }
 
-TEST_F(BoxSupply, ReleasingTheObjectSwitchesItOff) {
+BOX_TEST(BoxSupply, ReleasingTheObjectSwitchesItOff) {
   Open(client);
   client.Release();
   EXPECT_EQ(Box().Supply(), (Journal{"on", "off"}));
