@@ -14,6 +14,7 @@
 #include "com/registration.h"
 #include "com/type_information.h"
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/process_end.h"
 #include "support/modCOM_XTimerSupport.h"
 #include "support/modErrorReportSupport.h"
 
@@ -30,8 +31,11 @@ void ReleaseThread() {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, void* process_ends) {
   // When the process ends its heap may be in any state and goes anyway.
-  const bool unloading = reason == DLL_PROCESS_DETACH && process_ends == nullptr;
-  if (reason == DLL_THREAD_DETACH || unloading) ReleaseThread();
+  if (reason == DLL_PROCESS_DETACH && process_ends != nullptr) {
+    qmzentrel::platform::NoteProcessEnd();
+  } else if (reason == DLL_PROCESS_DETACH || reason == DLL_THREAD_DETACH) {
+    ReleaseThread();
+  }
   return TRUE;
 }
 

@@ -10,6 +10,7 @@
 #include <atomic>
 
 #include "platform/hardware_faults.h"
+#include "platform/win32/process_end.h"
 
 namespace qmzentrel::com {
 
@@ -24,9 +25,11 @@ struct ComError {
 /// thread's error info says the same in words.
 HRESULT ReportErrorInProgress() noexcept;
 
-/// The frame of an entry of COM: what `body` raises becomes its HRESULT.
+/// The frame of an entry of COM: what `body` raises becomes its HRESULT. At the end of the process
+/// it is not run: libraries that end after this one may still hold objects.
 template <class Body>
 HRESULT ResultOf(Body body) {
+  if (platform::ProcessEnds()) return RPC_E_DISCONNECTED;
   return platform::CalledFromOutside([&]() -> HRESULT {
     try {
       return body();

@@ -19,6 +19,7 @@
 #include "device/Zentrel.h"
 #include "platform/hardware_faults.h"
 #include "platform/win32/com_pointer.h"
+#include "platform/win32/process_end.h"
 
 namespace qmzentrel::com {
 
@@ -128,8 +129,9 @@ class ZentrelObject final : public _Zentrel,
   explicit ZentrelObject(DWORD thread);
   ~ZentrelObject() override;
 
+  // At the end of the process it stays as it is: the system takes the port back by itself.
   void DeleteIfUnused() {
-    if (references_ == 0 && uses_ == 0) delete this;
+    if (references_ == 0 && uses_ == 0 && !platform::ProcessEnds()) delete this;
   }
 
   // Called while bad memory in the arguments of a call is handled: reports it and raises

@@ -6,6 +6,7 @@
 
 #include "platform/hardware_faults.h"
 #include "platform/win32/exclusive_lock.h"
+#include "platform/win32/process_end.h"
 
 namespace qmzentrel::platform {
 namespace {
@@ -43,6 +44,7 @@ TimerCallback FindCallback(UINT_PTR id) {
 // Called by the operating system, which keeps the stack aligned to 4 bytes only.
 __attribute__((force_align_arg_pointer)) void CALLBACK OnTimer(HWND window, UINT message,
                                                                UINT_PTR id, DWORD system_time) {
+  if (ProcessEnds()) return;  // Another library shows a message box in its own end.
   const TimerCallback callback = FindCallback(id);
   if (callback == nullptr) return;  // A tick that was on its way when the timer ended.
   CalledFromOutside([&] {

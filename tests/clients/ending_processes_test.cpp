@@ -95,6 +95,35 @@ int PlayExitAtWork(const std::vector<std::string>& /*arguments*/) {
 }
 const ClientPart kExitAtWork("exit-at-work", PlayExitAtWork);
 
+// The only pointer to an object, in a library that ends after the component.
+_Zentrel* g_last = nullptr;
+
+// Nothing that raises an error: the start-up code of this program has ended, too.
+void LetGoOfTheLast() {
+  auto status = S_OKAY;
+  LONG signature = 0;
+  const bool refused = g_last->BoxStatus(&status) == RPC_E_DISCONNECTED &&
+                       g_last->get_ZentrelSignature(99, &signature) == RPC_E_DISCONNECTED;
+  const bool is_last = g_last->Release() == 0;
+  if (!refused || !is_last) TerminateProcess(GetCurrentProcess(), 8);
+}
+
+int PlayReleaseAtEnd(const std::vector<std::string>& /*arguments*/) {
+  const HMODULE plugin = LoadLibraryA("ending_plugin.dll");
+  if (plugin == nullptr) return 7;
+  using AtProcessEnd = void (*)(void (*)());
+  const auto at_process_end = reinterpret_cast<AtProcessEnd>(
+      reinterpret_cast<void*>(GetProcAddress(plugin, "AtProcessEnd")));
+  const auto client = OpenClient();
+  if (client == nullptr || client->BoxStatus() != S_OKAY) return 2;
+  client->Let(&_Zentrel::put_PowerManagement, true);
+  g_last = client->Object();
+  g_last->AddRef();
+  at_process_end(LetGoOfTheLast);
+  return kAsWanted;
+}
+const ClientPart kReleaseAtEnd("release-at-end", PlayReleaseAtEnd);
+
 class EndingProcesses : public WithRegisteredLibrary {
  protected:
   static void ExpectEnd(ClientProcess& process) {
@@ -135,6 +164,12 @@ TEST_F(EndingProcesses, EndFromAnotherThreadWhileACommandIsAtWork) {
 TEST_F(EndingProcesses, KeepTheLibraryWhileACommandIsAtWork) {
   box.Tell("set version 5.0");
   ClientProcess process("unload-in-command");
+  ExpectEnd(process);
+  ExpectCleanBox();
+}
+
+TEST_F(EndingProcesses, MayLetGoOfAnObjectInTheirVeryEnd) {
+  ClientProcess process("release-at-end");
   ExpectEnd(process);
   ExpectCleanBox();
 }

@@ -17,6 +17,11 @@ add_executable(hard_use_tests
 target_link_libraries(hard_use_tests PRIVATE test_client dialog_window virtual_box_client
   GTest::gtest)
 qmzentrel_test_sources(hard_use_tests WINDOWS)
+# Loaded from beside it.
+add_library(ending_plugin MODULE ending_plugin.c)
+set_target_properties(ending_plugin PROPERTIES PREFIX "")
+target_compile_options(ending_plugin PRIVATE -Wall -Wextra -Werror)
+add_dependencies(hard_use_tests ending_plugin)
 
 # NAME COUNT FILTER: those tests with so many boxes. One that hangs says so after two minutes.
 function(qmzentrel_hard_use_test name boxes filter)
