@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/win32/usual_arithmetic.h"
+
 namespace qmzentrel::platform {
 namespace {
 
@@ -25,6 +27,7 @@ float SecondsSinceMidnight() {
 }
 
 double LocalDate() {
+  const UsualArithmetic usual;
   SYSTEMTIME now;
   GetLocalTime(&now);
   // Whole seconds: a fraction could make the formatting round a time stamp up.

@@ -5,6 +5,7 @@
 #include "platform/win32/com_pointer.h"
 #include "platform/win32/locale.h"
 #include "platform/win32/owned_variant.h"
+#include "platform/win32/usual_arithmetic.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {
@@ -28,6 +29,7 @@ LateValue StructureOf(IRecordInfo* type) {
 }
 
 LateValue PlainTextOf(const VARIANT& value) {
+  const UsualArithmetic usual;
   OwnedVariant text;
   // Its names of the truth values, not numbers.
   const HRESULT converted = VariantChangeTypeEx(text.Get(), const_cast<VARIANT*>(&value),

@@ -11,6 +11,7 @@
 
 #include "platform/win32/bstr.h"
 #include "platform/win32/locale.h"
+#include "platform/win32/usual_arithmetic.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {
@@ -54,6 +55,7 @@ std::wstring WithLiteralSeparators(std::wstring_view format) {
 }  // namespace
 
 std::optional<double> ParseNumber(std::string_view text) {
+  const UsualArithmetic usual;
   std::wstring wide = Utf8ToWide(text);
   double value = 0.0;
   // Not even the user's own changes to this locale count.
@@ -64,6 +66,7 @@ std::optional<double> ParseNumber(std::string_view text) {
 }
 
 std::string FormatNumber(double value, std::string_view format) {
+  const UsualArithmetic usual;
   // Automation reads the number back from text on its way, by the user's separators, and puts them
   // into the result. So it gets a whole number, and the dot is written as itself.
   std::wstring literal = Utf8ToWide(format);
@@ -81,6 +84,7 @@ std::string FormatNumber(double value, std::string_view format) {
 }
 
 std::string FormatDate(double date, std::string_view format) {
+  const UsualArithmetic usual;
   VARIANT moment{};
   moment.vt = VT_DATE;
   moment.date = date;

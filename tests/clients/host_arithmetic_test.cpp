@@ -2,7 +2,9 @@
 // expects: nothing that it answers depends on that, and they find everything as they left it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
 #include <string>
 
 #include "tests/clients/com_client.h"
@@ -45,6 +47,28 @@ class InForce {
   WORD x87_before_ = 0;
   DWORD sse_before_ = 0;
 };
+
+// The last line that the component has written to the debugger's channel.
+std::array<char, 200> g_line{};
+
+__attribute__((force_align_arg_pointer)) LONG CALLBACK KeepLine(EXCEPTION_POINTERS* exception) {
+  const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+  constexpr DWORD kDebuggerLine = 0x40010006;
+  if (record.ExceptionCode == kDebuggerLine && record.NumberParameters > 1) {
+    const auto length = static_cast<std::size_t>(record.ExceptionInformation[0]);
+    const auto* const text = reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+    std::copy_n(text, std::min(length, g_line.size() - 1), g_line.begin());
+  }
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+std::string TimeNow() {
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), ", %02d:%02d:%02d ", now.wHour, now.wMinute, now.wSecond);
+  return text.data();
+}
 
 class HostArithmetic : public testing::TestWithParam<Arithmetic> {
  protected:
@@ -94,6 +118,48 @@ TEST_P(HostArithmetic, ChangesNoNameOfAWarmUp) {
     const std::wstring tenth = std::to_wstring(i % 5 * 2);
     EXPECT_EQ(Taken(names[static_cast<std::size_t>(i)]), whole + L"." + tenth + L" mS");
   }
+  EXPECT_TRUE(kept);
+}
+
+TEST_P(HostArithmetic, ChangesNoTimeOfAStep) {
+  g_line.fill('\0');
+  void* const keeper = AddVectoredExceptionHandler(1, KeepLine);
+  const std::string before = TimeNow();
+  bool kept = true;
+  {
+    const InForce in_force(GetParam());
+    auto status = S_OKAY;
+    zentrel->DeviceClose(&status);
+    kept = InForce::Is(GetParam());
+  }
+  const std::string after = TimeNow();
+  RemoveVectoredExceptionHandler(keeper);
+  const std::string line = g_line.data();
+  EXPECT_TRUE(line.find(before) != std::string::npos || line.find(after) != std::string::npos)
+      << line << "\nwas written between" << before << "and" << after;
+  EXPECT_TRUE(kept);
+}
+
+TEST_P(HostArithmetic, ChangesNoNumberThatIsConverted) {
+  constexpr LONG kNumber = 123'456'789;
+  Value amount;
+  V_VT(&amount.Raw()) = VT_CY;
+  V_CY(&amount.Raw()).int64 = kNumber * 10'000LL;
+  const DISPID reading = IdOf(zentrel.Get(), L"Reading");
+  DISPID let = DISPID_PROPERTYPUT;
+  DISPPARAMS parameters{&amount.Raw(), &let, 1, 1};
+  HRESULT result = E_UNEXPECTED;
+  bool kept = true;
+  {
+    const InForce in_force(GetParam());
+    result = zentrel->Invoke(reading, IID_NULL, kEnglish, DISPATCH_PROPERTYPUT, &parameters,
+                             nullptr, nullptr, nullptr);
+    kept = InForce::Is(GetParam());
+  }
+  LONG stored = 0;
+  zentrel->get_Reading(&stored);
+  EXPECT_EQ(result, S_OK);
+  EXPECT_EQ(stored, kNumber);
   EXPECT_TRUE(kept);
 }
 

@@ -1,4 +1,5 @@
 // Creating, opening, initialising, closing and releasing, and the facts of the box.
+#include <cfenv>
 #include <set>
 
 #include "interface/version_text.h"
@@ -269,6 +270,21 @@ TEST_F(DeviceSession, EveryBatteryByteIsTheProductRoundedOnceToSingle) {
     reply[1] = static_cast<std::uint8_t>(battery);
     facts.Parse(reply, 0);
     EXPECT_EQ(facts.m_sngBatteryVolts, static_cast<float>(battery * 0.039));
+  }
+}
+
+TEST_F(DeviceSession, TheVoltsDoNotDependOnHowTheClientsProcessorRounds) {
+  for (const int way : {FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}) {
+    FrameBuffer reply;
+    for (int battery = 0; battery < 256; ++battery) {
+      const auto volts = static_cast<float>(battery * 0.039);
+      BoxFacts facts;
+      reply[1] = static_cast<std::uint8_t>(battery);
+      std::fesetround(way);
+      facts.Parse(reply, 0);
+      std::fesetround(FE_TONEAREST);
+      EXPECT_EQ(facts.m_sngBatteryVolts, volts);
+    }
   }
 }
 
