@@ -86,6 +86,7 @@ void PassKeys::SetBoth(std::size_t place, double key) {
 
 std::vector<double> NumbersOf(const std::vector<const std::string*>& names) {
   std::vector<double> numbers;
+  numbers.reserve(names.size());
   for (const std::string* const name : names) {
     numbers.push_back(NumericValue(*name).value_or(std::numeric_limits<double>::quiet_NaN()));
   }

@@ -24,6 +24,7 @@ const std::string& NameOf(const Reg_KeyValues& value) {
 template <class Entry>
 std::vector<const std::string*> NamesOf(const std::vector<Entry>& list) {
   std::vector<const std::string*> names;
+  names.reserve(list.size());
   for (const Entry& entry : list) names.push_back(&NameOf(entry));
   return names;
 }
