@@ -46,10 +46,10 @@ class Dialog {
   bool Show();
   void Refresh();
   void Hide();
-  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide);
+  INT_PTR OnMessage(HWND window, UINT message, WPARAM wide, LPARAM parameter);
 
  private:
-  INT_PTR Answer(HWND window, UINT message, WPARAM wide);
+  INT_PTR Answer(HWND window, UINT message, WPARAM wide, LPARAM parameter);
   void Make();
   void Begin();
   void Reveal();
@@ -85,7 +85,7 @@ __attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND w
   auto* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
   // Some messages come before the first one.
   if (dialog == nullptr) return FALSE;
-  return CalledFromOutside([&] { return dialog->OnMessage(window, message, wide); });
+  return CalledFromOutside([&] { return dialog->OnMessage(window, message, wide, parameter); });
 }
 
 // A loop of its own, and none of the operating system's: there every window that the client makes
@@ -133,9 +133,11 @@ void Dialog::WaitForEnd() {
     }
     if (put_aside.PutAside(message)) continue;
     CallOut([&] {
-      if (IsDialogMessageW(window_, &message) != FALSE) return;
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
+      if (IsDialogMessageW(window_, &message) == FALSE) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+      }
+      if (!ending_) view_.Scrolled().ShowFocused();
     });
   }
 }
@@ -171,10 +173,10 @@ void Dialog::Hide() {
   WakeThread();
 }
 
-INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) {
+INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
   // The window system cannot be unwound through: what is thrown waits until the dialog has gone.
   try {
-    return RaisingFaults([&] { return Answer(window, message, wide); });
+    return RaisingFaults([&] { return Answer(window, message, wide, parameter); });
   } catch (const ClientUnwinding&) {
     throw;  // it goes past the window system by itself
   } catch (...) {
@@ -184,7 +186,7 @@ INT_PTR Dialog::OnMessage(HWND window, UINT message, WPARAM wide) {
   }
 }
 
-INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
+INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
   switch (message) {
     case WM_INITDIALOG:
       window_ = window;
@@ -204,7 +206,7 @@ INT_PTR Dialog::Answer(HWND window, UINT message, WPARAM wide) {
       if (placed_) presenter_.Hiding(PlaceOf(window));
       return TRUE;
     default:
-      return FALSE;
+      return view_.Scrolled().Answer(message, wide, parameter) ? TRUE : FALSE;
   }
 }
 
@@ -217,7 +219,7 @@ void Dialog::Begin() {
   WindowPlace place = DefaultPlace();
   presenter_.Placing(place);
   placed_ = true;
-  MoveTo(window_, place);
+  view_.Scrolled().Place(place);
 }
 
 // In its designed size in the middle of the owner, or of the screen, and within the screen.

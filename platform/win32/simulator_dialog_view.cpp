@@ -73,6 +73,7 @@ void DialogView::Begin(HWND window) {
     SendMessageW(Control(text), EM_LIMITTEXT, kMostLetters, 0);
   }
   AlignBoxes();
+  scrolled_.Begin(window_);
   tips_.Begin(window_);
   for (const int label : kCatalogLabels) tips_.Add(Control(label));
 }
@@ -182,9 +183,7 @@ void DialogView::ShowNotice(const std::string& text) {
     place.top += growth;
     MoveTo(Control(button), place);
   }
-  WindowPlace place = PlaceOf(window_);
-  place.height += growth;
-  MoveTo(window_, MovedInto(WorkAreaNearest(place), place));
+  scrolled_.Grow(growth);
 }
 
 void DialogView::Enable(HWND control, bool enabled) {

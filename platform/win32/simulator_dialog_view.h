@@ -11,6 +11,7 @@
 
 #include "platform/simulator_dialog.h"
 #include "platform/win32/caption_tips.h"
+#include "platform/win32/scrolled_window.h"
 #include "platform/win32/simulator_dialog_controls.h"
 
 namespace qmzentrel::platform {
@@ -36,6 +37,9 @@ class DialogView {
   void Show(const DialogContent& content);
   bool IsShowing() const { return showing_; }
 
+  /// Where the window is too small for its controls, it scrolls.
+  ScrolledWindow& Scrolled() { return scrolled_; }
+
   HWND Control(int id) const { return GetDlgItem(window_, id); }
 
   /// The number that the box of a spin has come to; what is beyond its range is shown as its end.
@@ -56,6 +60,7 @@ class DialogView {
 
   HWND window_ = nullptr;
   CaptionTips tips_;
+  ScrolledWindow scrolled_;
   bool showing_ = false;
   bool notice_shown_ = false;
   std::array<std::vector<DialogItem>, kDialogLists> shown_items_;

@@ -513,6 +513,187 @@ TEST_F(SimulatorDialogWindow, ARefreshLeavesTheCursorWhereTheUserTypes) {
   EXPECT_EQ(typed, L"12.20");
 }
 
+// ---- a screen that is too small ----
+
+constexpr LONG kBars = WS_HSCROLL | WS_VSCROLL;
+
+RECT ViewOf(const DialogWindow& dialog) {
+  RECT view{};
+  GetClientRect(dialog.Window(), &view);
+  return view;
+}
+
+// Where a control of the dialog is, seen from its upper left corner.
+RECT PlaceIn(const DialogWindow& dialog, int id) {
+  RECT place{};
+  GetWindowRect(dialog.Control(id), &place);
+  MapWindowPoints(nullptr, dialog.Window(), reinterpret_cast<POINT*>(&place), 2);
+  return place;
+}
+
+bool IsInView(const DialogWindow& dialog, int id) {
+  const RECT view = ViewOf(dialog);
+  const RECT place = PlaceIn(dialog, id);
+  RECT both{};
+  UnionRect(&both, &view, &place);
+  return EqualRect(&both, &view) != FALSE;
+}
+
+LONG BarsOf(const DialogWindow& dialog) {
+  return GetWindowLongW(dialog.Window(), GWL_STYLE) & kBars;
+}
+
+constexpr int kKeyboardControls[] = {IDC_cboMIF,         IDC_cboVersion,
+                                     IDC_udXpdrBox,      IDC_chkUserID,
+                                     IDC_chkEOL,         IDC_udReadingBox,
+                                     IDC_udTamperBox,    IDC_udUtilBox,
+                                     IDC_cboTXI,         IDC_cboMSI,
+                                     IDC_udThresholdBox, IDC_cboSignature0,
+                                     IDC_cboSignature1,  IDC_txtZentrelVersion,
+                                     IDC_txtBattery,     IDC_cmdNoXpdr,
+                                     IDC_cmdNoZentrel,   IDC_cmdOK};
+
+class SmallDialogWindow : public SimulatorDialogWindow {
+ protected:
+  // Shown with so much room only.
+  void ShowIn(std::int32_t width, std::int32_t height,
+              const std::function<void(DialogUser&, const DialogWindow&)>& act) {
+    recorder_.on_placing = [=](platform::WindowPlace& place) {
+      place.width = std::min(place.width, width);
+      place.height = std::min(place.height, height);
+    };
+    Show([&](DialogUser& user, const DialogWindow& dialog) {
+      SettleAll(user);
+      act(user, dialog);
+    });
+  }
+  // Also what the dialog does once it has dealt with a message.
+  static void SettleAll(DialogUser& user) {
+    EXPECT_TRUE(Settle(user));
+    EXPECT_TRUE(Settle(user));
+  }
+  static void Scroll(DialogUser& user, const DialogWindow& dialog, UINT message, WORD code) {
+    PostMessageW(dialog.Window(), message, code, 0);
+    SettleAll(user);
+  }
+
+  static constexpr std::int32_t kWide = 5'000;
+  static constexpr std::int32_t kLow = 200;
+  static constexpr std::int32_t kNarrow = 400;
+};
+
+TEST_F(SmallDialogWindow, WithRoomForAllOfItNothingScrolls) {
+  ShowIn(kWide, kWide, [](DialogUser& user, const DialogWindow& dialog) {
+    const RECT before = PlaceIn(dialog, IDC_cmdOK);
+    EXPECT_EQ(BarsOf(dialog), 0);
+    Scroll(user, dialog, WM_VSCROLL, SB_LINEDOWN);
+    PostMessageW(dialog.Window(), WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    SettleAll(user);
+    const RECT after = PlaceIn(dialog, IDC_cmdOK);
+    EXPECT_TRUE(EqualRect(&before, &after));
+  });
+}
+
+TEST_F(SmallDialogWindow, ADialogThatIsTooTallHasOneBarAndKeepsItsWidth) {
+  ShowIn(kWide, kLow, [](DialogUser&, const DialogWindow& dialog) {
+    EXPECT_EQ(BarsOf(dialog), WS_VSCROLL);
+    EXPECT_GE(ViewOf(dialog).right, PlaceIn(dialog, IDC_fraZentrel).right);
+    RECT window{};
+    GetWindowRect(dialog.Window(), &window);
+    EXPECT_EQ(window.bottom - window.top, kLow);
+  });
+}
+
+TEST_F(SmallDialogWindow, TheKeyboardBringsEachControlIntoView) {
+  ShowIn(kNarrow, kLow, [this](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_EQ(BarsOf(dialog), kBars);
+    EXPECT_TRUE(IsInView(dialog, IDC_cmdOK)) << "it has the keyboard at first";
+    for (const int id : kKeyboardControls) {
+      EXPECT_TRUE(Focus(dialog, id));
+      SettleAll(user);
+      EXPECT_TRUE(IsInView(dialog, id)) << id;
+    }
+  });
+}
+
+TEST_F(SmallDialogWindow, TheBarsScrollFromEndToEnd) {
+  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    Scroll(user, dialog, WM_VSCROLL, SB_TOP);
+    Scroll(user, dialog, WM_HSCROLL, SB_LEFT);
+    const RECT first = PlaceIn(dialog, IDC_fraMIF);
+    EXPECT_GE(first.left, 0);
+    EXPECT_GE(first.top, 0);
+    Scroll(user, dialog, WM_VSCROLL, SB_LINEUP);
+    EXPECT_EQ(PlaceIn(dialog, IDC_fraMIF).top, first.top) << "beyond the end";
+    Scroll(user, dialog, WM_VSCROLL, SB_LINEDOWN);
+    EXPECT_LT(PlaceIn(dialog, IDC_fraMIF).top, first.top);
+    Scroll(user, dialog, WM_HSCROLL, SB_PAGERIGHT);
+    EXPECT_LT(PlaceIn(dialog, IDC_fraMIF).left, first.left);
+    Scroll(user, dialog, WM_VSCROLL, SB_BOTTOM);
+    Scroll(user, dialog, WM_HSCROLL, SB_RIGHT);
+    EXPECT_TRUE(IsInView(dialog, IDC_cmdNoZentrel));
+  });
+}
+
+TEST_F(SmallDialogWindow, TheWheelScrollsUpAndDown) {
+  ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    Scroll(user, dialog, WM_VSCROLL, SB_TOP);
+    const LONG top = PlaceIn(dialog, IDC_fraMIF).top;
+    const auto turn = [&](int wheel) {
+      PostMessageW(dialog.Window(), WM_MOUSEWHEEL, MAKEWPARAM(0, wheel), 0);
+      SettleAll(user);
+      return PlaceIn(dialog, IDC_fraMIF).top;
+    };
+    const LONG lower = turn(-WHEEL_DELTA);
+    EXPECT_LT(lower, top);
+    EXPECT_EQ(turn(WHEEL_DELTA), top);
+    for (int i = 0; i < 4; ++i) turn(-WHEEL_DELTA / 4);
+    EXPECT_NEAR(PlaceIn(dialog, IDC_fraMIF).top, lower, 1) << "in small pieces";
+  });
+}
+
+TEST_F(SmallDialogWindow, TheArrowsOfASpinTurnItAndScrollNothing) {
+  ShowIn(kWide, kLow, [this](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_udReadingBox));
+    SettleAll(user);
+    const RECT before = PlaceIn(dialog, IDC_udReading);
+    const LPARAM below = MAKELPARAM(3, (before.bottom - before.top) * 3 / 4);
+    PostMessageW(dialog.Control(IDC_udReading), WM_LBUTTONDOWN, MK_LBUTTON, below);
+    PostMessageW(dialog.Control(IDC_udReading), WM_LBUTTONUP, 0, below);
+    SettleAll(user);
+    // What arrows tell the dialog, with whatever code.
+    const auto arrows = reinterpret_cast<LPARAM>(dialog.Control(IDC_udReading));
+    for (const WPARAM code : {SB_PAGEUP, SB_PAGEDOWN}) {
+      PostMessageW(dialog.Window(), WM_VSCROLL, code, arrows);
+      SettleAll(user);
+      const RECT after = PlaceIn(dialog, IDC_udReading);
+      EXPECT_TRUE(EqualRect(&before, &after));
+    }
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{"spin 1 16777214"});
+}
+
+TEST_F(SmallDialogWindow, TheButtonsBelowTheLineAreReached) {
+  content_.notice = "A line";
+  ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    Scroll(user, dialog, WM_VSCROLL, SB_TOP);
+    EXPECT_FALSE(IsInView(dialog, IDC_lblNotice));
+    Scroll(user, dialog, WM_VSCROLL, SB_BOTTOM);
+    EXPECT_TRUE(IsInView(dialog, IDC_cmdOK));
+    EXPECT_TRUE(IsInView(dialog, IDC_lblNotice));
+  });
+}
+
+TEST_F(SmallDialogWindow, OnALargerScreenAllOfItIsShown) {
+  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    PostMessageW(dialog.Window(), WM_DISPLAYCHANGE, 32, 0);
+    SettleAll(user);
+    EXPECT_EQ(BarsOf(dialog), 0);
+    EXPECT_TRUE(IsInView(dialog, IDC_fraMIF));
+    EXPECT_TRUE(IsInView(dialog, IDC_cmdNoZentrel));
+  });
+}
+
 // ---- what can be read ----
 
 TEST_F(SimulatorDialogWindow, HasTheAgreedCaptions) {

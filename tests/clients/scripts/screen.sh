@@ -14,11 +14,11 @@ trap end_screen EXIT
 trap 'exit 1' TERM # also when it is ended
 
 # The prefix stays in FOLDER for the next time. tests/with_limit knows it already.
-start_screen() { # FOLDER
+start_screen() { # FOLDER [WIDTHxHEIGHT]
   mkdir -p "$1"
   export QMZ_WINEPREFIX=${QMZ_WINEPREFIX:-$1/wine}
   "$root/tools/wine/prefix"
-  Xvfb -displayfd 3 -screen 0 1024x768x24 3>"$work/display" 2>/dev/null &
+  Xvfb -displayfd 3 -screen 0 "${2:-1024x768}x24" 3>"$work/display" 2>/dev/null &
   screen_process=$!
   for _ in $(seq 100); do
     [ ! -s "$work/display" ] || break
