@@ -35,7 +35,7 @@ function(qmzentrel_win64_program name)
   file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/${name}.dir)
   add_custom_command(OUTPUT ${program}
     COMMAND ${QMZ_WIN64_CXX} -static -o ${program} ${objects} ${win64_gtest_objects}
-      -lole32 -loleaut32 -luuid -ladvapi32 -luser32 -lws2_32
+      -lole32 -loleaut32 -luuid -ladvapi32 -luser32 -lpsapi -lws2_32
     DEPENDS ${objects} ${win64_gtest_objects}
     VERBATIM)
   add_custom_target(${name} ALL DEPENDS ${program})

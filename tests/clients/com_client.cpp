@@ -14,16 +14,6 @@ namespace {
   std::exit(2);
 }
 
-// The build machine's path of the library, as Windows programs see it under Wine.
-std::wstring LibraryPath() {
-  std::wstring path(MAX_PATH, L'\0');
-  const DWORD length =
-      GetEnvironmentVariableW(L"QMZ_DLL", path.data(), static_cast<DWORD>(path.size()));
-  if (length == 0 || length >= path.size()) Stop("QMZ_DLL does not name the library");
-  path.resize(length);
-  return path.front() == L'/' ? L"Z:" + path : path;
-}
-
 template <class Function>
 void Find(HMODULE module, const char* name, Function& function) {
   function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
@@ -72,6 +62,16 @@ Outcome InvokeRaw(IDispatch* object, DISPID id, WORD flags, std::vector<Value>& 
 }
 
 }  // namespace
+
+// The build machine's path of the library, as Windows programs see it under Wine.
+std::wstring LibraryPath() {
+  std::wstring path(MAX_PATH, L'\0');
+  const DWORD length =
+      GetEnvironmentVariableW(L"QMZ_DLL", path.data(), static_cast<DWORD>(path.size()));
+  if (length == 0 || length >= path.size()) Stop("QMZ_DLL does not name the library");
+  path.resize(length);
+  return path.front() == L'/' ? L"Z:" + path : path;
+}
 
 const Library& LoadedLibrary() {
   static const Library library = Load();

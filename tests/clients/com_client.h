@@ -29,6 +29,9 @@ struct Library {
   HRESULT(STDAPICALLTYPE* Install)(BOOL, PCWSTR);
 };
 
+/// The file of the library under test, which QMZ_DLL names.
+std::wstring LibraryPath();
+
 /// Loaded once, COM initialised for the calling thread as a single-threaded apartment. Ends the
 /// program with a word about the reason when there is no such library.
 const Library& LoadedLibrary();
