@@ -1,0 +1,80 @@
+# Sourced by the tests of the kit for real Windows, after `what` says which, and within
+# tests/com_box/with_null_modem: unpacks the kit on C:, where no other drive leads to the files of the
+# machine that has built it, into a folder as people have them, and says how its script is run.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+run=$root/tools/wine/run
+fail() {
+  echo "$what: FAILED: $*"
+  exit 1
+}
+. "$root/tools/wine/environment.sh"
+everything=$WINEPREFIX/dosdevices/z:
+work=$(mktemp -d)
+place=$(mktemp -d "$WINEPREFIX/drive_c/Jörgs R&D (1) XXXXXX")
+kit=$place/QmZentrel-windows-tests
+at_end() { :; }
+finish() {
+  at_end
+  ln -sfn / "$everything"
+  rm -rf "$work" "$place"
+}
+trap finish EXIT
+"$root/tools/windows_kit" --built "$work" >"$work/log" 2>&1 || fail "no kit: $(<"$work/log")"
+unzip -q "$work"/*.zip -d "$place"
+
+# Whether a program sees the project: yes or no.
+sees_sources() {
+  (cd "$kit" && "$run" cmd /c "if exist Z:${root//\//\\}\\CMakeLists.txt (echo yes) else echo no") |
+    tr -d '\r'
+}
+[ "$(sees_sources)" = yes ] || fail "no drive leads to the project to begin with"
+rm "$everything"
+[ "$(sees_sources)" = no ] || fail "the project is in reach of the programs"
+
+# A user has one cable.
+unset QMZ_TAP_PORT QMZ_TAP_CLIENT_PORT
+ports=("$QMZ_PORT" "$QMZ_BOX_PORT")
+run_tests() { # [CLIENT_PORT BOX_PORT] [PROGRAM]
+  local code=0
+  (cd "$kit" && "$run" cmd /c run_tests.cmd "$@" >"$work/log" 2>&1 </dev/null) || code=$?
+  tr -d '\r' <"$kit/report.txt" >"$work/report"
+  return $code
+}
+reports() { # PATTERN
+  grep -q "$1" "$work/report"
+}
+# The verdict on those programs, and on no others.
+expect_passed() { # PROGRAM...
+  local program
+  for program; do
+    # With a word of the program itself.
+    sed -n "/^=== $program *$/,/^=== $program: passed/p" "$work/report" >"$work/account"
+    if ! grep -q '^\[  PASSED  \] [1-9]' "$work/account" || ! grep -q ': passed *$' "$work/account"; then
+      fail "$program has not passed: $(<"$work/report")"
+    fi
+  done
+  [ "$(grep -c '^===.*: passed' "$work/report")" = $# ] || fail "other programs: $(<"$work/report")"
+  reports "^ALL PASSED: $# *\$" || fail "the report has no verdict: $(<"$work/report")"
+}
+
+# Every Windows has it.
+"$run" reg add 'HKCU\Software\Classes\CLSID' /f >/dev/null 2>&1 </dev/null || fail "no classes of the user"
+# The registry, both views of it where there are two.
+registry() { # NAME
+  local part
+  for part in 'HKLM\Software' 'HKCU\Software' 'HKCU\Control Panel'; do
+    (cd "$kit" && "$run" reg export "$part" part.reg /y >/dev/null 2>&1 </dev/null) || fail "no $part"
+    # Without what Wine notes of its screen as long as it is up.
+    iconv -f UTF-16 -t UTF-8 "$kit/part.reg" | tr -d '\r' |
+      sed '/^\[HKEY_CURRENT_USER\\Software\\Wine\\Temporary/,/^$/d'
+  done >"$work/$1"
+  rm "$kit/part.reg"
+  # Else nothing would be compared.
+  [ "$(wc -l <"$work/$1")" -gt 1000 ] || fail "no registry: $(<"$work/$1")"
+}
+is_as_before() { # WHAT HAS HAPPENED
+  registry now
+  diff "$work/before" "$work/now" >"$work/differences" ||
+    fail "$1: the registry: $(head -40 "$work/differences")"
+  [ ! -e "$kit/kept" ] || fail "$1: what was put aside is still there: $(ls "$kit/kept")"
+}
