@@ -27,6 +27,10 @@ ManifestDPIAware true
 !define UNINSTALL_KEYS "Software\Microsoft\Windows\CurrentVersion\Uninstall"
 !define UNINSTALL_KEY "${UNINSTALL_KEYS}\QmZentrel"
 !define CATALOG "SOFTWARE\QuenmoorComms"
+; In the start menu of all users, or of the one it is for.
+!define MENU "$SMPROGRAMS\QmZentrel"
+!define PROMPT "${MENU}\Zentrel command prompt.lnk"
+!define HELP "${MENU}\QmZentrel help.lnk"
 ; Its unnamed value is the simulator's switch.
 !define SIMULATOR "${CATALOG}\QMC Software Library\Zentrel\Simulator"
 ; Before, "DeleteRegKey /ifempty" took keys that have values.
@@ -74,6 +78,22 @@ VIAddVersionKey "LegalCopyright" ""
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
+Var NextSteps
+; What to do next. Nothing is ticked: who upgrades knows it already.
+!define MUI_PAGE_CUSTOMFUNCTION_PRE ChooseNextSteps
+!define MUI_FINISHPAGE_TITLE "QmZentrel is installed"
+!define MUI_FINISHPAGE_TEXT $NextSteps
+!define MUI_FINISHPAGE_TEXT_LARGE
+!define MUI_FINISHPAGE_RUN
+!define MUI_FINISHPAGE_RUN_TEXT "Open the Zentrel command prompt"
+!define MUI_FINISHPAGE_RUN_FUNCTION OpenPrompt
+!define MUI_FINISHPAGE_RUN_NOTCHECKED
+!define MUI_FINISHPAGE_SHOWREADME
+!define MUI_FINISHPAGE_SHOWREADME_TEXT "Show the help"
+!define MUI_FINISHPAGE_SHOWREADME_FUNCTION OpenHelp
+!define MUI_FINISHPAGE_SHOWREADME_NOTCHECKED
+!define MUI_FINISHPAGE_NOREBOOTSUPPORT
+!insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
 !insertmacro MUI_LANGUAGE "English"
@@ -326,7 +346,23 @@ Section "QmZentrel" SecComponent
       !insertmacro EndWith ${EXIT_NOT_REGISTERED} "QmZentrel could not be registered (regsvr32 ended with $9). Start as an administrator."
     ${EndIf}
   ${EndIf}
+  Call MakeShortcuts
 SectionEnd
+
+; The prompt is a 32-bit one, in which the names of Windows' own tools (cscript, regsvr32, reg) are those
+; that the component needs; its folder is the installation's.
+Function MakeShortcuts
+  StrCpy $0 $SYSDIR
+  ${If} ${RunningX64}
+    StrCpy $0 "$WINDIR\SysWOW64"
+  ${EndIf}
+  CreateDirectory "${MENU}"
+  SetOutPath $INSTDIR
+  CreateShortcut "${PROMPT}" "$0\cmd.exe" '/k "echo zentrel --help lists the commands. These are the serial ports:& zentrel ports"'
+  CreateShortcut "${HELP}" "$INSTDIR\QMZENTREL.chm"
+  ; What is started from here must not keep that folder.
+  SetOutPath $SYSDIR
+FunctionEnd
 
 ; What only a machine can have: the registry keys are the machine's.
 Section /o "Sample catalog" SecCatalog
@@ -437,6 +473,24 @@ FunctionEnd
 Function .onInstFailed
   Call DeleteUnfinished
   SetErrorLevel ${EXIT_NOT_WRITTEN}
+FunctionEnd
+
+Function ChooseNextSteps
+  StrCpy $NextSteps 'The start menu has a "Zentrel command prompt". In it "zentrel ports" lists the serial ports, "zentrel info --port 7" asks the box on COM7.$\r$\n$\r$\n'
+  ${If} $MultiUser.InstallMode == "AllUsers"
+    StrCpy $NextSteps '$NextStepsWithout a box the simulator plays one: the help says under "Working without a box" how to switch it on.'
+  ${Else}
+    StrCpy $NextSteps '$NextStepsOther programs and scripts do not find the component: for one user it is not registered. Install it for the machine where they need it.'
+  ${EndIf}
+FunctionEnd
+
+; By the desktop's own program, so that what opens has the rights of the person in front of it and not
+; those of the installer.
+Function OpenPrompt
+  Exec '"$WINDIR\explorer.exe" "${PROMPT}"'
+FunctionEnd
+Function OpenHelp
+  Exec '"$WINDIR\explorer.exe" "$INSTDIR\QMZENTREL.chm"'
 FunctionEnd
 
 ; $INSTDIR: the folder of the command line, or empty. NSIS takes none that has quotation marks, and
@@ -629,6 +683,9 @@ Section "un.QmZentrel"
     Call un.TakeOutOfRegistry
   ${EndIf}
   Call un.DeleteFiles
+  Delete "${PROMPT}"
+  Delete "${HELP}"
+  RMDir "${MENU}"
   ; What an installer has left that was broken off; those of one at work stay.
   ${un.GetParameters} $0
   ClearErrors

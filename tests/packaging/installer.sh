@@ -10,6 +10,7 @@ work=$(mktemp -d)
 . "$root/tools/wine/environment.sh"
 drive=$(realpath "$WINEPREFIX")/drive_c
 entry='Software\Microsoft\Windows\CurrentVersion\Uninstall\QmZentrel'
+menu='Microsoft/Windows/Start Menu/Programs/QmZentrel'
 holding=
 
 # What a run that fails leaves would fail the next one, in the same prefix.
@@ -24,7 +25,7 @@ remove_leftovers() {
   done
   "$run" reg import "Z:$work/handler.reg" >/dev/null 2>&1 || true
   rm -rf "$drive"/Program\ Files*/QmZentrel "$drive"/users/*/AppData/Local/Programs/QmZentrel \
-    "$drive"/QmZentrel*
+    "$drive"/QmZentrel* "$drive"/ProgramData/"$menu" "$drive"/users/*/AppData/Roaming/"$menu"
 }
 at_end() { :; }
 finish() {

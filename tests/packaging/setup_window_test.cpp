@@ -28,11 +28,15 @@ constexpr int kFolder = 1019;
 // Radio buttons of a page that is made as it is shown, in their order.
 constexpr int kForTheMachine = 1201;
 constexpr int kForOneUser = 1202;
+// The last page is made so, too.
+constexpr int kLastHeading = 1201;
+constexpr int kNextSteps = 1202;
+constexpr int kOpenPrompt = 1203;
+constexpr int kShowHelp = 1204;
 
 constexpr wchar_t kForWhom[] = L"Choose Users";
 constexpr wchar_t kWhichParts[] = L"Choose Components";
 constexpr wchar_t kWhere[] = L"Choose Install Location";
-constexpr wchar_t kDone[] = L"Installation Complete";
 constexpr wchar_t kUninstalled[] = L"Uninstallation Complete";
 
 // The parts in the order of the page. The last one is there on 64-bit Windows only.
@@ -116,6 +120,25 @@ class SetupWindow : public testing::Test {
     Press(Frame(), button);
     ASSERT_TRUE(Shows(heading)) << "it shows " << testing::PrintToString(Frame().Text(kHeading));
   }
+  /// The last page of the installer, which has no heading as the others have.
+  void AwaitLastPage() const {
+    ASSERT_TRUE(Becomes([this] {
+      return Window() != nullptr && Page().Text(kLastHeading) == L"QmZentrel is installed";
+    }));
+    for (const int box : {kOpenPrompt, kShowHelp}) EXPECT_FALSE(Page().IsTicked(box)) << box;
+  }
+  void Install() const {
+    Press(Frame(), kNext);
+    AwaitLastPage();
+  }
+  void Finish() const {
+    Press(Frame(), kNext);
+    EXPECT_EQ(ExitCode(), 0U);
+  }
+  bool SaysNext(const std::wstring& words) const {
+    return Page().Text(kNextSteps).find(words) != std::wstring::npos;
+  }
+
   /// The question or message that stands before its window; null when none comes.
   HWND Box() const {
     HWND box = nullptr;
@@ -202,9 +225,25 @@ TEST_F(SetupWindow, InstallsWhatIsTickedWhereItSays) {
   Toggle(kReports);
   GoTo(kNext, kWhere);
   EXPECT_EQ(Page().Text(kFolder), Environment(L"QMZ_FOLDER"));
-  GoTo(kNext, kDone);
-  Press(Frame(), kNext);
-  EXPECT_EQ(ExitCode(), 0U);
+  Install();
+  EXPECT_TRUE(SaysNext(L"\"zentrel info --port 7\""));
+  EXPECT_TRUE(SaysNext(L"simulator"));
+  EXPECT_FALSE(SaysNext(L"not registered"));
+  Page().Click(kShowHelp);
+  Finish();
+}
+
+TEST_F(SetupWindow, TellsOneUserWhatOthersDoNotFind) {
+  StartInstaller(L"/CurrentUser");
+  GoTo(kNext, kWhichParts);
+  GoTo(kNext, kWhere);
+  Install();
+  EXPECT_TRUE(SaysNext(L"\"zentrel info --port 7\""));
+  EXPECT_TRUE(SaysNext(L"for one user it is not registered"));
+  // Whose switch is the machine's.
+  EXPECT_FALSE(SaysNext(L"simulator"));
+  Page().Click(kOpenPrompt);
+  Finish();
 }
 
 // --- Where a version is installed, with reports ---
@@ -221,9 +260,8 @@ TEST_F(SetupWindow, AnUpgradeGivesUpWhatIsNoLongerTicked) {
   EXPECT_EQ(Picture(kReports), kNotTicked);
   GoTo(kNext, kWhere);
   EXPECT_EQ(Page().Text(kFolder), Environment(L"QMZ_FOLDER"));
-  GoTo(kNext, kDone);
-  Press(Frame(), kNext);
-  EXPECT_EQ(ExitCode(), 0U);
+  Install();
+  Finish();
 }
 
 TEST_F(SetupWindow, AsksAgainWhileAFileIsInUse) {
@@ -246,13 +284,12 @@ TEST_F(SetupWindow, AsksAgainWhileAFileIsInUse) {
 
 class SetupWindowWithSimulator : public SetupWindow {
  protected:
-  void GoOnToTheWarning(const std::wstring& heading_behind_it) const {
+  void GoOnThroughTheWarning() const {
     Press(Frame(), kNext);
     ASSERT_NE(Box(), nullptr);
     EXPECT_EQ(DialogWindow(Box()).Message().find(L"The simulator is switched on"), 0U)
         << testing::PrintToString(DialogWindow(Box()).Message());
     DialogWindow(Box()).Click(IDOK);
-    ASSERT_TRUE(Shows(heading_behind_it));
   }
 };
 
@@ -260,16 +297,16 @@ TEST_F(SetupWindowWithSimulator, SaysThatItIsOnAsItInstalls) {
   StartInstaller();
   GoTo(kNext, kWhichParts);
   GoTo(kNext, kWhere);
-  GoOnToTheWarning(kDone);
-  Press(Frame(), kNext);
-  EXPECT_EQ(ExitCode(), 0U);
+  GoOnThroughTheWarning();
+  AwaitLastPage();
+  Finish();
 }
 
 TEST_F(SetupWindowWithSimulator, SaysThatItStaysOnForOthersAsItUninstallsForOne) {
   StartUninstaller();
-  GoOnToTheWarning(kUninstalled);
-  Press(Frame(), kNext);
-  EXPECT_EQ(ExitCode(), 0U);
+  GoOnThroughTheWarning();
+  ASSERT_TRUE(Shows(kUninstalled));
+  Finish();
 }
 
 // --- Where a newer version is installed ---
@@ -289,8 +326,7 @@ TEST_F(SetupWindow, LeavesANewerVersionUnlessSomebodyAgrees) {
 TEST_F(SetupWindow, TakesItOutAgain) {
   StartUninstaller();
   GoTo(kNext, kUninstalled);
-  Press(Frame(), kNext);
-  EXPECT_EQ(ExitCode(), 0U);
+  Finish();
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ from markdown.extensions.toc import TocExtension
 from pages import slug
 
 # Beside the reference; links to other documents are words only.
-GUIDES = ("clients", "troubleshooting", "errors", "catalog", "simulator")
+GUIDES = ("zentrel-program", "clients", "troubleshooting", "errors", "catalog", "simulator")
 PROJECT = "QMZENTREL"
 STYLE = """body { font: 10pt Segoe UI, Tahoma, sans-serif; margin: 1em; max-width: 60em; }
 h1 { font-size: 150%; } h2 { font-size: 120%; }

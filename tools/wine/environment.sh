@@ -14,8 +14,9 @@ else
 fi
 export WINEPREFIX=${QMZ_WINEPREFIX:-$first_prefix}
 export WINEDEBUG=${WINEDEBUG:--all}
-# Neither is used, and both would ask for a download.
-export WINEDLLOVERRIDES='mscoree,mshtml='
+# Neither of the first two is used, and both would ask for a download; the last one would put what is
+# installed into the menus of whoever sits at this machine.
+export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
 if [ -n "${QMZ_DISPLAY:-}" ]; then
   export DISPLAY=$QMZ_DISPLAY
 else
