@@ -1,4 +1,4 @@
-# Sourced by tools/setup/packages: whether the packages are for this system.
+# Sourced by tools/setup/packages: whether the packages are for this system, and the folder for them.
 
 os_release=${QMZ_OS_RELEASE:-/etc/os-release}
 oldest_debian=12
@@ -26,6 +26,16 @@ require_suitable_system() {
   version=$(of_system VERSION_ID)
   if [ "$(of_system ID)" = debian ] && [ -n "$version" ] && [ "${version%%.*}" -lt "$oldest_debian" ]; then
     unsuitable "This is ${name:-Debian $version}; Debian $oldest_debian is the oldest with compilers for it."
+  fi
+}
+
+# The compilers of installer and help take their arguments byte for byte, programs under Wine as text.
+require_suitable_folder() { # FOLDER
+  local folder
+  folder=$(cd "$1" && pwd)
+  if LC_ALL=C grep -q '[^ -~]' <<<"$folder"; then
+    echo "The path $folder has letters other than those of ASCII, which some tools do not read: move the project to one without." >&2
+    exit 1
   fi
 }
 
