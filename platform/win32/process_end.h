@@ -4,7 +4,7 @@
 namespace qmzentrel::platform {
 
 namespace internal {
-extern bool g_process_ends;
+inline bool g_process_ends = false;
 }
 
 /// To be called when the operating system says so: from now on nothing of the library works that
