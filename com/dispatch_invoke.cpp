@@ -16,8 +16,11 @@ namespace qmzentrel::com {
 namespace {
 
 // Inline, unlike the comparison of the system's header: every late-bound call comes this way.
+// Clients in C hand over no identifier at all, since other objects never look at it.
 bool IsNull(REFIID identifier) {
-  return InlineIsEqualGUID(identifier, IID_NULL) != FALSE;
+  const IID* given = &identifier;
+  asm("" : "+r"(given));  // or the compiler would rely on a reference
+  return given == nullptr || InlineIsEqualGUID(*given, IID_NULL) != FALSE;
 }
 
 // The procedure that a call with these flags means. A client that cannot tell a method from a

@@ -169,6 +169,21 @@ TEST_F(BadPointers, OfALateBoundCall) {
   }
 }
 
+// As clients in C do it.
+TEST_F(BadPointers, ForTheReservedIdentifierAreLikeNone) {
+  const IID* volatile none = nullptr;
+  LPOLESTR name = const_cast<LPOLESTR>(L"Util");
+  DISPID id = 0;
+  EXPECT_EQ(zentrel->GetIDsOfNames(*none, &name, 1, 0, &id), S_OK);
+  DISPPARAMS no_arguments{};
+  VARIANT result;
+  VariantInit(&result);
+  EXPECT_EQ(
+      zentrel->Invoke(id, *none, 0, DISPATCH_PROPERTYGET, &no_arguments, &result, nullptr, nullptr),
+      S_OK);
+  EXPECT_EQ(V_VT(&result), VT_I4);
+}
+
 TEST_F(BadPointers, LeaveNothingBehind) {
   constexpr int kRounds = 1000;
   Value numbers = Value::LongArray({8});
