@@ -350,7 +350,7 @@ Section "QmZentrel" SecComponent
 SectionEnd
 
 ; The prompt is a 32-bit one, in which the names of Windows' own tools (cscript, regsvr32, reg) are those
-; that the component needs; its folder is the installation's.
+; that the component needs; its folder is the installation's, where not every cmd looks unasked.
 Function MakeShortcuts
   StrCpy $0 $SYSDIR
   ${If} ${RunningX64}
@@ -358,7 +358,7 @@ Function MakeShortcuts
   ${EndIf}
   CreateDirectory "${MENU}"
   SetOutPath $INSTDIR
-  CreateShortcut "${PROMPT}" "$0\cmd.exe" '/k "echo zentrel --help lists the commands. These are the serial ports:& zentrel ports"'
+  CreateShortcut "${PROMPT}" "$0\cmd.exe" '/k "echo zentrel --help lists the commands. These are the serial ports:& .\zentrel ports"'
   CreateShortcut "${HELP}" "$INSTDIR\QMZENTREL.chm"
   ; What is started from here must not keep that folder.
   SetOutPath $SYSDIR
