@@ -176,10 +176,10 @@ TEST_F(RegistrySort, LongListsInEveryShapeAreSorted) {
   EXPECT_EQ(Sorted(Texts(2000, "7")), Texts(2000, "7"));
 }
 
-// The sorting as it is stated, name by name.
-class StatedSort {
+// The passes, name by name.
+class NameByNameSort {
  public:
-  explicit StatedSort(Texts names) : names_(std::move(names)) {}
+  explicit NameByNameSort(Texts names) : names_(std::move(names)) {}
 
   // False when a pass of numbers has met a word.
   bool Run(std::int64_t first, std::int64_t last) {
@@ -223,7 +223,7 @@ class StatedSort {
   bool met_word_ = false;
 };
 
-TEST_F(RegistrySort, EveryNameEndsWhereTheStatedPassesLeaveIt) {
+TEST_F(RegistrySort, EveryNameEndsWherePassesNameByNameLeaveIt) {
   const std::vector<Texts> kinds = {
       {"1", "01", "1.0", "2", "+2", "10", "-3", "&H2", "0", "-0"},
       {"a", "A", "b", "B", "ab", "aB", "", "c", "_"},
@@ -235,15 +235,15 @@ TEST_F(RegistrySort, EveryNameEndsWhereTheStatedPassesLeaveIt) {
     const Texts& kind = kinds[random() % kinds.size()];
     Texts names(1 + random() % 70);
     for (std::string& name : names) name = kind[random() % kind.size()];
-    StatedSort stated(names);
-    const bool sorted = stated.Run(0, std::ssize(names) - 1);
+    NameByNameSort slow(names);
+    const bool sorted = slow.Run(0, std::ssize(names) - 1);
     ASSERT_EQ(ErrorNumberOf([&] { RegKeys_QSort(names, -1, -1); }), sorted ? 0 : 65535);
-    ASSERT_EQ(names, stated.Names());
+    ASSERT_EQ(names, slow.Names());
     const auto reports = TakeReports();
     if (sorted) continue;
     ++faults;
-    const std::string stood = "<lngLow>" + std::to_string(stated.low) + "</lngLow>\r\n<lngHigh>" +
-                              std::to_string(stated.high) + "</lngHigh>\r\n";
+    const std::string stood = "<lngLow>" + std::to_string(slow.low) + "</lngLow>\r\n<lngHigh>" +
+                              std::to_string(slow.high) + "</lngHigh>\r\n";
     ASSERT_TRUE(reports.at(0).local_variables.starts_with(stood)) << reports[0].local_variables;
   }
   EXPECT_GT(faults, 100);
@@ -263,8 +263,8 @@ Texts WorstOrder(const Texts& sorted) {
   return worst;
 }
 
-// A pass that looked at every name would take minutes for each of the two.
-TEST_F(RegistrySort, TheWorstOrderOfVeryManyNamesTakesAMoment) {
+// Passes that looked at every name would not come to an end within the time that a test has.
+TEST_F(RegistrySort, TheWorstOrderOfVeryManyNamesIsSorted) {
   constexpr int kNames = 65'000;
   for (const std::string prefix : {"", "name"}) {
     Texts sorted;

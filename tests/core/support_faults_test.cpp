@@ -129,7 +129,7 @@ TEST_F(SupportFaults, RegKeys_QSortIsReportedWhole) {
   Texts keys = {"1", "9", "x", "8"};
   ExpectReport(
       [&] { modCOM_Registry::RegKeys_QSort(keys, -1, -1); },
-      {kTypeMismatch, "modCOM_Registry", "NameOf(at(lngLow)), vntTestVal) < 0",
+      {kTypeMismatch, "modCOM_Registry", "keys.At(place(lngLow))",
        ShownTexts("Keys", {"1", "8", "x", "9"}) + Shown("lngFirst", 0) + Shown("lngLast", 3),
        Shown("lngLow", 2) + Shown("lngHigh", 2) + Shown("lngMiddle", 1) + Shown("vntTempVal", "9") +
            Shown("vntTestVal", 9)});
@@ -153,7 +153,7 @@ class SortPartFaults : public FaultTest<CoreTest> {};
 TEST_F(SortPartFaults, RegKeys_QSortIsReportedWhole) {
   Texts keys = {"z", "5", "b", "m", "x", "y", "a"};
   ExpectReport([&] { modCOM_Registry::RegKeys_QSort(keys, -1, -1); },
-               {kTypeMismatch, "modCOM_Registry", "NameOf(at(lngLow)), vntTestVal) < 0",
+               {kTypeMismatch, "modCOM_Registry", "keys.At(place(lngLow))",
                 ShownTexts("Keys", {"a", "5", "b", "m", "x", "y", "z"}) + Shown("lngFirst", 0) +
                     Shown("lngLast", 2),
                 Shown("lngLow", 0) + Shown("lngHigh", 2) + Shown("lngMiddle", 1) +
@@ -163,7 +163,7 @@ TEST_F(SortPartFaults, RegKeys_QSortIsReportedWhole) {
 TEST_F(SupportFaults, RegValues_QSortIsReportedWhole) {
   std::vector<modCOM_Registry::Reg_KeyValues> values = {{"left alone", {}}, {"10", {}}, {"x", {}}};
   ExpectReport([&] { modCOM_Registry::RegValues_QSort(values, 1, -1); },
-               {kTypeMismatch, "modCOM_Registry", "NameOf(at(lngHigh)), vntTestVal) > 0",
+               {kTypeMismatch, "modCOM_Registry", "keys.At(place(lngHigh))",
                 Shown("KeyValues", "{Can't dump UDT parameters}") + Shown("lngFirst", 1) +
                     Shown("lngLast", 2),
                 Shown("lngLow", 1) + Shown("lngHigh", 2) + Shown("lngMiddle", 1) +
