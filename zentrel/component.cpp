@@ -11,6 +11,7 @@
 #include "zentrel/component_library.h"
 #include "zentrel/console.h"
 #include "zentrel/failure.h"
+#include "zentrel/program_file.h"
 #include "zentrel/report.h"
 #include "zentrel/system_program.h"
 
@@ -47,7 +48,26 @@ void Require(HRESULT result, const char* what) {
                 "run zentrel doctor");
 }
 
-void RequireObject(HRESULT result) {
+Failure NotMade(HRESULT result) {
+  return {ExitCode::kNoComponent, "the component QmZentrel cannot be made: " + Hexadecimal(result),
+          "run zentrel doctor, which says why"};
+}
+
+// Of what is not registered doctor knows no more.
+Failure NotMadeByFileBeside(HRESULT result) {
+  const std::wstring file = LibraryBeside();
+  std::string problem = "cannot be used (" + Hexadecimal(result) + ")";
+  if (IsNoLibraryOf32Bits(file)) {
+    problem = "is no 32-bit DLL";
+  } else if (result == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)) {
+    problem = "needs a DLL that is not there";
+  }
+  return {ExitCode::kNoComponent,
+          "the file beside zentrel " + problem + ": " + platform::WideToUtf8(file),
+          "take the QmZentrel.dll of the release"};
+}
+
+void RequireObject(HRESULT result, Failure (*otherwise)(HRESULT)) {
   if (result == S_OK) return;
   if (result == kComponentFault) Require(result, "making an object");
   if (result == REGDB_E_CLASSNOTREG) {
@@ -56,9 +76,7 @@ void RequireObject(HRESULT result) {
                       " from an administrator's prompt, or let zentrel doctor say what is missing");
   }
   if (IsForbidden(result)) throw ForbiddenByRule();
-  throw Failure(ExitCode::kNoComponent,
-                "the component QmZentrel cannot be made: " + Hexadecimal(result),
-                "run zentrel doctor, which says why");
+  throw otherwise(result);
 }
 
 HRESULT MakeOfRegisteredClass(platform::ComPointer<_Zentrel>& object) {
@@ -77,12 +95,13 @@ void SayThatItIsNotRegistered() {
 
 platform::ComPointer<_Zentrel> NewObject() {
   platform::ComPointer<_Zentrel> object;
-  HRESULT result = MakeOfRegisteredClass(object);
-  if (result == REGDB_E_CLASSNOTREG) {
-    result = MakeByLibraryBeside(object);
-    if (result == S_OK) SayThatItIsNotRegistered();
+  const HRESULT registered = MakeOfRegisteredClass(object);
+  if (registered != REGDB_E_CLASSNOTREG) {
+    RequireObject(registered, NotMade);
+  } else {
+    RequireObject(MakeByLibraryBeside(object), NotMadeByFileBeside);
+    SayThatItIsNotRegistered();
   }
-  RequireObject(result);
   return object;
 }
 
@@ -265,7 +284,7 @@ void Component::Check(::ZentrelStatus status, Answerer answerer) const {
 
 void RequireRegisteredClass() {
   platform::ComPointer<_Zentrel> object;
-  RequireObject(MakeOfRegisteredClass(object));
+  RequireObject(MakeOfRegisteredClass(object), NotMade);
 }
 
 std::string PortName(std::int32_t port) {

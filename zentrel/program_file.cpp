@@ -110,6 +110,11 @@ FileKind KindOf(const std::wstring& path) {
   }
 }
 
+bool IsNoLibraryOf32Bits(const std::wstring& path) {
+  const FileKind kind = KindOf(path);
+  return kind != FileKind::kMissing && kind != FileKind::k32Bit;
+}
+
 FileKind KindOfCaller(const std::wstring& path) {
   {
     const FoldersAsNamed as_named;

@@ -18,6 +18,8 @@ enum class FileKind {
 
 /// As 32-bit programs find it.
 FileKind KindOf(const std::wstring& path);
+/// A file that is there, and that no 32-bit program can load.
+bool IsNoLibraryOf32Bits(const std::wstring& path);
 /// As the system finds a program that somebody names: its own folder is not replaced.
 FileKind KindOfCaller(const std::wstring& path);
 

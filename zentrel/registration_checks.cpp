@@ -49,12 +49,16 @@ std::wstring ServerIn(const RegistryPlace& classes) {
 
 std::string HowToRegister(const OwnComponent& own) {
   const std::string file =
-      KindOf(own.path) == FileKind::kMissing ? "QmZentrel.dll" : "\"" + Shown(own.path) + "\"";
-  return "run " + SystemProgram("regsvr32.exe") + " " + file + " from an administrator's prompt";
+      KindOf(own.path) == FileKind::k32Bit ? "\"" + Shown(own.path) + "\"" : "QmZentrel.dll";
+  return (IsNoLibraryOf32Bits(own.path) ? "take the QmZentrel.dll of the release and " : "") +
+         ("run " + SystemProgram("regsvr32.exe") + " " + file + " from an administrator's prompt");
 }
 
 // A person who has just seen zentrel read a box must not take it for a registration.
 std::string WhatZentrelUses(const OwnComponent& own) {
+  if (IsNoLibraryOf32Bits(own.path)) {
+    return "; the file beside zentrel is no 32-bit DLL: " + Shown(own.path);
+  }
   return KindOf(own.path) == FileKind::k32Bit ? "; zentrel itself uses the library beside it" : "";
 }
 

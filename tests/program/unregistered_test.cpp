@@ -3,8 +3,10 @@
 #include <array>
 
 #include "tests/automation/replaced_import.h"
+#include "tests/program/crafted_file.h"
 #include "tests/program/program_test.h"
 #include "zentrel/component.h"
+#include "zentrel/component_library.h"
 #include "zentrel/failure.h"
 
 namespace qmzentrel::program_tests {
@@ -109,6 +111,17 @@ class ProgramElsewhere : public UnregisteredClass {
   std::wstring Program() const { return folder_ + L"\\zentrel.exe"; }
   std::wstring Library() const { return folder_ + L"\\QmZentrel.dll"; }
 
+  // The end of the library's path, which the folder of temporary files may have in two ways.
+  std::string NameInFolder() const {
+    return platform::WideToUtf8(Library().substr(folder_.find_last_of(L'\\')));
+  }
+
+  std::string OutputOfDoctor() const {
+    const Outcome outcome = RunningProgram("doctor", nullptr, Program()).Await();
+    EXPECT_EQ(outcome.exit_code, 11) << outcome.errors;
+    return outcome.output;
+  }
+
   // The one sentence of a failure that is that of a missing component.
   std::string SentenceOfInfo() const {
     const Outcome outcome = RunningProgram("info" + PortOption(), nullptr, Program()).Await();
@@ -135,13 +148,42 @@ TEST_F(ProgramElsewhere, WithoutALibraryBesideItSaysHowToRegister) {
   EXPECT_NE(sentence.find("regsvr32.exe"), std::string::npos) << sentence;
 }
 
-TEST_F(ProgramElsewhere, AFileBesideItThatIsNoLibraryIsSaidToBeNone) {
-  const platform::OwnedHandle file(
-      CreateFileW(Library().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-  ASSERT_TRUE(file.IsValid());
+// Broken off while it was copied, and that of another program.
+class FileOfAnotherKindBeside : public ProgramElsewhere, public testing::WithParamInterface<bool> {
+ protected:
+  FileOfAnotherKindBeside() {
+    EXPECT_TRUE(CopyFileW(LibraryUnderTest().c_str(), Library().c_str(), FALSE));
+  }
+  void Spoil() const {
+    const CraftedFile empty("");
+    const CraftedFile wide(IMAGE_FILE_MACHINE_AMD64);
+    ASSERT_TRUE(CopyFileW((GetParam() ? wide : empty).Path().c_str(), Library().c_str(), FALSE));
+  }
+};
+INSTANTIATE_TEST_SUITE_P(EmptyAnd64Bits, FileOfAnotherKindBeside, testing::Bool());
+
+TEST_P(FileOfAnotherKindBeside, IsSaidToBeNoLibrary) {
+  Spoil();
   const std::string sentence = SentenceOfInfo();
-  EXPECT_TRUE(sentence.starts_with("zentrel: the component QmZentrel cannot be made: 0x8007"))
+  EXPECT_TRUE(sentence.starts_with("zentrel: the file beside zentrel is no 32-bit DLL: "))
       << sentence;
+  EXPECT_NE(sentence.find(NameInFolder() + "; take the QmZentrel.dll of the release"),
+            std::string::npos)
+      << sentence;
+}
+
+TEST_P(FileOfAnotherKindBeside, IsNotWhatDoctorHasRegistered) {
+  const std::string to_be_registered = NameInFolder() + "\" from an administrator's prompt";
+  EXPECT_NE(OutputOfDoctor().find(to_be_registered), std::string::npos);
+  Spoil();
+  const std::string output = OutputOfDoctor();
+  EXPECT_NE(output.find("the class is not registered; the file beside zentrel is no 32-bit DLL: "),
+            std::string::npos)
+      << output;
+  EXPECT_NE(output.find(NameInFolder()), std::string::npos) << output;
+  EXPECT_EQ(output.find(to_be_registered), std::string::npos) << output;
+  EXPECT_NE(output.find("take the QmZentrel.dll of the release and run "), std::string::npos)
+      << output;
 }
 
 TEST_F(ProgramElsewhere, ALibraryBesideItIsUsedWhereverThatIs) {
@@ -170,6 +212,28 @@ TEST_F(UnregisteredClass, ARuleThatForbidsTheLibraryBesideIsNamed) {
     g_refusal = error;
     EXPECT_THROW(program::Component(), program::ForbiddenByRule) << error;
   }
+}
+
+TEST_F(UnregisteredClass, ALibraryBesideThatNeedsWhatIsNotThereIsNamed) {
+  const automation::ReplacedImport<decltype(&LoadLibraryExW)> refused(
+      GetModuleHandleW(nullptr), L"kernel32", "LoadLibraryExW", RefuseToLoadBeside);
+  const automation::ReplacedImport<decltype(&GetFileAttributesW)> there(
+      GetModuleHandleW(nullptr), L"kernel32", "GetFileAttributesW", FindAnyFile);
+  const auto problem_with = [](DWORD error) -> std::string {
+    g_refusal = error;
+    try {
+      program::Component();
+    } catch (const program::Failure& failure) {
+      EXPECT_EQ(failure.next, "take the QmZentrel.dll of the release");
+      return failure.what();
+    }
+    return "none";
+  };
+  const std::string file = platform::WideToUtf8(program::LibraryBeside());
+  EXPECT_EQ(problem_with(ERROR_MOD_NOT_FOUND),
+            "the file beside zentrel needs a DLL that is not there: " + file);
+  EXPECT_EQ(problem_with(ERROR_PROC_NOT_FOUND),
+            "the file beside zentrel cannot be used (0x8007007F): " + file);
 }
 
 }  // namespace
