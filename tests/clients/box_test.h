@@ -48,8 +48,7 @@ class RepeatableTest : public Fixture {
   static constexpr DWORD kSpare = Fixture::kSpareMs;
 
   void RunWhole() {
-    this->SetUp();
-    Body();
+    if (GoesOnAfter([this] { this->SetUp(); })) GoesOnAfter([this] { Body(); });
     this->TearDown();
   }
 
