@@ -17,7 +17,7 @@ namespace qmzentrel::clients {
 class PlayedBox {
  public:
   /// It is told `commands` before it begins.
-  explicit PlayedBox(std::initializer_list<const char*> commands) {
+  PlayedBox(std::initializer_list<const char*> commands) {
     const auto port = virtual_box::NumberFromEnvironment("QMZ_BOX_PORT");
     const char* const program = std::getenv("QMZ_BOX_PROGRAM");
     if (!port || program == nullptr) return;
