@@ -10,18 +10,20 @@ rem
 rem The tests register the DLL and an error handler and write to
 rem HKEY_LOCAL_MACHINE\SOFTWARE\QuenmoorComms. What is there is put aside in the folder kept, and back
 rem at the end; a run that was broken off, by the next one. Read README.txt first.
-setlocal
-cd /d "%~dp0"
+setlocal EnableExtensions DisableDelayedExpansion
+rem Taken once: called by a relative name, %~dp0 is another folder after cd.
+set "here=%~dp0"
+cd /d "%here%"
 if not exist QmZentrel.dll (
   echo Unpack the whole zip into a folder on a disk of this machine, and start run_tests.cmd there.
   exit /b 1
 )
-set "report=%~dp0report.txt"
-set "kept=%~dp0kept"
-set "QMZ_DLL=%~dp0QmZentrel.dll"
-set "QMZ_SOURCES=%~dp0sources"
-set "QMZ_BOX_PROGRAM=%~dp0virtual_box.exe"
-set "QMZ_CLIENT_PROGRAM=%~dp0box_commands_tests.exe"
+set "report=%here%report.txt"
+set "kept=%here%kept"
+set "QMZ_DLL=%here%QmZentrel.dll"
+set "QMZ_SOURCES=%here%sources"
+set "QMZ_BOX_PROGRAM=%here%virtual_box.exe"
+set "QMZ_CLIENT_PROGRAM=%here%box_commands_tests.exe"
 set QMZ_PORT=%~1
 set QMZ_BOX_PORT=%~2
 set program=%~3
@@ -38,8 +40,10 @@ set failed=0
 set starts=0
 set none=
 set lost=
+set stays=
+set restarted=
 
-del /q "%~dp0*.out" >nul 2>&1
+del /q "%here%*.out" >nul 2>&1
 echo QmZentrel on this machine > "%report%"
 ver >> "%report%"
 echo %PROCESSOR_ARCHITECTURE% %PROCESSOR_ARCHITEW6432% >> "%report%"
@@ -58,11 +62,11 @@ set "reg_64=%SystemRoot%\Sysnative\reg.exe"
 if not exist "%reg_64%" set "reg_64=%SystemRoot%\System32\reg.exe"
 
 call :keep
-if not "%lost%"=="" exit /b 1
+if not "%lost%%stays%"=="" exit /b 1
 rem Takes the reports of the faults that the tests bring about; else each would be a message box.
 "%regsvr32%" /s error_component.dll
 if errorlevel 1 (
-  rd /s /q "%kept%"
+  call :remove_kept
   echo The error handler of the tests could not be registered: start as an administrator.
   echo NOT RUN, nor are the tests of 64-bit programs: no rights to register >> "%report%"
   exit /b 1
@@ -91,7 +95,7 @@ if not %failed%==0 (
   echo %failed% of %count% failed. The report is in report.txt: please send it to the makers.
   exit /b 1
 )
-if not "%lost%"=="" exit /b 1
+if not "%lost%%stays%"=="" exit /b 1
 echo ALL PASSED: %count% >> "%report%"
 echo All %count% passed. The report is in report.txt.
 exit /b 0
@@ -124,8 +128,8 @@ rem A program, whose code is then in %code%, and in %ran% whether a test of it h
 :start
 rem Into a file of its own: what the program has started may hold it open for a while.
 set /a starts=starts+1
-set "output=%~dp0%1.%starts%.out"
-"%~dp0%1.exe" --gtest_brief=1 %2 > "%output%" 2>&1
+set "output=%here%%1.%starts%.out"
+"%here%%1.exe" --gtest_brief=1 %2 > "%output%" 2>&1
 rem Of a program that has crashed the code is negative.
 set code=%errorlevel%
 rem Where it cannot be written nothing has been run.
@@ -145,7 +149,15 @@ if not "%wide%"=="yes" (
   call :leave_out %client% "this Windows has no 64-bit programs"
   exit /b 0
 )
+rem What a run that was broken off has started ends by itself within a minute of its last object.
+set tries=1
+if "%restarted%"=="yes" set tries=15
+:others
 call :start %client% "--gtest_filter=SurrogateOfOthers.*"
+set /a tries=tries-1
+if "%code%"=="0" set tries=0
+if not %tries%==0 "%tools%\ping.exe" -n 6 127.0.0.1 >nul 2>&1
+if not %tries%==0 goto others
 if not "%code%"=="0" (
   call :leave_out %client% "it does not start here, or another program has the component open"
   exit /b 0
@@ -241,17 +253,16 @@ if errorlevel 1 (
   echo NOT RUN: reg.exe does not work here, as where a policy forbids it >> "%report%"
   exit /b 0
 )
-if exist "%kept%" (
-  echo PUT BACK FIRST: what a run that was broken off had put aside >> "%report%"
-  call :put_back
-)
+if exist "%kept%" call :put_back_first
+if not "%stays%"=="" exit /b 0
 if not "%lost%"=="" (
   echo What an earlier run has put aside cannot be put back:%lost%. It is in the folder kept.
   echo NOT RUN: not put back from an earlier run:%lost% >> "%report%"
   exit /b 0
 )
-if exist "%kept%.part" rd /s /q "%kept%.part"
-md "%kept%.part"
+set "into=%kept%.part"
+if exist "%into%" rd /s /q "%into%"
+md "%into%"
 call :each keep_key
 if not "%lost%"=="" (
   echo What is registered cannot be put aside:%lost%
@@ -259,7 +270,7 @@ if not "%lost%"=="" (
   exit /b 0
 )
 rem Whole from here on.
-ren "%kept%.part" kept
+ren "%into%" kept
 if not exist "%kept%" set lost=all
 if not "%lost%"=="" echo NOT RUN: nothing can be put aside in this folder >> "%report%"
 exit /b 0
@@ -267,13 +278,44 @@ exit /b 0
 :keep_key
 "%~2" query "%~3" >nul 2>&1
 if errorlevel 1 exit /b 0
-"%~2" export "%~3" "%kept%.part\%1.reg" /y >nul 2>&1
+"%~2" export "%~3" "%into%\%1.reg" /y >nul 2>&1
 if errorlevel 1 set lost=%lost% %1
+exit /b 0
+
+rem Since the run was broken off somebody may have installed or registered anew.
+:put_back_first
+set restarted=yes
+set number=0
+:next_number
+set /a number=number+1
+set "into=%kept%.before.%number%"
+if exist "%into%" goto next_number
+md "%into%"
+call :each keep_key
+if not "%lost%"=="" exit /b 0
+echo PUT BACK FIRST: what a run that was broken off had put aside; what was there is in kept.before.%number% >> "%report%"
+echo An earlier run was broken off. What it had put aside is put back now; what is registered in its
+echo place is in the folder kept.before.%number%, to be imported by hand if it is the newer one.
+call :put_back
 exit /b 0
 
 :put_back
 call :each put_key_back
-if "%lost%"=="" rd /s /q "%kept%"
+if "%lost%"=="" call :remove_kept
+exit /b 0
+
+rem Else the next run would put it back, whatever has been registered until then. It goes as a whole:
+rem from a part of it only a part would come back.
+:remove_kept
+if exist "%kept%.done" rd /s /q "%kept%.done" >nul 2>&1
+ren "%kept%" kept.done >nul 2>&1
+if exist "%kept%" (
+  set stays=yes
+  echo The folder kept cannot be removed: close what has it open, and delete it before the next run.
+  echo NOT REMOVED: the folder kept, all of which is back in its place >> "%report%"
+  exit /b 0
+)
+rd /s /q "%kept%.done" >nul 2>&1
 exit /b 0
 
 :put_key_back
