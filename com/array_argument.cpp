@@ -5,10 +5,10 @@
 #include <string_view>
 
 #include "com/error_info.h"
-#include "com/variant_conversion.h"
 #include "platform/hardware_faults.h"
 #include "platform/win32/late_bound.h"
 #include "platform/win32/owned_variant.h"
+#include "platform/win32/variant_conversion.h"
 #include "support/late_bound.h"
 
 namespace qmzentrel::com {
@@ -16,7 +16,7 @@ namespace {
 
 HRESULT ToNumber(VARIANT* value, LCID lcid, std::int32_t& number) {
   platform::OwnedVariant converted;
-  const HRESULT result = ConvertVariant(converted.Get(), value, lcid, VT_I4);
+  const HRESULT result = platform::ConvertVariant(converted.Get(), value, lcid, VT_I4);
   if (SUCCEEDED(result)) number = V_I4(converted.Get());
   return result;
 }

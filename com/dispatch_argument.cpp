@@ -1,7 +1,7 @@
 #include "com/dispatch_argument.h"
 
-#include "com/variant_conversion.h"
 #include "platform/hardware_faults.h"
+#include "platform/win32/variant_conversion.h"
 
 namespace qmzentrel::com {
 namespace {
@@ -96,7 +96,7 @@ HRESULT BoundArgument::BindValue(VARIANTARG& given, VARTYPE type, LCID lcid) {
 
 HRESULT BoundArgument::Convert(VARIANTARG& given, VARTYPE type, LCID lcid) {
   owned_ = true;
-  return ConvertVariant(&value_, &given, lcid, type);
+  return platform::ConvertVariant(&value_, &given, lcid, type);
 }
 
 HRESULT BoundArgument::BindObject(VARIANTARG& given, LCID lcid) {

@@ -17,6 +17,7 @@
 #include "platform/win32/locale.h"
 #include "platform/win32/owned_failure.h"
 #include "platform/win32/owned_variant.h"
+#include "platform/win32/variant_conversion.h"
 #include "platform/win32/wide.h"
 
 namespace qmzentrel::platform {
@@ -108,12 +109,11 @@ std::optional<LateFailure> Invoke(ClientObject object, std::string_view name, WO
 
 std::optional<LateFailure> Get(ClientObject object, std::string_view name, LateArguments arguments,
                                VARTYPE type, OwnedVariant& value) {
-  if (auto failure = Invoke(object, name, kGetEither, arguments, nullptr, value.Get())) {
+  OwnedVariant given;
+  if (auto failure = Invoke(object, name, kGetEither, arguments, nullptr, given.Get())) {
     return failure;
   }
-  // The property may be an object: the conversion asks that for its value.
-  const HRESULT converted = CallOut(
-      [&] { return VariantChangeTypeEx(value.Get(), value.Get(), kComponentLocale, 0, type); });
+  const HRESULT converted = ConvertVariant(value.Get(), given.Get(), kComponentLocale, type);
   if (FAILED(converted)) return LateFailure{AutomationNumber(converted), "", ""};
   return std::nullopt;
 }
