@@ -10,6 +10,7 @@
 #include "platform/hardware_faults.h"
 #include "platform/win32/client_window.h"
 #include "platform/win32/locked_windows.h"
+#include "platform/win32/process_end.h"
 #include "platform/win32/simulator_dialog_view.h"
 #include "platform/win32/this_module.h"
 #include "platform/win32/thread_messages.h"
@@ -81,6 +82,7 @@ class Dialog {
 __attribute__((force_align_arg_pointer)) INT_PTR CALLBACK OnDialogMessage(HWND window, UINT message,
                                                                           WPARAM wide,
                                                                           LPARAM parameter) {
+  if (ProcessEnds()) return FALSE;  // This thread has ended it, in a message to another window.
   if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, parameter);
   auto* const dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
   // Some messages come before the first one.
