@@ -40,7 +40,7 @@ FaultHandler QmzCallOutHandler;
 
 inline Registration* FirstRegistration() {
   void* first = nullptr;
-  asm("movl %%fs:0, %0" : "=r"(first));
+  asm volatile("movl %%fs:0, %0" : "=r"(first) : : "memory");
   return static_cast<Registration*>(first);
 }
 
