@@ -13,6 +13,9 @@ constexpr LONG kLineHeight = 8;
 // Around a control that is brought into view, in lines.
 constexpr std::int32_t kMargin = 1;
 
+// To itself: its controls have another size.
+constexpr UINT kMeasureAgain = WM_APP;
+
 // How far to scroll so that the part from `begin` to `end` of a view is seen, or its beginning when
 // it is too long.
 std::int32_t IntoView(std::int32_t begin, std::int32_t end, std::int32_t view) {
@@ -34,9 +37,49 @@ void ScrolledWindow::Begin(HWND window) {
   content_ = {inside.right, inside.bottom};
   const WindowPlace place = PlaceOf(window_);
   edge_ = {place.width - content_.width, place.height - content_.height};
+  const Extent end = EndOfControls();
+  margin_ = {content_.width - end.width, content_.height - end.height};
+  MeasureLine();
+}
+
+void ScrolledWindow::MeasureLine() {
   RECT line{0, 0, kLineWidth, kLineHeight};
   MapDialogRect(window_, &line);
   line_ = {line.right, line.bottom};
+}
+
+// Of those that are shown, or will be with the window.
+ScrolledWindow::Extent ScrolledWindow::EndOfControls() const {
+  Extent end;
+  for (HWND control = GetWindow(window_, GW_CHILD); control != nullptr;
+       control = GetWindow(control, GW_HWNDNEXT)) {
+    if ((GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE) == 0) continue;
+    RECT rect{};
+    GetWindowRect(control, &rect);
+    MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&rect), 2);
+    end.width = std::max<std::int32_t>(end.width, rect.right);
+    end.height = std::max<std::int32_t>(end.height, rect.bottom);
+  }
+  return end;
+}
+
+// In a client that lets each screen have its own resolution the operating system gives the window
+// and its controls another size.
+void ScrolledWindow::MeasureAgain() {
+  // Without bars, which would count as a part of the edge.
+  Fit(across_, false, 1, 1);
+  Fit(down_, false, 1, 1);
+  RECT inside{};
+  GetClientRect(window_, &inside);
+  const WindowPlace place = PlaceOf(window_);
+  edge_ = {place.width - inside.right, place.height - inside.bottom};
+  const Extent line = line_;
+  MeasureLine();
+  margin_ = {MulDiv(margin_.width, line_.width, line.width),
+             MulDiv(margin_.height, line_.height, line.height)};
+  const Extent end = EndOfControls();
+  content_ = {end.width + margin_.width, end.height + margin_.height};
+  Grow(0);
 }
 
 void ScrolledWindow::Grow(std::int32_t growth) {
@@ -67,7 +110,7 @@ void ScrolledWindow::Place(const WindowPlace& place) {
   MoveTo(window_, across || down ? MovedInto(area, fit) : fit);
   Fit(across_, across, content_.width, fit.width - edge_.width - (down ? bars.width : 0));
   Fit(down_, down, content_.height, fit.height - edge_.height - (across ? bars.height : 0));
-  focused_ = nullptr;
+  if (focus_moved_) focused_ = nullptr;
 }
 
 void ScrolledWindow::Fit(Axis& axis, bool scrolls, std::int32_t content, std::int32_t view) {
@@ -113,8 +156,18 @@ void ScrolledWindow::MoveControls(std::int32_t right, std::int32_t down) const {
 }
 
 bool ScrolledWindow::Answer(UINT message, WPARAM wide, LPARAM parameter) {
-  // Another screen: a remote one that was left and is looked at from elsewhere, say.
-  if (message == WM_DISPLAYCHANGE) Grow(0);
+  // Another screen, a remote one that was left and is looked at from elsewhere, say; or a bar has
+  // come to its edge.
+  if (message == WM_DISPLAYCHANGE || (message == WM_SETTINGCHANGE && wide == SPI_SETWORKAREA)) {
+    Grow(0);
+  }
+  // The controls get their size after this, from where they stand.
+  if (message == WM_DPICHANGED) {
+    ScrollTo(across_, 0);
+    ScrollTo(down_, 0);
+    PostMessageW(window_, kMeasureAgain, 0, 0);
+  }
+  if (message == kMeasureAgain) MeasureAgain();
   if (!Scrolls()) return false;
   switch (message) {
     case WM_HSCROLL:
@@ -124,8 +177,8 @@ bool ScrolledWindow::Answer(UINT message, WPARAM wide, LPARAM parameter) {
       OnBar(message == WM_VSCROLL ? down_ : across_, LOWORD(wide));
       return true;
     case WM_MOUSEWHEEL:
-      OnWheel(static_cast<short>(HIWORD(wide)));
-      return true;
+    case WM_MOUSEHWHEEL:
+      return OnWheel(message, wide);
     default:
       return false;
   }
@@ -158,18 +211,35 @@ void ScrolledWindow::OnBar(Axis& axis, int code) {
   }
 }
 
-// Some mice turn in small pieces.
-void ScrolledWindow::OnWheel(int turn) {
+bool ScrolledWindow::TakeWheel(const MSG& message) {
+  if (message.message != WM_MOUSEWHEEL && message.message != WM_MOUSEHWHEEL) return false;
+  return IsChild(window_, message.hwnd) != FALSE && OnWheel(message.message, message.wParam);
+}
+
+// An ordinary wheel goes across where there is nothing to scroll down.
+bool ScrolledWindow::OnWheel(UINT message, WPARAM wide) {
+  // A list that is dropped down has the keyboard, and scrolls itself.
+  if (SendMessageW(GetFocus(), CB_GETDROPPEDSTATE, 0, 0) != FALSE) return false;
+  const int turn = static_cast<short>(HIWORD(wide));
+  const bool sideways = message == WM_MOUSEHWHEEL;
+  Axis& axis = sideways || !down_.scrolls ? across_ : down_;
+  if (!axis.scrolls) return false;
   UINT lines = 3;
-  SystemParametersInfoW(SPI_GETWHEELSCROLLLINES, 0, &lines, 0);
-  Axis& axis = down_.scrolls ? down_ : across_;
-  const std::int32_t line = down_.scrolls ? line_.height : line_.width;
+  SystemParametersInfoW(sideways ? SPI_GETWHEELSCROLLCHARS : SPI_GETWHEELSCROLLLINES, 0, &lines, 0);
+  // To the right, but up.
+  Turn(axis, lines, sideways ? turn : -turn);
+  return true;
+}
+
+// Some mice turn in small pieces.
+void ScrolledWindow::Turn(Axis& axis, UINT lines, int turn) {
+  const std::int32_t line = axis.bar == SB_VERT ? line_.height : line_.width;
   const std::int32_t step = lines == WHEEL_PAGESCROLL
                                 ? axis.view
                                 : std::min(static_cast<std::int32_t>(lines) * line, axis.view);
-  const int turned = wheel_rest_ + turn * step;
-  wheel_rest_ = turned % WHEEL_DELTA;
-  ScrollBy(axis, -(turned / WHEEL_DELTA));
+  const int turned = axis.rest + turn * step;
+  axis.rest = turned % WHEEL_DELTA;
+  ScrollBy(axis, turned / WHEEL_DELTA);
 }
 
 void ScrolledWindow::ShowFocused() {
@@ -177,8 +247,10 @@ void ScrolledWindow::ShowFocused() {
   const HWND focused = GetFocus();
   // What the mouse has pressed stays below it until it is let go.
   if (focused == focused_ || GetCapture() != nullptr) return;
-  focused_ = focused;
+  // The keyboard also goes to another program and comes back.
   if (IsChild(window_, focused) == FALSE) return;
+  focused_ = focused;
+  focus_moved_ = true;
   RECT rect{};
   GetWindowRect(focused, &rect);
   MapWindowPoints(nullptr, window_, reinterpret_cast<POINT*>(&rect), 2);

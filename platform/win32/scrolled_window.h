@@ -23,7 +23,12 @@ class ScrolledWindow {
 
   /// Whether it was a message about scrolling.
   bool Answer(UINT message, WPARAM wide, LPARAM parameter);
-  /// Brings the control that has the keyboard into view, once for each.
+  /// Whether `message` turned the wheel over one of the controls and scrolled the window. Before it
+  /// comes to the control, which would take it for a change of its value.
+  bool TakeWheel(const MSG& message);
+  /// The control that has the keyboard now is left where it is: the user has not gone to it.
+  void LeaveFocused() { focused_ = GetFocus(); }
+  /// Brings the control that has the keyboard into view once it has come there from another.
   void ShowFocused();
 
  private:
@@ -38,26 +43,32 @@ class ScrolledWindow {
     std::int32_t content = 0;
     std::int32_t view = 0;
     std::int32_t offset = 0;  // of the content that stands at the edge of the view
+    std::int32_t rest = 0;    // what small turns of the wheel have not come to yet
   };
 
   // With all its controls and without bars.
   Extent Whole() const { return {content_.width + edge_.width, content_.height + edge_.height}; }
   bool Scrolls() const { return across_.scrolls || down_.scrolls; }
+  Extent EndOfControls() const;
+  void MeasureLine();
+  void MeasureAgain();
   void Fit(Axis& axis, bool scrolls, std::int32_t content, std::int32_t view);
   void ScrollTo(Axis& axis, std::int32_t offset);
   void ScrollBy(Axis& axis, std::int32_t pixels) { ScrollTo(axis, axis.offset + pixels); }
   void OnBar(Axis& axis, int code);
-  void OnWheel(int turn);
+  bool OnWheel(UINT message, WPARAM wide);
+  void Turn(Axis& axis, UINT lines, int turn);
   void MoveControls(std::int32_t right, std::int32_t down) const;
 
   HWND window_ = nullptr;
   Extent content_;
   Extent edge_;
+  Extent margin_;  // of the content, beyond its controls
   Extent line_;
   Axis across_{.bar = SB_HORZ};
   Axis down_{.bar = SB_VERT};
-  int wheel_rest_ = 0;
   HWND focused_ = nullptr;
+  bool focus_moved_ = false;
 };
 
 }  // namespace qmzentrel::platform

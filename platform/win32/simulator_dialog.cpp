@@ -123,6 +123,8 @@ void Dialog::Reveal() {
   SendMessageW(window_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(first), TRUE);
   SetWindowPos(window_, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_SHOWWINDOW);
   SetForegroundWindow(window_);
+  // What there is to choose stands above the buttons, and shall be seen first.
+  view_.Scrolled().LeaveFocused();
 }
 
 void Dialog::WaitForEnd() {
@@ -135,6 +137,7 @@ void Dialog::WaitForEnd() {
     }
     if (put_aside.PutAside(message)) continue;
     CallOut([&] {
+      if (view_.Scrolled().TakeWheel(message)) return;
       if (IsDialogMessageW(window_, &message) == FALSE) {
         TranslateMessage(&message);
         DispatchMessageW(&message);

@@ -65,18 +65,10 @@ class SimulatorDialogWindow : public testing::Test {
     });
   }
 
-  // Which control has the keyboard; 0 when none of the dialog's has.
-  int FocusedControl() const {
-    GUITHREADINFO info{};
-    info.cbSize = sizeof info;
-    GetGUIThreadInfo(thread_, &info);
-    return GetDlgCtrlID(info.hwndFocus);
-  }
-
-  bool Focus(const DialogWindow& dialog, int id) const {
+  static bool Focus(const DialogWindow& dialog, int id) {
     SendMessageW(dialog.Window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(dialog.Control(id)),
                  TRUE);
-    return FocusedControl() == id;
+    return dialog.Focused() == id;
   }
 
   // Posted, as keys come: each is waited for by what follows it.
@@ -327,14 +319,14 @@ TEST_F(SimulatorDialogWindow, AThreadThatWaitsForTheDialogIsNotWaitedFor) {
 
 TEST_F(SimulatorDialogWindow, OkHasTheKeyboardAtFirst) {
   int focused = 0;
-  Show([&](DialogUser&, const DialogWindow&) { focused = FocusedControl(); });
+  Show([&](DialogUser&, const DialogWindow& dialog) { focused = dialog.Focused(); });
   EXPECT_EQ(focused, IDC_cmdOK);
 }
 
 TEST_F(SimulatorDialogWindow, WithOkDisabledTheFirstControlHasTheKeyboard) {
   content_.ok_enabled = false;
   int focused = 0;
-  Show([&](DialogUser&, const DialogWindow&) { focused = FocusedControl(); });
+  Show([&](DialogUser&, const DialogWindow& dialog) { focused = dialog.Focused(); });
   EXPECT_EQ(focused, IDC_cboMIF);
 }
 
@@ -347,7 +339,7 @@ TEST_F(SimulatorDialogWindow, AControlThatIsDisabledHandsTheKeyboardOn) {
   Show([&](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_chkEOL));
     user.Click(platform::DialogCheck::chkEOL);
-    focused = FocusedControl();
+    focused = dialog.Focused();
   });
   EXPECT_EQ(focused, IDC_udReadingBox);
 }
@@ -531,18 +523,6 @@ RECT PlaceIn(const DialogWindow& dialog, int id) {
   return place;
 }
 
-bool IsInView(const DialogWindow& dialog, int id) {
-  const RECT view = ViewOf(dialog);
-  const RECT place = PlaceIn(dialog, id);
-  RECT both{};
-  UnionRect(&both, &view, &place);
-  return EqualRect(&both, &view) != FALSE;
-}
-
-LONG BarsOf(const DialogWindow& dialog) {
-  return GetWindowLongW(dialog.Window(), GWL_STYLE) & kBars;
-}
-
 constexpr int kKeyboardControls[] = {IDC_cboMIF,         IDC_cboVersion,
                                      IDC_udXpdrBox,      IDC_chkUserID,
                                      IDC_chkEOL,         IDC_udReadingBox,
@@ -585,7 +565,7 @@ class SmallDialogWindow : public SimulatorDialogWindow {
 TEST_F(SmallDialogWindow, WithRoomForAllOfItNothingScrolls) {
   ShowIn(kWide, kWide, [](DialogUser& user, const DialogWindow& dialog) {
     const RECT before = PlaceIn(dialog, IDC_cmdOK);
-    EXPECT_EQ(BarsOf(dialog), 0);
+    EXPECT_EQ(dialog.Bars(), 0);
     Scroll(user, dialog, WM_VSCROLL, SB_LINEDOWN);
     PostMessageW(dialog.Window(), WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
     SettleAll(user);
@@ -596,7 +576,7 @@ TEST_F(SmallDialogWindow, WithRoomForAllOfItNothingScrolls) {
 
 TEST_F(SmallDialogWindow, ADialogThatIsTooTallHasOneBarAndKeepsItsWidth) {
   ShowIn(kWide, kLow, [](DialogUser&, const DialogWindow& dialog) {
-    EXPECT_EQ(BarsOf(dialog), WS_VSCROLL);
+    EXPECT_EQ(dialog.Bars(), WS_VSCROLL);
     EXPECT_GE(ViewOf(dialog).right, PlaceIn(dialog, IDC_fraZentrel).right);
     RECT window{};
     GetWindowRect(dialog.Window(), &window);
@@ -605,14 +585,38 @@ TEST_F(SmallDialogWindow, ADialogThatIsTooTallHasOneBarAndKeepsItsWidth) {
 }
 
 TEST_F(SmallDialogWindow, TheKeyboardBringsEachControlIntoView) {
-  ShowIn(kNarrow, kLow, [this](DialogUser& user, const DialogWindow& dialog) {
-    EXPECT_EQ(BarsOf(dialog), kBars);
-    EXPECT_TRUE(IsInView(dialog, IDC_cmdOK)) << "it has the keyboard at first";
+  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_EQ(dialog.Bars(), kBars);
     for (const int id : kKeyboardControls) {
       EXPECT_TRUE(Focus(dialog, id));
       SettleAll(user);
-      EXPECT_TRUE(IsInView(dialog, id)) << id;
+      EXPECT_TRUE(dialog.IsInView(id)) << id;
     }
+  });
+}
+
+TEST_F(SmallDialogWindow, ComesUpWithItsBeginningUntilTheKeyboardMoves) {
+  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    const auto shows_the_beginning = [&] {
+      const RECT first = PlaceIn(dialog, IDC_fraMIF);
+      return first.left >= 0 && first.top >= 0;
+    };
+    EXPECT_EQ(dialog.Focused(), IDC_cmdOK);
+    EXPECT_TRUE(shows_the_beginning());
+    // Away to another program, and back.
+    contract::PostCall([&] {
+      const HWND focused = SetFocus(nullptr);
+      PostMessageW(dialog.Window(), WM_NULL, 0, 0);
+      contract::PostCall([focused] { SetFocus(focused); });
+    });
+    SettleAll(user);
+    SettleAll(user);
+    EXPECT_EQ(dialog.Focused(), IDC_cmdOK);
+    EXPECT_TRUE(shows_the_beginning());
+    EXPECT_TRUE(Focus(dialog, IDC_cmdNoXpdr));
+    SettleAll(user);
+    EXPECT_TRUE(dialog.IsInView(IDC_cmdNoXpdr));
+    EXPECT_FALSE(shows_the_beginning());
   });
 }
 
@@ -631,7 +635,7 @@ TEST_F(SmallDialogWindow, TheBarsScrollFromEndToEnd) {
     EXPECT_LT(PlaceIn(dialog, IDC_fraMIF).left, first.left);
     Scroll(user, dialog, WM_VSCROLL, SB_BOTTOM);
     Scroll(user, dialog, WM_HSCROLL, SB_RIGHT);
-    EXPECT_TRUE(IsInView(dialog, IDC_cmdNoZentrel));
+    EXPECT_TRUE(dialog.IsInView(IDC_cmdNoZentrel));
   });
 }
 
@@ -652,8 +656,69 @@ TEST_F(SmallDialogWindow, TheWheelScrollsUpAndDown) {
   });
 }
 
+// The operating system sends it to the window below the pointer, or to the one with the keyboard.
+TEST_F(SmallDialogWindow, TheWheelOverAControlScrollsAndChangesNoValue) {
+  ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    for (const int id : {IDC_cboVersion, IDC_udReading, IDC_udReadingBox}) {
+      Scroll(user, dialog, WM_VSCROLL, SB_TOP);
+      const LONG top = PlaceIn(dialog, IDC_fraMIF).top;
+      PostMessageW(dialog.Control(id), WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+      SettleAll(user);
+      EXPECT_LT(PlaceIn(dialog, IDC_fraMIF).top, top) << id;
+    }
+  });
+  EXPECT_EQ(recorder_.OfUser(), Lines{});
+}
+
+TEST_F(SmallDialogWindow, TheWheelTurnsAListThatIsDroppedDown) {
+  ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    const HWND list = dialog.Control(IDC_cboVersion);
+    EXPECT_TRUE(Focus(dialog, IDC_cboVersion));
+    SettleAll(user);
+    const RECT before = PlaceIn(dialog, IDC_cboVersion);
+    SendMessageW(list, CB_SHOWDROPDOWN, TRUE, 0);
+    EXPECT_NE(SendMessageW(list, CB_GETDROPPEDSTATE, 0, 0), 0);
+    for (const HWND target : {list, dialog.Window()}) {
+      PostMessageW(target, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+      SettleAll(user);
+      const RECT after = PlaceIn(dialog, IDC_cboVersion);
+      EXPECT_TRUE(EqualRect(&before, &after));
+    }
+  });
+}
+
+TEST_F(SimulatorDialogWindow, TheWheelIsTheControlsWhereNothingScrolls) {
+  content_.Of(DialogList::cboVersion).selected = 0;
+  LRESULT selected = 0;
+  Show([&](DialogUser& user, const DialogWindow& dialog) {
+    EXPECT_TRUE(Focus(dialog, IDC_cboVersion));
+    PostMessageW(dialog.Control(IDC_cboVersion), WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    EXPECT_TRUE(Settle(user));
+    selected = SendMessageW(dialog.Control(IDC_cboVersion), CB_GETCURSEL, 0, 0);
+  });
+  EXPECT_EQ(selected, 1);
+}
+
+TEST_F(SmallDialogWindow, ATiltedWheelScrollsAcross) {
+  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
+    const RECT before = PlaceIn(dialog, IDC_fraMIF);
+    for (const HWND target : {dialog.Window(), dialog.Control(IDC_cboMIF)}) {
+      const LONG left = PlaceIn(dialog, IDC_fraMIF).left;
+      PostMessageW(target, WM_MOUSEHWHEEL, MAKEWPARAM(0, WHEEL_DELTA), 0);
+      SettleAll(user);
+      EXPECT_LT(PlaceIn(dialog, IDC_fraMIF).left, left);
+    }
+    for (int i = 0; i < 2; ++i) {
+      PostMessageW(dialog.Window(), WM_MOUSEHWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    }
+    SettleAll(user);
+    const RECT after = PlaceIn(dialog, IDC_fraMIF);
+    EXPECT_TRUE(EqualRect(&before, &after));
+  });
+}
+
 TEST_F(SmallDialogWindow, TheArrowsOfASpinTurnItAndScrollNothing) {
-  ShowIn(kWide, kLow, [this](DialogUser& user, const DialogWindow& dialog) {
+  ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
     EXPECT_TRUE(Focus(dialog, IDC_udReadingBox));
     SettleAll(user);
     const RECT before = PlaceIn(dialog, IDC_udReading);
@@ -677,21 +742,69 @@ TEST_F(SmallDialogWindow, TheButtonsBelowTheLineAreReached) {
   content_.notice = "A line";
   ShowIn(kWide, kLow, [](DialogUser& user, const DialogWindow& dialog) {
     Scroll(user, dialog, WM_VSCROLL, SB_TOP);
-    EXPECT_FALSE(IsInView(dialog, IDC_lblNotice));
+    EXPECT_FALSE(dialog.IsInView(IDC_lblNotice));
     Scroll(user, dialog, WM_VSCROLL, SB_BOTTOM);
-    EXPECT_TRUE(IsInView(dialog, IDC_cmdOK));
-    EXPECT_TRUE(IsInView(dialog, IDC_lblNotice));
+    EXPECT_TRUE(dialog.IsInView(IDC_cmdOK));
+    EXPECT_TRUE(dialog.IsInView(IDC_lblNotice));
   });
 }
 
-TEST_F(SmallDialogWindow, OnALargerScreenAllOfItIsShown) {
-  ShowIn(kNarrow, kLow, [](DialogUser& user, const DialogWindow& dialog) {
-    PostMessageW(dialog.Window(), WM_DISPLAYCHANGE, 32, 0);
-    SettleAll(user);
-    EXPECT_EQ(BarsOf(dialog), 0);
-    EXPECT_TRUE(IsInView(dialog, IDC_fraMIF));
-    EXPECT_TRUE(IsInView(dialog, IDC_cmdNoZentrel));
-  });
+TEST_F(SmallDialogWindow, WithMoreRoomAllOfItIsShown) {
+  struct News {
+    UINT message;
+    WPARAM wide;
+  };
+  for (const News news : {News{WM_DISPLAYCHANGE, 32}, News{WM_SETTINGCHANGE, SPI_SETWORKAREA}}) {
+    ShowIn(kNarrow, kLow, [news](DialogUser& user, const DialogWindow& dialog) {
+      EXPECT_EQ(dialog.Bars(), kBars);
+      SendMessageW(dialog.Window(), news.message, news.wide, 0);
+      SettleAll(user);
+      EXPECT_EQ(dialog.Bars(), 0);
+      EXPECT_TRUE(dialog.IsInView(IDC_fraMIF));
+      EXPECT_TRUE(dialog.IsInView(IDC_cmdNoZentrel));
+    });
+  }
+}
+
+// Brings the dialog and all its controls to half their size, as the operating system does where
+// the dialog comes to a screen of another resolution.
+void HalveAll(HWND dialog) {
+  const auto halve = [dialog](HWND window, HWND parent) {
+    RECT rect{};
+    GetWindowRect(window, &rect);
+    MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&rect), 2);
+    const int shrink = window == dialog ? 1 : 2;
+    SetWindowPos(window, nullptr, rect.left / shrink, rect.top / shrink,
+                 (rect.right - rect.left) / 2, (rect.bottom - rect.top) / 2,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+  };
+  RECT suggested{};
+  GetWindowRect(dialog, &suggested);
+  SendMessageW(dialog, WM_DPICHANGED, MAKEWPARAM(96, 96), reinterpret_cast<LPARAM>(&suggested));
+  halve(dialog, nullptr);
+  for (HWND control = GetWindow(dialog, GW_CHILD); control != nullptr;
+       control = GetWindow(control, GW_HWNDNEXT)) {
+    halve(control, dialog);
+  }
+}
+
+TEST_F(SmallDialogWindow, OnAScreenOfAnotherResolutionItHasTheSizeThatItsControlsNeedThere) {
+  for (const std::int32_t height : {kWide, kLow}) {
+    ShowIn(kWide, height, [](DialogUser& user, const DialogWindow& dialog) {
+      Scroll(user, dialog, WM_VSCROLL, SB_BOTTOM);
+      contract::PostCall([&] { HalveAll(dialog.Window()); });
+      SettleAll(user);
+      SettleAll(user);
+      SendMessageW(dialog.Window(), WM_DISPLAYCHANGE, 32, 0);
+      SettleAll(user);
+      EXPECT_EQ(dialog.Bars(), 0);
+      EXPECT_TRUE(dialog.IsInView(IDC_fraMIF));
+      EXPECT_TRUE(dialog.IsInView(IDC_cmdNoZentrel));
+      const LONG end = PlaceIn(dialog, IDC_cmdNoZentrel).bottom;
+      EXPECT_LT(ViewOf(dialog).bottom, end + end / 4);
+      EXPECT_GT(ViewOf(dialog).bottom, end);
+    });
+  }
 }
 
 // ---- what can be read ----

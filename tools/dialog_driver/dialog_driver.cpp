@@ -8,6 +8,8 @@
 //   press BUTTON        presses it and waits until the dialog has gone
 //   close               uses the close box and waits until the dialog has gone
 //   show                prints the state of every control, one a line
+//   view                prints which bars there are to scroll with, and which controls are in view,
+//                       one a line
 //   read                prints the text of a message box
 // Example: dialog_driver "Zentrel Simulator - Read" choose cboMIF 2 turn udReading 12345 press
 // cmdOK
@@ -134,6 +136,19 @@ void Show(const DialogWindow& dialog) {
   }
 }
 
+// "bars: down across", then "cmdOK in view, has the keyboard" or "cboMIF out of view".
+void ShowView(const DialogWindow& dialog) {
+  const LONG bars = dialog.Bars();
+  std::printf("bars:%s%s\n", (bars & WS_VSCROLL) != 0 ? " down" : "",
+              (bars & WS_HSCROLL) != 0 ? " across" : "");
+  const int focused = dialog.Focused();
+  for (const NamedControl& control : NamedControls()) {
+    std::printf("%s %s%s\n", Utf8(std::wstring(control.name)).c_str(),
+                dialog.IsInView(control.id) ? "in view" : "out of view",
+                control.id == focused ? ", has the keyboard" : "");
+  }
+}
+
 void Obey(const DialogWindow& dialog, Words& words) {
   const std::wstring command = TakeWord(words);
   if (command == L"choose") {
@@ -155,6 +170,8 @@ void Obey(const DialogWindow& dialog, Words& words) {
     ExpectGone(dialog);
   } else if (command == L"show") {
     Show(dialog);
+  } else if (command == L"view") {
+    ShowView(dialog);
   } else if (command == L"read") {
     std::printf("%s\n", Utf8(dialog.Message()).c_str());
   } else {

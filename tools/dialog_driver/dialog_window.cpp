@@ -49,6 +49,31 @@ std::wstring DialogWindow::Text(int id) const {
   return DialogWindow(Control(id)).Title();
 }
 
+bool DialogWindow::IsInView(int id) const {
+  RECT place{};
+  GetWindowRect(Control(id), &place);
+  RECT view{};
+  GetClientRect(window_, &view);
+  MapWindowPoints(window_, nullptr, reinterpret_cast<POINT*>(&view), 2);
+  const RECT screen{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+  RECT seen{};
+  IntersectRect(&seen, &view, &screen);
+  RECT both{};
+  UnionRect(&both, &seen, &place);
+  return EqualRect(&both, &seen) != FALSE;
+}
+
+LONG DialogWindow::Bars() const {
+  return GetWindowLongW(window_, GWL_STYLE) & (WS_HSCROLL | WS_VSCROLL);
+}
+
+int DialogWindow::Focused() const {
+  GUITHREADINFO info{};
+  info.cbSize = sizeof info;
+  GetGUIThreadInfo(GetWindowThreadProcessId(window_, nullptr), &info);
+  return IsChild(window_, info.hwndFocus) != FALSE ? GetDlgCtrlID(info.hwndFocus) : 0;
+}
+
 bool DialogWindow::IsTicked(int id) const {
   return Send(Control(id), BM_GETCHECK) == BST_CHECKED;
 }

@@ -43,6 +43,12 @@ class DialogWindow {
   std::wstring Message() const { return Text(kMessageText); }
   bool IsEnabled(int id) const { return IsWindowEnabled(Control(id)) != FALSE; }
   bool IsVisible(int id) const { return IsWindowVisible(Control(id)) != FALSE; }
+  /// Whether all of it is on the screen, and in the part of the dialog that is not scrolled away.
+  bool IsInView(int id) const;
+  /// WS_HSCROLL, WS_VSCROLL.
+  LONG Bars() const;
+  /// The control that has the keyboard, 0 when none of the dialog's has.
+  int Focused() const;
   bool IsTicked(int id) const;
   std::vector<Entry> Entries(int list) const;
   /// Index of the selected entry, -1 when there is none.
