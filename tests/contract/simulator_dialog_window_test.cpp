@@ -728,8 +728,8 @@ TEST_F(SmallDialogWindow, TheArrowsOfASpinTurnItAndScrollNothing) {
     SettleAll(user);
     // What arrows tell the dialog, with whatever code.
     const auto arrows = reinterpret_cast<LPARAM>(dialog.Control(IDC_udReading));
-    for (const WPARAM code : {SB_PAGEUP, SB_PAGEDOWN}) {
-      PostMessageW(dialog.Window(), WM_VSCROLL, code, arrows);
+    for (const int code : {SB_PAGEUP, SB_PAGEDOWN}) {
+      PostMessageW(dialog.Window(), WM_VSCROLL, static_cast<WPARAM>(code), arrows);
       SettleAll(user);
       const RECT after = PlaceIn(dialog, IDC_udReading);
       EXPECT_TRUE(EqualRect(&before, &after));

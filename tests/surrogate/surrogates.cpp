@@ -16,6 +16,8 @@ namespace qmzentrel::clients {
 namespace {
 
 constexpr DWORD kEndLimitMs = 30000;
+// The longest that the file system has, with the zero behind it.
+constexpr DWORD kLongestPath = 0x8000;
 
 using platform::OwnedHandle;
 
@@ -31,10 +33,11 @@ std::wstring LibraryOf(DWORD process) {
                                                 LIST_MODULES_ALL) == FALSE) {
     return L"";
   }
+  // Whoever unpacks tests may do so far down.
+  std::wstring text(kLongestPath, L'\0');
   for (std::size_t i = 0; i < modules.size() && i < size / sizeof(HMODULE); ++i) {
-    std::array<wchar_t, MAX_PATH> text{};
-    const std::wstring file(text.data(),
-                            GetModuleFileNameExW(opened.Get(), modules[i], text.data(), MAX_PATH));
+    std::wstring file(text.data(),
+                      GetModuleFileNameExW(opened.Get(), modules[i], text.data(), kLongestPath));
     if (file.size() > kName.size() &&
         lstrcmpiW(file.c_str() + file.size() - kName.size(), kName.data()) == 0) {
       return file;
