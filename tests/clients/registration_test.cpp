@@ -225,10 +225,11 @@ class UserWithTheClass {
                               &classes_, nullptr),
               ERROR_SUCCESS);
     constexpr wchar_t kOwn[] = L"his own";
-    keys_ = {class_key, class_key + L"\\InprocServer32", std::wstring(L"QmZentrel.Zentrel"),
-             L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3",
-             L"Interface\\" + GuidText(IID__Zentrel)};
-    for (const std::wstring& key : keys_) {
+    for (const std::wstring& key :
+         {class_key, class_key + L"\\InprocServer32", std::wstring(L"QmZentrel.Zentrel"),
+          L"TypeLib\\" + GuidText(LIBID_QmZentrel) + L"\\1.3",
+          L"Interface\\" + GuidText(IID__Zentrel)}) {
+      made_.push_back(FirstMissing(key));
       EXPECT_EQ(RegSetKeyValueW(classes_, key.c_str(), nullptr, REG_SZ, kOwn, sizeof kOwn),
                 ERROR_SUCCESS);
     }
@@ -237,15 +238,29 @@ class UserWithTheClass {
   ~UserWithTheClass() {
     RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
     // Nothing else of the user's.
-    for (const std::wstring& key : keys_) RegDeleteTreeW(classes_, key.c_str());
+    for (const std::wstring& key : made_) RegDeleteTreeW(classes_, key.c_str());
     RegCloseKey(classes_);
   }
   UserWithTheClass(const UserWithTheClass&) = delete;
   UserWithTheClass& operator=(const UserWithTheClass&) = delete;
 
  private:
+  /// The outermost key on the way to `key` that is not there yet; `key` where all are.
+  std::wstring FirstMissing(const std::wstring& key) const {
+    for (std::size_t end = key.find(L'\\'); end != std::wstring::npos;
+         end = key.find(L'\\', end + 1)) {
+      HKEY opened = nullptr;
+      const std::wstring outer = key.substr(0, end);
+      if (RegOpenKeyExW(classes_, outer.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) {
+        return outer;
+      }
+      RegCloseKey(opened);
+    }
+    return key;
+  }
+
   static constexpr wchar_t kPath[] = L"Software\\Classes";
-  std::vector<std::wstring> keys_;
+  std::vector<std::wstring> made_;
   HKEY classes_ = nullptr;
 };
 
