@@ -1,8 +1,14 @@
 // How long a call holds its caller: the table of the reference (interface/reference/times.md) is
 // what is measured here, row by row, and so is what it says beside the table.
 #include <functional>
+#include <new>
+#include <set>
+#include <sstream>
 
+#include "simulator/simulator_values.h"
 #include "tests/core/call_time.h"
+#include "tests/core/fake_list_control.h"
+#include "tests/core/member_calls.h"
 #include "tests/core/reference_text.h"
 #include "tests/core/telic2_test.h"
 
@@ -18,7 +24,11 @@ constexpr Milliseconds kLastMomentOfAwakeBox(2500 - 1);
 constexpr Milliseconds kLastMomentOfElectricBox(500 - 1);
 constexpr Milliseconds kLastMomentOfRest(12500 - 1);
 
+// How near a measured time is to the one that the page has: the bytes on the line are left out.
+constexpr double kNear = 0.1;
+
 using TimedCall = std::function<void()>;
+using CallNames = std::set<std::string>;
 
 /// A call, and how often each kind of box is sent something before the call gives up.
 struct TimedCommand {
@@ -61,11 +71,114 @@ class ReferenceTimes : public Telic2Test<ZentrelTest> {
   }
 
   /// A new object, which has no verify delay to wait for, and a box that it knows.
-  void MakeReady(std::uint8_t signature) {
+  void MakeReady(std::uint8_t signature, bool maintain_supply = true) {
+    MakeNew();
+    OpenBox(maintain_supply, signature);
+  }
+
+  void MakeNew() {
     zentrel = Zentrel::Create();
     zentrel->TELIC2Device("Meter");
-    OpenBox(true, signature);
   }
+
+  /// With supply on demand, which has gone off again within the hold-off.
+  void MakeUnsupplied(std::uint8_t signature) {
+    MakeReady(signature, false);
+    zentrel->PowerTimeout(1);
+    zentrel->Power(false);
+    TheWorld().Pump(Milliseconds(1001));
+    ASSERT_FALSE(Port().lines.dtr);
+  }
+
+  /// With arguments that none of them refuses.
+  std::vector<MemberCall> AllMembers(bool boolean) {
+    return CallsOfAllMembers({.Long = 8,
+                              .Boolean = boolean,
+                              .String = kMaker,
+                              .Longs = LongArray(numbers, 0),
+                              .Object = combo_box.Bound()});
+  }
+
+  /// What the page calls commands.
+  CallNames NamesOfCommands() const {
+    CallNames names;
+    for (const TimedCommand& command : commands) names.insert(command.name);
+    return names;
+  }
+
+  /// What has a time on top somewhere: a command, or one of the two that switch the supply.
+  std::vector<std::pair<std::string, TimedCall>> SlowCalls(bool maintain_supply) const {
+    std::vector<std::pair<std::string, TimedCall>> calls{
+        {"DeviceOpen", [this, maintain_supply] { zentrel->DeviceOpen(kPort, maintain_supply); }},
+        {"Power", [this] { zentrel->Power(true); }}};
+    for (const TimedCommand& command : commands) calls.emplace_back(command.name, command.run);
+    return calls;
+  }
+
+  /// The calls that take so much longer in one state than in another. Any other difference than
+  /// that or none fails the test.
+  CallNames ThoseThatTakeLonger(double seconds, bool maintain_supply,
+                                const std::function<void()>& state,
+                                const std::function<void()>& other_state) {
+    CallNames longer;
+    for (const auto& [name, call] : SlowCalls(maintain_supply)) {
+      other_state();
+      const double alone = DurationOf(call);
+      state();
+      const double on_top = DurationOf(call) - alone;
+      if (on_top < kNear) {
+        EXPECT_NEAR(on_top, 0, kNear) << name;
+        continue;
+      }
+      EXPECT_NEAR(on_top, seconds, kNear) << name;
+      longer.insert(name);
+    }
+    return longer;
+  }
+
+  /// The calls in the last cell of a row of what comes on top.
+  CallNames NamedInRow(const std::string& what) const {
+    const std::string page = ReferenceText("times");
+    const std::size_t begin = page.find("| " + what);
+    if (begin == std::string::npos) {
+      ADD_FAILURE() << "interface/reference/times.md has no row of: " << what;
+      return {};
+    }
+    const std::string row = page.substr(begin, page.find('\n', begin) - begin);
+    const std::string cell = row.substr(row.rfind('|', row.size() - 2));
+    CallNames names = NamesIn(cell.substr(0, cell.find(';')));
+    if (cell.find("every command") != std::string::npos) names.merge(NamesOfCommands());
+    return names;
+  }
+
+  static CallNames NamesInTables() {
+    CallNames names;
+    std::istringstream page(ReferenceText("times"));
+    for (std::string line; std::getline(page, line);) {
+      if (line.starts_with('|')) names.merge(NamesIn(line));
+    }
+    return names;
+  }
+
+  /// What stands in the text as code.
+  static CallNames NamesIn(const std::string& text) {
+    CallNames names;
+    for (std::size_t begin = text.find('`'); begin != std::string::npos;) {
+      const std::size_t end = text.find('`', begin + 1);
+      names.insert(text.substr(begin + 1, end - begin - 1));
+      begin = text.find('`', end + 1);
+    }
+    return names;
+  }
+
+  void TearDown() override {
+    zentrel.reset();
+    simulator::ForgetUnsavedSimulatorValues();
+    Telic2Test<ZentrelTest>::TearDown();
+  }
+
+  Numbers numbers = Numbers(8, 8);
+  FakeListControl combo_box;
 
   const std::vector<TimedCommand> commands = {
       {"BoxStatus", [this] { zentrel->BoxStatus(); }, 1, 2},
@@ -101,38 +214,163 @@ TEST_F(ReferenceTimes, HaveATableOfWhatEachCallTakesWithoutAnAnswerAndAtMost) {
       << head << table;
 }
 
+// --- On top ---
+
 TEST_F(ReferenceTimes, AReadOrWriteAfterAWriteWaitsForTheVerifyDelayOnTop) {
-  for (const TimedCommand& command : {commands[2], commands[3]}) {
-    MakeReady(kAwakeBox);
-    const double alone = DurationOf(command.run);
+  constexpr double kLeft = 1;
+  const auto after_write = [this] {
     MakeReady(kAwakeBox);
     zentrel->WriteXpdr();
-    EXPECT_NEAR(DurationOf(command.run), alone + kUsualVerifyDelay, 0.1) << command.name;
-  }
+  };
+  const CallNames named = NamedInRow("the transponder stores what was written");
+  EXPECT_EQ(named, ThoseThatTakeLonger(kUsualVerifyDelay, true, after_write,
+                                       [this] { MakeReady(kAwakeBox); }));
+  EXPECT_EQ(named, ThoseThatTakeLonger(
+                       kLeft, true,
+                       [&] {
+                         after_write();
+                         TheWorld().Pump(Milliseconds(3000));
+                       },
+                       [this] { MakeReady(kAwakeBox); }))
+      << "what is left of it";
 }
 
-TEST_F(ReferenceTimes, OnDemandTheFirstCommandWaitsForTheBoxToStart) {
+TEST_F(ReferenceTimes, OnDemandEveryCommandWaitsForTheBoxToStart) {
+  constexpr double kStart = 2.5;
+  EXPECT_EQ(NamedInRow("supply on demand: the box starts"),
+            ThoseThatTakeLonger(
+                kStart, false, [this] { MakeUnsupplied(kAwakeBox); },
+                [this] { MakeReady(kAwakeBox, false); }));
+  MakeNew();
   EXPECT_EQ(TimeOf([&] { zentrel->DeviceOpen(kPort, false); }), "2.5 s");
+  MakeNew();
   EXPECT_EQ(TimeOf([&] { zentrel->DeviceOpen(kPort, true); }), "0 s");
 }
 
 TEST_F(ReferenceTimes, OnDemandABoxWithoutASignatureIsLeftAloneAfterABoxStatus) {
-  OpenBox(false, 0);
-  Port().Answer(Block1Reply({}));
-  EXPECT_NEAR(DurationOf([&] { EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY); }), 3.75, 0.1);
+  constexpr double kRest = 3.75;
+  EXPECT_EQ(NamedInRow("supply on demand: the rest of a box without signature"),
+            ThoseThatTakeLonger(
+                kRest, false, [this] { MakeReady(0, false); },
+                [this] {
+                  MakeReady(0, false);
+                  TheWorld().Pump(Milliseconds(3800));
+                }));
+  EXPECT_EQ(CallNames(), ThoseThatTakeLonger(
+                             kRest, true, [this] { MakeReady(0); },
+                             [this] {
+                               MakeReady(0);
+                               TheWorld().Pump(Milliseconds(3800));
+                             }))
+      << "with the supply maintained";
 }
 
+// How long one sending is held up is the platform's; how often it is, is ours.
+TEST_F(ReferenceTimes, ADriverThatTakesNoMoreBytesHoldsUpEachSending) {
+  CallNames held_up;
+  for (const auto& [name, call] : SlowCalls(true)) {
+    MakeReady(kAwakeBox);
+    const double alone = DurationOf(call);
+    MakeReady(kAwakeBox);
+    Port().driver_room = 0;
+    const std::size_t before = Port().written.size();
+    const double seconds = DurationOf(call);
+    const auto sendings = static_cast<double>(Port().written.size() - before);
+    Port().driver_room.reset();
+    EXPECT_NEAR(seconds - alone, sendings, kNear) << name;
+    if (sendings > 0) held_up.insert(name);
+  }
+  EXPECT_EQ(NamedInRow("a driver that takes no more bytes"), held_up);
+}
+
+TEST_F(ReferenceTimes, TheDialogOfTheSimulatorHoldsItsCommandsUntilItIsClosed) {
+  constexpr Milliseconds kLooking(7000);
+  SetNumber(kSimulatorKey, "", -1);
+  EXPECT_EQ(NamedInRow("the simulator's dialog"),
+            ThoseThatTakeLonger(
+                std::chrono::duration<double>(kLooking).count(), true,
+                [&] {
+                  MakeNew();
+                  TheWorld().dialog_user = [=](fakes::FakeDialog& dialog) {
+                    dialog.Wait(kLooking);
+                  };
+                },
+                [this] {
+                  MakeNew();
+                  TheWorld().dialog_user = nullptr;
+                }));
+}
+
+TEST_F(ReferenceTimes, TheMessageBoxAboutAFaultHoldsWhateverFailsUntilItIsClosed) {
+  constexpr Milliseconds kReading(7000);
+  TheWorld().classes.clear();
+  TheWorld().at_stop_message = [=] { TheWorld().Pump(kReading); };
+  int failed = 0;
+  for (const MemberCall& member : AllMembers(true)) {
+    MakeNew();
+    TheWorld().before_call = [](const std::string& call) {
+      if (call != "procedure") return;
+      TheWorld().before_call = nullptr;
+      throw std::bad_alloc();
+    };
+    std::int32_t error = 0;
+    const double seconds =
+        DurationOf([&] { error = ErrorNumberOf([&] { member.run(*zentrel); }); });
+    TheWorld().before_call = nullptr;
+    EXPECT_EQ(seconds, error == 0 ? 0 : 7) << member.name;
+    EXPECT_TRUE(error == 0 || error == 65535) << member.name;
+    EXPECT_EQ(TheWorld().stop_messages.size(), error == 0 ? 0U : 1U) << member.name;
+    TheWorld().stop_messages.clear();
+    if (error != 0) ++failed;
+  }
+  EXPECT_GT(failed, 0);
+}
+
+TEST_F(ReferenceTimes, AreMeasuredOfEveryMemberThatThePageHasInATable) {
+  CallNames measured;
+  for (const auto& [name, call] : SlowCalls(true)) measured.insert(name);
+  EXPECT_EQ(NamesInTables(), measured);
+  for (const MemberCall& member : AllMembers(true)) measured.erase(member.name);
+  EXPECT_EQ(measured, CallNames()) << "are no members";
+}
+
+// --- Beside the tables ---
+
+// In whatever state the commands wait, those of the table of members that the page does not name
+// do not.
 TEST_F(ReferenceTimes, AllOtherMembersReturnAtOnce) {
-  Open(true);
-  EXPECT_EQ(DurationOf([&] {
-              zentrel->PowerManagement(true);
-              zentrel->PowerManagement(false);
-              zentrel->PLLWarmUpName();
-              zentrel->Name("SOFTWARE", 0);
-              zentrel->TELIC2_Length(8);
-              zentrel->DeviceClose();
-            }),
-            0);
+  SetInterfaces(0, 0, -1);
+  SetName(kInterfaces, 0, "Pulse");
+  SetRange(kIntervals, 0, 0);
+  SetText(kIntervals, "0", "1 h");
+  const std::vector<std::pair<std::string, std::function<void()>>> states{
+      {"without a port", [this] { MakeNew(); }},
+      {"after a write to an electric box, with a driver that takes no more bytes",
+       [this] {
+         MakeReady(kElectricBox);
+         zentrel->WriteXpdr();
+         Port().driver_room = 0;
+       }},
+      {"in the rest of a box", [this] { MakeReady(0, false); }},
+      {"with the supply off", [this] { MakeUnsupplied(0); }},
+      {"with the simulator", [this] {
+         SetNumber(kSimulatorKey, "", -1);
+         MakeNew();
+         TheWorld().dialog_user = [](fakes::FakeDialog& dialog) {
+           dialog.Wait(Milliseconds(7000));
+         };
+       }}};
+  const CallNames slow = NamesInTables();
+  for (const auto& [state, make] : states) {
+    for (const bool boolean : {false, true}) {
+      for (const MemberCall& member : AllMembers(boolean)) {
+        if (slow.contains(member.name)) continue;
+        make();
+        EXPECT_EQ(DurationOf([&] { member.run(*zentrel); }), 0) << member.name << ' ' << state;
+        Port().driver_room.reset();
+      }
+    }
+  }
 }
 
 TEST_F(ReferenceTimes, OnlyVerifyDelayAndHoldOffDispatchMessages) {
