@@ -1,5 +1,6 @@
 // The supply of the box: the modem lines as the box sees them, the events as a client gets them.
 #include "tests/clients/box_test.h"
+#include "tests/clients/declared_supply_line.h"
 #include "tests/clients/message_pump.h"
 
 namespace qmzentrel::clients {
@@ -18,24 +19,6 @@ class BoxSupply : public BoxTest {
   static constexpr DWORD kPatienceMs = 5000;
 
   BoxClient client;
-};
-
-// Declares the line that carries the supply in the registry, as an installation does.
-class DeclaredSupplyLine {
- public:
-  explicit DeclaredSupplyLine(const std::wstring& line) {
-    const auto bytes = static_cast<DWORD>((line.size() + 1) * sizeof(wchar_t));
-    const LSTATUS result =
-        RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, kName, REG_SZ, line.c_str(), bytes);
-    EXPECT_EQ(result, ERROR_SUCCESS);
-  }
-  ~DeclaredSupplyLine() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kKey, kName); }
-  DeclaredSupplyLine(const DeclaredSupplyLine&) = delete;
-  DeclaredSupplyLine& operator=(const DeclaredSupplyLine&) = delete;
-
- private:
-  static constexpr const wchar_t* kKey = L"SOFTWARE\\QuenmoorComms\\Zentrel";
-  static constexpr const wchar_t* kName = L"SupplyLine";
 };
 
 BOX_TEST(BoxSupply, MaintainedItIsOnFromOpeningToClosing) {

@@ -8,23 +8,10 @@
 #include <algorithm>
 
 #include "tests/program/program_test.h"
+#include "tests/program/registered_port.h"
 
 namespace qmzentrel::program_tests {
 namespace {
-
-constexpr wchar_t kSerialPorts[] = L"HARDWARE\\DEVICEMAP\\SERIALCOMM";
-
-// What a driver registers.
-class RegisteredPort {
- public:
-  explicit RegisteredPort(const std::wstring& name) {
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, kSerialPorts, L"\\Device\\QmzTest", REG_SZ, name.c_str(),
-                    static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t)));
-  }
-  ~RegisteredPort() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kSerialPorts, L"\\Device\\QmzTest"); }
-  RegisteredPort(const RegisteredPort&) = delete;
-  RegisteredPort& operator=(const RegisteredPort&) = delete;
-};
 
 // A device of the class of ports.
 class InstalledDevice {
@@ -70,14 +57,14 @@ nlohmann::json FoundPort(int number) {
 
 TEST(ProgramPorts, APortOfADriverIsListedWithoutAFriendlyName) {
   EXPECT_TRUE(FoundPort(41).is_null());
-  const RegisteredPort port(L"COM41");
+  const RegisteredPort port(41);
   EXPECT_EQ(FoundPort(41)["port"], "COM41");
   EXPECT_EQ(FoundPort(41)["name"], "");
 }
 
 TEST(ProgramPorts, ADeviceGivesItsPortAFriendlyName) {
   {
-    const RegisteredPort port(L"COM42");
+    const RegisteredPort port(42);
     const InstalledDevice device(L"COM42", L"Test Serial Port (COM42)");
     EXPECT_EQ(FoundPort(42)["name"], "Test Serial Port (COM42)");
   }
