@@ -31,7 +31,7 @@ constexpr DWORD kSlackMs = 50;
 constexpr DWORD kBackstopMs = 1000;
 
 // A cancel can be lost where it meets an arriving byte, so it is repeated. A driver that has not
-// ended its request after all of them never will.
+// ended its request after all of them never will. Only CancelIoEx is sure not to wait for that end.
 constexpr int kCancels = 10;
 constexpr DWORD kCancelMs = 100;
 
@@ -243,7 +243,7 @@ struct SerialPort::State {
     const HANDLE ended = request->ended.Get();
     if (WaitForSingleObject(ended, limit_ms + kBackstopMs) == WAIT_OBJECT_0) return true;
     for (int i = 0; i < kCancels; ++i) {
-      CancelIo(port.Get());
+      CancelIoEx(port.Get(), &request->overlapped);
       if (WaitForSingleObject(ended, kCancelMs) == WAIT_OBJECT_0) return true;
     }
     return false;

@@ -73,7 +73,7 @@ struct DriverModel::Imports {
                                                &DriverModel::Escape};
   Import<decltype(&ClearCommError)> error{program, L"kernel32", "ClearCommError",
                                           &DriverModel::ClearError};
-  Import<decltype(&CancelIo)> cancel{program, L"kernel32", "CancelIo", &DriverModel::Cancel};
+  Import<decltype(&CancelIoEx)> cancel{program, L"kernel32", "CancelIoEx", &DriverModel::Cancel};
   Import<decltype(&ReadFile)> read{program, L"kernel32", "ReadFile", &DriverModel::Read};
   Import<decltype(&WriteFile)> write{program, L"kernel32", "WriteFile", &DriverModel::Write};
 };
@@ -198,6 +198,11 @@ std::vector<ModemLines> DriverModel::LineHistory() {
 DriverModel::Calls DriverModel::Seen() {
   const Lock lock;
   return calls_;
+}
+
+DWORD DriverModel::StatusMs() const {
+  const Lock lock;
+  return habits_.status_ms;
 }
 
 COMMTIMEOUTS DriverModel::Limits() {
@@ -418,6 +423,7 @@ BOOL WINAPI DriverModel::Escape(HANDLE handle, DWORD function) {
 BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* status) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->error.System()(handle, errors, status);
+  Sleep(self.StatusMs());
   const Lock lock;
   ++self.calls_.status_questions;
   if (self.dead_) return Fail(self.habits_.reason_when_gone);
@@ -431,18 +437,22 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   return TRUE;
 }
 
-BOOL WINAPI DriverModel::Cancel(HANDLE handle) {
+BOOL WINAPI DriverModel::Cancel(HANDLE handle, OVERLAPPED* overlapped) {
   DriverModel& self = The();
-  if (!self.IsPort(handle)) return self.imports_->cancel.System()(handle);
+  if (!self.IsPort(handle)) return self.imports_->cancel.System()(handle, overlapped);
   const Lock lock;
   ++self.calls_.cancels;
-  if (self.habits_.loses_cancels > 0) {
-    --self.habits_.loses_cancels;
-  } else {
-    self.CancelRequest(self.read_);
-    self.CancelRequest(self.write_);
+  bool found = false;
+  for (auto* const request : {&self.read_, &self.write_}) {
+    if (!*request || (overlapped != nullptr && (*request)->overlapped != overlapped)) continue;
+    found = true;
+    if (self.habits_.loses_cancels > 0) {
+      --self.habits_.loses_cancels;
+    } else {
+      self.CancelRequest(*request);
+    }
   }
-  return TRUE;
+  return found ? TRUE : Fail(ERROR_NOT_FOUND);
 }
 
 BOOL WINAPI DriverModel::Read(HANDLE handle, void* buffer, DWORD size, DWORD* count,

@@ -23,6 +23,7 @@ struct DriverHabits {
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool fails_at_its_limits = false;              ///< a request that it ends then, with an error
   std::optional<DWORD> refuses_status{};         ///< ClearCommError, for this reason
+  DWORD status_ms = 0;                           ///< that ClearCommError takes
   DWORD reason_when_gone = ERROR_BAD_COMMAND;    ///< of every call, once its device has vanished
   bool purges = true;                            ///< else PurgeComm has no effect
   bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
@@ -124,7 +125,7 @@ class DriverModel {
   static BOOL WINAPI Purge(HANDLE handle, DWORD flags);
   static BOOL WINAPI Escape(HANDLE handle, DWORD function);
   static BOOL WINAPI ClearError(HANDLE handle, DWORD* errors, COMSTAT* status);
-  static BOOL WINAPI Cancel(HANDLE handle);
+  static BOOL WINAPI Cancel(HANDLE handle, OVERLAPPED* overlapped);
   static BOOL WINAPI Read(HANDLE handle, void* buffer, DWORD size, DWORD* count,
                           OVERLAPPED* overlapped);
   static BOOL WINAPI Write(HANDLE handle, const void* buffer, DWORD size, DWORD* count,
@@ -138,6 +139,7 @@ class DriverModel {
   void Advance();
   double NextDue() const;
   DWORD StatusAtLimit() const;
+  DWORD StatusMs() const;
 
   CRITICAL_SECTION guard_{};
   HANDLE changed_;
