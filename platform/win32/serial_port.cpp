@@ -187,9 +187,9 @@ struct SerialPort::State {
   std::size_t Transfer(std::size_t size, const Deadline& deadline, DWORD COMMTIMEOUTS::*limit,
                        DWORD usual, Turn turn) {
     std::size_t done = 0;
-    for (bool first = true; done < size && request; first = false) {
+    bool waited_out = false;
+    for (bool first = true; done < size && request && !waited_out; first = false) {
       const DWORD left = deadline.Remaining();
-      if (!first && left == 0) break;
       // The first turn takes the usual limit, though it may be too short for a wait in which
       // nothing comes: that costs a second turn, but setting the limit would cost every exchange a
       // call or two. One that an earlier wait has left is set right when it is too long, or so
@@ -203,7 +203,11 @@ struct SerialPort::State {
       const Deadline least(kLeastTurnMs);
       const std::size_t count = turn(done, limits.*limit);
       done += count;
-      if (count > 0 || deadline.Remaining() == 0) continue;
+      // A turn that the driver was to end sooner is followed by another, if only a short one: where
+      // the deadline has passed meanwhile, the driver may have taken in time what it still holds.
+      const bool over = deadline.Remaining() == 0;
+      waited_out = over && limits.*limit >= left;
+      if (count > 0 || over) continue;
       if (!BytesHeld(port.Get())) break;
       Deadline(std::min(least.Remaining(), deadline.Remaining())).SleepOut();
     }
