@@ -4,6 +4,7 @@
 #include "com/worker_apartment.h"
 #include "com/zentrel_object.h"
 #include "platform/win32/surrogate.h"
+#include "platform/win32/thread_indices.h"
 
 namespace qmzentrel::com {
 
@@ -12,6 +13,7 @@ STDMETHODIMP ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** o
   *object = nullptr;
   if (outer != nullptr) return CLASS_E_NOAGGREGATION;
   DropStaleErrorInfo();
+  if (!platform::HasThreadIndices()) return E_OUTOFMEMORY;
   // Another client's command would hold it up there, wherever the system wants it.
   if (platform::InSurrogate()) return CreateInWorkerApartment(riid, object);
   return ResultOf([&] {

@@ -49,6 +49,64 @@ int PlayFirstObjects(const std::vector<std::string>& arguments) {
 }
 const ClientPart kFirstObjects("first-objects", PlayFirstObjects);
 
+// All indices of the process that are free but for some, as long as it lives.
+class TakenThreadIndices {
+ public:
+  explicit TakenThreadIndices(std::size_t left_free) {
+    for (DWORD index = TlsAlloc(); index != TLS_OUT_OF_INDEXES; index = TlsAlloc()) {
+      indices_.push_back(index);
+    }
+    for (std::size_t i = 0; i < left_free; ++i) FreeOne();
+  }
+  ~TakenThreadIndices() {
+    while (!indices_.empty()) FreeOne();
+  }
+  TakenThreadIndices(const TakenThreadIndices&) = delete;
+  TakenThreadIndices& operator=(const TakenThreadIndices&) = delete;
+
+ private:
+  void FreeOne() {
+    TlsFree(indices_.back());
+    indices_.pop_back();
+  }
+
+  std::vector<DWORD> indices_;
+};
+
+enum Outcome : int { kNoneMade = 20, kMadeAndFails, kSomethingElse };
+
+Outcome OutcomeOfCreation(IClassFactory& factory) {
+  ComPointer<_Zentrel> object;
+  const HRESULT result = factory.CreateInstance(nullptr, IID__Zentrel, object.ReceiveVoid());
+  if (result == E_OUTOFMEMORY) return kNoneMade;
+  LONG number = 0;
+  const bool fails = result == S_OK && FAILED(object->get_ZentrelSignature(5, &number));
+  return fails ? kMadeAndFails : kSomethingElse;
+}
+
+// With so many free as the argument says, then with all.
+int PlayThreadIndices(const std::vector<std::string>& arguments) {
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  int outcome = kSomethingElse;
+  {
+    ComPointer<IClassFactory> factory;
+    CoGetClassObject(CLSID_Zentrel, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                     factory.ReceiveVoid());
+    try {
+      throw 0;  // this program's own run-time library must not be what is short of one
+    } catch (int) {
+    }
+    {
+      const TakenThreadIndices taken(std::stoul(arguments.front()));
+      outcome = OutcomeOfCreation(*factory.Get());
+    }
+    if (OutcomeOfCreation(*factory.Get()) != kMadeAndFails) outcome = kSomethingElse;
+  }
+  CoUninitialize();
+  return outcome;
+}
+const ClientPart kThreadIndices("thread-indices", PlayThreadIndices);
+
 class FirstObjects : public WithRegisteredLibrary {
  protected:
   static void ExpectAll(const char* kind) {
@@ -65,6 +123,14 @@ class FirstObjects : public WithRegisteredLibrary {
 
 TEST_F(FirstObjects, OfSingleThreadedApartmentsAreMadeInTheSameInstant) {
   ExpectAll("single-threaded");
+}
+
+// Where other libraries hold them all. It is no reason to end the host.
+TEST_F(FirstObjects, AreMadeOrRefusedWhereFewIndicesOfThreadsAreFreeAndMadeOnceTheyAre) {
+  for (const int free : {0, 1, 2, 3, 4, 5, 6, 10}) {
+    ClientProcess process("thread-indices", {std::to_string(free)});
+    EXPECT_EQ(process.ExitCode(), static_cast<DWORD>(free < 4 ? kNoneMade : kMadeAndFails)) << free;
+  }
 }
 
 TEST_F(FirstObjects, OfTheMultithreadedApartmentAreMadeInTheSameInstant) {
