@@ -56,6 +56,9 @@ constexpr std::int32_t kDropMs = 20;
 // transfer of its own. No longer, since a driver may drop a line at any time.
 constexpr DWORD kLinesStandMs = 250;
 
+// Lines that were set so short a time before a write are not set again for it.
+constexpr DWORD kLinesFreshMs = 250;
+
 // One request, with all the memory that the driver may write to. On the heap: a driver that never
 // ends a request keeps it.
 struct Request {
@@ -122,9 +125,11 @@ struct SerialPort::State {
   std::unique_ptr<Request> request;  // Null once the driver has kept it: the port is dead then.
   COMMTIMEOUTS limits{};             // As the driver has them.
   SerialSettings settings;
-  ModemLines lines;         // As the driver last took them.
+  ModemLines wanted_lines;  // Lines as they were set last,
+  ModemLines lines;         // and as the driver last took them.
   bool lines_taken = true;  // Whether it took them when they were set last.
   Deadline lines_stand{0};  // See kLinesStandMs.
+  Deadline lines_fresh{0};  // See kLinesFreshMs.
   Deadline sent{0};         // When all that was written has passed the wire.
 
   explicit State(const SerialSettings& link) : settings(link) {}
@@ -293,6 +298,8 @@ void SerialPort::ClearReceiveBuffer() {
 bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   if (!state_) return false;
   State& state = *state_;
+  // A client may leave the lines on from command to command: they have to be on when one goes out.
+  if (state.lines_fresh.Remaining() == 0) SetLines(state.wanted_lines);
   const std::size_t written = state.Transfer(
       bytes.size(), Deadline(kWriteLimitMs), &COMMTIMEOUTS::WriteTotalTimeoutConstant,
       kWriteLimitMs, [&](std::size_t done, DWORD limit_ms) {
@@ -353,7 +360,9 @@ void SerialPort::SetLines(ModemLines lines) {
   const bool stand = state_->lines_stand.Remaining() > 0 && lines == state_->lines;
   // At most once for each reply: a command begins by setting the lines, whatever came before it.
   state_->lines_stand = Deadline(0);
+  state_->wanted_lines = lines;
   if (stand) return;
+  state_->lines_fresh = Deadline(kLinesFreshMs);
   state_->lines_taken = true;
   state_->SetLine(state_->lines.dtr, lines.dtr, SETDTR, CLRDTR);
   state_->SetLine(state_->lines.rts, lines.rts, SETRTS, CLRRTS);

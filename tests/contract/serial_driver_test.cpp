@@ -224,6 +224,47 @@ TEST_F(SuppliedPort, IsSetAgainWhenItWasGone) {
   EXPECT_EQ(Driver().Lines(), kSupplied);
 }
 
+// A client leaves the supply on between its commands, and sets nothing before one.
+TEST_F(SuppliedPort, HasItsLinesBackForACommandWhenTheDriverHasDroppedThemMeanwhile) {
+  Sets(kBothLines);
+  Answered();
+  Driver().DropLines();
+  Sleep(400);
+  Answered();
+  EXPECT_EQ(Driver().Lines(), kBothLines);
+}
+
+TEST_F(SuppliedPort, HasLinesForTheNextCommandThatTheDriverDidNotTakeAtOnce) {
+  Driver().SetHabits({.refuses_lines = true});
+  Sets(kSupplied);
+  Driver().SetHabits({});
+  Sleep(400);
+  Answered();
+  EXPECT_EQ(Driver().Lines(), kSupplied);
+}
+
+TEST_F(SuppliedPort, IsNotSetByACommandRightAfterItWasSetOrHasAnswered) {
+  int spared = 0;
+  for (int command = 0; command < 10; ++command) {
+    Sets(kSupplied);
+    const auto before = Driver().Seen().line_functions.size();
+    Answered();
+    Answered();
+    if (Driver().Seen().line_functions.size() == before) ++spared;
+  }
+  EXPECT_GE(spared, 5) << "not all: a busy machine may let too long pass";
+}
+
+TEST_F(SuppliedPort, KeepsItsLinesOffInACommand) {
+  Sets(kSupplied);
+  Sets({});
+  Sleep(400);
+  const auto before = Driver().Seen().line_functions.size();
+  Answered();
+  EXPECT_EQ(Driver().Seen().line_functions.size(), before);
+  EXPECT_EQ(Driver().Lines(), ModemLines{});
+}
+
 // A program that is ended by force closes nothing.
 TEST_F(SerialDriver, NeverGetsAControlBlockWithALineOn) {
   ASSERT_TRUE(Open({.dtr = true, .rts = true}));
