@@ -13,36 +13,45 @@ namespace {
 constexpr DWORD kLongestName = 1024;
 constexpr std::size_t kLargestData = 65536;
 
-void Collect(HKEY parent, const std::wstring& name, const std::wstring& path, REGSAM view,
-             RegistrySnapshot& snapshot) {
-  HKEY key = nullptr;
-  if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) return;
-  snapshot[path] = {};
-  std::wstring text(kLongestName, L'\0');
-  std::vector<unsigned char> data(kLargestData);
-  for (DWORD i = 0;; ++i) {
-    DWORD length = kLongestName;
-    DWORD type = 0;
-    auto size = static_cast<DWORD>(data.size());
-    if (RegEnumValueW(key, i, text.data(), &length, nullptr, &type, data.data(), &size) !=
-        ERROR_SUCCESS) {
-      break;
+class Collector {
+ public:
+  Collector(REGSAM view, RegistrySnapshot& snapshot) : view_(view), snapshot_(snapshot) {}
+
+  void Collect(HKEY parent, const std::wstring& name, const std::wstring& path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ | view_, &key) != ERROR_SUCCESS) return;
+    snapshot_[path] = {};
+    for (DWORD i = 0;; ++i) {
+      DWORD length = kLongestName;
+      DWORD type = 0;
+      auto size = static_cast<DWORD>(data_.size());
+      if (RegEnumValueW(key, i, text_.data(), &length, nullptr, &type, data_.data(), &size) !=
+          ERROR_SUCCESS) {
+        break;
+      }
+      auto& entry = snapshot_[path + L" : " + text_.substr(0, length)];
+      entry.assign(data_.begin(), data_.begin() + static_cast<std::ptrdiff_t>(size));
+      entry.push_back(static_cast<unsigned char>(type));
     }
-    auto& entry = snapshot[path + L" : " + text.substr(0, length)];
-    entry.assign(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size));
-    entry.push_back(static_cast<unsigned char>(type));
-  }
-  for (DWORD i = 0;; ++i) {
-    DWORD length = kLongestName;
-    if (RegEnumKeyExW(key, i, text.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
-        ERROR_SUCCESS) {
-      break;
+    for (DWORD i = 0;; ++i) {
+      DWORD length = kLongestName;
+      if (RegEnumKeyExW(key, i, text_.data(), &length, nullptr, nullptr, nullptr, nullptr) !=
+          ERROR_SUCCESS) {
+        break;
+      }
+      const std::wstring child = text_.substr(0, length);
+      Collect(key, child, std::wstring(path).append(L"\\").append(child));
     }
-    const std::wstring child = text.substr(0, length);
-    Collect(key, child, std::wstring(path).append(L"\\").append(child), view, snapshot);
+    RegCloseKey(key);
   }
-  RegCloseKey(key);
-}
+
+ private:
+  REGSAM view_;
+  RegistrySnapshot& snapshot_;
+  // Of one key at a time: made anew for each they would take most of the time.
+  std::wstring text_ = std::wstring(kLongestName, L'\0');
+  std::vector<unsigned char> data_ = std::vector<unsigned char>(kLargestData);
+};
 
 void List(const char* mark, const RegistrySnapshot& left, const RegistrySnapshot& right,
           std::string& list) {
@@ -56,18 +65,23 @@ void List(const char* mark, const RegistrySnapshot& left, const RegistrySnapshot
 }  // namespace
 
 RegistrySnapshot TakeRegistrySnapshot() {
+  RegistrySnapshot snapshot = TakeRegistrySnapshotOfUser();
+  Collector(0, snapshot).Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", L"machine");
+  return snapshot;
+}
+
+RegistrySnapshot TakeRegistrySnapshotOfUser() {
   RegistrySnapshot snapshot;
-  Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", L"machine", 0, snapshot);
-  Collect(HKEY_CURRENT_USER, L"Software\\Classes", L"user", 0, snapshot);
+  Collector(0, snapshot).Collect(HKEY_CURRENT_USER, L"Software\\Classes", L"user");
   return snapshot;
 }
 
 RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys, RegistryView view) {
   constexpr std::array<REGSAM, 3> kAccess = {0, KEY_WOW64_32KEY, KEY_WOW64_64KEY};
   RegistrySnapshot snapshot;
+  Collector collector(kAccess.at(static_cast<std::size_t>(view)), snapshot);
   for (const std::wstring& key : keys) {
-    Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + key, L"machine\\" + key,
-            kAccess.at(static_cast<std::size_t>(view)), snapshot);
+    collector.Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes\\" + key, L"machine\\" + key);
   }
   return snapshot;
 }

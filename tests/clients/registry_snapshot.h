@@ -11,12 +11,16 @@ namespace qmzentrel::clients {
 /// data.
 using RegistrySnapshot = std::map<std::wstring, std::vector<unsigned char>>;
 
+/// Takes seconds, and minutes on a busy machine.
 RegistrySnapshot TakeRegistrySnapshot();
+
+/// The user's part of it.
+RegistrySnapshot TakeRegistrySnapshotOfUser();
 
 /// What the calling program sees, what 32-bit ones do, what 64-bit ones do.
 enum class RegistryView { kOwn, k32, k64 };
 
-/// The same of some keys of the machine's classes only, which takes no seconds.
+/// Some keys of the machine's classes only.
 RegistrySnapshot TakeRegistrySnapshot(const std::vector<std::wstring>& keys,
                                       RegistryView view = RegistryView::kOwn);
 
