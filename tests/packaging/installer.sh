@@ -45,16 +45,7 @@ narrow=
 
 # What is compared of it.
 parts=('HKLM\Software' 'HKCU\Software')
-registry_of() { # PART...
-  local part
-  for part; do
-    if "$run" reg export "$part" "Z:$work/part.reg" /y >/dev/null 2>&1; then
-      iconv -f UTF-16 -t UTF-8 "$work/part.reg" | tr -d '\r'
-    else
-      echo "no $part"
-    fi
-  done
-}
+. "$root/tests/packaging/registry.sh"
 files() { (cd "$drive" && find . -path ./windows/temp -prune -o -path './users/*/Temp' -prune -o -print | sort); }
 state() { # NAME
   registry_of "${parts[@]}" >"$work/$1.registry"

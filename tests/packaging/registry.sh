@@ -1,0 +1,33 @@
+# Sourced by tests that compare the registry before and after: what stands in it. `run`, `root` and the
+# folder `work` are the test's.
+
+# Like reg export, which takes its time: it asks for each key and each value.
+registry_of() { # PART...
+  local part long code
+  for part; do
+    code=0
+    "$run" "$root/build/win32/tests/packaging/save_registry.exe" "$part" "Z:$work/part.reg" \
+      >"$work/part.log" 2>&1 </dev/null || code=$?
+    if [ $code = 1 ]; then
+      echo "no $part"
+      continue
+    fi
+    [ $code = 0 ] || fail "the registry is not saved: $(<"$work/part.log")"
+    long=${part/#HKLM/HKEY_LOCAL_MACHINE}
+    # Keys with nothing but keys in them are not named in the file; times are of no interest.
+    root=${long/#HKCU/HKEY_CURRENT_USER} awk '
+      function show(key) {
+        if (key in shown) return
+        if (match(key, /\\[^\\]*$/) && key != ENVIRON["root"]) show(substr(key, 1, RSTART - 1))
+        shown[key]
+        print "\n[" key "]"
+      }
+      /^\[/ {
+        sub(/^\[/, ""); sub(/\] [0-9]+$/, ""); gsub(/\\\\/, "\\")
+        show(ENVIRON["root"] ($0 == "" ? "" : "\\" $0))
+        next
+      }
+      !/^(#|;;|WINE REGISTRY|$)/' "$work/part.reg"
+    rm "$work/part.reg"
+  done
+}
