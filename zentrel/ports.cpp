@@ -50,8 +50,9 @@ void AddRegistered(Names& names) {
     DWORD type = REG_NONE;
     const LSTATUS result = RegEnumValueW(key.Get(), index, device.data(), &device_length, nullptr,
                                          &type, reinterpret_cast<BYTE*>(port.data()), &port_size);
-    if (result == ERROR_NO_MORE_ITEMS) break;
-    if (result != ERROR_SUCCESS || type != REG_SZ) continue;
+    if (result == ERROR_MORE_DATA) continue;  // no name of a port is so long
+    if (result != ERROR_SUCCESS) break;
+    if (type != REG_SZ) continue;
     if (const auto number = NumberOf(port.data())) names.try_emplace(*number);
   }
 }

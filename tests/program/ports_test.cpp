@@ -7,8 +7,10 @@
 
 #include <algorithm>
 
+#include "tests/automation/replaced_import.h"
 #include "tests/program/program_test.h"
 #include "tests/program/registered_port.h"
+#include "zentrel/ports.h"
 
 namespace qmzentrel::program_tests {
 namespace {
@@ -53,6 +55,23 @@ nlohmann::json FoundPort(int number) {
   const auto found = std::ranges::find_if(
       ports, [number](const nlohmann::json& port) { return port["number"] == number; });
   return found == ports.end() ? nlohmann::json() : *found;
+}
+
+int g_values_asked_for = 0;
+
+LSTATUS WINAPI TellOfADeletedKey(HKEY, DWORD, LPWSTR, DWORD*, DWORD*, DWORD*, BYTE*, DWORD*) {
+  constexpr int kMost = 1000;
+  return ++g_values_asked_for < kMost ? ERROR_KEY_DELETED : ERROR_NO_MORE_ITEMS;
+}
+
+// The key of the ports is volatile, and goes with a driver. What is asked of it then has no end.
+TEST(ProgramPorts, AKeyThatGoesMeanwhileIsAskedNoFurther) {
+  const automation::ReplacedImport<decltype(&RegEnumValueW)> gone(
+      GetModuleHandleW(nullptr), L"advapi32", "RegEnumValueW", TellOfADeletedKey);
+  const RegisteredPort port(41);
+  g_values_asked_for = 0;
+  program::FindPorts();
+  EXPECT_EQ(g_values_asked_for, 1);
 }
 
 TEST(ProgramPorts, APortOfADriverIsListedWithoutAFriendlyName) {
