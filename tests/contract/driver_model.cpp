@@ -464,8 +464,8 @@ BOOL WINAPI DriverModel::Read(HANDLE handle, void* buffer, DWORD size, DWORD* co
   const Lock lock;
   ++self.calls_.reads;
   const COMMTIMEOUTS& limits = self.limits_;
-  const bool at_once =
-      limits.ReadIntervalTimeout == MAXDWORD && limits.ReadTotalTimeoutConstant == 0;
+  const bool at_once = !self.habits_.reads_wait || (limits.ReadIntervalTimeout == MAXDWORD &&
+                                                    limits.ReadTotalTimeoutConstant == 0);
   const double due =
       at_once
           ? 0

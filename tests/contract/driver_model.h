@@ -22,6 +22,7 @@ struct DriverHabits {
   bool closing_drops_lines = true;
   bool keeps_its_limits = true;                  ///< else a request without its bytes never ends
   bool fails_at_its_limits = false;              ///< a request that it ends then, with an error
+  bool reads_wait = true;                        ///< else a read ends at once, with what there is
   std::optional<DWORD> refuses_status{};         ///< ClearCommError, for this reason
   DWORD status_ms = 0;                           ///< that ClearCommError takes
   DWORD reason_when_gone = ERROR_BAD_COMMAND;    ///< of every call, once its device has vanished

@@ -399,6 +399,28 @@ TEST_F(SerialDriver, IsAskedForWhatCameInTimeWhereTheLimitHasPassedSinceItWasAsk
   EXPECT_EQ(Driver().Seen().reads, 2);
 }
 
+// As some in software do, whatever limits they were told.
+TEST_F(SerialDriver, WhoseReadsNeverWaitIsAskedAgainAtItsEaseUntilAllHasCome) {
+  struct Batches {
+    static DWORD WINAPI Run(void*) {
+      for (std::uint8_t first = 1; first < 20; first += 5) {
+        Sleep(50);
+        Driver().Send({first, 0, 0, 0, 0});
+      }
+      return 0;
+    }
+  };
+  Driver().SetHabits({.reads_wait = false});
+  const HANDLE thread = CreateThread(nullptr, 0, &Batches::Run, nullptr, 0, nullptr);
+  EXPECT_EQ(Read(1, 2500), Bytes{1});
+  EXPECT_EQ(Read(19, 12500).size(), 19U);
+  WaitForSingleObject(thread, INFINITE);
+  CloseHandle(thread);
+  const int before = Driver().Seen().reads;
+  EXPECT_GE(MsOf([&] { EXPECT_EQ(Read(1, kReadMs), Bytes{}); }), kReadMs - contract::kTickMs);
+  EXPECT_LE(Driver().Seen().reads - before, kReadMs / 5);
+}
+
 TEST_F(SerialDriver, ThatKnowsNoLimitsHasItsReadCancelled) {
   Driver().SetHabits({.cancelled_reads_give_nothing = false, .keeps_its_limits = false});
   Driver().Send({1, 2, 3});
