@@ -9,7 +9,7 @@
 
 namespace qmzentrel::clients {
 
-/// How many boxes scripts/with_crowd has started.
+/// How many boxes scripts/with_crowd has started, or hard_use_main.cpp.
 inline int CrowdSize() {
   return virtual_box::NumberFromEnvironment("QMZ_CROWD").value();
 }

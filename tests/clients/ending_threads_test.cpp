@@ -8,6 +8,7 @@
 #include "tests/clients/message_pump.h"
 #include "tests/clients/other_apartment.h"
 #include "tests/clients/registered_library.h"
+#include "tests/clients/seen_supply.h"
 
 namespace qmzentrel::clients {
 namespace {
@@ -74,30 +75,28 @@ const ClientPart kProxyOfEndedThread("proxy-of-ended-thread", PlayProxyOfEndedTh
 class EndingThreads : public WithRegisteredLibrary {
  protected:
   // Threads and timers of the system have numbers that come up again.
-  static void ExpectCountDownsToWork(int rounds) {
-    for (int round = 0; round < rounds; ++round) {
-      OtherApartment(COINIT_APARTMENTTHREADED, [] {
-        BoxClient client;
-        ASSERT_EQ(client.Open(CrowdPort(1), true), S_OKAY);
-        client.Let(&_Zentrel::put_PowerTimeout, 1);
-        client.Let(&_Zentrel::put_PowerManagement, true);
-        const std::size_t events = client.Events().size();
-        EXPECT_TRUE(PumpUntil([&] { return client.Events().size() > events; }, kThreadPatienceMs));
-      }).Join();
-    }
+  static void ExpectACountDownToWork(int place) {
+    OtherApartment(COINIT_APARTMENTTHREADED, [place] {
+      BoxClient client;
+      ASSERT_EQ(client.Open(CrowdPort(place), true), S_OKAY);
+      client.Let(&_Zentrel::put_PowerTimeout, 1);
+      client.Let(&_Zentrel::put_PowerManagement, true);
+      const std::size_t events = client.Events().size();
+      EXPECT_TRUE(PumpUntil([&] { return client.Events().size() > events; }, kThreadPatienceMs));
+    }).Join();
   }
 
   CrowdBox box{0};
-  CrowdBox other_box{1};
 };
 
 TEST_F(EndingThreads, LeaveAnObjectThatAnyOtherThreadMayStillRelease) {
   const CarelessThread thread = RunCarelessThread(false);
-  ExpectCountDownsToWork(1);
-  EXPECT_EQ(box.Supply(), Journal{"on"}) << "nobody is left to let go of the box";
+  // The place of the first is taken.
+  if (CrowdSize() > 1) ExpectACountDownToWork(1);
+  EXPECT_TRUE(HasSeenSupply(box, {"on"})) << "nobody is left to let go of the box";
   EXPECT_EQ(thread.object->Release(), 0U);
-  EXPECT_EQ(box.Supply(), (Journal{"on", "off"}));
-  ExpectCountDownsToWork(1);
+  EXPECT_TRUE(HasSeenSupply(box, {"on", "off"}));
+  ExpectACountDownToWork(0);
 }
 
 TEST_F(EndingThreads, EndTheCallsOfThoseWhoHoldTheObjectFromElsewhere) {
@@ -110,7 +109,7 @@ TEST_F(EndingThreads, LetGoOfTheBoxWhenTheyEndTheirApartment) {
     const auto object = CreatedZentrel();
     OpenAndCountDown(*object.Get(), CrowdPort(0));
   }).Join();
-  EXPECT_EQ(box.Supply(), (Journal{"on", "off"}));
+  EXPECT_TRUE(HasSeenSupply(box, {"on", "off"}));
 }
 
 TEST_F(EndingThreads, TheLastReleaseComesThroughTheMarshallerToTheApartmentOfTheObject) {
@@ -120,7 +119,7 @@ TEST_F(EndingThreads, TheLastReleaseComesThroughTheMarshallerToTheApartmentOfThe
     OpenAndCountDown(*object.Get(), CrowdPort(0));
     ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID__Zentrel, object.Get(), &stream), S_OK);
   }
-  EXPECT_EQ(box.Supply(), Journal{"on"});
+  EXPECT_TRUE(HasSeenSupply(box, {"on"}));
   OtherApartment(COINIT_MULTITHREADED, [stream] {
     ComPointer<_Zentrel> proxy;
     ASSERT_EQ(CoGetInterfaceAndReleaseStream(stream, IID__Zentrel, proxy.ReceiveVoid()), S_OK);
@@ -128,7 +127,7 @@ TEST_F(EndingThreads, TheLastReleaseComesThroughTheMarshallerToTheApartmentOfThe
     EXPECT_EQ(proxy->BoxStatus(&status), S_OK);
     EXPECT_EQ(status, S_OKAY);
   }).Join();
-  EXPECT_EQ(box.Supply(), (Journal{"on", "off"}));
+  EXPECT_TRUE(HasSeenSupply(box, {"on", "off"}));
 }
 
 BoxClient* g_client_to_release = nullptr;
@@ -151,7 +150,7 @@ TEST_F(EndingThreads, AnObjectThatIsReleasedWithinItsVerifyDelayEndsItsCommandFi
   EXPECT_EQ(client.Read(), S_OKAY);
   EXPECT_EQ(client.Object(), nullptr) << "the timer has not ticked";
   EXPECT_EQ(box.FrameLog().size(), 2U);
-  EXPECT_EQ(box.Supply(), Journal{"off"});
+  EXPECT_TRUE(HasSeenSupply(box, {"off"}));
 }
 
 }  // namespace

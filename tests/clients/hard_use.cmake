@@ -13,6 +13,7 @@ add_executable(hard_use_tests
   marshalled_clients_test.cpp
   never_pumping_test.cpp
   two_simulators_test.cpp
+  ../com_box/box_process.cpp
 )
 target_link_libraries(hard_use_tests PRIVATE test_client dialog_window virtual_box_client
   GTest::gtest)

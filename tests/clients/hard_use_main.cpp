@@ -3,11 +3,19 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <optional>
 #include <string>
 
+#include "tests/clients/box_crowd.h"
 #include "tests/clients/client_process.h"
+#include "tests/com_box/played_box.h"
 
 namespace {
+
+using qmzentrel::clients::CrowdSize;
+using qmzentrel::com_box::PlayedBox;
 
 /// Ends the program with a word about it when a test hangs, whatever threads it has.
 class HangGuard : public testing::EmptyTestEventListener {
@@ -52,11 +60,52 @@ class HangGuard : public testing::EmptyTestEventListener {
   DWORD since_ = GetTickCount();
 };
 
+/// Where no script has made a crowd: one of a single box, at the other end of a cable, or of none.
+std::optional<PlayedBox> PlayCrowd() {
+  if (std::getenv("QMZ_CROWD") != nullptr) return std::nullopt;
+  PlayedBox box({});
+  const bool is_there = box.ControlPort() != 0;
+  _putenv_s("QMZ_CROWD", is_there ? "1" : "0");
+  if (is_there) {
+    const std::string port =
+        std::to_string(qmzentrel::virtual_box::NumberFromEnvironment("QMZ_PORT").value());
+    _putenv_s("QMZ_CROWD_FIRST_PORT", port.c_str());
+    _putenv_s(("QMZ_BOX_CONTROL_" + port).c_str(), std::to_string(box.ControlPort()).c_str());
+  }
+  return box;
+}
+
+struct Need {
+  int boxes;
+  const char* tests;
+};
+constexpr Need kNeeds[] = {
+    {1, "EndingProcesses.*:EndingThreads.*:EndlessRecursion.*:NeverPumping.*"},
+    {1, "MarshalledClients.AllShareAnObjectAndItsBox"},
+    {6, "MarshalledClients.EachHasAnObjectAndABoxOfItsOwn:Crowd.*:SlowBox.*"},
+};
+
+/// Where there are too few boxes for them; says which.
+void LeaveTestsOut() {
+  for (const Need& need : kNeeds) {
+    if (CrowdSize() >= need.boxes) continue;
+    std::printf("Left out, with %d boxes: %s\n", CrowdSize(), need.tests);
+    std::string filter = GTEST_FLAG_GET(filter);
+    filter += filter.find('-') == std::string::npos ? '-' : ':';
+    GTEST_FLAG_SET(filter, filter + need.tests);
+  }
+}
+
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (const auto code = qmzentrel::clients::PlayPart(argc, argv)) return *code;
   testing::InitGoogleTest(&argc, argv);
+  const auto box = PlayCrowd();
+  LeaveTestsOut();
   testing::UnitTest::GetInstance()->listeners().Append(new HangGuard);
   return RUN_ALL_TESTS();
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "no box: %s\n", error.what());
+  return EXIT_FAILURE;
 }

@@ -5,6 +5,7 @@
 #include "tests/clients/box_crowd.h"
 #include "tests/clients/message_pump.h"
 #include "tests/clients/other_apartment.h"
+#include "tests/clients/seen_supply.h"
 
 namespace qmzentrel::clients {
 namespace {
@@ -55,11 +56,11 @@ TEST_F(NeverPumping, HasItsCommandsAndTheirEventsButNoCountDown) {
     const std::size_t events = client.Events().size();
     DoSomethingElse();
     EXPECT_EQ(client.Events().size(), events);
-    EXPECT_EQ(box.Supply(), Journal{"on"}) << "the supply stays";
+    EXPECT_TRUE(HasSeenSupply(box, {"on"})) << "the supply stays";
     EXPECT_EQ(client.BoxStatus(), S_OKAY) << "at once, the box is still supplied";
     EXPECT_EQ(client.Events().size(), events);
     client.Release();
-    EXPECT_EQ(box.Supply(), (Journal{"on", "off"}));
+    EXPECT_TRUE(HasSeenSupply(box, {"on", "off"}));
   }).Join();
 }
 
@@ -73,7 +74,7 @@ TEST_F(NeverPumping, ThatPumpsAtLastEndsItsCountDownThen) {
     DoSomethingElse();
     EXPECT_TRUE(PumpUntil([&] { return client.Events().size() > events; }, 10000));
     EXPECT_FALSE(client.Events().back());
-    EXPECT_EQ(box.Supply(), (Journal{"on", "off"}));
+    EXPECT_TRUE(HasSeenSupply(box, {"on", "off"}));
   }).Join();
 }
 

@@ -8,13 +8,22 @@ namespace {
 // Far beyond anything that is expected to take time; a loaded machine must not fail a test.
 constexpr DWORD kPatienceMs = 60'000;
 
+// In which a program ends with this one, however that ends: a box would keep its port.
+HANDLE JobThatEndsWithThisProgram() {
+  HANDLE job = CreateJobObjectA(nullptr, nullptr);
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+  return job;
+}
+
 BOOL WINAPI Ignore(DWORD) {
   return TRUE;
 }
 
 }  // namespace
 
-Process::Process(std::string command_line) {
+Process::Process(std::string command_line) : job_(JobThatEndsWithThisProgram()) {
   // The output of the tests is not the program's, whose console would hold it for a while. Ahead of
   // the pipe: what has become of these handles at another console may be its numbers.
   for (const DWORD own : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
@@ -34,6 +43,8 @@ Process::Process(std::string command_line) {
                                       CREATE_NEW_CONSOLE, nullptr, nullptr, &start, &process_);
   CloseHandle(written);
   if (!started) throw std::runtime_error("cannot start " + command_line);
+  // Windows 7 refuses where this program is in a job itself.
+  AssignProcessToJobObject(job_, process_.hProcess);
 }
 
 Process::~Process() {
@@ -41,6 +52,7 @@ Process::~Process() {
   CloseHandle(process_.hThread);
   CloseHandle(process_.hProcess);
   CloseHandle(output_);
+  CloseHandle(job_);
 }
 
 std::string Process::ReadLine() {
@@ -51,6 +63,15 @@ std::string Process::ReadLine() {
     if (c != '\r') line += c;
   }
   return line;
+}
+
+std::string Process::RestOfOutput() const {
+  ExitCode();
+  DWORD count = 0;
+  PeekNamedPipe(output_, nullptr, 0, nullptr, &count, nullptr);
+  std::string rest(count, '\0');
+  if (count != 0) ReadFile(output_, rest.data(), count, &count, nullptr);
+  return rest;
 }
 
 bool Process::PressCtrlC() const {

@@ -7,9 +7,8 @@
 #include <memory>
 
 #include "platform/serial_port.h"
-#include "tests/com_box/box_process.h"
+#include "tests/com_box/played_box.h"
 #include "tools/virtual_box/control_client.h"
-#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::com_box {
 namespace {
@@ -38,14 +37,6 @@ class ComBox : public testing::Test {
                                                 kControlFile.string() + "\""));
     control_port = ControlPortOf(*box, BoxPort());
     ASSERT_TRUE(control.Connect(control_port));
-  }
-
-  /// The port of the control channel, once the program is ready on that port.
-  static std::uint16_t ControlPortOf(Process& program, const std::string& port) {
-    const std::string ready = program.ReadLine();
-    const std::string start = "ready port=" + port + " control=";
-    if (!ready.starts_with(start)) throw std::runtime_error("not ready: " + ready);
-    return static_cast<std::uint16_t>(std::stoi(ready.substr(start.size())));
   }
 
   static std::string CommandLine(const std::string& options) {

@@ -22,11 +22,13 @@
 #include "tests/clients/com_client.h"
 #include "tests/clients/event_sink.h"
 #include "tests/clients/message_pump.h"
-#include "tests/surrogate/played_box.h"
+#include "tests/com_box/played_box.h"
 #include "tests/surrogate/surrogates.h"
 
 namespace qmzentrel::clients {
 namespace {
+
+using com_box::PlayedBox;
 
 constexpr HRESULT kReportedFault = static_cast<HRESULT>(0x800AFFFF);
 constexpr bool kWide = sizeof(void*) == 8;
