@@ -73,6 +73,7 @@ if errorlevel 1 (
 )
 
 for /f "usebackq tokens=1" %%p in ("programs.txt") do call :run %%p
+call :run_unregistered
 if not "%QMZ_BOX_PORT%"=="" call :run com_box_test
 call :run_surrogate
 
@@ -129,7 +130,9 @@ rem A program, whose code is then in %code%, and in %ran% whether a test of it h
 rem Into a file of its own: what the program has started may hold it open for a while.
 set /a starts=starts+1
 set "output=%here%%1.%starts%.out"
-"%here%%1.exe" --gtest_brief=1 %2 > "%output%" 2>&1
+set "file=%here%%1.exe"
+if not exist "%file%" set "file=%here%without_registration\%1.exe"
+"%file%" --gtest_brief=1 %2 > "%output%" 2>&1
 rem Of a program that has crashed the code is negative.
 set code=%errorlevel%
 rem Where it cannot be written nothing has been run.
@@ -138,6 +141,15 @@ type "%output%" >> "%report%"
 set ran=yes
 "%find%" "[  PASSED  ] 0 tests" "%output%" >nul 2>&1
 if not errorlevel 1 set ran=
+exit /b 0
+
+rem --- Programs with manifests beside them, where the component is not registered ---
+
+:run_unregistered
+if not "%program%"=="" if not "%program%"=="registration_free_test" exit /b 0
+rem Where that fails the first of its tests does.
+"%regsvr32%" /u /s QmZentrel.dll
+call :run registration_free_test
 exit /b 0
 
 rem --- 64-bit programs, which have the component in the system's surrogate process ---
@@ -319,9 +331,11 @@ rd /s /q "%kept%.done" >nul 2>&1
 exit /b 0
 
 :put_key_back
-"%~2" delete "%~3" /f >nul 2>&1
 "%~2" query "%~3" >nul 2>&1
-if not errorlevel 1 set lost=%lost% %1
+if errorlevel 1 goto import_key
+"%~2" delete "%~3" /f >nul 2>&1
+if errorlevel 1 set lost=%lost% %1
+:import_key
 if not exist "%kept%\%1.reg" exit /b 0
 "%~2" import "%kept%\%1.reg" >nul 2>&1
 if errorlevel 1 set lost=%lost% %1

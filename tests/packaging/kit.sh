@@ -19,7 +19,7 @@ finish() {
   rm -rf "$work" "$place"
 }
 trap finish EXIT
-"$root/tools/windows_kit" --built "$work" >"$work/log" 2>&1 || fail "no kit: $(<"$work/log")"
+ZIPOPT=-1 "$root/tools/windows_kit" --built "$work" >"$work/log" 2>&1 || fail "no kit: $(<"$work/log")"
 unzip -q "$work"/*.zip -d "$place"
 
 # Whether a program sees the project: yes or no.
@@ -77,4 +77,41 @@ is_as_before() { # WHAT HAS HAPPENED
   diff "$work/before" "$work/now" >"$work/differences" ||
     fail "$1: the registry: $(head -40 "$work/differences")"
   [ ! -e "$kit/kept" ] || fail "$1: what was put aside is still there: $(ls "$kit/kept")"
+}
+
+# Of each program that the script runs a part, every eighth test: each is a test of its own, whole, and
+# here it is to show that the kit has what it needs. Which eighth goes by the day, so that in time each
+# has its turn. QMZ_KIT_PART=0 to 7 chooses one, QMZ_KIT_PARTS=1 runs all of them.
+run_part() { # PROGRAM...: those beside the ones for all machines
+  local parts=${QMZ_KIT_PARTS:-8} program
+  local part=${QMZ_KIT_PART:-$(($(date +%s) / 86400 % parts))}
+  echo "Part $part of 0 to $((parts - 1)): QMZ_KIT_PARTS=$parts QMZ_KIT_PART=$part runs it again"
+  export GTEST_TOTAL_SHARDS=$parts GTEST_SHARD_INDEX=$part
+  # They measure the processor's time, which other tests take here.
+  export QMZ_LEAVE_OUT='IdleWaits.*'
+  mapfile -t programs < <(tr -d '\r' <"$kit/programs.txt")
+  [ ${#programs[@]} -ge 20 ] || fail "few programs: ${programs[*]}"
+  run_tests "${ports[@]}" || fail "all programs: $(<"$work/log") $(<"$work/report")"
+  local passed=()
+  small=()
+  for program in "${programs[@]}" registration_free_test com_box_test "$@"; do
+    if reports "^=== $program: LEFT OUT: none of its tests"; then
+      small+=("$program")
+    else
+      passed+=("$program")
+    fi
+  done
+  expect_passed "${passed[@]}"
+  [ ${#passed[@]} -ge 15 ] || fail "few programs have a test in this part: ${passed[*]}"
+}
+# Of a program of few tests none may have been in that part: then all of them on their own.
+run_small_programs() {
+  local program
+  for program in "${small[@]}"; do
+    GTEST_TOTAL_SHARDS=1 GTEST_SHARD_INDEX=0 run_tests "${ports[@]}" "$program" ||
+      fail "$program: $(<"$work/log") $(<"$work/report")"
+    expect_passed "$program"
+    [ "$(grep -c '^\[       OK \]' "$work/report")" -lt "$GTEST_TOTAL_SHARDS" ] ||
+      fail "$program is not small"
+  done
 }
