@@ -59,16 +59,11 @@ expect_passed() { # PROGRAM...
 
 # Every Windows has it.
 "$run" reg add 'HKCU\Software\Classes\CLSID' /f >/dev/null 2>&1 </dev/null || fail "no classes of the user"
+. "$root/tests/packaging/registry.sh"
+registry_folder=$place
 # The registry, both views of it where there are two.
 registry() { # NAME
-  local part
-  for part in 'HKLM\Software' 'HKCU\Software' 'HKCU\Control Panel'; do
-    (cd "$kit" && "$run" reg export "$part" part.reg /y >/dev/null 2>&1 </dev/null) || fail "no $part"
-    # Without what Wine notes of its screen as long as it is up.
-    iconv -f UTF-16 -t UTF-8 "$kit/part.reg" | tr -d '\r' |
-      sed '/^\[HKEY_CURRENT_USER\\Software\\Wine\\Temporary/,/^$/d'
-  done >"$work/$1"
-  rm "$kit/part.reg"
+  registry_of 'HKLM\Software' 'HKCU\Software' 'HKCU\Control Panel' >"$work/$1"
   # Else nothing would be compared.
   [ "$(wc -l <"$work/$1")" -gt 1000 ] || fail "no registry: $(<"$work/$1")"
 }

@@ -1,13 +1,14 @@
 # Sourced by tests that compare the registry before and after: what stands in it. `run`, `root` and the
-# folder `work` are the test's.
+# folder `work` are the test's, and `registry_folder` where its prefix has no drive for that one.
 
 # Like reg export, which takes its time: it asks for each key and each value.
 registry_of() { # PART...
-  local part long code
+  local folder=${registry_folder:-$work} part long code
+  cp "$root/build/win32/tests/packaging/save_registry.exe" "$folder"
   for part; do
     code=0
-    "$run" "$root/build/win32/tests/packaging/save_registry.exe" "$part" "Z:$work/part.reg" \
-      >"$work/part.log" 2>&1 </dev/null || code=$?
+    (cd "$folder" && "$run" ./save_registry.exe "$part" part.reg) >"$work/part.log" 2>&1 </dev/null ||
+      code=$?
     if [ $code = 1 ]; then
       echo "no $part"
       continue
@@ -27,7 +28,7 @@ registry_of() { # PART...
         show(ENVIRON["root"] ($0 == "" ? "" : "\\" $0))
         next
       }
-      !/^(#|;;|WINE REGISTRY|$)/' "$work/part.reg"
-    rm "$work/part.reg"
+      !/^(#|;;|WINE REGISTRY|$)/' "$folder/part.reg"
   done
+  rm -f "$folder/part.reg" "$folder/save_registry.exe"
 }
