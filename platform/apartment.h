@@ -1,6 +1,8 @@
 // What belongs to one apartment (one thread) of the client.
 #pragma once
 
+#include <atomic>
+
 namespace qmzentrel::platform {
 
 /// A pointer that each thread has for itself, null at first. Plain storage without destructors: a
@@ -14,10 +16,12 @@ class ApartmentSlot {
   ApartmentSlot& operator=(const ApartmentSlot&) = delete;
 
   void* Get() const;
+  /// Throws std::bad_alloc where the operating system has no place for it. The next call may find
+  /// one.
   void Set(void* value);
 
  private:
-  unsigned long index_;
+  std::atomic<unsigned long> index_;
 };
 
 }  // namespace qmzentrel::platform

@@ -7,13 +7,17 @@
 #include <atomic>
 #include <cstddef>
 
+#include "platform/win32/exclusive_lock.h"
+
 namespace qmzentrel::platform {
 namespace {
 
-// One of the run-time library, and those of ApartmentSlot.
-constexpr std::size_t kNeeded = 4;
+// One of the run-time library, and one for each ApartmentSlot: the timers of the thread, the last
+// error, the mark of its description, the dialog.
+constexpr std::size_t kNeeded = 5;
 
 std::atomic<bool> g_has_them{false};
+SRWLOCK g_lock = SRWLOCK_INIT;
 
 bool AreFree() {
   std::array<DWORD, kNeeded> indices{};
@@ -28,8 +32,10 @@ bool AreFree() {
 
 bool HasThreadIndices() noexcept {
   if (g_has_them) return true;
-  // The second takes the one of the run-time library.
-  g_has_them = AreFree() && abi::__cxa_get_globals() != nullptr;
+  // One thread at a time, or each would find those missing that the other is counting.
+  const ExclusiveLock lock(g_lock);
+  // Asking for what it keeps of each thread has the run-time library take its index.
+  if (!g_has_them && AreFree() && abi::__cxa_get_globals() != nullptr) g_has_them = true;
   return g_has_them;
 }
 

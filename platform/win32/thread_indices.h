@@ -3,9 +3,10 @@
 
 namespace qmzentrel::platform {
 
-/// Whether there are as many as the library needs. To be asked before the first object is made: the
+/// Whether there are as many as the library needs. To be asked before an object is made: the
 /// compiler's run-time library ends the process where the first exception finds none. From the
-/// first yes on the library has them.
+/// first yes on that has its own. Others may still take those that are for an ApartmentSlot before
+/// it does.
 bool HasThreadIndices() noexcept;
 
 }  // namespace qmzentrel::platform
