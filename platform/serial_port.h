@@ -70,8 +70,10 @@ class SerialPort {
   /// Drops every received byte that has not been read.
   void ClearReceiveBuffer();
 
-  /// Hands all of `bytes` to the driver; false when not all went there within one second (what has
-  /// not been sent then is dropped). The last of them may still be on their way: see AwaitSent.
+  /// Hands all of `bytes` to the driver, whose lines are set once more before where they were set
+  /// some time ago, since a driver may have dropped them; false when not all went there within one
+  /// second (what has not been sent then is dropped). The last of them may still be on their way:
+  /// see AwaitSent.
   bool Write(std::span<const std::uint8_t> bytes);
 
   /// Waits until what was written has had its time on the wire and the driver, if it counts them,

@@ -299,7 +299,7 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
   if (!state_) return false;
   State& state = *state_;
   // A client may leave the lines on from command to command: they have to be on when one goes out.
-  if (state.lines_fresh.Remaining() == 0) SetLines(state.wanted_lines);
+  if (state.request && state.lines_fresh.Remaining() == 0) SetLines(state.wanted_lines);
   const std::size_t written = state.Transfer(
       bytes.size(), Deadline(kWriteLimitMs), &COMMTIMEOUTS::WriteTotalTimeoutConstant,
       kWriteLimitMs, [&](std::size_t done, DWORD limit_ms) {

@@ -200,9 +200,16 @@ DriverModel::Calls DriverModel::Seen() {
   return calls_;
 }
 
-DWORD DriverModel::StatusMs() const {
-  const Lock lock;
-  return habits_.status_ms;
+void DriverModel::TakeItsTimeForTheStatus() {
+  DWORD ms = 0;
+  std::optional<std::uint8_t> arriving;
+  {
+    const Lock lock;
+    ms = habits_.status_ms;
+    arriving = std::exchange(habits_.arrives_then, std::nullopt);
+  }
+  Sleep(ms);
+  if (arriving) Send({*arriving});
 }
 
 COMMTIMEOUTS DriverModel::Limits() {
@@ -423,7 +430,7 @@ BOOL WINAPI DriverModel::Escape(HANDLE handle, DWORD function) {
 BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* status) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->error.System()(handle, errors, status);
-  Sleep(self.StatusMs());
+  self.TakeItsTimeForTheStatus();
   const Lock lock;
   ++self.calls_.status_questions;
   if (self.dead_) return Fail(self.habits_.reason_when_gone);

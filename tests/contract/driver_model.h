@@ -25,6 +25,7 @@ struct DriverHabits {
   bool reads_wait = true;                        ///< else a read ends at once, with what there is
   std::optional<DWORD> refuses_status{};         ///< ClearCommError, for this reason
   DWORD status_ms = 0;                           ///< that ClearCommError takes
+  std::optional<std::uint8_t> arrives_then{};    ///< a byte, while the first one is at work
   DWORD reason_when_gone = ERROR_BAD_COMMAND;    ///< of every call, once its device has vanished
   bool purges = true;                            ///< else PurgeComm has no effect
   bool refuses_lines = false;                    ///< EscapeCommFunction has no effect
@@ -140,7 +141,7 @@ class DriverModel {
   void Advance();
   double NextDue() const;
   DWORD StatusAtLimit() const;
-  DWORD StatusMs() const;
+  void TakeItsTimeForTheStatus();
 
   CRITICAL_SECTION guard_{};
   HANDLE changed_;

@@ -384,18 +384,9 @@ TEST_F(SerialDriver, ThatCannotTellItsStatusIsWaitedForToTheEnd) {
 // A machine may stand still at any place, and a port at the other end of a network answers late.
 // What came in time must count all the same.
 TEST_F(SerialDriver, IsAskedForWhatCameInTimeWhereTheLimitHasPassedSinceItWasAskedLast) {
-  struct Later {
-    static DWORD WINAPI Run(void*) {
-      Sleep(700);  // between the first request, which ends after 500, and the end of the wait
-      Driver().Send({5});
-      return 0;
-    }
-  };
-  Driver().SetHabits({.status_ms = 900});
-  const HANDLE thread = CreateThread(nullptr, 0, &Later::Run, nullptr, 0, nullptr);
+  // Between the first request, which ends after 500 ms, and the end of the wait.
+  Driver().SetHabits({.status_ms = 900, .arrives_then = 5});
   EXPECT_EQ(Read(1, 1000), Bytes{5});
-  WaitForSingleObject(thread, INFINITE);
-  CloseHandle(thread);
   EXPECT_EQ(Driver().Seen().reads, 2);
 }
 
