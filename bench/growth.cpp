@@ -14,6 +14,7 @@
 #include "platform/win32/simulator_dialog_controls.h"
 #include "tests/clients/com_client.h"
 #include "tests/clients/other_apartment.h"
+#include "tests/clients/running_timers.h"
 #include "tests/clients/test_catalog.h"
 #include "tools/dialog_driver/dialog_window.h"
 
@@ -48,21 +49,23 @@ bool HasGrown(const Holdings& before, const Holdings& after, long allowed) {
          after.handles > before.handles + kAllowedObjects ||
          after.gdi > before.gdi + kAllowedObjects ||
          after.windows > before.windows + kAllowedObjects ||
-         after.threads > before.threads;  // each that was begun has been waited for
+         after.threads > before.threads ||  // each that was begun has been waited for
+         after.timers > before.timers;
 }
 
 // False when the work leaves something behind.
-bool Watch(const char* name, int times, const std::function<void()>& work,
-           long allowed_each_time = 0) {
+bool Watch(const clients::RunningTimers& timers, const char* name, int times,
+           const std::function<void()>& work, long allowed_each_time = 0) {
   Holdings settled{};
   Holdings held{};
   int done = 0;
   for (int sample = 1; sample <= kSamples; ++sample) {
     for (; done < static_cast<long long>(times) * sample / kSamples; ++done) work();
-    held = Held();
+    held = Held(timers);
     if (sample == kSettled) settled = held;
-    std::printf("%s\t%d\t%ld\t%ld\t%ld\t%ld\t%ld\t%ld\n", name, done, held.heap / 1024,
-                held.committed / 1024, held.handles, held.gdi, held.windows, held.threads);
+    std::printf("%s\t%d\t%ld\t%ld\t%ld\t%ld\t%ld\t%ld\t%ld\n", name, done, held.heap / 1024,
+                held.committed / 1024, held.handles, held.gdi, held.windows, held.threads,
+                held.timers);
     std::fflush(stdout);
   }
   const bool grown = HasGrown(settled, held, times * allowed_each_time);
@@ -126,9 +129,10 @@ int main(int count, char** arguments) {
   const auto times = [share](int whole) {
     return std::max(kLeastTimes, static_cast<int>(whole * share));
   };
-  std::printf("work\tdone\theap kB\tcommitted kB\thandles\tGDI\twindows\tthreads\n");
+  std::printf("work\tdone\theap kB\tcommitted kB\thandles\tGDI\twindows\tthreads\ttimers\n");
 
   bool clean = true;
+  const clients::RunningTimers timers(clients::LoadedLibrary().module);
   clients::TestCatalog catalog;
   catalog.Fill();
   BoxLink box;
@@ -137,18 +141,19 @@ int main(int count, char** arguments) {
     const auto object = clients::NewZentrel();
     const DISPID util = clients::IdOf(object.Get(), L"Util");
     const DISPID status = clients::IdOf(object.Get(), L"Status");
-    clean &= Watch("calls", times(1'000'000), [&] { CallEachWay(object.Get(), util, status); });
+    clean &=
+        Watch(timers, "calls", times(1'000'000), [&] { CallEachWay(object.Get(), util, status); });
     for (int i = 0; i < kReportsKept; ++i) Fail(object.Get());
-    clean &= Watch("faults", times(10'000), [&] { Fail(object.Get()); });
+    clean &= Watch(timers, "faults", times(10'000), [&] { Fail(object.Get()); });
     const OpenedDevice device(object.Get(), BoxPort());
-    clean &= Watch("exchanges", times(100'000),
+    clean &= Watch(timers, "exchanges", times(100'000),
                    [&] { MustSucceed(object.Get(), &_Zentrel::BoxStatus, "Box Status"); });
   }
-  clean &= Watch("objects", times(10'000), UseNewObject);
+  clean &= Watch(timers, "objects", times(10'000), UseNewObject);
   catalog.Simulator(true);
   const auto object = clients::NewZentrel();
   for (int i = 0; i < kFirstDialogs; ++i) ShowDialog(object.Get());
   clean &= Watch(
-      "dialogs", times(1'000), [&] { ShowDialog(object.Get()); }, kLeftByWineEachDialog);
+      timers, "dialogs", times(1'000), [&] { ShowDialog(object.Get()); }, kLeftByWineEachDialog);
   return clean ? 0 : 1;
 }

@@ -94,13 +94,14 @@ long Threads() {
 
 }  // namespace
 
-Holdings Held() {
+Holdings Held(const clients::RunningTimers& timers) {
   return {.heap = static_cast<long>(HeapUse()),
           .committed = static_cast<long>(PrivateUse()),
           .handles = Handles(),
           .gdi = DrawingObjects(),
           .windows = Windows(),
-          .threads = Threads()};
+          .threads = Threads(),
+          .timers = timers.Count()};
 }
 
 }  // namespace qmzentrel::bench

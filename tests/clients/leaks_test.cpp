@@ -9,6 +9,7 @@
 #include "tests/clients/event_sink.h"
 #include "tests/clients/heap_blocks.h"
 #include "tests/clients/other_apartment.h"
+#include "tests/clients/running_timers.h"
 
 namespace qmzentrel::clients {
 namespace {
@@ -111,6 +112,25 @@ TEST_F(Leaks, WhatIsKeptForAThreadIsFreedWhenItEnds) {
     for (std::size_t i = 0; i < kThreads; ++i) thread_with(use);
     EXPECT_LT(BlocksInUse(), before + kThreads / 2);
   }
+}
+
+TEST_F(Leaks, ATimerEndsWithItsCountDownOrItsObject) {
+  const auto count_down = [](_Zentrel& object) { object.put_PowerManagement(VARIANT_TRUE); };
+  const RunningTimers timers(LoadedLibrary().module);
+  count_down(*zentrel.Get());
+  EXPECT_EQ(timers.Count(), 1);
+  EXPECT_EQ(zentrel->put_PowerManagement(VARIANT_FALSE), S_OK);
+  EXPECT_EQ(timers.Count(), 0);
+
+  constexpr int kObjects = 10;
+  for (int i = 0; i < kObjects; ++i) count_down(*NewZentrel().Get());
+  EXPECT_EQ(timers.Count(), 0);
+  OtherApartment(COINIT_APARTMENTTHREADED, [&] {
+    const auto object = NewZentrel();
+    count_down(*object.Get());
+    EXPECT_EQ(timers.Count(), 1);
+  }).Join();
+  EXPECT_EQ(timers.Count(), 0);
 }
 
 TEST_F(Leaks, ObjectsAreFreed) {
