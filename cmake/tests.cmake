@@ -8,16 +8,20 @@ if(WIN32)
   set(QMZ_WITH_BOX ${CMAKE_SOURCE_DIR}/tools/wine/with_box)
 endif()
 
+# qmzentrel_native_test(NAME COMMAND...): a program of this machine with its arguments. One that
+# hangs is aborted before CTest's limit, and the sanitizer says where.
+function(qmzentrel_native_test name)
+  add_test(NAME ${name} COMMAND timeout --signal=ABRT 240 ${ARGN})
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=handle_abort=1 TIMEOUT 300)
+endfunction()
+
 # qmzentrel_add_test(NAME PROGRAM [BOX])
 # BOX: a virtual box stands behind a serial port while the program runs; the environment says where.
 # Under Windows the environment also names the DLL, and the tests' error handler is registered.
 function(qmzentrel_add_test name program)
   cmake_parse_arguments(test "BOX" "" "" ${ARGN})
   if(NOT WIN32)
-    # What hangs is aborted before CTest's limit, and the sanitizer says where.
-    add_test(NAME ${name}
-      COMMAND timeout --signal=ABRT 240 $<TARGET_FILE:${program}> --gtest_brief=1)
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=handle_abort=1 TIMEOUT 300)
+    qmzentrel_native_test(${name} $<TARGET_FILE:${program}> --gtest_brief=1)
     return()
   endif()
   set(command ${QMZ_WINE_RUN} $<TARGET_FILE:${program}> --gtest_brief=1)

@@ -24,7 +24,8 @@ set_target_properties(ending_plugin PROPERTIES PREFIX "")
 target_compile_options(ending_plugin PRIVATE -Wall -Wextra -Werror)
 add_dependencies(hard_use_tests ending_plugin)
 
-# NAME COUNT FILTER: those tests with so many boxes. One that hangs says so after two minutes.
+# NAME COUNT FILTER: those tests with so many boxes. One that hangs is named after two minutes,
+# and ended by the limit of all tests.
 function(qmzentrel_hard_use_test name boxes filter)
   qmzentrel_wine_test(${name} COST 15
     COMMAND ${QMZ_WITH_BOX} ${CMAKE_CURRENT_SOURCE_DIR}/scripts/with_crowd ${boxes} ${QMZ_WINE_RUN}
