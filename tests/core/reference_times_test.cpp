@@ -305,7 +305,7 @@ TEST_F(ReferenceTimes, TheMessageBoxAboutAFaultHoldsWhateverFailsUntilItIsClosed
   constexpr Milliseconds kReading(7000);
   TheWorld().classes.clear();
   TheWorld().at_stop_message = [=] { TheWorld().Pump(kReading); };
-  int failed = 0;
+  std::vector<std::string> failed;
   for (const MemberCall& member : AllMembers(true)) {
     MakeNew();
     TheWorld().before_call = [](const std::string& call) {
@@ -321,9 +321,34 @@ TEST_F(ReferenceTimes, TheMessageBoxAboutAFaultHoldsWhateverFailsUntilItIsClosed
     EXPECT_TRUE(error == 0 || error == 65535) << member.name;
     EXPECT_EQ(TheWorld().stop_messages.size(), error == 0 ? 0U : 1U) << member.name;
     TheWorld().stop_messages.clear();
-    if (error != 0) ++failed;
+    if (error != 0) failed.push_back(member.name);
   }
-  EXPECT_GT(failed, 0);
+  // Of a property one half, where it is there twice. All others only keep or give a value.
+  EXPECT_EQ(failed, (std::vector<std::string>{"BoxStatus",
+                                              "ReadXpdr",
+                                              "ResetXpdr",
+                                              "WriteXpdr",
+                                              "MIFName",
+                                              "PLLWarmUpName",
+                                              "TXIName",
+                                              "ZentrelSignature",
+                                              "VDelay",
+                                              "PowerManagement",
+                                              "DeviceOpen",
+                                              "DeviceInit",
+                                              "DeviceClose",
+                                              "Power",
+                                              "Name",
+                                              "TELIC2Read",
+                                              "TELIC2Write",
+                                              "TELIC2Test",
+                                              "TELIC2Device",
+                                              "TELIC2EnumDevices",
+                                              "TELIC2EnumMessages",
+                                              "TELIC2_Length",
+                                              "TELIC2EnumTestMessages",
+                                              "TELIC2Test_RdLength",
+                                              "TELIC2Test_WrLength"}));
 }
 
 TEST_F(ReferenceTimes, AreMeasuredOfEveryMemberThatThePageHasInATable) {
