@@ -6,6 +6,7 @@
 
 #include "tests/clients/box_client.h"
 #include "tests/clients/client_process.h"
+#include "tests/clients/error_reports.h"
 #include "tests/clients/registered_library.h"
 
 namespace qmzentrel::clients {
@@ -114,6 +115,9 @@ int PlayThreadIndices(const std::vector<std::string>& arguments) {
       throw 0;  // this program's own run-time library must not be what is short of one
     } catch (int) {
     }
+    // Nor the handler of errors, with what of the system it needs.
+    ErrorReports reports;
+    reports.Count();
     {
       const TakenThreadIndices taken(std::stoul(arguments.front()));
       EndAThread();
