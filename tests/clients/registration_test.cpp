@@ -89,6 +89,44 @@ TEST_F(Registration, RegisteringTwiceIsRegisteringOnce) {
   EXPECT_EQ(Differences(once, EntriesOfTheComponent()), "");
 }
 
+/// A key among the user's classes, and those on the way to it that were not there.
+class KeyOfTheUser {
+ public:
+  explicit KeyOfTheUser(const std::vector<std::wstring>& names) {
+    std::wstring path = L"Software\\Classes";
+    for (const std::wstring& name : names) {
+      path += L'\\' + name;
+      HKEY key = nullptr;
+      DWORD disposition = 0;
+      EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                                KEY_READ, nullptr, &key, &disposition),
+                ERROR_SUCCESS);
+      RegCloseKey(key);
+      if (disposition == REG_CREATED_NEW_KEY) made_.push_back(path);
+    }
+  }
+  ~KeyOfTheUser() {
+    for (; !made_.empty(); made_.pop_back()) {
+      RegDeleteKeyW(HKEY_CURRENT_USER, made_.back().c_str());
+    }
+  }
+  KeyOfTheUser(const KeyOfTheUser&) = delete;
+  KeyOfTheUser& operator=(const KeyOfTheUser&) = delete;
+
+ private:
+  std::vector<std::wstring> made_;
+};
+
+TEST_F(Registration, IsNotHeldAgainstWhatTheSystemNotesMeanwhile) {
+  const RegistrySnapshot before = TakeRegistrySnapshotOfUser();
+  {
+    const KeyOfTheUser noted({L"Local Settings", L"QmZentrel test"});
+    EXPECT_EQ(Differences(before, TakeRegistrySnapshotOfUser()), "");
+  }
+  const KeyOfTheUser other({L"QmZentrel test", L"Local Settings"});
+  EXPECT_EQ(TakeRegistrySnapshotOfUser().size(), before.size() + 2);
+}
+
 // A copy of the library that is registered from where it lies.
 std::wstring RegisteredCopy(HMODULE module) {
   std::array<wchar_t, MAX_PATH> path{};

@@ -12,6 +12,8 @@ namespace {
 
 constexpr DWORD kLongestName = 1024;
 constexpr std::size_t kLargestData = 65536;
+constexpr wchar_t kMachine[] = L"machine";
+constexpr wchar_t kUser[] = L"user";
 
 class Collector {
  public:
@@ -40,12 +42,18 @@ class Collector {
         break;
       }
       const std::wstring child = text_.substr(0, length);
+      if (IsOfTheSystem(path, child)) continue;
       Collect(key, child, std::wstring(path).append(L"\\").append(child));
     }
     RegCloseKey(key);
   }
 
  private:
+  /// Where Windows notes for itself, at any time, what programs are called and what is installed.
+  static bool IsOfTheSystem(const std::wstring& parent, const std::wstring& key) {
+    return key == L"Local Settings" && (parent == kMachine || parent == kUser);
+  }
+
   REGSAM view_;
   RegistrySnapshot& snapshot_;
   // Of one key at a time: made anew for each they would take most of the time.
@@ -66,13 +74,13 @@ void List(const char* mark, const RegistrySnapshot& left, const RegistrySnapshot
 
 RegistrySnapshot TakeRegistrySnapshot() {
   RegistrySnapshot snapshot = TakeRegistrySnapshotOfUser();
-  Collector(0, snapshot).Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", L"machine");
+  Collector(0, snapshot).Collect(HKEY_LOCAL_MACHINE, L"Software\\Classes", kMachine);
   return snapshot;
 }
 
 RegistrySnapshot TakeRegistrySnapshotOfUser() {
   RegistrySnapshot snapshot;
-  Collector(0, snapshot).Collect(HKEY_CURRENT_USER, L"Software\\Classes", L"user");
+  Collector(0, snapshot).Collect(HKEY_CURRENT_USER, L"Software\\Classes", kUser);
   return snapshot;
 }
 

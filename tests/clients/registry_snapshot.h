@@ -7,8 +7,8 @@
 
 namespace qmzentrel::clients {
 
-/// Every key and every value under the classes of the machine and of the user: path to type and
-/// data.
+/// Every key and every value under the classes of the machine and of the user, but for those of the
+/// key "Local Settings", which change by themselves: path to type and data.
 using RegistrySnapshot = std::map<std::wstring, std::vector<unsigned char>>;
 
 /// Takes seconds, and minutes on a busy machine.
