@@ -9,11 +9,12 @@ registry_of() { # PART...
     code=0
     (cd "$folder" && "$run" ./save_registry.exe "$part" part.reg) >"$work/part.log" 2>&1 </dev/null ||
       code=$?
-    if [ $code = 1 ]; then
+    if [ $code = 44 ]; then
       echo "no $part"
       continue
     fi
-    [ $code = 0 ] || fail "the registry is not saved: $(<"$work/part.log")"
+    # What is printed here goes where the caller keeps the registry.
+    [ $code = 0 ] || fail "the registry is not saved, $code: $(<"$work/part.log")" >&2
     long=${part/#HKLM/HKEY_LOCAL_MACHINE}
     # Keys with nothing but keys in them are not named in the file; times are of no interest.
     root=${long/#HKCU/HKEY_CURRENT_USER} awk '

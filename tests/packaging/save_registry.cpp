@@ -3,7 +3,7 @@
 //
 //   save_registry HKLM\KEY|HKCU\KEY FILE
 //
-// Ends with 1 where there is no such key.
+// Ends with 44 where there is no such key.
 #include <windows.h>
 
 #include <cstdio>
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kNoKey = 1;
+constexpr int kNoKey = 44;  // no code that whatever starts this program has, too
 constexpr int kNotSaved = 2;
 
 // Without it nobody may save a key.
@@ -36,12 +36,13 @@ int wmain(int count, wchar_t** arguments) {
   const bool machine = key.starts_with(L"HKLM\\");
   if ((!machine && !key.starts_with(L"HKCU\\")) || !AllowBackup()) return kNotSaved;
   HKEY opened = nullptr;
-  if (RegOpenKeyExW(machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER, key.substr(5).data(), 0,
-                    KEY_READ | KEY_WOW64_64KEY, &opened) != ERROR_SUCCESS) {
-    return kNoKey;
+  LSTATUS status = RegOpenKeyExW(machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER,
+                                 key.substr(5).data(), 0, KEY_READ | KEY_WOW64_64KEY, &opened);
+  if (status == ERROR_FILE_NOT_FOUND) return kNoKey;
+  if (status == ERROR_SUCCESS) {
+    DeleteFileW(arguments[2]);
+    status = RegSaveKeyW(opened, arguments[2], nullptr);
   }
-  DeleteFileW(arguments[2]);
-  const LSTATUS status = RegSaveKeyW(opened, arguments[2], nullptr);
   if (status != ERROR_SUCCESS) std::fprintf(stderr, "The key is not saved: error %ld\n", status);
   return status == ERROR_SUCCESS ? 0 : kNotSaved;
 }
