@@ -235,21 +235,29 @@ rem PART KIND: calls that part for each key, with a name for its file and the pr
 rem the registry.
 :each
 set "classes=HKLM\Software\Classes"
+set "user_classes=HKCU\Software\Classes"
 set id={FC8682E2-9814-4065-86F6-49F1E6A8704B}
+set library_id={314317B4-1F1E-4FA7-B288-75070A78C531}
+set interface_id={D8137FF8-FBFF-429D-BAB7-798BB06D6779}
 call :%1 class "%reg%" "%classes%\CLSID\%id%"
 call :%1 application "%reg%" "%classes%\AppID\%id%"
 call :%1 name "%reg%" "%classes%\QmZentrel.Zentrel"
-call :%1 library "%reg%" "%classes%\TypeLib\{314317B4-1F1E-4FA7-B288-75070A78C531}"
+call :%1 library "%reg%" "%classes%\TypeLib\%library_id%"
+rem registration_test plays a user who has these himself; left there they would hide the machine's.
+call :%1 class_user "%reg%" "%user_classes%\CLSID\%id%"
+call :%1 name_user "%reg%" "%user_classes%\QmZentrel.Zentrel"
+call :%1 library_user "%reg%" "%user_classes%\TypeLib\%library_id%"
+call :%1 interface_user "%reg%" "%user_classes%\Interface\%interface_id%"
 call :%1 catalog "%reg%" "HKLM\Software\QuenmoorComms"
 call :%1 handler "%reg%" "%classes%\QuenmoorCommunications.Error"
-call :%1 handler_user "%reg%" "HKCU\Software\Classes\QuenmoorCommunications.Error"
+call :%1 handler_user "%reg%" "%user_classes%\QuenmoorCommunications.Error"
 call :%1 handler_class "%reg%" "%classes%\CLSID\{7D0A3C52-61E4-4B0F-9A35-2FC8115E70D4}"
 call :each_interface %1 "%reg%" interface
 if "%wide%"=="yes" call :each_interface %1 "%reg_64%" interface_64
 exit /b 0
 
 :each_interface
-call :%1 %3_1 %2 "%classes%\Interface\{D8137FF8-FBFF-429D-BAB7-798BB06D6779}"
+call :%1 %3_1 %2 "%classes%\Interface\%interface_id%"
 call :%1 %3_2 %2 "%classes%\Interface\{69D54976-4B55-493E-B5FF-E27DC45E2CA6}"
 call :%1 %3_3 %2 "%classes%\Interface\{34776E40-5CE5-464C-A485-A5770C1558D8}"
 call :%1 %3_4 %2 "%classes%\Interface\{1552820B-733E-46B0-9DA2-0D6E4198EAC6}"
