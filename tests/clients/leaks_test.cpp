@@ -96,6 +96,7 @@ TEST_F(Leaks, WhatAFailingSinkSaysIsFreed) {
 
 TEST_F(Leaks, WhatIsKeptForAThreadIsFreedWhenItEnds) {
   constexpr std::size_t kThreads = 200;
+  constexpr std::size_t kReportsThatTheHandlerKeeps = 100;
   const auto thread_with = [](void (*use)(_Zentrel & object)) {
     OtherApartment(COINIT_APARTMENTTHREADED, [use] { use(*NewZentrel().Get()); }).Join();
   };
@@ -107,7 +108,7 @@ TEST_F(Leaks, WhatIsKeptForAThreadIsFreedWhenItEnds) {
     EXPECT_NE(object.get_ZentrelSignature(5, &value), S_OK);
   };
   for (void (*use)(_Zentrel&) : {+use_the_timer, +fail}) {
-    for (std::size_t i = 0; i < kThreads / 10; ++i) thread_with(use);
+    for (std::size_t i = 0; i < kReportsThatTheHandlerKeeps; ++i) thread_with(use);
     const std::size_t before = BlocksInUse();
     for (std::size_t i = 0; i < kThreads; ++i) thread_with(use);
     EXPECT_LT(BlocksInUse(), before + kThreads / 2);
