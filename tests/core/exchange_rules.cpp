@@ -183,6 +183,7 @@ Met Rules::OneSend(int step, int send) {
   const Exchange exchange = ExchangeOf(step);
   outlook_.sent.push_back(fakes::Hex(exchange.frame));
   if (link.gone) return Unsent(exchange);
+  ++outlook_.to_port;
   outlook_.takes += link.write_takes;
   const bool here = where_ == Where::kBoth || (step == 0) == (where_ == Where::kFirst);
   const bool befallen = fault_->met && here && fault_->Befalls(send);

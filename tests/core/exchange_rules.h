@@ -56,6 +56,7 @@ struct Outlook {
   ZentrelStatus status = S_OKAY;
   bool raises = false;            ///< error 65535 instead of a status
   std::vector<std::string> sent;  ///< frame by frame, as text
+  std::size_t to_port = 0;        ///< of these, before the port had gone
   std::vector<bool> events;
   Microseconds takes{0};
   Facts facts;

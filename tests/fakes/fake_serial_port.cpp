@@ -125,15 +125,8 @@ bool SerialPort::Write(std::span<const std::uint8_t> bytes) {
     TheWorld().Advance(kWriteLimit);
     return false;
   }
-  fakes::Reaction reaction;
-  if (!port->reactions.empty()) {
-    reaction = std::move(port->reactions.front());
-    port->reactions.pop_front();
-  } else if (port->device) {
-    reaction = port->device(bytes);
-  }
   Microseconds time = TheWorld().now;
-  for (const fakes::Chunk& chunk : reaction) {
+  for (const fakes::Chunk& chunk : port->ReactTo(bytes)) {
     time += chunk.after;
     for (const std::uint8_t byte : chunk.bytes) port->incoming.emplace(time, byte);
   }
@@ -189,26 +182,3 @@ void SerialPort::SetLines(ModemLines lines) {
 }
 
 }  // namespace qmzentrel::platform
-
-namespace qmzentrel::fakes {
-
-std::string Hex(std::span<const std::uint8_t> bytes) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    if (!text.empty()) text += ' ';
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0xF];
-  }
-  return text;
-}
-
-Bytes FakePort::Received() const {
-  Bytes received;
-  for (const auto& [passed, byte] : wire) {
-    if (passed <= TheWorld().now) received.push_back(byte);
-  }
-  return received;
-}
-
-}  // namespace qmzentrel::fakes

@@ -56,6 +56,9 @@ struct FakePort {
   int clears = 0;                                      ///< of the receive buffer
   std::multimap<Microseconds, std::uint8_t> incoming;  ///< by time of arrival
 
+  /// What the device does on a command.
+  Reaction ReactTo(std::span<const std::uint8_t> command);
+
   /// What has reached the device by now.
   Bytes Received() const;
 
