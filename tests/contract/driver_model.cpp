@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "tests/automation/replaced_import.h"
 #include "tests/contract/harness.h"
@@ -19,9 +20,6 @@ constexpr double kPatienceMs = 5000;
 
 // How full the driver lets its buffer become before it asks the device to pause, and to go on.
 constexpr WORD kFlowLimit = 128;
-
-// The driver's thread looks again after so long at the latest.
-constexpr double kLongestMs = 60'000;
 
 // As the operating system numbers them.
 constexpr DWORD kSuccess = 0;
@@ -91,25 +89,21 @@ DriverModel& DriverModel::The() {
   return model;
 }
 
-DriverModel::DriverModel() : changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
+DriverModel::DriverModel() {
   InitializeCriticalSection(&guard_);
   limits_ = InheritedLimits();
   imports_ = std::make_unique<Imports>();
   // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer): it finds the model whole.
-  thread_ = CreateThread(nullptr, 0, &DriverModel::Work, this, 0, nullptr);
+  pace_ = std::make_unique<DriverPace>([this] {
+    const Lock lock;
+    Advance();
+    return NextDue();
+  });
 }
 
-// The thread must not be at work when the process ends around it.
 DriverModel::~DriverModel() {
-  {
-    const Lock lock;
-    ending_ = true;
-  }
-  SetEvent(changed_);
-  WaitForSingleObject(thread_, INFINITE);
+  pace_.reset();
   imports_.reset();
-  CloseHandle(thread_);
-  CloseHandle(changed_);
   DeleteCriticalSection(&guard_);
 }
 
@@ -123,15 +117,17 @@ void DriverModel::Reset() {
   limits_ = InheritedLimits();
   in_.clear();
   out_.clear();
+  line_free_ms_ = 0;
   received_.clear();
   answer_.reset();
+  device_ = {};
   calls_ = {};
 }
 
 void DriverModel::SetHabits(const DriverHabits& habits) {
   const Lock lock;
   habits_ = habits;
-  SetEvent(changed_);
+  pace_->Hurry();
 }
 
 // --- The device ---
@@ -141,11 +137,16 @@ void DriverModel::AnswerNext(const Bytes& reply) {
   answer_ = reply;
 }
 
+void DriverModel::AnswerBy(std::function<Bytes(std::uint8_t)> device) {
+  const Lock lock;
+  device_ = std::move(device);
+}
+
 void DriverModel::Send(const Bytes& bytes) {
   const Lock lock;
   in_.insert(in_.end(), bytes.begin(), bytes.end());
   Advance();
-  SetEvent(changed_);
+  pace_->Hurry();
 }
 
 DriverModel::Bytes DriverModel::Received(std::size_t count) {
@@ -230,18 +231,6 @@ bool DriverModel::EndStuckRequests() {
 
 // --- The driver at work ---
 
-DWORD WINAPI DriverModel::Work(void* model) {
-  auto& self = *static_cast<DriverModel*>(model);
-  DWORD wait = 0;
-  while (WaitForSingleObject(self.changed_, wait) != WAIT_FAILED) {
-    const Lock lock;
-    if (self.ending_) break;
-    self.Advance();
-    wait = static_cast<DWORD>(std::clamp(self.NextDue() - MonotonicMs() + 1, 1.0, kLongestMs));
-  }
-  return 0;
-}
-
 double DriverModel::NextDue() const {
   double next = kNever;
   if (!out_.empty() && !habits_.sends_nothing) next = line_free_ms_ + habits_.byte_ms;
@@ -261,6 +250,10 @@ void DriverModel::Advance() {
     line_free_ms_ += habits_.byte_ms;
     received_.push_back(out_.front());
     out_.pop_front();
+    if (device_) {
+      const Bytes reply = device_(received_.back());
+      in_.insert(in_.end(), reply.begin(), reply.end());
+    }
     if (received_.back() == kDeviceCommand && answer_) {
       in_.insert(in_.end(), answer_->begin(), answer_->end());
       answer_.reset();
@@ -294,6 +287,7 @@ void DriverModel::Advance() {
 
 void DriverModel::SwitchLines(ModemLines lines) {
   if (lines_ == lines) return;
+  Advance();  // with the lines as they were
   lines_ = lines;
   line_history_.push_back(lines);
 }
@@ -306,7 +300,7 @@ BOOL DriverModel::Begin(std::optional<Request>& place, const Request& request) {
   place = request;
   if (!habits_.keeps_its_limits) place->due_ms = kNever;
   Advance();
-  SetEvent(changed_);
+  pace_->Hurry();
   return Fail(ERROR_IO_PENDING);
 }
 
@@ -404,7 +398,9 @@ BOOL WINAPI DriverModel::Purge(HANDLE handle, DWORD flags) {
   DriverModel& self = The();
   if (!self.IsPort(handle)) return self.imports_->purge.System()(handle, flags);
   const Lock lock;
+  if (flags == PURGE_RXCLEAR) ++self.calls_.clearings;
   if (self.dead_) return Fail(self.habits_.reason_when_gone);
+  self.Advance();
   if (!self.habits_.purges) return Fail(ERROR_INVALID_FUNCTION);
   if ((flags & PURGE_RXCLEAR) != 0) self.in_.clear();
   if ((flags & PURGE_TXCLEAR) != 0) self.out_.clear();
@@ -435,6 +431,7 @@ BOOL WINAPI DriverModel::ClearError(HANDLE handle, DWORD* errors, COMSTAT* statu
   ++self.calls_.status_questions;
   if (self.dead_) return Fail(self.habits_.reason_when_gone);
   if (self.habits_.refuses_status) return Fail(*self.habits_.refuses_status);
+  self.Advance();
   self.line_failed_ = false;
   if (errors != nullptr) *errors = 0;
   *status = {};

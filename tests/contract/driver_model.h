@@ -6,12 +6,14 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/serial_port.h"
+#include "tests/contract/driver_pace.h"
 
 namespace qmzentrel::contract {
 
@@ -42,7 +44,7 @@ struct DriverHabits {
 };
 
 /// The port \\.\COM1, the lowest that there is. One client at a time has it open. The device behind
-/// it is silent but for the answer to kDeviceCommand that it was told to give.
+/// it is silent but for what it was told to answer.
 class DriverModel {
  public:
   using Bytes = std::vector<std::uint8_t>;
@@ -58,7 +60,10 @@ class DriverModel {
 
   // --- The device ---
 
+  /// To the next kDeviceCommand.
   void AnswerNext(const Bytes& reply);
+  /// To each byte that has passed the wire.
+  void AnswerBy(std::function<Bytes(std::uint8_t)> device);
   void Send(const Bytes& bytes);
   /// What has passed the wire; waits for `count` bytes, but not for ever.
   Bytes Received(std::size_t count);
@@ -86,6 +91,7 @@ class DriverModel {
     std::vector<Opening> openings;
     int reads = 0;
     int writes = 0;
+    int clearings = 0;  ///< PurgeComm of what has come
     int cancels = 0;
     int limit_changes = 0;
     int status_questions = 0;  ///< ClearCommError
@@ -132,7 +138,6 @@ class DriverModel {
                           OVERLAPPED* overlapped);
   static BOOL WINAPI Write(HANDLE handle, const void* buffer, DWORD size, DWORD* count,
                            OVERLAPPED* overlapped);
-  static DWORD WINAPI Work(void* model);
 
   bool IsPort(HANDLE handle) const { return handle_ != nullptr && handle == handle_; }
   BOOL Begin(std::optional<Request>& place, const Request& request);
@@ -144,9 +149,6 @@ class DriverModel {
   void TakeItsTimeForTheStatus();
 
   CRITICAL_SECTION guard_{};
-  HANDLE changed_;
-  HANDLE thread_ = nullptr;
-  bool ending_ = false;
   std::unique_ptr<Imports> imports_;
 
   DriverHabits habits_;
@@ -166,7 +168,9 @@ class DriverModel {
   double line_free_ms_ = 0;
   Bytes received_;
   std::optional<Bytes> answer_;
+  std::function<Bytes(std::uint8_t)> device_;
   Calls calls_;
+  std::unique_ptr<DriverPace> pace_;
 };
 
 }  // namespace qmzentrel::contract
