@@ -40,7 +40,12 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
     STEP if (lngRxCount > 0) {
       STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
     }
-    STEP if (RxExpected != 0 && lngRxCount == 0) lngRxCount = -1;
+    STEP if (RxExpected != 0 && lngRxCount == 0) {
+      // With the supply kept on, what a driver still holds would reach the box later: the next
+      // transponder could get what the caller was told has failed.
+      STEP m_PortCtrl.DropUnsent();
+      STEP lngRxCount = -1;
+    }
     STEP TraceBytes("<", bytRx, lngRxCount);
     STEP return lngRxCount;
   });

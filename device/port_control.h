@@ -41,6 +41,9 @@ class PortControl {
   /// only where no reply shows that the box has it.
   bool AwaitSent() { return port_.AwaitSent(); }
 
+  /// Drops what was sent and has not reached the wire yet.
+  void DropUnsent() { port_.DropUnsent(); }
+
   /// Reads up to `count` bytes into `buffer` from `first` on, for at most `timeout_ms`; returns how
   /// many came.
   std::int32_t Read(FrameBuffer& buffer, std::int32_t first, std::int32_t count,

@@ -83,6 +83,9 @@ class SerialPort {
   /// kernel.
   bool AwaitSent();
 
+  /// Drops what the driver has taken and not sent yet.
+  void DropUnsent();
+
   /// Reads until `buffer` is full or `timeout_ms` milliseconds have passed; returns how many bytes
   /// came. Dispatches no window message and sleeps in the kernel.
   std::size_t Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms);

@@ -333,6 +333,10 @@ bool SerialPort::AwaitSent() {
   }
 }
 
+void SerialPort::DropUnsent() {
+  if (state_) state_->DropUnsent();
+}
+
 std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {
   if (!state_) return 0;
   State& state = *state_;

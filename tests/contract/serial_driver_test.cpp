@@ -614,6 +614,17 @@ TEST_F(SerialDriver, SendsNothingLaterOfWhatCountedAsNotSent) {
   EXPECT_EQ(Driver().Received(next.size()), next);
 }
 
+TEST_F(SerialDriver, SendsNothingLaterOfWhatIsDropped) {
+  Driver().SetHabits({.sends_nothing = true});
+  ASSERT_TRUE(port.Write(kFrame));
+  port.DropUnsent();
+  Driver().SetHabits({});
+  const Bytes next{1, 2, 3};
+  ASSERT_TRUE(port.Write(next));
+  EXPECT_TRUE(port.AwaitSent());
+  EXPECT_EQ(Driver().Received(next.size()), next);
+}
+
 TEST_F(SerialDriver, SendsNothingLaterOfAFrameThatItTookOnlyInPart) {
   Driver().SetHabits({.most_held = 5, .sends_nothing = true});
   EXPECT_FALSE(port.Write(kFrame));

@@ -38,6 +38,7 @@ TEST(SerialPortContract, APortThatWasNeverOpenedDoesNothing) {
   std::array<std::uint8_t, 4> buffer{};
   EXPECT_EQ(port.Read(buffer, 0), 0u);
   port.ClearReceiveBuffer();
+  port.DropUnsent();
   port.SetLines({true, true});
   port.Close();
   port.Close();

@@ -88,5 +88,19 @@ TEST_F(SentWhole, OrTheStatusIsATimeout) {
   EXPECT_TRUE(TheWorld().journal.back() == "event False") << "Power is set to false all the same";
 }
 
+TEST_F(SentWhole, OrNothingAfterTheTimeoutThatTheCallerIsTold) {
+  for (const std::uint8_t signature : Bytes{0xA5, 0xA6}) {
+    OpenBox(true, signature);
+    TheWorld().Advance(Milliseconds(10));
+    const Bytes before = Port().Received();
+    Port().sends_late = Milliseconds(60'000);
+    EXPECT_EQ(zentrel->ResetXpdr(), S_TIMEOUT);
+    Port().sends_late = Milliseconds(0);
+    TheWorld().Advance(Milliseconds(120'000));
+    EXPECT_EQ(Port().Received(), before);
+    zentrel->DeviceClose();
+  }
+}
+
 }  // namespace
 }  // namespace qmzentrel::tests

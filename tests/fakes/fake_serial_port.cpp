@@ -33,7 +33,7 @@ void CutWire(FakePort& port) {
 }
 
 void PutOnWire(FakePort& port, std::span<const std::uint8_t> bytes) {
-  Microseconds begin = TheWorld().now;
+  Microseconds begin = TheWorld().now + port.sends_late;
   if (!port.wire.empty()) begin = std::max(begin, port.wire.back().first);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     port.wire.emplace_back(begin + Microseconds(WireMicroseconds(port.settings, i + 1)), bytes[i]);
@@ -140,6 +140,10 @@ bool SerialPort::AwaitSent() {
   if (!port->wire.empty()) world.now = std::max(world.now, port->wire.back().first);
   world.Note(port->vanished ? "not sent" : "sent");
   return !port->vanished;
+}
+
+void SerialPort::DropUnsent() {
+  if (FakePort* port = state_->Port()) CutWire(*port);
 }
 
 std::size_t SerialPort::Read(std::span<std::uint8_t> buffer, std::int32_t timeout_ms) {

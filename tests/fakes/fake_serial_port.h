@@ -45,6 +45,7 @@ struct FakePort {
   std::vector<Bytes> written;                      ///< what the driver was handed, write by write
   std::optional<std::size_t> driver_room;  ///< bytes of a write that the driver takes; unset: all
   Milliseconds write_takes{0};             ///< until the driver takes a write
+  Milliseconds sends_late{0};              ///< what the driver has taken goes out so much later
   bool loses_cut_reads = false;  ///< a read that is not full at its end hands over nothing
   std::deque<bool> reads_fail;   ///< one per read, in order: true ends it at once with no byte
   std::optional<std::size_t> vanishes_after;  ///< so many bytes read; then it has `vanished`
