@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "platform/win32/bstr.h"
 #include "platform/win32/locale.h"
@@ -19,6 +20,10 @@ namespace {
 
 // Room for the tokens of any format in use, the longest of which is 23 characters.
 constexpr int kTokenBytes = 512;
+
+// What Automation rounds are the 15 digits that a number is read as: 4.145 is a half, though as a
+// binary number it lies below. This is far less than half of the last digit.
+constexpr double kJustAbove = 1.0 + 2 * std::numeric_limits<double>::epsilon();
 
 // `value` with `format`, named parts and separators as in `locale`. The format itself is read in
 // the component's locale.
@@ -79,7 +84,7 @@ std::string FormatNumber(double value, std::string_view format) {
   }
   VARIANT number{};
   number.vt = VT_R8;
-  number.dblVal = std::round(value * scale);
+  number.dblVal = std::round(value * scale * kJustAbove);
   return WideToUtf8(Format(number, literal, kComponentLocale));
 }
 

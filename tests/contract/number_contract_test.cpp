@@ -70,6 +70,15 @@ TEST(NumberContract, AFormattedHalfIsRoundedAwayFromZero) {
   EXPECT_EQ(FormatNumber(99.96, "0.0"), "100.0");
 }
 
+TEST(NumberContract, AHalfIsOneInTheDigitsThatTheNumberIsReadAs) {
+  EXPECT_EQ(FormatNumber(4.145, "0.00"), "4.15");
+  EXPECT_EQ(FormatNumber(1.005, "0.00"), "1.01");
+  EXPECT_EQ(FormatNumber(-5.015, "0.00"), "-5.02");
+  EXPECT_EQ(FormatNumber(0.285, "0.00"), "0.29");
+  EXPECT_EQ(FormatNumber(4.1449999, "0.00"), "4.14");
+  EXPECT_EQ(FormatNumber(16777215.0, "0"), "16777215");
+}
+
 TEST(NumberContract, TheTimeOfADateIsOnThe24HourClockWithColons) {
   EXPECT_EQ(FormatDate(kMorningOf16November2026, "Hh:Nn:Ss"), "01:47:02");
   EXPECT_EQ(FormatDate(kEveningOf5March2027, "Hh:Nn:Ss"), "23:05:09");

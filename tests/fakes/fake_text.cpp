@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include "platform/number.h"
@@ -121,11 +122,13 @@ std::string FormatNumber(double value, std::string_view format) {
   fakes::TheWorld().Enter("FormatNumber");
   const std::size_t point = format.find('.');
   const auto places = point == std::string_view::npos ? 0 : format.size() - point - 1;
-  char text[64];
-  // Automation rounds a half away from zero.
   const double scale = std::pow(10.0, static_cast<double>(places));
+  // Automation rounds a half away from zero, in the 15 digits that it reads a number as.
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%.15g", value * scale);
+  char text[64];
   std::snprintf(text, sizeof text, "%.*f", static_cast<int>(places),
-                std::round(value * scale) / scale);
+                std::round(std::strtod(digits, nullptr)) / scale);
   return text;
 }
 
