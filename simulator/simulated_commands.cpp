@@ -23,10 +23,10 @@ std::string UpperCase(std::string text) {
 }
 
 // Error 13 for a text that is no number.
-float ToSingle(const std::string& text) {
+float VoltsOf(const std::string& text) {
   const auto number = NumericValue(text);
   if (!number) RaiseError(kErrorTypeMismatch);
-  return static_cast<float>(*number);
+  return ToSingle(*number);
 }
 
 // Beyond the range of the dialog is its end.
@@ -81,7 +81,7 @@ ZentrelStatus ReadXpdr(TransponderRecord& record, BoxFacts& box) {
   Take(*form, record);
   if (record.m_blnIDToggle) record.m_lngMIF |= MIF_MASK_IDT;
   record.m_strXpdrVersion = UpperCase(form->XpdrVersion());
-  box.m_sngBatteryVolts = ToSingle(form->Battery());
+  box.m_sngBatteryVolts = VoltsOf(form->Battery());
   box.m_bytZentrelSignature = {ToByte(form->Signature(0)), ToByte(form->Signature(1))};
   box.m_strZentrelVersion = UpperCase(form->ZentrelVersion());
   record.radio.InvertedThreshold(form->Threshold());
@@ -100,7 +100,7 @@ ZentrelStatus WriteXpdr(TransponderRecord& record, BoxFacts& box) {
   record.m_strXpdrVersion = form->XpdrVersion();
   record.radio.InvertedThreshold(form->Threshold());
   record.radio.m_blnHasLeak = record.m_lngTamperCount >= TransponderRecord::kLeakFlag;
-  box.m_sngBatteryVolts = ToSingle(form->Battery());
+  box.m_sngBatteryVolts = VoltsOf(form->Battery());
   box.m_strZentrelVersion = form->ZentrelVersion();
   return form->CurrentStatus();
 }

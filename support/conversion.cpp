@@ -68,6 +68,11 @@ std::int32_t ToLong(double value) {
   return *number;
 }
 
+float ToSingle(double value) {
+  if (!(std::abs(value) <= std::numeric_limits<float>::max())) RaiseError(kErrorOverflow);
+  return static_cast<float>(value);
+}
+
 std::uint8_t ToByte(std::int64_t value) {
   if (value < 0 || value > 255) RaiseError(kErrorOverflow);
   return static_cast<std::uint8_t>(value);

@@ -14,6 +14,9 @@ std::optional<std::int32_t> RoundToLong(double value);
 /// `value` as a 32-bit number, rounded half to even; error 6 when it does not fit.
 std::int32_t ToLong(double value);
 
+/// `value` in single precision; error 6 when it is beyond that.
+float ToSingle(double value);
+
 /// `value` as a byte of a frame; error 6 when it is outside 0 to 255: a number is never cut to fit.
 std::uint8_t ToByte(std::int64_t value);
 

@@ -436,6 +436,23 @@ TEST_F(SimulatorCommands, WriteDoesNotTakeTheStoredValues) {
   Write([](FakeDialog& dialog) { EXPECT_EQ(dialog.Shown(DialogSpin::udUtil), 33); });
 }
 
+TEST_F(SimulatorCommands, ABatteryBeyondAllVoltsIsAnOverflow) {
+  for (const char* typed : {"1e39", "-1e300", "3.4029e38"}) {
+    FillRecord();
+    TheWorld().dialog_user = [&](FakeDialog& dialog) {
+      dialog.Type(DialogText::txtBattery, typed);
+      NoZentrel(dialog);
+    };
+    EXPECT_EQ(ReportOf([&] { zentrel->ReadXpdr(); }).ErrorNumber, 6) << typed;
+  }
+  TheWorld().dialog_user = [](FakeDialog& dialog) {
+    dialog.Type(DialogText::txtBattery, "3.4028e38");
+    Ok(dialog);
+  };
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  EXPECT_EQ(zentrel->BatteryVoltage(), 3.4028e38F);
+}
+
 TEST_F(SimulatorCommands, ABatteryThatIsNoNumberEndsTheWriteAfterTheLeakFlag) {
   FillRecord();
   zentrel->Tamper(200);
