@@ -21,7 +21,7 @@ class YieldingWait {
   YieldingWait& operator=(const YieldingWait&) = delete;
 
   /// Sleeps until a message arrives or `milliseconds` have passed, then dispatches what is waiting.
-  /// Ends also when messages post themselves again and again.
+  /// Ends also when messages post themselves again and again, or one has taken long.
   void Turn(std::int32_t milliseconds);
 
  private:

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/hardware_faults.h"
+#include "platform/win32/deadline.h"
 #include "platform/win32/thread_messages.h"
 
 namespace qmzentrel::platform {
@@ -13,6 +14,10 @@ namespace {
 // A window that never validates its area, or a handler that posts to itself, always has one more
 // message waiting; the waiting caller must come back to look at its clock all the same.
 constexpr int kMessagesPerTurn = 64;
+
+// A message may bring a whole command, from a client that calls through the marshaller, and the
+// next one may be there when it has ended.
+constexpr DWORD kTurnMs = 100;
 
 }  // namespace
 
@@ -28,6 +33,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
                               QS_ALLINPUT, MWMO_INPUTAVAILABLE);
   // Messages that are sent run its windows while the queue is looked at, too.
   const ClientCode windows_of_the_client;
+  const Deadline turn(kTurnMs);
   MSG message;
   for (int dispatched = 0;
        dispatched < kMessagesPerTurn &&
@@ -41,6 +47,7 @@ void YieldingWait::Turn(std::int32_t milliseconds) {
     if (put_aside_->PutAside(message)) continue;
     TranslateMessage(&message);
     CallOut([&] { DispatchMessageW(&message); });
+    if (turn.Remaining() == 0) break;
   }
 }
 

@@ -69,6 +69,23 @@ TEST(IdleWaits, AQuietTurnAfterTheEndOfTheProgramCostsNothing) {
   EXPECT_EQ(contract::TakeQuit(), 7);
 }
 
+// A message may bring a whole command of another thread, and the next when that has ended: a wait
+// whose time is over must not serve all of them first.
+TEST(IdleWaits, ATurnEndsBehindAMessageThatHasTakenLong) {
+  constexpr int kCommands = 5;
+  int served = 0;
+  for (int i = 0; i < kCommands; ++i) {
+    contract::PostCall([&] {
+      Sleep(200);
+      ++served;
+    });
+  }
+  platform::YieldingWait wait;
+  wait.Turn(0);
+  EXPECT_EQ(served, 1);
+  while (served < kCommands) wait.Turn(0);
+}
+
 TEST(IdleWaits, ADialogThatIsUpCostsNothing) {
   const platform::DialogContent content = contract::FullContent("An idle dialog");
   contract::DialogRecorder recorder;
