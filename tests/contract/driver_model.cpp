@@ -380,6 +380,7 @@ BOOL WINAPI DriverModel::GetState(HANDLE handle, DCB* block) {
   if (!self.IsPort(handle)) return self.imports_->own_state.System()(handle, block);
   const Lock lock;
   if (self.dead_) return Fail(self.habits_.reason_when_gone);
+  if (block->DCBlength != sizeof *block) return Fail(ERROR_INVALID_PARAMETER);
   block->XonLim = block->XoffLim = kFlowLimit;
   return TRUE;
 }
