@@ -2,6 +2,8 @@
 // through the box, one transponder at a time.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -231,12 +233,20 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void LogStep(const char* text);
 
   // Exchange
+  enum class Block : std::size_t { k1, k2 };
   std::int32_t ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
-                           std::int32_t RxExpected, std::int32_t Timeout);
-  ZentrelStatus SuppliedExchange(const FrameBuffer& bytTx, std::int32_t TxLength,
-                                 FrameBuffer& bytRx, std::int32_t RxExpected, std::int32_t Timeout);
+                           std::int32_t RxExpected, std::int32_t Timeout,
+                           std::optional<Block> asked = {});
+  void CountSends(std::int32_t without_answer, bool answered);
+  /// What comes of a raw exchange, but for what the reply says.
+  ZentrelStatus Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
+                         std::int32_t RxExpected, std::int32_t Timeout,
+                         std::optional<Block> asked = {});
+  template <class Use>
+  ZentrelStatus WithSupply(Use use);
   ZentrelStatus ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
-                               std::int32_t RxExpected, std::int32_t Timeout);
+                               std::int32_t RxExpected, std::int32_t Timeout,
+                               std::optional<Block> asked = {});
   static std::string TraceBytes(const char* direction, const FrameBuffer& bytes,
                                 std::int32_t count);
   ZentrelStatus CheckReplySum(const FrameBuffer& bytRx, std::int32_t RxLength) const;
@@ -245,8 +255,9 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void ParseBoxStatus(const FrameBuffer& bytes, std::int32_t Offset);
 
   // Transponder commands
-  ZentrelStatus CommandWithRetry(const char* step, const FrameBuffer& bytTx, std::int32_t TxLength,
-                                 FrameBuffer& bytRx, std::int32_t Timeout);
+  ZentrelStatus CommandWithRetry(Block block, const char* step, const FrameBuffer& bytTx,
+                                 std::int32_t TxLength, FrameBuffer& bytRx, std::int32_t Timeout);
+  bool IsLate(std::optional<Block> asked, const FrameBuffer& reply) const;
   void ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes);
   void ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes);
   std::int32_t ReadTimeout() const;
@@ -283,6 +294,28 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
 
   ZentrelEvents* events_ = nullptr;
   std::optional<simulator::LoadedForm> form_;
+  std::array<std::optional<FrameBuffer>, 2> last_blocks_;  ///< replies, as they came last
+  // Sendings whose answers may still come: of the command that was answered last, and of those
+  // after it that were not.
+  std::int32_t surplus_sends_ = 0;
+  std::int32_t failed_sends_ = 0;
 };
+
+// What `use` does with the box, which has its supply meanwhile; it falls back whatever comes of it.
+template <class Use>
+ZentrelStatus Zentrel::WithSupply(Use use) {
+  ZentrelStatus status = S_BAD_PORT;
+  if (m_PortCtrl.IsOpen()) {
+    try {
+      Power(true);
+      status = use();
+    } catch (...) {
+      Power(false);  // a fault must not leave the box supplied for ever
+      throw;
+    }
+  }
+  Power(false);
+  return status;
+}
 
 }  // namespace qmzentrel

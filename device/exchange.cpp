@@ -1,5 +1,8 @@
 // One exchange with the box: a command goes out, a reply of known length comes back, and the reply
 // is judged by its length and its sum.
+#include <algorithm>
+#include <utility>
+
 #include "device/Zentrel.h"
 #include "support/modCOM_Hex.h"
 
@@ -13,11 +16,14 @@ constexpr std::int32_t kFirstByteMs = 2500;
 // Once a reply has begun, the box asks the transponder before it goes on.
 constexpr std::int32_t kRemainderMs = 12500;
 
+// How many late answers are passed over: as many as a box of the electric kind is sent a command.
+constexpr std::int32_t kMostLate = 26;
+
 }  // namespace
 
 std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength,
-                                  FrameBuffer& bytRx, std::int32_t RxExpected,
-                                  std::int32_t Timeout) {
+                                  FrameBuffer& bytRx, std::int32_t RxExpected, std::int32_t Timeout,
+                                  std::optional<Block> asked) {
   std::int32_t lngAttempt = 0;
   std::int32_t lngRxCount = 0;
   ErrorFrame frame(Fields(), "ZentrelTxRx", PARAMETERS(TxLength, RxExpected, Timeout),
@@ -25,6 +31,13 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
   return frame.Run([&] {
     STEP TraceBytes(">", bytTx, TxLength);
     STEP const std::int32_t last_attempt = box_.m_blnIsElectric ? Timeout / kElectricResendMs : 0;
+    const auto read_reply = [&] {
+      STEP lngRxCount =
+          m_PortCtrl.Read(bytRx, 0, 1, box_.m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
+      STEP if (lngRxCount == 0) return;
+      STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
+    };
+    STEP std::int32_t late = std::min(surplus_sends_ + failed_sends_, kMostLate);
     STEP for (; lngAttempt <= last_attempt; ++lngAttempt) {
       STEP m_PortCtrl.ClearReceiveBuffer();
       STEP const bool sent = m_PortCtrl.Write(bytTx, TxLength);
@@ -33,62 +46,49 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
         STEP if (!sent || !m_PortCtrl.AwaitSent()) lngRxCount = -1;
         STEP break;
       }
-      STEP lngRxCount =
-          m_PortCtrl.Read(bytRx, 0, 1, box_.m_blnIsElectric ? kElectricResendMs : kFirstByteMs);
+      STEP read_reply();
+      for (; late > 0 && lngRxCount == RxExpected && IsLate(asked, bytRx); --late) {
+        STEP read_reply();
+      }
       STEP if (lngRxCount > 0) break;
     }
-    STEP if (lngRxCount > 0) {
-      STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
-    }
-    STEP if (RxExpected != 0 && lngRxCount == 0) {
-      // With the supply kept on, what a driver still holds would reach the box later: the next
-      // transponder could get what the caller was told has failed.
-      STEP m_PortCtrl.DropUnsent();
-      STEP lngRxCount = -1;
-    }
+    STEP if (RxExpected != 0) CountSends(lngAttempt, lngRxCount > 0);
+    // What a driver still holds would reach the box later, with the supply kept on: the next
+    // transponder would get what its caller was told has failed, or was done long ago.
+    STEP if (RxExpected != 0 && lngAttempt > 0) m_PortCtrl.DropUnsent();
+    STEP if (RxExpected != 0 && lngRxCount == 0) lngRxCount = -1;
     STEP TraceBytes("<", bytRx, lngRxCount);
     STEP return lngRxCount;
   });
 }
 
-ZentrelStatus Zentrel::SuppliedExchange(const FrameBuffer& bytTx, std::int32_t TxLength,
-                                        FrameBuffer& bytRx, std::int32_t RxExpected,
-                                        std::int32_t Timeout) {
-  ZentrelStatus lngStatus = S_OKAY;
-  std::int32_t lngRxCount = 0;
-  ErrorFrame frame(Fields(), "SuppliedExchange",
-                   PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout),
-                   LOCALS(lngStatus, lngRxCount));
-  return frame.Run([&] {
-    STEP if (!m_PortCtrl.IsOpen()) {
-      STEP lngStatus = S_BAD_PORT;
-      STEP Power(false);
-      STEP return lngStatus;
-    }
-    try {
-      STEP Power(true);
-      STEP lngRxCount = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout);
-    } catch (...) {
-      Power(false);  // a fault must not leave the box supplied for ever
-      throw;
-    }
-    STEP if (lngRxCount != RxExpected) lngStatus = S_BAD_RESPONSE;
-    STEP if (lngRxCount == -1) lngStatus = S_TIMEOUT;
-    STEP Power(false);
-    STEP return lngStatus;
-  });
+// Answers come in the order of what was sent: one shows that nothing is to come any more of earlier
+// commands that were answered. But it may be that to a sending that seemed to have failed.
+void Zentrel::CountSends(std::int32_t without_answer, bool answered) {
+  failed_sends_ = std::min(failed_sends_ + without_answer, kMostLate);
+  if (answered) surplus_sends_ = std::exchange(failed_sends_, 0);
+}
+
+ZentrelStatus Zentrel::Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
+                                std::int32_t RxExpected, std::int32_t Timeout,
+                                std::optional<Block> asked) {
+  const std::int32_t count = ZentrelTxRx(bytTx, TxLength, bytRx, RxExpected, Timeout, asked);
+  if (count == -1) return S_TIMEOUT;
+  return count == RxExpected ? S_OKAY : S_BAD_RESPONSE;
 }
 
 ZentrelStatus Zentrel::ZentrelCommand(const FrameBuffer& bytTx, std::int32_t TxLength,
                                       FrameBuffer& bytRx, std::int32_t RxExpected,
-                                      std::int32_t Timeout) {
+                                      std::int32_t Timeout, std::optional<Block> asked) {
   ZentrelStatus lngStatus = S_OKAY;
   ErrorFrame frame(Fields(), "ZentrelCommand",
                    PARAMETERS(bytTx, TxLength, bytRx, RxExpected, Timeout), LOCALS(lngStatus));
   return frame.Run([&] {
-    STEP lngStatus = SuppliedExchange(bytTx, TxLength, bytRx, RxExpected, Timeout);
-    STEP if (lngStatus == S_OKAY) lngStatus = CheckReplySum(bytRx, RxExpected);
-    STEP return lngStatus;
+    STEP return WithSupply([&] {
+      STEP lngStatus = Exchange(bytTx, TxLength, bytRx, RxExpected, Timeout, asked);
+      STEP if (lngStatus == S_OKAY) lngStatus = CheckReplySum(bytRx, RxExpected);
+      STEP return lngStatus;
+    });
   });
 }
 

@@ -63,9 +63,11 @@ ZentrelStatus Zentrel::TELIC2Read(std::int32_t NumMessages, const LongArray& Mes
     }
     STEP if (!m_PortCtrl.IsOpen()) LogStep("TELIC2Read - PortOpen is bad");
     STEP const auto expected = static_cast<std::int32_t>(lngRxLength);
-    STEP lngStatus = SuppliedExchange(bytTx, tx_length, bytRx, expected, kReadMs);
-    STEP if (lngStatus == S_OKAY) telic2::Unpack(bytRx, expected, MessageData, lengths);
-    STEP return lngStatus;
+    STEP return WithSupply([&] {
+      STEP lngStatus = Exchange(bytTx, tx_length, bytRx, expected, kReadMs);
+      STEP if (lngStatus == S_OKAY) telic2::Unpack(bytRx, expected, MessageData, lengths);
+      STEP return lngStatus;
+    });
   });
 }
 
@@ -97,7 +99,9 @@ ZentrelStatus Zentrel::TELIC2Write(std::int32_t NumMessages, const LongArray& Me
       STEP return S_OKAY;
     }
     STEP const auto length = static_cast<std::int32_t>(lngTxLength);
-    STEP return SuppliedExchange(bytTx, length, bytRx, length, kWriteMs);  // the box echoes it
+    STEP return WithSupply([&] {
+      STEP return Exchange(bytTx, length, bytRx, length, kWriteMs);  // the box echoes it
+    });
   });
 }
 
@@ -139,10 +143,12 @@ ZentrelStatus Zentrel::TELIC2Test(std::int32_t NumMessages, const LongArray& Mes
     STEP telic2::Pack(bytTx, NumMessages, MessageIDs, MessageData, write_lengths);
     STEP if (simulator::SimulatorEnabled()) return S_OKAY;
     STEP const auto expected = static_cast<std::int32_t>(lngRxLength);
-    STEP lngStatus =
-        SuppliedExchange(bytTx, static_cast<std::int32_t>(lngTxLength), bytRx, expected, kReadMs);
-    STEP if (lngStatus == S_OKAY) telic2::Unpack(bytRx, expected, MessageData, read_lengths);
-    STEP return lngStatus;
+    STEP return WithSupply([&] {
+      STEP lngStatus =
+          Exchange(bytTx, static_cast<std::int32_t>(lngTxLength), bytRx, expected, kReadMs);
+      STEP if (lngStatus == S_OKAY) telic2::Unpack(bytRx, expected, MessageData, read_lengths);
+      STEP return lngStatus;
+    });
   });
 }
 

@@ -1,4 +1,7 @@
 // Reading, resetting and writing the transponder.
+#include <algorithm>
+#include <array>
+
 #include "device/Zentrel.h"
 #include "device/wait_for_clock.h"
 #include "platform/clock.h"
@@ -24,6 +27,17 @@ constexpr std::int32_t kReadMs = 2500;
 constexpr std::int32_t kWriteMs = 2500;
 constexpr std::int32_t kResetMs = 10;
 
+// What tells one block from the other, as it was last. Block 1: the identity, the settings, the
+// versions and the signature, but neither what the meter counts nor the battery, which may have
+// gone on since. Block 2: the settings.
+bool IsSameBlock1(const FrameBuffer& a, const FrameBuffer& b) {
+  constexpr std::array kTold{0, 1, 2, 3, 4, 9, 10, 11, 12, 14, 15};
+  return std::ranges::all_of(kTold, [&](std::int32_t i) { return a[i] == b[i]; });
+}
+bool IsSameBlock2(const FrameBuffer& a, const FrameBuffer& b) {
+  return std::ranges::equal(a.Range(1, 8), b.Range(1, 8));
+}
+
 // Where the box facts stand in a reply.
 constexpr std::int32_t kBoxFactsOffset = 12;
 
@@ -38,13 +52,14 @@ ZentrelStatus Zentrel::ReadXpdr() {
     STEP if (simulator::SimulatorEnabled()) return simulator::ReadXpdr(record_, box_);
     STEP WaitForVerifyDelay();
     STEP bytTx[0] = kReadBlock1;
-    STEP lngStatus = CommandWithRetry("ReadXpdr", bytTx, 1, bytRx, ReadTimeout());
+    STEP lngStatus = CommandWithRetry(Block::k1, "ReadXpdr", bytTx, 1, bytRx, ReadTimeout());
     STEP ParseXpdrData(lngStatus, bytRx);
     // A failed block 1 leaves version 0.0, so block 2 is then tried as well; its status is what the
     // caller sees.
     STEP if (record_.HasBlock2()) {
       STEP bytTx[0] = kReadBlock2;
-      STEP lngStatus = CommandWithRetry("ReadXpdr Block 2", bytTx, 1, bytRx, ReadTimeout());
+      STEP lngStatus =
+          CommandWithRetry(Block::k2, "ReadXpdr Block 2", bytTx, 1, bytRx, ReadTimeout());
       STEP ParseXpdrBlock2(lngStatus, bytRx);
     }
     STEP return lngStatus;
@@ -74,13 +89,14 @@ ZentrelStatus Zentrel::WriteXpdr() {
     // Built before the wait: a property changed from within the wait belongs to the next write.
     STEP bytTx = record_.Block1Frame();
     STEP WaitForVerifyDelay();
-    STEP lngStatus = CommandWithRetry("WriteXpdr", bytTx, kWriteLength, bytRx, kWriteMs);
+    STEP lngStatus = CommandWithRetry(Block::k1, "WriteXpdr", bytTx, kWriteLength, bytRx, kWriteMs);
     STEP if (lngStatus == S_OKAY) ParseXpdrData(S_OKAY, bytRx);
     STEP StartVerifyDelay();
     STEP if (lngStatus == S_OKAY && record_.HasBlock2()) {
       STEP bytTx = record_.Block2Frame();
       STEP WaitForVerifyDelay();
-      STEP lngStatus = CommandWithRetry("WriteXpdrRF", bytTx, kWriteLength, bytRx, kWriteMs);
+      STEP lngStatus =
+          CommandWithRetry(Block::k2, "WriteXpdrRF", bytTx, kWriteLength, bytRx, kWriteMs);
       STEP if (lngStatus == S_OKAY) ParseXpdrBlock2(S_OKAY, bytRx);
       STEP StartVerifyDelay();
     }
@@ -89,14 +105,30 @@ ZentrelStatus Zentrel::WriteXpdr() {
 }
 
 // The step's name is logged before each sending; a time-out, and only that, is tried once more.
-ZentrelStatus Zentrel::CommandWithRetry(const char* step, const FrameBuffer& bytTx,
+ZentrelStatus Zentrel::CommandWithRetry(Block block, const char* step, const FrameBuffer& bytTx,
                                         std::int32_t TxLength, FrameBuffer& bytRx,
                                         std::int32_t Timeout) {
+  const auto command = [&] {
+    return ZentrelCommand(bytTx, TxLength, bytRx, kReplyLength, Timeout, block);
+  };
   LogStep(step);
-  const ZentrelStatus status = ZentrelCommand(bytTx, TxLength, bytRx, kReplyLength, Timeout);
-  if (status != S_TIMEOUT) return status;
-  LogStep((std::string(step) + " retry").c_str());
-  return ZentrelCommand(bytTx, TxLength, bytRx, kReplyLength, Timeout);
+  ZentrelStatus status = command();
+  if (status == S_TIMEOUT) {
+    LogStep((std::string(step) + " retry").c_str());
+    status = command();
+  }
+  if (status == S_OKAY) last_blocks_[static_cast<std::size_t>(block)] = bytRx;
+  return status;
+}
+
+// On a slow way to the box an answer comes when its command has been sent once more, and the second
+// answer after the next command. Nothing in a reply says which block it is: one taken for the other
+// would make the identifier the frequency, which the next write stores in the transponder.
+bool Zentrel::IsLate(std::optional<Block> asked, const FrameBuffer& reply) const {
+  if (!asked) return false;
+  const auto& [block1, block2] = last_blocks_;
+  return *asked == Block::k1 ? block2 && IsSameBlock2(reply, *block2)
+                             : block1 && IsSameBlock1(reply, *block1);
 }
 
 void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {

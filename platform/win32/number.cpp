@@ -22,7 +22,7 @@ namespace {
 constexpr int kTokenBytes = 512;
 
 // What Automation rounds are the 15 digits that a number is read as: 4.145 is a half, though as a
-// binary number it lies below. This is far less than half of the last digit.
+// binary number it lies below. This is less than half of the last digit.
 constexpr double kJustAbove = 1.0 + 2 * std::numeric_limits<double>::epsilon();
 
 // `value` with `format`, named parts and separators as in `locale`. The format itself is read in

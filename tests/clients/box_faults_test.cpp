@@ -1,4 +1,6 @@
 // A box that does not answer as it should, on a real port and in real time.
+#include <algorithm>
+
 #include "tests/clients/box_test.h"
 
 namespace qmzentrel::clients {
@@ -113,6 +115,21 @@ BOX_TEST(BoxFaults, AReplyThatComesLateIsAwaited) {
   Box().Tell("late 300");
   EXPECT_EQ(client.BoxStatus(), S_OKAY);
   EXPECT_EQ(Box().Frames(), (Journal{"> 80", kBoxStatusReply}));
+}
+
+// As behind a slow link: the second sending is answered, too, when block 2 has been asked for.
+BOX_TEST(BoxFaults, ALateAnswerAboutBlock1IsNotTakenForBlock2) {
+  Box().Tell("set version 8.0 util 17 id 1193046");
+  OpenElectric(client);
+  EXPECT_EQ(client.Read(), S_OKAY);
+  const std::int32_t frequency = client.Get(&_Zentrel::get_Freq_MSB);
+  ASSERT_NE(frequency, 17);
+  Box().Tell("late 700 4");
+  EXPECT_EQ(client.Read(), S_OKAY);
+  EXPECT_EQ(client.Get(&_Zentrel::get_Util), 17);
+  EXPECT_EQ(client.Get(&_Zentrel::get_Freq_MSB), frequency);
+  const Journal frames = Box().Frames();
+  EXPECT_EQ(std::ranges::count(frames, "> 40"), 3) << "the late one was sent twice";
 }
 
 BOX_TEST(BoxFaults, AWrongSumIsItsOwnStatusAndIsNotTriedAgain) {

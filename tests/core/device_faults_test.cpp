@@ -197,13 +197,6 @@ TEST_F(CommandFaults, ZentrelCommandIsReportedWhole) {
                {kStackOverflow, kModule, kBeforeTheFirstLine, kParameters, Shown("lngStatus", 0)});
 }
 
-TEST_F(CommandFaults, SuppliedExchangeIsReportedWhole) {
-  constexpr int kWithinCommand = 2;
-  FailAtEntry(kWithinCommand);
-  ExpectReport([this] { Command(); }, {kStackOverflow, kModule, kBeforeTheFirstLine, kParameters,
-                                       Shown("lngStatus", 0) + Shown("lngRxCount", 0)});
-}
-
 TEST_F(DeviceFaults, CheckReplySumIsReportedWhole) {
   ExpectReport(
       [this] { ZentrelAccess::CheckReplySum(*zentrel, rx, 35); },

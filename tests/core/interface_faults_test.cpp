@@ -210,7 +210,7 @@ class Timeouts : public Telic2Test<ZentrelTest> {
       ErrorNumberOf(command);
       TheWorld().before_call = nullptr;
       for (const ErrorReport& report : TakeReports()) {
-        if (report.procedure != "SuppliedExchange") continue;
+        if (report.procedure != "ZentrelTxRx") continue;
         return report.parameters.substr(report.parameters.find("<Timeout>"));
       }
     }

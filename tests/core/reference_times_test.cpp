@@ -283,6 +283,35 @@ TEST_F(ReferenceTimes, ADriverThatTakesNoMoreBytesHoldsUpEachSending) {
   EXPECT_EQ(NamedInRow("a driver that takes no more bytes"), held_up);
 }
 
+TEST_F(ReferenceTimes, AnswersToWhatWasSentBeforeArePassedOver) {
+  const CallNames named = NamedInRow("answers to what was sent before");
+  EXPECT_EQ(named, (CallNames{"ReadXpdr", "WriteXpdr"}));
+  for (const std::uint8_t signature : Bytes{kAwakeBox, kElectricBox}) {
+    const Milliseconds moment =
+        signature == kElectricBox ? kLastMomentOfElectricBox : kLastMomentOfAwakeBox;
+    const Bytes block1 = Block1Reply({.version = 0x80, .signature = signature});
+    const Bytes block2 = Block2Reply({1, 2, 3, 4, 5, 6, 7, 8});
+    for (const auto& [name, call] : SlowCalls(true)) {
+      if (!named.contains(name)) continue;
+      const auto seconds = [&, &run = call](bool late) {
+        MakeReady(signature);
+        zentrel->VDelay(0);
+        // What was sent before: its answer comes only when block 2 has been asked for.
+        Port().StaySilent();
+        EXPECT_EQ(zentrel->ResetXpdr(), S_TIMEOUT);
+        Port().Answer(block1);
+        fakes::Reaction answers;
+        if (late) answers.push_back({block1, moment});
+        answers.push_back({block2, moment});
+        Port().reactions.push_back(answers);
+        return DurationOf(run);
+      };
+      const double without = seconds(false);
+      EXPECT_NEAR(seconds(true) - without, signature == kElectricBox ? 0.5 : 2.5, kNear) << name;
+    }
+  }
+}
+
 TEST_F(ReferenceTimes, TheDialogOfTheSimulatorHoldsItsCommandsUntilItIsClosed) {
   constexpr Milliseconds kLooking(7000);
   SetNumber(kSimulatorKey, "", -1);

@@ -1,6 +1,7 @@
 // A command without a reply reaches the box whole, whatever the client does next; where it cannot,
 // the status says so.
 #include <functional>
+#include <utility>
 
 #include "tests/core/telic2_test.h"
 
@@ -86,6 +87,23 @@ TEST_F(SentWhole, OrTheStatusIsATimeout) {
   Port().vanished = true;
   EXPECT_EQ(Test(), S_TIMEOUT);
   EXPECT_TRUE(TheWorld().journal.back() == "event False") << "Power is set to false all the same";
+}
+
+TEST_F(SentWhole, ButNotOnceMoreAfterItsAnswer) {
+  OpenBox(true, 0xA6);
+  TheWorld().Advance(Milliseconds(10));
+  const std::size_t before = Port().Received().size();
+  // The answer comes when the command has been sent again, and the driver still holds that.
+  bool first = true;
+  Port().device = [&](std::span<const std::uint8_t>) -> fakes::Reaction {
+    if (!std::exchange(first, false)) return {};
+    Port().sends_late = Milliseconds(60'000);
+    return {{Block1Reply({.signature = 0xA6}), Milliseconds(600)}};
+  };
+  EXPECT_EQ(zentrel->ReadXpdr(), S_OKAY);
+  TheWorld().Advance(Milliseconds(120'000));
+  EXPECT_EQ(Port().written.size() - 1, 2U);
+  EXPECT_EQ(Port().Received().size() - before, 1U);
 }
 
 TEST_F(SentWhole, OrNothingAfterTheTimeoutThatTheCallerIsTold) {

@@ -190,6 +190,16 @@ TEST_F(Telic2Read, OfAReplyWithMoreMessagesThanTheArrayHoldsIsError9AfterPowerIs
   EXPECT_EQ(data, (Numbers{0x55})) << "what had room is there";
 }
 
+TEST_F(Telic2Read, AReplyIsInTheArrayWhenTheClientHearsThatPowerIsOff) {
+  AnswerMessages({10, 0x55});
+  Numbers heard;
+  on_event = [&](bool on) {
+    if (!on) heard = data;
+  };
+  EXPECT_EQ(Read({10}), S_OKAY);
+  EXPECT_EQ(heard, (Numbers{0x55}));
+}
+
 TEST_F(Telic2Read, AnUnknownIdentifierInTheReplyIsLookedUpAtThatTime) {
   Port().device = [&](std::span<const std::uint8_t>) {
     SetMessage(30, 1);
@@ -414,6 +424,16 @@ TEST_F(Telic2TestFrames, OfAReplyWithMoreMessagesThanTheArrayHoldsAreError9After
   EXPECT_EQ(report.procedure, "TELIC2Test");
   EXPECT_EQ(TheWorld().journal.back(), "event False");
   EXPECT_EQ(data, (Numbers{0}));
+}
+
+TEST_F(Telic2TestFrames, HaveTheReplyInTheArrayWhenTheClientHearsThatPowerIsOff) {
+  AnswerMessages({20, 10, 0x55});
+  Numbers heard;
+  on_event = [&](bool on) {
+    if (!on) heard = data;
+  };
+  EXPECT_EQ(RunWithRoom(kTestCommand, {8}, 2), S_OKAY);
+  EXPECT_EQ(heard, (Numbers{0, 0x55}));
 }
 
 TEST_F(Telic2TestFrames, AMessageOfTheReplyThatHasNoneIs0) {

@@ -10,6 +10,7 @@
 #include "tests/fakes/fake_world.h"
 #include "tests/fuzz/finding.h"
 #include "tests/fuzz/fresh_world.h"
+#include "tests/fuzz/late_answers.h"
 #include "tests/fuzz/properties.h"
 #include "tests/fuzz/record_model.h"
 #include "tests/fuzz/sending_rules.h"
@@ -62,14 +63,14 @@ class Model {
   std::int32_t Reset() { return Exchange({0xC0}, kTransponderReply, kResetTimeout).status; }
 
   std::int32_t Read() {
-    const Reply block_1 = Block({0x40}, ReadTimeout(record_.IsElectric()));
+    const Reply block_1 = Block(0, {0x40}, ReadTimeout(record_.IsElectric()));
     if (block_1.status == kOkay) {
       TakeBlock1(block_1.bytes);
     } else {
       record_.ClearBlock1();
     }
     if (!record_.HasBlock2()) return block_1.status;
-    const Reply block_2 = Block({0x42}, ReadTimeout(record_.IsElectric()));
+    const Reply block_2 = Block(1, {0x42}, ReadTimeout(record_.IsElectric()));
     if (block_2.status == kOkay) {
       record_.TakeBlock2(block_2.bytes);
     } else {
@@ -81,11 +82,11 @@ class Model {
   // What has come in a reply is in range, so that it can be sent.
   std::int32_t Write() {
     record_.AdjustLeak();
-    const Reply block_1 = Block(record_.Block1(), kWriteTimeout);
+    const Reply block_1 = Block(0, record_.Block1(), kWriteTimeout);
     if (block_1.status != kOkay) return block_1.status;
     TakeBlock1(block_1.bytes);
     if (!record_.HasBlock2()) return block_1.status;
-    const Reply block_2 = Block(record_.Block2().value(), kWriteTimeout);
+    const Reply block_2 = Block(1, record_.Block2().value(), kWriteTimeout);
     if (block_2.status == kOkay) record_.TakeBlock2(block_2.bytes);
     return block_2.status;
   }
@@ -101,13 +102,17 @@ class Model {
 
   void NoteSignature() { power_timeout_ = record_.Signature() == 0xA5 ? 20 : 60; }
 
-  Reply Block(const Bytes& command, std::int32_t timeout) {
-    return WithRetry([&] { return Exchange(command, kTransponderReply, timeout); });
+  Reply Block(std::size_t block, const Bytes& command, std::int32_t timeout) {
+    Reply reply = WithRetry([&] { return Exchange(command, kTransponderReply, timeout, block); });
+    if (reply.status == kOkay) late_.Take(block, reply.bytes);
+    return reply;
   }
 
-  Reply Exchange(const Bytes& command, std::size_t length, std::int32_t timeout) {
+  Reply Exchange(const Bytes& command, std::size_t length, std::int32_t timeout,
+                 std::optional<std::size_t> block = {}) {
     Bytes reply;
     const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
+    late_.BeginExchange();
     for (int left = sendings.most; left > 0 && reply.empty(); --left) {
       Require(judged < sent.size(), "too few sendings");
       const Sending& sending = sent[judged++];
@@ -115,19 +120,32 @@ class Model {
       std::erase_if(line_, [&](const Arrival& arrival) { return arrival.time <= sending.time; });
       line_.insert(line_.end(), sending.reply.begin(), sending.reply.end());
       std::ranges::stable_sort(line_, {}, &Arrival::time);
-      Microseconds limit = sending.time + sendings.first_byte;
-      while (!line_.empty() && line_.front().time <= limit && reply.size() < length) {
-        if (reply.empty()) limit = line_.front().time + kRestLimit;
-        reply.push_back(line_.front().byte);
-        line_.erase(line_.begin());
-      }
+      Microseconds now = sending.time;
+      do {
+        reply = Receive(length, now, sendings.first_byte);
+      } while (reply.size() == length && late_.PassesOver(block, reply));
+      if (reply.empty()) late_.NoteSilence();
     }
+    late_.EndExchange(!reply.empty());
     return Judged(std::move(reply), length);
+  }
+
+  Bytes Receive(std::size_t length, Microseconds& now, Microseconds first_byte) {
+    Bytes reply;
+    Microseconds limit = now + first_byte;
+    while (!line_.empty() && line_.front().time <= limit && reply.size() < length) {
+      now = std::max(now, line_.front().time);
+      if (reply.empty()) limit = now + kRestLimit;
+      reply.push_back(line_.front().byte);
+      line_.erase(line_.begin());
+    }
+    return reply;
   }
 
   RecordModel record_;
   std::int32_t power_timeout_ = 60;
   std::vector<Arrival> line_;
+  LateAnswers late_;
 };
 
 /// Mostly a whole reply with a good sum, else whatever the input says.

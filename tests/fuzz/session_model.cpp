@@ -236,7 +236,7 @@ std::int32_t SessionModel::BoxStatus() {
 
 std::int32_t SessionModel::Read() {
   WaitForStored();
-  const Reply block_1 = Block({0x40}, ReadTimeout(record_.IsElectric()));
+  const Reply block_1 = Block(0, {0x40}, ReadTimeout(record_.IsElectric()));
   if (block_1.status == kOkay) {
     record_.TakeBlock1(block_1.bytes);
     power_.TakeSignature(record_.Signature());
@@ -244,7 +244,7 @@ std::int32_t SessionModel::Read() {
     record_.ClearBlock1();
   }
   if (!record_.HasBlock2()) return block_1.status;
-  const Reply block_2 = Block({0x42}, ReadTimeout(record_.IsElectric()));
+  const Reply block_2 = Block(1, {0x42}, ReadTimeout(record_.IsElectric()));
   if (block_2.status == kOkay) {
     record_.TakeBlock2(block_2.bytes);
   } else {
@@ -258,7 +258,7 @@ std::int32_t SessionModel::Write() {
   record_.AdjustLeak();
   const Bytes frame = record_.Block1();
   WaitForStored();
-  const Reply block_1 = Block(frame, kWriteTimeout);
+  const Reply block_1 = Block(0, frame, kWriteTimeout);
   if (block_1.status == kOkay) {
     record_.TakeBlock1(block_1.bytes);
     power_.TakeSignature(record_.Signature());
@@ -268,7 +268,7 @@ std::int32_t SessionModel::Write() {
   const auto frame_2 = record_.Block2();
   if (!frame_2) throw Fault();
   WaitForStored();
-  const Reply block_2 = Block(*frame_2, kWriteTimeout);
+  const Reply block_2 = Block(1, *frame_2, kWriteTimeout);
   if (block_2.status == kOkay) record_.TakeBlock2(block_2.bytes);
   StartVerifyDelay();
   return block_2.status;
@@ -284,44 +284,63 @@ std::int32_t SessionModel::Telic2(Call& call) {
   }
   Bytes reply;
   const auto expected = static_cast<std::int32_t>(request.Expected());
-  const std::int32_t count = SuppliedExchange(request.Frame(), expected, request.Timeout(), reply);
+  const std::int32_t count =
+      SuppliedExchange(request.Frame(), expected, request.Timeout(), reply, [&] {
+        if (!request.Store(reply, call.data)) throw Fault();
+      });
   if (count < 0) return kTimeout;
-  if (count != expected) return kBadResponse;
-  if (!request.Store(reply, call.data)) throw Fault();
-  return kOkay;
+  return count == expected ? kOkay : kBadResponse;
 }
 
 // --- The wire ---
 
-Reply SessionModel::Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout) {
+Reply SessionModel::Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout,
+                            std::optional<std::size_t> block) {
   if (!open_port_) {
     power_.Power(false);
     return {kBadPort, {}};
   }
   Bytes reply;
-  SuppliedExchange(frame, expected, timeout, reply);
+  SuppliedExchange(frame, expected, timeout, reply, {}, block);
   return Judged(std::move(reply), static_cast<std::size_t>(expected));
 }
 
-Reply SessionModel::Block(const Bytes& frame, std::int32_t timeout) {
-  return WithRetry([&] { return Command(frame, kBlockReply, timeout); });
+Reply SessionModel::Block(std::size_t block, const Bytes& frame, std::int32_t timeout) {
+  Reply reply = WithRetry([&] { return Command(frame, kBlockReply, timeout, block); });
+  if (reply.status == kOkay) late_.Take(block, reply.bytes);
+  return reply;
 }
 
-// How many bytes came, -1 for none where some were expected.
+// How many bytes came, -1 for none where some were expected. `take` is for a whole reply; `block`
+// is the one that is asked for.
 std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t expected,
-                                            std::int32_t timeout, Bytes& reply) {
+                                            std::int32_t timeout, Bytes& reply,
+                                            const std::function<void()>& take,
+                                            std::optional<std::size_t> block) {
   power_.Power(true);
   const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
+  const auto length = static_cast<std::size_t>(expected);
   bool sent = true;
   try {
+    late_.BeginExchange();
+    const auto receive = [&] {
+      reply.clear();
+      Receive(1, sendings.first_byte, reply);
+      if (!reply.empty()) Receive(length - 1, kRestLimit, reply);
+    };
     for (int left = sendings.most; left > 0 && reply.empty(); --left) {
       incoming_.erase(incoming_.begin(), incoming_.upper_bound(now_));
       sent = Send(frame);
       if (expected == 0) break;
-      Receive(1, sendings.first_byte, reply);
+      receive();
+      while (reply.size() == length && late_.PassesOver(block, reply)) receive();
+      if (reply.empty()) late_.NoteSilence();
     }
-    if (!reply.empty()) Receive(static_cast<std::size_t>(expected - 1), kRestLimit, reply);
+    if (expected != 0) late_.EndExchange(!reply.empty());
     if (expected == 0 && sent) now_ = std::max(now_, wire_busy_);
+    if (expected == 0 ? sent : reply.size() == length) {
+      if (take) take();
+    }
   } catch (const Fault&) {
     power_.Power(false);
     throw;

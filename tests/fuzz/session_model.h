@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/fuzz/late_answers.h"
 #include "tests/fuzz/power_model.h"
 #include "tests/fuzz/record_model.h"
 #include "tests/fuzz/seen.h"
@@ -54,10 +56,12 @@ class SessionModel : private Surroundings {
   void Leave();
 
   // The wire
-  Reply Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout);
-  Reply Block(const Bytes& frame, std::int32_t timeout);
+  Reply Command(const Bytes& frame, std::int32_t expected, std::int32_t timeout,
+                std::optional<std::size_t> block = {});
+  Reply Block(std::size_t block, const Bytes& frame, std::int32_t timeout);
   std::int32_t SuppliedExchange(const Bytes& frame, std::int32_t expected, std::int32_t timeout,
-                                Bytes& reply);
+                                Bytes& reply, const std::function<void()>& take = {},
+                                std::optional<std::size_t> block = {});
   bool Send(const Bytes& frame);
   std::size_t Receive(std::size_t count, Time limit, Bytes& bytes);
   void WaitForStored();
@@ -76,6 +80,7 @@ class SessionModel : private Surroundings {
   std::map<std::int32_t, bool> refuses_;
   std::multimap<Time, std::uint8_t> incoming_;
   Time wire_busy_{0};  ///< until then
+  LateAnswers late_;
   std::multimap<Time, int> messages_;
 
   int calls_ = 0;
