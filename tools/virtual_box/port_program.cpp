@@ -5,8 +5,6 @@
 #include <system_error>
 #include <variant>
 
-#include "tools/virtual_box/stop_signal.h"
-
 namespace qmzentrel::virtual_box {
 namespace {
 
@@ -88,11 +86,10 @@ std::string PortProgram::Start() {
 }
 
 void PortProgram::Run() {
-  const StopSignal stop;
   EventWait wait;
-  while (!quitting_ && !stop.IsRaised()) {
+  while (!quitting_ && !stop_.IsRaised()) {
     wait.Clear();
-    wait.Add(stop.Handle());
+    wait.Add(stop_.Handle());
     port_.AddTo(wait);
     AddTo(wait);
     server_.AddTo(wait);

@@ -13,6 +13,7 @@
 #include "tools/virtual_box/frame_log.h"
 #include "tools/virtual_box/options.h"
 #include "tools/virtual_box/port.h"
+#include "tools/virtual_box/stop_signal.h"
 #include "tools/virtual_box/supply_line.h"
 
 namespace qmzentrel::virtual_box {
@@ -56,6 +57,8 @@ class PortProgram : public BoxHost {
 
   void LogEvent(const std::string& meaning);
 
+  /// From before it says that it is ready: whoever has heard that may end it.
+  StopSignal stop_;
   Options options_;
   FrameLog log_;
   SupplyLine supply_;
