@@ -52,10 +52,10 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
       }
       STEP if (lngRxCount > 0) break;
     }
-    STEP if (RxExpected != 0) CountSends(lngAttempt, lngRxCount > 0);
+    STEP CountSends(lngAttempt, lngRxCount > 0);
     // What a driver still holds would reach the box later, with the supply kept on: the next
     // transponder would get what its caller was told has failed, or was done long ago.
-    STEP if (RxExpected != 0 && lngAttempt > 0) m_PortCtrl.DropUnsent();
+    STEP if (lngAttempt > 0) m_PortCtrl.DropUnsent();
     STEP if (RxExpected != 0 && lngRxCount == 0) lngRxCount = -1;
     STEP TraceBytes("<", bytRx, lngRxCount);
     STEP return lngRxCount;

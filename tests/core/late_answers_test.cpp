@@ -180,6 +180,39 @@ TEST_F(LateAnswers, MayComeOfACommandThatSeemedToHaveFailed) {
   EXPECT_EQ(Read(), Outcome::kWrong) << "all has been answered";
 }
 
+TEST_F(LateAnswers, ArePassedOverNoMoreOftenThanOneCommandIsSent) {
+  for (const std::size_t late : {26U, 27U}) {
+    SCOPED_TRACE(late);
+    Prepare(kElectric);
+    Port().StaySilent(2 * 26);
+    EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+    EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+    Port().device = [&](std::span<const std::uint8_t> command) -> fakes::Reaction {
+      if (command[0] == 0x42) {
+        fakes::Reaction answers(late, {Block1Reply(record_), Milliseconds(0)});
+        answers.push_back({AnswerTo(command), Milliseconds(0)});
+        return answers;
+      }
+      return {{Block1Reply(record_), Milliseconds(0)}};
+    };
+    EXPECT_EQ(Read(), late == 26 ? Outcome::kRight : Outcome::kWrong);
+  }
+}
+
+// One byte is an answer, if a bad one: nothing is to come any more of what was sent before.
+TEST_F(LateAnswers, AreNotToComeBehindAnAnswerCutShort) {
+  Prepare(kAwake);
+  Port().StaySilent();
+  EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+  Port().Answer({0x32});
+  EXPECT_EQ(zentrel->BoxStatus(), S_BAD_RESPONSE);
+  Port().device = [&](std::span<const std::uint8_t> command) -> fakes::Reaction {
+    if (command[0] == 0x40) return {{Block1Reply(record_), Milliseconds(0)}};
+    return {{Block1Reply(record_), Milliseconds(0)}, {AnswerTo(command), Milliseconds(0)}};
+  };
+  EXPECT_EQ(Read(), Outcome::kWrong) << "a transponder whose blocks are the same";
+}
+
 TEST_F(LateAnswers, AreFollowedByWhatIsReadAsEveryAnswerIs) {
   const Bytes whole = Block2Reply({11, 22, 33, 44, 55, 66, 77, 200});
   Bytes broken = whole;
