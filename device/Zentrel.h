@@ -237,7 +237,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   std::int32_t ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                            std::int32_t RxExpected, std::int32_t Timeout,
                            std::optional<Block> asked = {});
-  void CountSends(std::int32_t without_answer, bool answered);
+  void CountSends(std::optional<Block> asked, std::int32_t without_answer, bool answered);
   /// What comes of a raw exchange, but for what the reply says.
   ZentrelStatus Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                          std::int32_t RxExpected, std::int32_t Timeout,
@@ -257,7 +257,8 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   // Transponder commands
   ZentrelStatus CommandWithRetry(Block block, const char* step, const FrameBuffer& bytTx,
                                  std::int32_t TxLength, FrameBuffer& bytRx, std::int32_t Timeout);
-  bool IsLate(std::optional<Block> asked, const FrameBuffer& reply) const;
+  bool PassesOver(std::optional<Block> asked, const FrameBuffer& reply);
+  bool IsOtherBlock(Block asked, const FrameBuffer& reply) const;
   void ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes);
   void ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes);
   std::int32_t ReadTimeout() const;
@@ -295,10 +296,10 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   ZentrelEvents* events_ = nullptr;
   std::optional<simulator::LoadedForm> form_;
   std::array<std::optional<FrameBuffer>, 2> last_blocks_;  ///< replies, as they came last
-  // Sendings whose answers may still come: of the command that was answered last, and of those
-  // after it that were not.
-  std::int32_t surplus_sends_ = 0;
-  std::int32_t failed_sends_ = 0;
+  // Sendings whose answers may still come, about block 1 and 2: of the command that was answered
+  // last, and those without an answer before it; and those after it.
+  std::array<std::int32_t, 2> surplus_sends_{};
+  std::array<std::int32_t, 2> failed_sends_{};
 };
 
 // What `use` does with the box, which has its supply meanwhile; it falls back whatever comes of it.

@@ -16,7 +16,7 @@ constexpr std::int32_t kFirstByteMs = 2500;
 // Once a reply has begun, the box asks the transponder before it goes on.
 constexpr std::int32_t kRemainderMs = 12500;
 
-// How many late answers are passed over: as many as a box of the electric kind is sent a command.
+// How many late answers there may be: as many as a box of the electric kind is sent a command.
 constexpr std::int32_t kMostLate = 26;
 
 }  // namespace
@@ -37,7 +37,6 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
       STEP if (lngRxCount == 0) return;
       STEP lngRxCount += m_PortCtrl.Read(bytRx, 1, RxExpected - 1, kRemainderMs);
     };
-    STEP std::int32_t late = std::min(surplus_sends_ + failed_sends_, kMostLate);
     STEP for (; lngAttempt <= last_attempt; ++lngAttempt) {
       STEP m_PortCtrl.ClearReceiveBuffer();
       STEP const bool sent = m_PortCtrl.Write(bytTx, TxLength);
@@ -46,13 +45,12 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
         STEP if (!sent || !m_PortCtrl.AwaitSent()) lngRxCount = -1;
         STEP break;
       }
-      STEP read_reply();
-      for (; late > 0 && lngRxCount == RxExpected && IsLate(asked, bytRx); --late) {
+      do {
         STEP read_reply();
-      }
+      } while (lngRxCount == RxExpected && PassesOver(asked, bytRx));
       STEP if (lngRxCount > 0) break;
     }
-    STEP CountSends(lngAttempt, lngRxCount > 0);
+    STEP CountSends(asked, lngAttempt, lngRxCount > 0);
     // What a driver still holds would reach the box later, with the supply kept on: the next
     // transponder would get what its caller was told has failed, or was done long ago.
     STEP if (lngAttempt > 0) m_PortCtrl.DropUnsent();
@@ -63,10 +61,15 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
 }
 
 // Answers come in the order of what was sent: one shows that nothing is to come any more of earlier
-// commands that were answered. But it may be that to a sending that seemed to have failed.
-void Zentrel::CountSends(std::int32_t without_answer, bool answered) {
-  failed_sends_ = std::min(failed_sends_ + without_answer, kMostLate);
-  if (answered) surplus_sends_ = std::exchange(failed_sends_, 0);
+// commands that were answered. But it may be that to a sending that seemed to have failed. What was
+// about neither block puts off the answers about both.
+void Zentrel::CountSends(std::optional<Block> asked, std::int32_t without_answer, bool answered) {
+  for (const Block block : {Block::k1, Block::k2}) {
+    if (asked && block != *asked) continue;
+    std::int32_t& failed = failed_sends_[static_cast<std::size_t>(block)];
+    failed = std::min(failed + without_answer, kMostLate);
+  }
+  if (answered) surplus_sends_ = std::exchange(failed_sends_, {});
 }
 
 ZentrelStatus Zentrel::Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,

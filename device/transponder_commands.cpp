@@ -123,12 +123,24 @@ ZentrelStatus Zentrel::CommandWithRetry(Block block, const char* step, const Fra
 
 // On a slow way to the box an answer comes when its command has been sent once more, and the second
 // answer after the next command. Nothing in a reply says which block it is: one taken for the other
-// would make the identifier the frequency, which the next write stores in the transponder.
-bool Zentrel::IsLate(std::optional<Block> asked, const FrameBuffer& reply) const {
-  if (!asked) return false;
+// would make the identifier the frequency, which the next write stores in the transponder. Each
+// sending about the other block has one answer only: a transponder that looks like it is read, too.
+bool Zentrel::PassesOver(std::optional<Block> asked, const FrameBuffer& reply) {
+  if (!asked || !IsOtherBlock(*asked, reply)) return false;
+  const std::size_t other = *asked == Block::k1 ? 1 : 0;
+  for (std::int32_t* const sends : {&surplus_sends_[other], &failed_sends_[other]}) {
+    if (*sends == 0) continue;
+    --*sends;
+    return true;
+  }
+  return false;
+}
+
+bool Zentrel::IsOtherBlock(Block asked, const FrameBuffer& reply) const {
   const auto& [block1, block2] = last_blocks_;
-  return *asked == Block::k1 ? block2 && IsSameBlock2(reply, *block2)
-                             : block1 && IsSameBlock1(reply, *block1);
+  const bool is_block1 = block1 && IsSameBlock1(reply, *block1);
+  const bool is_block2 = block2 && IsSameBlock2(reply, *block2);
+  return asked == Block::k1 ? is_block2 && !is_block1 : is_block1 && !is_block2;
 }
 
 void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {

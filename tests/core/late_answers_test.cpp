@@ -184,16 +184,13 @@ TEST_F(LateAnswers, ArePassedOverNoMoreOftenThanOneCommandIsSent) {
   for (const std::size_t late : {26U, 27U}) {
     SCOPED_TRACE(late);
     Prepare(kElectric);
-    Port().StaySilent(2 * 26);
-    EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
-    EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+    // In vain but for the last.
+    Port().StaySilent(2 * 26 - 1);
     Port().device = [&](std::span<const std::uint8_t> command) -> fakes::Reaction {
-      if (command[0] == 0x42) {
-        fakes::Reaction answers(late, {Block1Reply(record_), Milliseconds(0)});
-        answers.push_back({AnswerTo(command), Milliseconds(0)});
-        return answers;
-      }
-      return {{Block1Reply(record_), Milliseconds(0)}};
+      if (command[0] == 0x40) return {{Block1Reply(record_), Milliseconds(0)}};
+      fakes::Reaction answers(late, {Block1Reply(record_), Milliseconds(0)});
+      answers.push_back({AnswerTo(command), Milliseconds(0)});
+      return answers;
     };
     EXPECT_EQ(Read(), late == 26 ? Outcome::kRight : Outcome::kWrong);
   }
@@ -239,13 +236,90 @@ TEST_F(LateAnswers, AreFollowedByWhatIsReadAsEveryAnswerIs) {
 }
 
 TEST_F(LateAnswers, WithNothingBehindThemAreATimeout) {
-  Prepare(kAwake);
-  Port().StaySilent();
-  Port().device = [&](std::span<const std::uint8_t>) -> fakes::Reaction {
-    return {{Block1Reply(record_), Milliseconds(0)}};
-  };
-  EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
-  EXPECT_EQ(zentrel->Freq_MSB(), 0);
+  for (const bool answers_retry : {false, true}) {
+    Prepare(kAwake);
+    Port().reactions = {{}, {{Block1Reply(record_)}}, {{Block1Reply(record_)}}};
+    if (!answers_retry) Port().StaySilent();
+    TheWorld().TakeJournal();
+    const Outcome outcome = Read();
+    EXPECT_EQ(Sendings(), 4);
+    EXPECT_EQ(outcome, answers_retry ? Outcome::kRight : Outcome::kFailed);
+    EXPECT_EQ(zentrel->Freq_MSB(), answers_retry ? 11 : 0);
+  }
+}
+
+// A transponder that nobody has written to looks like the settings of another.
+class BlankTransponder : public LateAnswers {
+ protected:
+  void Prepare(std::uint8_t signature) {
+    LateAnswers::Prepare(signature);
+    record_.id = 0x123456;
+    Port().device = [this](std::span<const std::uint8_t> command) -> fakes::Reaction {
+      const bool radio = command[0] == 0x42;
+      return {{radio ? Block2Reply(Bytes(8)) : Block1Reply(record_), Milliseconds(0)}};
+    };
+  }
+
+  void ReachForTheBlankOne() {
+    record_ = {.mif = 7,
+               .util = 0,
+               .id = 0,
+               .tamper = 0,
+               .reading = 0,
+               .version = 0x80,
+               .signature = record_.signature};
+  }
+
+  bool Reads() {
+    return zentrel->ReadXpdr() == S_OKAY && zentrel->DeviceMIF() == (record_.mif & 0xF) &&
+           zentrel->Xpdr() == record_.id && zentrel->ZentrelSignature(0) == record_.signature;
+  }
+};
+
+TEST_F(BlankTransponder, IsReadAfterACommandThatFailed) {
+  for (const std::uint8_t signature : {kElectric, kAwake}) {
+    Prepare(signature);
+    EXPECT_TRUE(Reads());
+    Port().StaySilent(26);
+    EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+    Port().reactions.clear();
+    ReachForTheBlankOne();
+    EXPECT_TRUE(Reads());
+    TheWorld().TakeJournal();
+    EXPECT_TRUE(Reads());
+    EXPECT_EQ(Sendings(), 2);
+  }
+}
+
+// Of each sending that failed one answer may still come: so often it is passed over, and no more.
+TEST_F(BlankTransponder, IsReadAfterTheOtherBlockFailed) {
+  for (const std::uint8_t signature : {kElectric, kAwake}) {
+    Prepare(signature);
+    EXPECT_TRUE(Reads());
+    Port().reactions = {{{Block1Reply(record_)}}};
+    Port().StaySilent(52);
+    EXPECT_EQ(zentrel->ReadXpdr(), S_TIMEOUT);
+    Port().reactions.clear();
+    ReachForTheBlankOne();
+    EXPECT_EQ(Reads(), signature == kElectric) << "once more, where no command is sent on and on";
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(Reads());
+  }
+}
+
+TEST_F(BlankTransponder, IsKnownAgain) {
+  for (const std::uint8_t signature : {kElectric, kAwake}) {
+    Prepare(signature);
+    ReachForTheBlankOne();
+    EXPECT_TRUE(Reads());
+    for (int i = 0; i < 3; ++i) {
+      Port().StaySilent(26);
+      EXPECT_EQ(zentrel->BoxStatus(), S_TIMEOUT);
+      Port().reactions.clear();
+      TheWorld().TakeJournal();
+      EXPECT_TRUE(Reads());
+      EXPECT_EQ(Sendings(), 2);
+    }
+  }
 }
 
 }  // namespace

@@ -13,24 +13,30 @@ namespace qmzentrel::fuzz {
 
 class LateAnswers {
  public:
-  void BeginExchange() {
-    left_ = std::min(surplus_ + in_vain_, kMost);
-    silent_ = 0;
-  }
+  void BeginExchange() { silent_ = 0; }
 
   /// Of an answer of the right length. `block`, 0 or 1, is the one that is asked for.
   bool PassesOver(std::optional<std::size_t> block, const fakes::Bytes& reply) {
-    if (left_ == 0 || !block || !IsOther(*block, reply)) return false;
-    --left_;
+    if (!block) return false;
+    const std::size_t other = 1 - *block;
+    if (!IsAsLast(other, reply) || IsAsLast(*block, reply)) return false;
+    int& from = surplus_.at(other) > 0 ? surplus_.at(other) : in_vain_.at(other);
+    if (from == 0) return false;
+    --from;
     return true;
   }
 
   /// A sending whose wait has passed without an answer.
   void NoteSilence() { ++silent_; }
 
-  void EndExchange(bool answered) {
-    in_vain_ = std::min(in_vain_ + silent_, kMost);
-    if (answered) surplus_ = std::exchange(in_vain_, 0);
+  /// Of a command about `block`, or about neither: its answer may come before that about any block.
+  void EndExchange(std::optional<std::size_t> block, bool answered) {
+    for (const std::size_t about : {0U, 1U}) {
+      if (block.value_or(about) == about) {
+        in_vain_.at(about) = std::min(in_vain_.at(about) + silent_, kMost);
+      }
+    }
+    if (answered) surplus_ = std::exchange(in_vain_, {});
   }
 
   /// What came of a command for a block.
@@ -40,22 +46,21 @@ class LateAnswers {
   static constexpr int kMost = 26;
 
   // In what neither the meter nor the battery changes.
-  bool IsOther(std::size_t block, const fakes::Bytes& reply) const {
-    const auto& other = last_.at(1 - block);
-    if (!other) return false;
-    const auto alike = [&](std::size_t first, std::size_t last) {
-      for (std::size_t i = first; i <= last; ++i) {
-        if (reply.at(i) != other->at(i)) return false;
+  bool IsAsLast(std::size_t block, const fakes::Bytes& reply) const {
+    const auto& last = last_.at(block);
+    if (!last) return false;
+    const auto alike = [&](std::size_t from, std::size_t to) {
+      for (std::size_t i = from; i <= to; ++i) {
+        if (reply.at(i) != last->at(i)) return false;
       }
       return true;
     };
-    return block == 0 ? alike(1, 8) : alike(0, 4) && alike(9, 12) && alike(14, 15);
+    return block == 1 ? alike(1, 8) : alike(0, 4) && alike(9, 12) && alike(14, 15);
   }
 
   std::array<std::optional<fakes::Bytes>, 2> last_;
-  int surplus_ = 0;  ///< answers that may come to what was sent before
-  int in_vain_ = 0;  ///< sent since the last answer
-  int left_ = 0;
+  std::array<int, 2> surplus_{};  ///< answers about a block that may come to what was sent before
+  std::array<int, 2> in_vain_{};  ///< sent about a block since the last answer
   int silent_ = 0;
 };
 

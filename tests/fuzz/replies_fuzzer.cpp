@@ -126,7 +126,7 @@ class Model {
       } while (reply.size() == length && late_.PassesOver(block, reply));
       if (reply.empty()) late_.NoteSilence();
     }
-    late_.EndExchange(!reply.empty());
+    late_.EndExchange(block, !reply.empty());
     return Judged(std::move(reply), length);
   }
 

@@ -336,7 +336,7 @@ std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t exp
       while (reply.size() == length && late_.PassesOver(block, reply)) receive();
       if (reply.empty()) late_.NoteSilence();
     }
-    if (expected != 0) late_.EndExchange(!reply.empty());
+    if (expected != 0) late_.EndExchange(block, !reply.empty());
     if (expected == 0 && sent) now_ = std::max(now_, wire_busy_);
     if (expected == 0 ? sent : reply.size() == length) {
       if (take) take();
