@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "platform/text.h"
 #include "platform/win32/access_rights.h"
+#include "platform/win32/exclusive_lock.h"
 #include "platform/win32/wide.h"
 #include "zentrel/failure.h"
 
@@ -15,6 +17,9 @@ namespace {
 // The size that senders expect: the number of the process, then text in the ANSI code page.
 constexpr DWORD kBufferSize = 4096;
 constexpr std::size_t kTextSize = kBufferSize - sizeof(DWORD);
+
+// Some minutes of a client that is busy with the box.
+constexpr std::size_t kMostKept = 1000;
 
 // Who sits at this session may send, whatever rights his programs run with.
 constexpr wchar_t kAccess[] = L"D:(A;;GA;;;SY)(A;;GA;;;BA)(A;;GRGWGX;;;IU)";
@@ -40,25 +45,68 @@ DebugLines::DebugLines() {
     buffer_ = MapViewOfFile(mapping_.Get(), FILE_MAP_READ, 0, 0, kBufferSize);
   }
   if (buffer_ == nullptr || !buffer_ready_.IsValid() || !data_ready_.IsValid()) throw Taken();
-  SetEvent(buffer_ready_.Get());
+  ended_ = platform::OwnedHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  has_some_ = platform::OwnedHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  if (ended_.IsValid() && has_some_.IsValid()) {
+    thread_ = platform::OwnedHandle(CreateThread(nullptr, 0, ReceiveOf, this, 0, nullptr));
+  }
+  if (!thread_.IsValid()) {
+    throw Failure(ExitCode::kUnexpected, "Windows has no room for one more thread",
+                  "close other programs and try again");
+  }
 }
 
 DebugLines::~DebugLines() {
+  if (thread_.IsValid()) {
+    SetEvent(ended_.Get());
+    WaitForSingleObject(thread_.Get(), INFINITE);
+  }
   if (buffer_ != nullptr) UnmapViewOfFile(buffer_);
 }
 
 std::optional<DebugLine> DebugLines::Next(DWORD timeout_ms, HANDLE stop) {
-  const std::array<HANDLE, 2> events{stop, data_ready_.Get()};
+  const std::array<HANDLE, 2> events{stop, has_some_.Get()};
   if (WaitForMultipleObjects(events.size(), events.data(), FALSE, timeout_ms) !=
       WAIT_OBJECT_0 + 1) {
     return std::nullopt;
   }
-  DebugLine line{};
-  std::memcpy(&line.process, buffer_, sizeof line.process);
-  const char* const text = static_cast<const char*>(buffer_) + sizeof line.process;
-  line.text = Printable(platform::FromAnsi({text, strnlen(text, kTextSize)}));
-  SetEvent(buffer_ready_.Get());
+  const platform::ExclusiveLock lock(lock_);
+  DebugLine line = std::move(kept_.front());
+  kept_.pop_front();
+  if (kept_.empty()) ResetEvent(has_some_.Get());
   return line;
+}
+
+DWORD WINAPI DebugLines::ReceiveOf(void* lines) {
+  static_cast<DebugLines*>(lines)->Receive();
+  return 0;
+}
+
+void DebugLines::Receive() {
+  const std::array<HANDLE, 2> events{ended_.Get(), data_ready_.Get()};
+  SetEvent(buffer_ready_.Get());
+  while (WaitForMultipleObjects(events.size(), events.data(), FALSE, INFINITE) ==
+         WAIT_OBJECT_0 + 1) {
+    DebugLine line{};
+    GetLocalTime(&line.time);
+    std::memcpy(&line.process, buffer_, sizeof line.process);
+    const char* const text = static_cast<const char*>(buffer_) + sizeof line.process;
+    line.text = Printable(platform::FromAnsi({text, strnlen(text, kTextSize)}));
+    SetEvent(buffer_ready_.Get());
+    line.program = ProcessName(line.process);
+    Keep(std::move(line));
+  }
+}
+
+void DebugLines::Keep(DebugLine line) {
+  const platform::ExclusiveLock lock(lock_);
+  if (kept_.size() == kMostKept) {
+    ++missing_;
+    return;
+  }
+  line.missing = std::exchange(missing_, 0);
+  kept_.push_back(std::move(line));
+  SetEvent(has_some_.Get());
 }
 
 // Any program can send any text; none of it may act on the console.

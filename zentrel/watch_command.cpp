@@ -55,22 +55,23 @@ ExitCode Watch(const Options& options, Report& report) {
   Json entries = Json::array();
   std::int32_t count = 0;
   while (const auto line = lines.Next(limit.RemainingMs(), StopEvent())) {
+    if (line->missing > 0) {
+      report.Say("(" + std::to_string(line->missing) +
+                 " lines are missing here: they came while nothing could be printed)");
+    }
     const auto step = ParseStepLine(line->text);
     if (!step && !options.all) continue;
-    SYSTEMTIME now;
-    GetLocalTime(&now);
     const std::string type = step ? step->type : "";
     const std::string text = step ? step->step : line->text;
-    const std::string program = ProcessName(line->process);
-    std::string shown = TimeText(now);
-    shown.append("  ").append(program.empty() ? "?" : program);
+    std::string shown = TimeText(line->time);
+    shown.append("  ").append(line->program.empty() ? "?" : line->program);
     shown.append(" (").append(std::to_string(line->process)).append(")  ");
     if (!type.empty() && type != "INFO") shown.append(type).append(" ");
     report.Line(shown.append(text));
     if (report.IsJson()) {
-      entries.push_back({{"time", TimeText(now)},
+      entries.push_back({{"time", TimeText(line->time)},
                          {"process", line->process},
-                         {"program", program},
+                         {"program", line->program},
                          {"type", type},
                          {"text", text}});
     }

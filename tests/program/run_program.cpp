@@ -51,7 +51,7 @@ std::wstring ProgramUnderTest() {
 }
 
 RunningProgram::RunningProgram(const std::string& arguments, HANDLE input,
-                               const std::wstring& program)
+                               const std::wstring& program, HANDLE output_of_caller)
     : output_(TemporaryFile()), errors_(TemporaryFile()) {
   std::wstring command = L"\"" + program + L"\" " + platform::Utf8ToWide(arguments);
   const platform::OwnedHandle nothing = InheritableFile(L"NUL", GENERIC_READ);
@@ -61,7 +61,7 @@ RunningProgram::RunningProgram(const std::string& arguments, HANDLE input,
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
   start.hStdInput = input != nullptr ? input : nothing.Get();
-  start.hStdOutput = output.Get();
+  start.hStdOutput = output_of_caller != nullptr ? output_of_caller : output.Get();
   start.hStdError = errors.Get();
   PROCESS_INFORMATION process{};
   if (CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,

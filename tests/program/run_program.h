@@ -25,13 +25,14 @@ struct Outcome {
 std::wstring ProgramUnderTest();
 
 /// The program under test while it runs. Its output goes to files, so that it never waits for the
-/// test.
+/// test, unless it is given another place.
 class RunningProgram {
  public:
   /// `arguments` as they would be typed. `input` null: nobody is there who could be asked.
-  /// `program` may be a copy elsewhere.
+  /// `program` may be a copy elsewhere. An `output` of the caller's is not in the outcome.
   explicit RunningProgram(const std::string& arguments, HANDLE input = nullptr,
-                          const std::wstring& program = ProgramUnderTest());
+                          const std::wstring& program = ProgramUnderTest(),
+                          HANDLE output = nullptr);
 
   DWORD Process() const { return id_; }
   /// What it has printed so far.

@@ -1,5 +1,9 @@
 // The step lines of other programs.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
 
 #include "tests/program/program_test.h"
 
@@ -12,7 +16,8 @@ using Json = nlohmann::json;
 // One that receives already; Ready makes sure that it does.
 class RunningWatch {
  public:
-  explicit RunningWatch(const std::string& arguments) : program_("watch " + arguments) {
+  explicit RunningWatch(const std::string& arguments, HANDLE output = nullptr)
+      : program_("watch " + arguments, nullptr, ProgramUnderTest(), output) {
     AwaitThat(IsReceiving);
   }
   Outcome Await() { return program_.Await(); }
@@ -65,6 +70,76 @@ TEST_F(WatchedPrograms, OnlyOneProgramReceives) {
   EXPECT_NE(Sentence(second.errors), "");
   OutputDebugStringA("the last one");
   EXPECT_EQ(first.Await().exit_code, 0);
+}
+
+/// The output of a program whose reader may leave it there, as a console does while its user
+/// selects text in it.
+class HeldUpOutput {
+ public:
+  HeldUpOutput() {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    HANDLE reader = nullptr;
+    HANDLE writer = nullptr;
+    if (CreatePipe(&reader, &writer, &inherited, 0) == FALSE) throw std::runtime_error("no pipe");
+    reader_ = platform::OwnedHandle(reader);
+    writer_ = platform::OwnedHandle(writer);
+    SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
+  }
+
+  HANDLE ForProgram() const { return writer_.Get(); }
+  void ProgramHasIt() { writer_ = platform::OwnedHandle(); }
+
+  /// Reads what is there; false when the program has closed its end.
+  bool ReadOn() {
+    DWORD there = 0;
+    if (PeekNamedPipe(reader_.Get(), nullptr, 0, nullptr, &there, nullptr) == FALSE) return false;
+    if (there == 0) return true;
+    const std::size_t before = text_.size();
+    text_.resize(before + there);
+    DWORD read = 0;
+    ReadFile(reader_.Get(), text_.data() + before, there, &read, nullptr);
+    text_.resize(before + read);
+    return true;
+  }
+  const std::string& Text() const { return text_; }
+
+ private:
+  platform::OwnedHandle reader_;
+  platform::OwnedHandle writer_;
+  std::string text_;
+};
+
+// A sender waits for whoever receives, ten seconds for each line, and the client with it.
+TEST_F(WatchedPrograms, NoSenderWaitsForAnOutputThatIsHeldUp) {
+  HeldUpOutput output;
+  RunningWatch watch("--all --lines 1200", output.ForProgram());
+  output.ProgramHasIt();
+  int sent = 0;
+  const auto send = [&sent] {
+    OutputDebugStringA(("line " + std::to_string(sent++) + std::string(3000, '.')).c_str());
+  };
+  constexpr ULONGLONG kSenderGivesUpMs = 10'000;
+  while (sent < 1500) {
+    const ULONGLONG begin = GetTickCount64();
+    send();
+    ASSERT_LT(GetTickCount64() - begin, kSenderGivesUpMs) << sent;
+  }
+  while (output.ReadOn()) send();
+  EXPECT_EQ(watch.Await().exit_code, 0);
+  std::istringstream lines(output.Text());
+  int next = 0;
+  int missing = 0;
+  for (std::string line; std::getline(lines, line);) {
+    int number = 0;
+    if (std::sscanf(line.c_str(), "(%d lines are missing here", &number) == 1) {
+      missing += number;
+      next += number;
+    } else if (const std::size_t at = line.find("  line "); at != std::string::npos) {
+      EXPECT_EQ(std::atoi(line.c_str() + at + 7), next++);
+    }
+  }
+  EXPECT_EQ(next - missing, 1200);
+  EXPECT_GT(missing, 0) << "nothing grows without bounds";
 }
 
 TEST_F(WatchedPrograms, AWatchEndsAfterItsTime) {
