@@ -42,3 +42,33 @@ shows_dialog() { # PICTURE MIN_WIDTH MIN_HEIGHT
   read -r width height colours <<<"$drawn"
   [ "$width" -gt "$2" ] && [ "$height" -gt "$3" ] && [ "$colours" -gt 4 ]
 }
+
+# Until COMMAND succeeds, for a minute at most.
+await() { # COMMAND...
+  local patience=$((SECONDS + 60))
+  until "$@"; do
+    [ "$SECONDS" -lt "$patience" ] || return 1
+    sleep 0.1
+  done
+}
+# Whether what is typed goes to the window of that title.
+has_focus() { # TITLE
+  local window
+  window=$(xdotool getwindowfocus 2>/dev/null) &&
+    [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1" ]
+}
+# Once nothing on the screen has changed between two looks, and something is drawn there.
+take_picture() { # PICTURE MIN_WIDTH MIN_HEIGHT
+  local now
+  import -window root "$1" || return 1
+  now=$(convert "$1" -format '%#' info:)
+  [ "$now" = "${last_seen:-}" ] && shows_dialog "$@" && return
+  last_seen=$now
+  return 1
+}
+# Ends what waits for somebody at the screen, and leaves the reason in the file "problems".
+give_up() { # REASON
+  echo "$*" >>"$work/problems"
+  WINEPREFIX=$QMZ_WINEPREFIX wineserver -k || true
+  exit 1
+}
