@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -24,6 +26,8 @@
 #include "tests/clients/message_pump.h"
 #include "tests/com_box/played_box.h"
 #include "tests/surrogate/surrogates.h"
+#include "tools/virtual_box/control_client.h"
+#include "tools/virtual_box/environment.h"
 
 namespace qmzentrel::clients {
 namespace {
@@ -95,6 +99,27 @@ PlayedBox AnsweringBox() {
 PlayedBox SilentBox() {
   return PlayedBox({"silence 100"});
 }
+
+// Whether the box, whoever plays it, has been sent a command since this was made.
+class HeardByBox {
+ public:
+  explicit HeardByBox(const PlayedBox& box) {
+    const std::uint16_t port =
+        box.ControlPort() != 0
+            ? box.ControlPort()
+            : virtual_box::NumberFromEnvironment("QMZ_BOX_CONTROL").value_or(std::uint16_t{0});
+    EXPECT_TRUE(control_.Connect(port));
+    EXPECT_TRUE(control_.Command("log-clear").ok);
+  }
+  bool Await() {
+    const std::string patience = std::to_string(kPatienceMs);
+    return control_.Command("wait-frames 1 " + patience, std::chrono::milliseconds{2 * kPatienceMs})
+        .ok;
+  }
+
+ private:
+  virtual_box::ControlClient control_;
+};
 
 // --- Where the object is ---
 
@@ -324,7 +349,6 @@ TEST_P(SurrogateClient, WorksABoxWithArraysThereAndBack) {
 
 struct Work {
   _Zentrel* object;
-  std::atomic<bool> begun{false};
   std::atomic<bool> ended{false};
   ZentrelStatus status{};
 };
@@ -332,7 +356,6 @@ struct Work {
 DWORD WINAPI Write(void* argument) {
   auto& work = *static_cast<Work*>(argument);
   CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-  work.begun = true;
   work.object->WriteXpdr(&work.status);
   work.ended = true;
   CoUninitialize();
@@ -372,10 +395,10 @@ TEST_F(SurrogateObjects, DoNotHoldEachOtherUpWhileOneWaitsForABox) {
   ASSERT_EQ(waiting->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
   ASSERT_EQ(status, 0);
 
+  HeardByBox command(box);
   Work work{waiting.Get()};
   const HANDLE thread = CreateThread(nullptr, 0, Write, &work, 0, nullptr);
-  while (!work.begun) Sleep(1);
-  Sleep(500);
+  EXPECT_TRUE(command.Await());
   LONG util = -1;
   EXPECT_EQ(other->put_Util(5), S_OK);
   EXPECT_EQ(other->get_Util(&util), S_OK);
@@ -440,9 +463,12 @@ INSTANTIATE_TEST_SUITE_P(Apartments, SurrogateProcess,
 // has an apartment of its own, whatever that of the test is.
 class LongWait {
  public:
-  /// With a surrogate to end it does that first, after a moment for a call to begin in it.
-  explicit LongWait(DWORD surrogate = 0)
-      : surrogate_(surrogate), thread_(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {}
+  LongWait() : LongWait(0, nullptr) {}
+  /// It ends that surrogate first, as soon as its box has heard a command.
+  LongWait(DWORD surrogate, HeardByBox* command)
+      : surrogate_(surrogate),
+        command_(command),
+        thread_(CreateThread(nullptr, 0, Run, this, 0, nullptr)) {}
   ~LongWait() { Join(); }
   LongWait(const LongWait&) = delete;
   LongWait& operator=(const LongWait&) = delete;
@@ -466,8 +492,8 @@ class LongWait {
     return 0;
   }
   void Wait() {
-    if (surrogate_ != 0) {
-      Sleep(1000);
+    if (command_ != nullptr) {
+      EXPECT_TRUE(command_->Await());
       EndSurrogate(surrogate_);
     }
     ComPointer<_Zentrel> object;
@@ -482,6 +508,7 @@ class LongWait {
   void Join() const { EXPECT_EQ(WaitForSingleObject(thread_.Get(), kPatienceMs), WAIT_OBJECT_0); }
 
   DWORD surrogate_;
+  HeardByBox* command_;
   std::atomic<bool> begun_{false};
   HRESULT result_ = E_UNEXPECTED;
   platform::OwnedHandle thread_;
@@ -506,7 +533,8 @@ TEST_P(SurrogateProcess, KilledWhileACommandWaitsForABoxEndsTheCall) {
   ZentrelStatus status{};
   ASSERT_EQ(object->DeviceOpen(Port(), VARIANT_TRUE, &status), S_OK);
   ASSERT_EQ(status, 0);
-  LongWait wait(surrogate);
+  HeardByBox command(box);
+  LongWait wait(surrogate, &command);
   ExpectOfAGoneServer("A call that waits meanwhile", object->ReadXpdr(&status),
                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED));
   EXPECT_TRUE(wait.WasStillOn());
