@@ -8,8 +8,8 @@ if(WIN32)
   set(QMZ_WITH_BOX ${CMAKE_SOURCE_DIR}/tools/wine/with_box)
 endif()
 
-# qmzentrel_native_test(NAME COMMAND...): a program of this machine with its arguments. One that
-# hangs is aborted before CTest's limit, and the sanitizer says where.
+# qmzentrel_native_test(NAME COMMAND...): a program or script of this machine with its arguments. What
+# hangs is aborted before CTest's limit, with all that it has started, and the sanitizer says where.
 function(qmzentrel_native_test name)
   add_test(NAME ${name} COMMAND timeout --signal=ABRT 240 ${ARGN})
   set_tests_properties(${name} PROPERTIES ENVIRONMENT ASAN_OPTIONS=handle_abort=1 TIMEOUT 300)
