@@ -1,5 +1,6 @@
 #include "tests/core/exchange_rules.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace qmzentrel::tests::matrix {
@@ -153,7 +154,6 @@ int Rules::Attempts() const {
 }
 
 void Rules::SetPower(bool on) {
-  link.rested = false;
   if (maintained_) {
     supplied = true;
     link.SetLine(true);
@@ -170,7 +170,7 @@ void Rules::SetPower(bool on) {
     }
     if (rests_until <= now + outlook_.takes) return;
     outlook_.takes = rests_until - now;
-    outlook_.waited_for_clock = link.rested = true;
+    outlook_.waited_for_clock = true;
   }
 }
 
@@ -186,13 +186,41 @@ Met Rules::OneSend(int step, int send) {
   ++outlook_.to_port;
   outlook_.takes += link.write_takes;
   const bool here = where_ == Where::kBoth || (step == 0) == (where_ == Where::kFirst);
-  const bool befallen = fault_->met && here && fault_->Befalls(send);
+  const bool strikes = here && fault_->Befalls(send);
+  const bool befallen = fault_->met && strikes;
   if (befallen && fault_->hits_sending && fault_->driver_room) {
     return fault_->met(link, exchange, send);
   }
   if (link.fed_by_line && !link.line) return Nothing(exchange);
+  if (fault_->delay) {
+    return AwaitAnswer(step, exchange, strikes ? fault_->delay(exchange) : Milliseconds{0});
+  }
   if (!befallen || (exchange.reply.empty() && !fault_->hits_sending)) return Whole(exchange);
   return fault_->met(link, exchange, send);
+}
+
+// The first answer that comes is taken, to whichever send of this step it is. One to a send of the
+// other step is not, and the time for the first byte begins anew.
+Met Rules::AwaitAnswer(int step, const Exchange& exchange, Milliseconds delay) {
+  const Microseconds sent = now + outlook_.takes;
+  std::erase_if(coming_, [&](const Coming& answer) { return answer.at <= sent; });
+  coming_.push_back({step, sent + delay, exchange.reply});
+  Microseconds from = sent;
+  while (!coming_.empty()) {
+    const auto next = std::ranges::min_element(coming_, {}, &Coming::at);
+    if (next->at > from + exchange.limit) break;
+    const Coming answer = *next;
+    coming_.erase(next);
+    from = answer.at;
+    if (answer.step != step && told_.at(static_cast<std::size_t>(answer.step)) == answer.reply)
+      continue;
+    Exchange answered = exchange;
+    answered.reply = answer.reply;
+    Met met = Whole(answered);
+    met.takes = from - sent;
+    return met;
+  }
+  return {S_TIMEOUT, {}, from + exchange.limit - sent};
 }
 
 Met Rules::Try(int step, int& send) {
@@ -211,8 +239,10 @@ Met Rules::Try(int step, int& send) {
 
 Met Rules::TryTwice(int step) {
   int send = 0;
-  const Met met = Try(step, send);
-  return met.status == S_TIMEOUT ? Try(step, send) : met;
+  Met met = Try(step, send);
+  if (met.status == S_TIMEOUT) met = Try(step, send);
+  if (met.status == S_OKAY) told_.at(static_cast<std::size_t>(step)) = met.reply;
+  return met;
 }
 
 void Rules::TakeBoxFacts(const Bytes& reply, std::size_t at) {
@@ -341,6 +371,8 @@ Outlook Rules::Run(const Fault& fault, Where where) {
   fault_ = &fault;
   where_ = where;
   outlook_ = {};
+  coming_.clear();
+  told_ = {};
   outlook_.data = MessagesOf(command_.order).data;
   int send = 0;
   Met met;

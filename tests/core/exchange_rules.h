@@ -2,6 +2,7 @@
 // without the component: sends, retries, statuses, events, supply, record and time.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <ostream>
@@ -111,6 +112,7 @@ class Rules {
   void SetPower(bool on);
   void LetRest();
   Met OneSend(int step, int send);
+  Met AwaitAnswer(int step, const Exchange& exchange, Milliseconds delay);
   Met Try(int step, int& send);
   Met TryTwice(int step);
   void TakeBoxFacts(const Bytes& reply, std::size_t at);
@@ -131,6 +133,14 @@ class Rules {
   const Fault* fault_ = nullptr;
   Where where_ = Where::kBoth;
   Outlook outlook_;
+
+  struct Coming {
+    int step;
+    Microseconds at;
+    Bytes reply;
+  };
+  std::vector<Coming> coming_;  ///< to this command, in the order of its sends
+  std::array<Bytes, 2> told_;   ///< to this command, step by step
 };
 
 }  // namespace qmzentrel::tests::matrix

@@ -191,15 +191,16 @@ class Table {
          .react = late(kBeyond),
          .met = [](Link&, const Exchange& exchange, int) { return Nothing(exchange); },
          .one_step_only = true});
-    // Each reply is taken for that to the next send, which is the same frame.
     Add({.name = "the first byte always beyond its limit",
          .react = late(kBeyond),
-         .met =
-             [](Link& link, const Exchange& exchange, int send) {
-               const bool is_late = send == 0 || link.rested;
-               return is_late ? Nothing(exchange) : Taken(exchange, exchange.reply, kBeyond);
-             },
-         .one_step_only = true});
+         .delay = [](const Exchange& exchange) { return exchange.limit + kBeyond; }});
+    for (const Milliseconds delay : {Milliseconds{600}, Milliseconds{1'100}, Milliseconds{3'000}}) {
+      Add({.name = "each reply " + InMs(delay) + " after its command",
+           .react = [delay](FakePort&, const Exchange& exchange, int) -> Reaction {
+             return {{exchange.reply, delay}};
+           },
+           .delay = [delay](const Exchange&) { return delay; }});
+    }
     for (const std::size_t after : {std::size_t{1}, length_ / 2, length_ - 1}) {
       const auto halves = [after](Milliseconds pause) {
         return [after, pause](FakePort&, const Exchange& exchange, int) -> Reaction {

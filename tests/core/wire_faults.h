@@ -39,7 +39,6 @@ struct Link {
   bool lines_refused = false;
   bool fed_by_line = true;
   Milliseconds write_takes{0};  ///< until the driver has taken a write
-  bool rested = false;  ///< the box has, ahead of the sends at work: what came late is cleared
 
   void SetLine(bool on) {
     if (!lines_refused) line = on;
@@ -78,6 +77,8 @@ struct Fault {
   std::function<fakes::Reaction(fakes::FakePort&, const Exchange&, int send)> react{};
   /// What has to come of it. None: what comes of a whole exchange.
   std::function<Met(Link&, const Exchange&, int send)> met{};
+  /// Instead of `met`: the whole reply comes so long after the send, whatever is at work then.
+  std::function<Milliseconds(const Exchange&)> delay{};
   /// It concerns the bytes to the box, too, and so a command without a reply.
   bool hits_sending = false;
   /// What is left of it would come into the step that follows.
