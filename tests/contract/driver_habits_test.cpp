@@ -3,11 +3,14 @@
 // faults.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -26,6 +29,7 @@ enum class Effect {
   kNone,         ///< the command ends as it does with any driver
   kUntaken,      ///< the driver takes no byte within its second
   kHeld,         ///< it takes them, and none reaches the box
+  kByteOnWait,   ///< a byte comes when a request has waited in vain, once
   kDeadOnWait,   ///< the port is dead once a read has waited in vain
   kDeadOnWrite,  ///< and once a write has
   kGone,         ///< the port is dead already
@@ -34,7 +38,14 @@ enum class Effect {
 };
 
 // What happens when it begins.
-enum class Event { kNone, kVanishes, kLineFails, kDropsLines, kBytesLeft };
+enum class Event {
+  kNone,
+  kVanishes,
+  kLineFails,
+  kLineFailsOnReply,  ///< each time that the box replies
+  kDropsLines,
+  kBytesLeft
+};
 
 struct Habit {
   std::string name;
@@ -43,6 +54,7 @@ struct Habit {
   Milliseconds late{0};  ///< a send may take so much longer
   Event event = Event::kNone;
   bool long_frames_only = false;  ///< for those of one byte it is another one
+  bool unplugged_within = false;  ///< it meets what is pulled out within a command, too
 };
 
 const std::vector<Habit>& Habits() {
@@ -50,7 +62,7 @@ const std::vector<Habit>& Habits() {
   constexpr Milliseconds kCancelled{1'100};
   constexpr Milliseconds kGivenUp{2'100};
   static const std::vector<Habit> habits{
-      {.name = "no habit"},
+      {.name = "no habit", .unplugged_within = true},
       {.name = "hands over what a cancelled read has",
        .habits = {.cancelled_reads_give_nothing = false, .keeps_its_limits = false},
        .late = kCancelled},
@@ -64,6 +76,13 @@ const std::vector<Habit>& Habits() {
        .habits = {.fails_at_its_limits = true, .refuses_status = ERROR_IO_DEVICE}},
       {.name = "takes long over its status",
        .habits = {.status_ms = 900},
+       .late = Milliseconds{1'900}},
+      {.name = "is asked for its status as a byte comes",
+       .habits = {.arrives_then = 0x55},
+       .effect = Effect::kByteOnWait},
+      {.name = "takes long over its status, and a byte comes then",
+       .habits = {.status_ms = 900, .arrives_then = 0x55},
+       .effect = Effect::kByteOnWait,
        .late = Milliseconds{1'900}},
       {.name = "cannot drop what came", .habits = {.purges = false}, .late = Milliseconds{30}},
       {.name = "cannot drop what came, and bytes are left",
@@ -121,8 +140,15 @@ const std::vector<Habit>& Habits() {
        .habits = {.reason_when_gone = ERROR_ACCESS_DENIED},
        .effect = Effect::kGone,
        .event = Event::kVanishes},
+      {.name = "vanishes with an invalid function",
+       .habits = {.reason_when_gone = ERROR_INVALID_FUNCTION},
+       .unplugged_within = true},
+      {.name = "vanishes with access denied",
+       .habits = {.reason_when_gone = ERROR_ACCESS_DENIED},
+       .unplugged_within = true},
       {.name = "has dropped its lines", .event = Event::kDropsLines},
       {.name = "stops at a line error", .event = Event::kLineFails},
+      {.name = "stops at a line error within the command", .event = Event::kLineFailsOnReply},
       {.name = "stops at a line error that cannot be cleared",
        .habits = {.refuses_status = ERROR_INVALID_FUNCTION},
        .effect = Effect::kUntaken,
@@ -134,10 +160,15 @@ const std::vector<Habit>& Habits() {
 // The wire's own faults that a habit may make worse.
 std::vector<Fault> WiresOf(const Command& command, const Habit& habit) {
   std::set<std::string> wanted{"nothing wrong"};
-  if (habit.effect == Effect::kNone || habit.effect == Effect::kDeadOnWait) {
-    const std::size_t length = ReplyOf(command, 0, 0).size();
+  const std::size_t length = ReplyOf(command, 0, 0).size();
+  if (habit.effect == Effect::kNone || habit.effect == Effect::kByteOnWait ||
+      habit.effect == Effect::kDeadOnWait) {
     wanted.insert({"silent, once", "silent, always", "40 bytes behind the reply",
                    std::to_string(length / 2) + " bytes of the reply"});
+  }
+  if (habit.unplugged_within) {
+    wanted.insert({"unplugged within the command", "unplugged behind byte 1 of the reply",
+                   "unplugged behind byte " + std::to_string(length / 2) + " of the reply"});
   }
   std::vector<Fault> wires = FaultsOf(command);
   std::erase_if(wires, [&](const Fault& fault) { return !wanted.contains(fault.name); });
@@ -150,6 +181,11 @@ Met Refused(Link&, const Exchange& exchange, int) {
   met.takes += Milliseconds{1'000};
   return met;
 }
+
+// A wait for a reply that lasts longer begins with a request of this length.
+constexpr Milliseconds kFirstRequest{500};
+// Once a reply has begun it has so long to end.
+constexpr Milliseconds kRestOfReply{12'500};
 
 // The fault of the wire before a driver with this habit.
 Fault FaultOf(const Habit& habit, Fault fault) {
@@ -171,6 +207,17 @@ Fault FaultOf(const Habit& habit, Fault fault) {
         return exchange.reply.empty() ? Refused(link, exchange, send) : Nothing(exchange);
       };
       fault.hits_sending = true;
+      break;
+    case Effect::kByteOnWait:
+      if (!fault.met) break;
+      fault.met = [met = fault.met](Link& link, const Exchange& exchange, int send) {
+        Met outcome = met(link, exchange, send);
+        if (outcome.status != S_TIMEOUT || exchange.limit <= kFirstRequest || link.stray_came) {
+          return outcome;
+        }
+        link.stray_came = true;
+        return Met{S_BAD_RESPONSE, {}, kFirstRequest + kRestOfReply};
+      };
       break;
     case Effect::kDeadOnWait:
       if (!fault.met) break;
@@ -260,7 +307,7 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
     Driver().Reset();
     frame_.clear();
     frame_length_ = 1;
-    under_habit_ = false;
+    under_habit_ = pulled_ = false;
     Driver().AnswerBy([this](std::uint8_t byte) { return Hear(byte); });
   }
 
@@ -278,7 +325,16 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
       EXPECT_EQ(chunk.after, Milliseconds{0});
       reply.insert(reply.end(), chunk.bytes.begin(), chunk.bytes.end());
     }
+    if (under_habit_) Interrupt();
     return reply;
+  }
+
+  // What happens as the box replies.
+  void Interrupt() {
+    if (habit_->event == Event::kLineFailsOnReply) Driver().FailLine();
+    if (Port().vanished) Driver().Vanish();
+    if (Port().vanishes_after) Driver().VanishBehind(*Port().vanishes_after);
+    pulled_ = pulled_ || Port().vanished || Port().vanishes_after;
   }
 
   void Strike(Rules& rules) override {
@@ -294,6 +350,7 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
     Meet(rules, *Present().fault);
     switch (habit_->event) {
       case Event::kNone:
+      case Event::kLineFailsOnReply:
         break;
       case Event::kVanishes:
         Driver().Vanish();
@@ -316,10 +373,12 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
     Driver().SetHabits({});
     under_habit_ = false;
     rules.link.lines_refused = false;
-    if (habit_->effect == Effect::kGone) {
+    if (habit_->effect == Effect::kGone || pulled_) {
       Reopen(rules, S_BAD_PORT);
       Driver().ComeBack();
     }
+    Port().vanished = pulled_ = false;
+    Port().vanishes_after.reset();
     if (rules.link.gone || !rules.link.open) Reopen(rules, S_OKAY);
     EXPECT_TRUE(Driver().EndStuckRequests()) << "their memory must still be there";
     Meet(rules, kNoFault);
@@ -339,7 +398,7 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
     const platform::ModemLines lines = Driver().Lines();
     EXPECT_FALSE(lines.rts);
     const bool closed = habit_->effect == Effect::kNoOpening && begins_ == Begins::kBeforeOpening;
-    const bool ours = !under_habit_ || (habit_->effect != Effect::kGone && !closed);
+    const bool ours = !under_habit_ || (habit_->effect != Effect::kGone && !pulled_ && !closed);
     EXPECT_FALSE(closed && under_habit_ && lines.dtr);
     return ours ? lines.dtr : otherwise;
   }
@@ -375,6 +434,7 @@ class DriverHabitsMatrix : public MatrixClient, public testing::WithParamInterfa
   const Habit* habit_ = nullptr;
   Begins begins_ = Begins::kInOpenPort;
   bool under_habit_ = false;
+  bool pulled_ = false;  ///< within the command
   int clearings_ = 0;
   Bytes frame_;
   std::size_t frame_length_ = 1;
@@ -391,8 +451,41 @@ INSTANTIATE_TEST_SUITE_P(Commands, DriverHabitsMatrix, testing::ValuesIn(Command
 TEST(DriverHabitsTable, HasItsCases) {
   std::size_t cases = 0;
   for (const Command& command : Commands()) cases += HabitCasesOf(command).size();
-  EXPECT_GE(cases, 3'000U);
+  EXPECT_GE(cases, 5'500U);
   RecordProperty("cases", static_cast<int>(cases));
+}
+
+// All of them: with one more this does not compile.
+auto FieldsOf(const DriverHabits& habits) {
+  const auto& [cancelled_reads, opens_with_lines, closing, keeps_limits, fails_at_limits, waits,
+               refuses_status, status, arrives, reason, purges, refuses_lines, refuses_settings,
+               flow_limits, loses_cancels, never_ends, held, sends_nothing, part, byte, on_the_way,
+               uncounted] = habits;
+  return std::tie(cancelled_reads, opens_with_lines, closing, keeps_limits, fails_at_limits, waits,
+                  refuses_status, status, arrives, reason, purges, refuses_lines, refuses_settings,
+                  flow_limits, loses_cancels, never_ends, held, sends_nothing, part, byte,
+                  on_the_way, uncounted);
+}
+
+template <std::size_t... kFields>
+void ExpectARowForEach(std::index_sequence<kFields...>) {
+  static const DriverHabits usual;
+  const auto expect = [](auto field) {
+    EXPECT_TRUE(std::ranges::any_of(Habits(),
+                                    [](const Habit& habit) {
+                                      constexpr std::size_t kField = decltype(field)::value;
+                                      return std::get<kField>(FieldsOf(habit.habits)) !=
+                                             std::get<kField>(FieldsOf(usual));
+                                    }))
+        << "field " << field;
+  };
+  (expect(std::integral_constant<std::size_t, kFields>{}), ...);
+}
+
+TEST(DriverHabitsTable, HasARowForEachFieldOfTheModel) {
+  constexpr std::size_t kFields =
+      std::tuple_size_v<decltype(FieldsOf(std::declval<DriverHabits>()))>;
+  ExpectARowForEach(std::make_index_sequence<kFields>{});
 }
 
 }  // namespace

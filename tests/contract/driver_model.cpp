@@ -112,6 +112,7 @@ void DriverModel::Reset() {
   const Lock lock;
   habits_ = {};
   gone_ = dead_ = line_failed_ = false;
+  left_until_gone_.reset();
   lines_ = lines_of_last_block_ = {};
   line_history_.clear();
   limits_ = InheritedLimits();
@@ -165,6 +166,11 @@ void DriverModel::Vanish() {
     request->reset();
   }
   out_.clear();
+}
+
+void DriverModel::VanishBehind(std::size_t count) {
+  const Lock lock;
+  left_until_gone_ = count;
 }
 
 void DriverModel::ComeBack() {
@@ -260,9 +266,10 @@ void DriverModel::Advance() {
     }
   }
   if (read_) {
-    while (read_->count < read_->size && !in_.empty()) {
+    while (read_->count < read_->size && !in_.empty() && left_until_gone_ != 0) {
       read_->bytes[read_->count++] = in_.front();
       in_.pop_front();
+      if (left_until_gone_) --*left_until_gone_;
     }
     const bool full = read_->count == read_->size;
     if (full || read_->due_ms <= now) {
@@ -282,6 +289,10 @@ void DriverModel::Advance() {
       write_->End(room > 0 ? kSuccess : StatusAtLimit());
       write_.reset();
     }
+  }
+  if (left_until_gone_ == 0) {
+    left_until_gone_.reset();
+    Vanish();
   }
 }
 

@@ -68,6 +68,8 @@ class DriverModel {
   /// What has passed the wire; waits for `count` bytes, but not for ever.
   Bytes Received(std::size_t count);
   void Vanish();
+  /// Behind the next so many bytes that reads hand over.
+  void VanishBehind(std::size_t count);
   void ComeBack();
   /// A framing error on the line: ends every request under way, and every new one until
   /// ClearCommError.
@@ -154,6 +156,7 @@ class DriverModel {
   DriverHabits habits_;
   HANDLE handle_ = nullptr;  // what the client has open; an event, since a handle must be something
   bool gone_ = false;
+  std::optional<std::size_t> left_until_gone_;
   bool dead_ = false;  // the port that is open has gone, whether or not it is back
   bool line_failed_ = false;
   platform::ModemLines lines_;

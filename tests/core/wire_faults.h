@@ -39,6 +39,7 @@ struct Link {
   bool lines_refused = false;
   bool fed_by_line = true;
   Milliseconds write_takes{0};  ///< until the driver has taken a write
+  bool stray_came = false;      ///< a byte that comes in a wait, once
 
   void SetLine(bool on) {
     if (!lines_refused) line = on;
