@@ -321,6 +321,7 @@ std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t exp
   const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
   const auto length = static_cast<std::size_t>(expected);
   bool sent = true;
+  bool in_vain = false;
   try {
     late_.BeginExchange();
     const auto receive = [&] {
@@ -328,15 +329,19 @@ std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t exp
       Receive(1, sendings.first_byte, reply);
       if (!reply.empty()) Receive(length - 1, kRestLimit, reply);
     };
-    for (int left = sendings.most; left > 0 && reply.empty(); --left) {
+    for (int left = sendings.most; left > 0; --left) {
       incoming_.erase(incoming_.begin(), incoming_.upper_bound(now_));
       sent = Send(frame);
       if (expected == 0) break;
       receive();
       while (reply.size() == length && late_.PassesOver(block, reply)) receive();
-      if (reply.empty()) late_.NoteSilence();
+      if (!reply.empty()) break;
+      late_.NoteSilence();
+      in_vain = true;
     }
     if (expected != 0) late_.EndExchange(block, !reply.empty());
+    // What is still on the wire then is dropped.
+    if (in_vain) wire_busy_ = std::min(wire_busy_, now_);
     if (expected == 0 && sent) now_ = std::max(now_, wire_busy_);
     if (expected == 0 ? sent : reply.size() == length) {
       if (take) take();
