@@ -437,9 +437,8 @@ fakes::Reaction Client::React(std::span<const std::uint8_t> sent) {
     fakes::RaiseHardwareFault(kAccessViolation);
   }
   if (kind <= 2) return {};
-  const std::size_t length = sent[0] == 0x80 ? 7 : sent[0] == 0x7E ? reply_length_ : 19;
-  Bytes reply = Reply(length);
-  if (kind == 3) reply.resize(static_cast<std::size_t>(Within(0, static_cast<int>(length))));
+  Bytes reply = Reply(sent);
+  if (kind == 3) reply.resize(static_cast<std::size_t>(Within(0, static_cast<int>(reply.size()))));
   if (kind == 4 && !reply.empty()) ++reply.back();
   if (kind == 5) reply.insert(reply.end(), 3, 0x55);
   fakes::Reaction reaction;
@@ -456,7 +455,13 @@ fakes::Reaction Client::React(std::span<const std::uint8_t> sent) {
   return reaction;
 }
 
-Bytes Client::Reply(std::size_t length) {
+Bytes Client::Reply(std::span<const std::uint8_t> sent) {
+  if (sent[0] == 0x80) return DrawReply(7);
+  if (sent[0] == 0x7E) return DrawReply(reply_length_);
+  return told_.Answer(sent, chance_, [this] { return DrawReply(19); });
+}
+
+Bytes Client::DrawReply(std::size_t length) {
   Bytes reply;
   for (std::size_t i = 0; i + 1 < length; ++i) {
     reply.push_back(chance_.ConsumeIntegral<std::uint8_t>());

@@ -16,6 +16,7 @@
 #include "tests/fakes/fake_serial_port.h"
 #include "tests/fuzz/seen.h"
 #include "tests/fuzz/session_model.h"
+#include "tests/fuzz/told_blocks.h"
 
 namespace qmzentrel::fuzz {
 
@@ -44,7 +45,8 @@ class Client : private ZentrelEvents {
   void Change(const Call& call);
   void DoNested();
   fakes::Reaction React(std::span<const std::uint8_t> sent);
-  Bytes Reply(std::size_t length);
+  Bytes Reply(std::span<const std::uint8_t> sent);
+  Bytes DrawReply(std::size_t length);
   Seen& Note(Kind kind);
   void CheckSent() const;
   void CheckRecovery();
@@ -68,6 +70,7 @@ class Client : private ZentrelEvents {
   bool quiet_ = false;
   bool maintained_ = true;
   std::size_t reply_length_ = 0;
+  ToldBlocks told_;
   std::deque<Bytes> sound_replies_;  ///< instead of drawn ones
 };
 

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -23,8 +25,12 @@ class LateAnswers {
     int& from = surplus_.at(other) > 0 ? surplus_.at(other) : in_vain_.at(other);
     if (from == 0) return false;
     --from;
+    ++passed_over;
     return true;
   }
+
+  /// In this process so far.
+  static std::uint64_t PassedOver() { return passed_over; }
 
   /// A sending whose wait has passed without an answer.
   void NoteSilence() { ++silent_; }
@@ -58,10 +64,23 @@ class LateAnswers {
     return block == 1 ? alike(1, 8) : alike(0, 4) && alike(9, 12) && alike(14, 15);
   }
 
+  inline static std::uint64_t passed_over = 0;
+
   std::array<std::optional<fakes::Bytes>, 2> last_;
   std::array<int, 2> surplus_{};  ///< answers about a block that may come to what was sent before
   std::array<int, 2> in_vain_{};  ///< sent about a block since the last answer
   int silent_ = 0;
+};
+
+/// Says at the end of the process how many it has passed over, for short_run.
+struct LateAnswersSaid {
+  LateAnswersSaid() = default;
+  ~LateAnswersSaid() {
+    std::fprintf(stderr, "Late answers passed over: %llu\n",
+                 static_cast<unsigned long long>(LateAnswers::PassedOver()));
+  }
+  LateAnswersSaid(const LateAnswersSaid&) = delete;
+  LateAnswersSaid& operator=(const LateAnswersSaid&) = delete;
 };
 
 }  // namespace qmzentrel::fuzz

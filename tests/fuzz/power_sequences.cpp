@@ -1,5 +1,6 @@
 // The same sequences of calls each time, as many as asked for, against the rules of the supply.
-// Usage: power_sequences [COUNT [FIRST]]; each sequence has a number from FIRST on.
+// Usage: power_sequences [COUNT [FIRST]]; each sequence has a number from FIRST on. As many as
+// usual have to meet late answers.
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -47,5 +48,10 @@ int main(int count_of_arguments, char** arguments) {
     qmzentrel::fuzz::RunSupplySession(chance);
   }
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-  std::printf("%lu sequences agree with the rules, %.1f s\n", count, time.count());
+  const std::uint64_t late = qmzentrel::fuzz::LateAnswers::PassedOver();
+  std::printf("%lu sequences agree with the rules, %llu late answers passed over, %.1f s\n", count,
+              static_cast<unsigned long long>(late), time.count());
+  if (count < kUsualCount || late > 0) return 0;
+  std::fprintf(stderr, "The rule of late answers was never met.\n");
+  return 1;
 }

@@ -14,6 +14,7 @@
 #include "tests/fuzz/properties.h"
 #include "tests/fuzz/record_model.h"
 #include "tests/fuzz/sending_rules.h"
+#include "tests/fuzz/told_blocks.h"
 
 namespace qmzentrel::fuzz {
 namespace {
@@ -148,23 +149,32 @@ class Model {
   LateAnswers late_;
 };
 
-/// Mostly a whole reply with a good sum, else whatever the input says.
-Bytes ReplyTo(std::span<const std::uint8_t> command, FuzzedDataProvider& input) {
+/// A whole reply with a good sum.
+Bytes DrawReply(std::size_t length, FuzzedDataProvider& input) {
+  Bytes reply = input.ConsumeBytes<std::uint8_t>(length - 1);
+  reply.resize(length - 1);
+  constexpr std::uint8_t kSignatures[] = {0, 0xA5, 0xA6};
+  const std::size_t signature = length == kBoxStatusReply ? 2 : 14;
+  if (input.ConsumeBool()) reply[signature] = input.PickValueInArray(kSignatures);
+  int sum = 0;
+  for (const std::uint8_t byte : reply) sum += byte;
+  reply.push_back(static_cast<std::uint8_t>(sum));
+  return reply;
+}
+
+/// Mostly such a one, else whatever the input says.
+Bytes ReplyTo(std::span<const std::uint8_t> command, ToldBlocks& told, FuzzedDataProvider& input) {
   enum { kSilence, kAnything, kWrongSum, kWhole };
   const int kind = input.ConsumeIntegralInRange<int>(kSilence, 7);
   if (kind == kSilence) return {};
   if (kind == kAnything) {
     return input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 60));
   }
-  const std::size_t length = command[0] == 0x80 ? kBoxStatusReply : kTransponderReply;
-  Bytes reply = input.ConsumeBytes<std::uint8_t>(length - 1);
-  reply.resize(length - 1);
-  constexpr std::uint8_t kSignatures[] = {0, 0xA5, 0xA6};
-  const std::size_t signature = length == kBoxStatusReply ? 2 : 14;
-  if (input.ConsumeBool()) reply[signature] = input.PickValueInArray(kSignatures);
-  int sum = kind == kWrongSum ? 1 : 0;
-  for (const std::uint8_t byte : reply) sum += byte;
-  reply.push_back(static_cast<std::uint8_t>(sum));
+  Bytes reply =
+      command[0] == 0x80
+          ? DrawReply(kBoxStatusReply, input)
+          : told.Answer(command, input, [&] { return DrawReply(kTransponderReply, input); });
+  if (kind == kWrongSum) ++reply.back();
   if (input.ConsumeIntegralInRange(0, 9) == 0) reply.push_back(0x55);
   return reply;
 }
@@ -186,8 +196,9 @@ fakes::Reaction InChunks(Bytes reply, FuzzedDataProvider& input) {
 
 void RunCommands(FreshWorld& world, FuzzedDataProvider& input) {
   Model model;
+  ToldBlocks told;
   TheWorld().ports[kPort].device = [&](std::span<const std::uint8_t> command) {
-    fakes::Reaction reaction = InChunks(ReplyTo(command, input), input);
+    fakes::Reaction reaction = InChunks(ReplyTo(command, told, input), input);
     Sending sending{{command.begin(), command.end()}, TheWorld().now, {}};
     Microseconds time = TheWorld().now;
     for (const fakes::Chunk& chunk : reaction) {
@@ -224,6 +235,8 @@ void RunCommands(FreshWorld& world, FuzzedDataProvider& input) {
     Require(ShownBy(*object) == model.Now(), "a late byte has changed the record");
   }
 }
+
+const LateAnswersSaid kSaidAtTheEnd;
 
 }  // namespace
 }  // namespace qmzentrel::fuzz

@@ -15,6 +15,8 @@ constexpr What kAnyCalls[] = {
     What::kPost,         What::kPlug,        What::kAccept,      What::kTimers,
     What::kSetClock,     What::kRelease};
 
+const LateAnswersSaid kSaidAtTheEnd;
+
 }  // namespace
 }  // namespace qmzentrel::fuzz
 
