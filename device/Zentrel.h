@@ -10,6 +10,7 @@
 #include <string>
 
 #include "device/port_control.h"
+#include "device/unanswered_sends.h"
 #include "interface/box_facts.h"
 #include "interface/enumerations.h"
 #include "interface/frame_buffer.h"
@@ -233,11 +234,9 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   void LogStep(const char* text);
 
   // Exchange
-  enum class Block : std::size_t { k1, k2 };
   std::int32_t ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                            std::int32_t RxExpected, std::int32_t Timeout,
                            std::optional<Block> asked = {});
-  void CountSends(std::optional<Block> asked, std::int32_t without_answer, bool answered);
   /// What comes of a raw exchange, but for what the reply says.
   ZentrelStatus Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,
                          std::int32_t RxExpected, std::int32_t Timeout,
@@ -257,8 +256,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   // Transponder commands
   ZentrelStatus CommandWithRetry(Block block, const char* step, const FrameBuffer& bytTx,
                                  std::int32_t TxLength, FrameBuffer& bytRx, std::int32_t Timeout);
-  bool PassesOver(std::optional<Block> asked, const FrameBuffer& reply);
-  bool IsOtherBlock(Block asked, const FrameBuffer& reply) const;
+  bool IsLate(std::optional<Block> asked, const FrameBuffer& reply);
   void ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes);
   void ParseXpdrBlock2(ZentrelStatus status, const FrameBuffer& bytes);
   std::int32_t ReadTimeout() const;
@@ -296,10 +294,7 @@ class Zentrel : public std::enable_shared_from_this<Zentrel> {
   ZentrelEvents* events_ = nullptr;
   std::optional<simulator::LoadedForm> form_;
   std::array<std::optional<FrameBuffer>, 2> last_blocks_;  ///< replies, as they came last
-  // Sendings whose answers may still come, about block 1 and 2: of the command that was answered
-  // last, and those without an answer before it; and those after it.
-  std::array<std::int32_t, 2> surplus_sends_{};
-  std::array<std::int32_t, 2> failed_sends_{};
+  UnansweredSends unanswered_sends_;
 };
 
 // What `use` does with the box, which has its supply meanwhile; it falls back whatever comes of it.

@@ -1,8 +1,5 @@
 // One exchange with the box: a command goes out, a reply of known length comes back, and the reply
 // is judged by its length and its sum.
-#include <algorithm>
-#include <utility>
-
 #include "device/Zentrel.h"
 #include "support/modCOM_Hex.h"
 
@@ -15,9 +12,6 @@ constexpr std::int32_t kElectricResendMs = 500;
 constexpr std::int32_t kFirstByteMs = 2500;
 // Once a reply has begun, the box asks the transponder before it goes on.
 constexpr std::int32_t kRemainderMs = 12500;
-
-// How many late answers there may be: as many as a box of the electric kind is sent a command.
-constexpr std::int32_t kMostLate = 26;
 
 }  // namespace
 
@@ -45,12 +39,12 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
         STEP if (!sent || !m_PortCtrl.AwaitSent()) lngRxCount = -1;
         STEP break;
       }
-      do {
-        STEP read_reply();
-      } while (lngRxCount == RxExpected && PassesOver(asked, bytRx));
+      STEP if (sent) unanswered_sends_.Add(asked);
+      STEP read_reply();
+      STEP while (lngRxCount == RxExpected && IsLate(asked, bytRx)) read_reply();
       STEP if (lngRxCount > 0) break;
     }
-    STEP CountSends(asked, lngAttempt, lngRxCount > 0);
+    STEP if (lngRxCount > 0) unanswered_sends_.TakeFirst();
     // What a driver still holds would reach the box later, with the supply kept on: the next
     // transponder would get what its caller was told has failed, or was done long ago.
     STEP if (lngAttempt > 0) m_PortCtrl.DropUnsent();
@@ -58,18 +52,6 @@ std::int32_t Zentrel::ZentrelTxRx(const FrameBuffer& bytTx, std::int32_t TxLengt
     STEP TraceBytes("<", bytRx, lngRxCount);
     STEP return lngRxCount;
   });
-}
-
-// Answers come in the order of what was sent: one shows that nothing is to come any more of earlier
-// commands that were answered. But it may be that to a sending that seemed to have failed. What was
-// about neither block puts off the answers about both.
-void Zentrel::CountSends(std::optional<Block> asked, std::int32_t without_answer, bool answered) {
-  for (const Block block : {Block::k1, Block::k2}) {
-    if (asked && block != *asked) continue;
-    std::int32_t& failed = failed_sends_[static_cast<std::size_t>(block)];
-    failed = std::min(failed + without_answer, kMostLate);
-  }
-  if (answered) surplus_sends_ = std::exchange(failed_sends_, {});
 }
 
 ZentrelStatus Zentrel::Exchange(const FrameBuffer& bytTx, std::int32_t TxLength, FrameBuffer& bytRx,

@@ -121,26 +121,17 @@ ZentrelStatus Zentrel::CommandWithRetry(Block block, const char* step, const Fra
   return status;
 }
 
-// On a slow way to the box an answer comes when its command has been sent once more, and the second
-// answer after the next command. Nothing in a reply says which block it is: one taken for the other
-// would make the identifier the frequency, which the next write stores in the transponder. Each
-// sending about the other block has one answer only: a transponder that looks like it is read, too.
-bool Zentrel::PassesOver(std::optional<Block> asked, const FrameBuffer& reply) {
-  if (!asked || !IsOtherBlock(*asked, reply)) return false;
-  const std::size_t other = *asked == Block::k1 ? 1 : 0;
-  for (std::int32_t* const sends : {&surplus_sends_[other], &failed_sends_[other]}) {
-    if (*sends == 0) continue;
-    --*sends;
-    return true;
-  }
-  return false;
-}
-
-bool Zentrel::IsOtherBlock(Block asked, const FrameBuffer& reply) const {
+// An answer about the other block, as that was last: taken for this one it would make the
+// identifier the frequency, which the next write stores in the transponder. But a blank transponder
+// looks like the settings of another: what looks like this block as it was last is it, and of what
+// nothing was sent about lately nothing is late.
+bool Zentrel::IsLate(std::optional<Block> asked, const FrameBuffer& reply) {
+  if (!asked) return false;
   const auto& [block1, block2] = last_blocks_;
   const bool is_block1 = block1 && IsSameBlock1(reply, *block1);
   const bool is_block2 = block2 && IsSameBlock2(reply, *block2);
-  return asked == Block::k1 ? is_block2 && !is_block1 : is_block1 && !is_block2;
+  const bool is_other = *asked == Block::k1 ? is_block2 && !is_block1 : is_block1 && !is_block2;
+  return is_other && unanswered_sends_.TakeOtherThan(*asked);
 }
 
 void Zentrel::ParseXpdrData(ZentrelStatus status, const FrameBuffer& bytes) {

@@ -1,5 +1,7 @@
-// The local wall clock.
+// The local wall clock, and one that nobody sets.
 #pragma once
+
+#include <cstdint>
 
 namespace qmzentrel::platform {
 
@@ -9,5 +11,8 @@ float SecondsSinceMidnight();
 
 /// The local date and time as an automation date: days since 30 December 1899, to the second below.
 double LocalDate();
+
+/// Milliseconds since the system was started, to the tick of its scheduler; never goes back.
+std::int64_t SteadyMs();
 
 }  // namespace qmzentrel::platform

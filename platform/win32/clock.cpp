@@ -37,4 +37,8 @@ double LocalDate() {
   return date;
 }
 
+std::int64_t SteadyMs() {
+  return static_cast<std::int64_t>(GetTickCount64());
+}
+
 }  // namespace qmzentrel::platform

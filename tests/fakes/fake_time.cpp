@@ -119,6 +119,10 @@ void NoteWait(Microseconds time) {
 
 }  // namespace
 
+std::int64_t SteadyMs() {
+  return std::chrono::floor<Milliseconds>(TheWorld().now).count();
+}
+
 float SecondsSinceMidnight() {
   TheWorld().Enter("SecondsSinceMidnight");
   const double days = TheWorld().WallDays();

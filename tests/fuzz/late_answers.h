@@ -3,11 +3,12 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <optional>
-#include <utility>
 
 #include "tests/fakes/fake_serial_port.h"
 
@@ -15,41 +16,49 @@ namespace qmzentrel::fuzz {
 
 class LateAnswers {
  public:
-  void BeginExchange() { silent_ = 0; }
+  /// A command about `block`, 0 or 1, or about neither, has gone out.
+  void Send(std::optional<std::size_t> block, fakes::Microseconds now) {
+    due_.push_back({block, InMs(now)});
+    constexpr std::size_t kMost = 64;
+    if (due_.size() > kMost) due_.pop_front();
+  }
 
-  /// Of an answer of the right length. `block`, 0 or 1, is the one that is asked for.
-  bool PassesOver(std::optional<std::size_t> block, const fakes::Bytes& reply) {
-    if (!block) return false;
-    const std::size_t other = 1 - *block;
-    if (!IsAsLast(other, reply) || IsAsLast(*block, reply)) return false;
-    int& from = surplus_.at(other) > 0 ? surplus_.at(other) : in_vain_.at(other);
-    if (from == 0) return false;
-    --from;
-    ++passed_over;
-    return true;
+  /// Of an answer of the right length. `block` is the one that is asked for.
+  bool PassesOver(std::optional<std::size_t> block, const fakes::Bytes& reply,
+                  fakes::Microseconds now) {
+    if (!block || !IsAsLast(1 - *block, reply) || IsAsLast(*block, reply)) return false;
+    for (auto due = due_.begin(); due != due_.end(); ++due) {
+      if (due->block == block || IsOver(*due, now)) continue;
+      due_.erase(due);
+      ++passed_over;
+      return true;
+    }
+    return false;
+  }
+
+  /// An answer is taken: the box answers in order.
+  void Answer(fakes::Microseconds now) {
+    while (!due_.empty() && IsOver(due_.front(), now)) due_.pop_front();
+    if (!due_.empty()) due_.pop_front();
   }
 
   /// In this process so far.
   static std::uint64_t PassedOver() { return passed_over; }
 
-  /// A sending whose wait has passed without an answer.
-  void NoteSilence() { ++silent_; }
-
-  /// Of a command about `block`, or about neither: its answer may come before that about any block.
-  void EndExchange(std::optional<std::size_t> block, bool answered) {
-    for (const std::size_t about : {0U, 1U}) {
-      if (block.value_or(about) == about) {
-        in_vain_.at(about) = std::min(in_vain_.at(about) + silent_, kMost);
-      }
-    }
-    if (answered) surplus_ = std::exchange(in_vain_, {});
-  }
-
   /// What came of a command for a block.
   void Take(std::size_t block, const fakes::Bytes& reply) { last_.at(block) = reply; }
 
  private:
-  static constexpr int kMost = 26;
+  using Ms = std::chrono::milliseconds;
+  struct Due {
+    std::optional<std::size_t> block;
+    Ms sent;
+  };
+
+  static Ms InMs(fakes::Microseconds time) { return std::chrono::floor<Ms>(time); }
+  static bool IsOver(const Due& due, fakes::Microseconds now) {
+    return InMs(now) > due.sent + Ms(3500);
+  }
 
   // In what neither the meter nor the battery changes.
   bool IsAsLast(std::size_t block, const fakes::Bytes& reply) const {
@@ -67,9 +76,7 @@ class LateAnswers {
   inline static std::uint64_t passed_over = 0;
 
   std::array<std::optional<fakes::Bytes>, 2> last_;
-  std::array<int, 2> surplus_{};  ///< answers about a block that may come to what was sent before
-  std::array<int, 2> in_vain_{};  ///< sent about a block since the last answer
-  int silent_ = 0;
+  std::deque<Due> due_;  ///< what was sent and may still be answered, the first one first
 };
 
 /// Says at the end of the process how many it has passed over, for short_run.

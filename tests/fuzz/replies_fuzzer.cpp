@@ -113,7 +113,6 @@ class Model {
                  std::optional<std::size_t> block = {}) {
     Bytes reply;
     const Sendings sendings = SendingsTo(record_.IsElectric(), timeout);
-    late_.BeginExchange();
     for (int left = sendings.most; left > 0 && reply.empty(); --left) {
       Require(judged < sent.size(), "too few sendings");
       const Sending& sending = sent[judged++];
@@ -122,12 +121,12 @@ class Model {
       line_.insert(line_.end(), sending.reply.begin(), sending.reply.end());
       std::ranges::stable_sort(line_, {}, &Arrival::time);
       Microseconds now = sending.time;
+      late_.Send(block, now);
       do {
         reply = Receive(length, now, sendings.first_byte);
-      } while (reply.size() == length && late_.PassesOver(block, reply));
-      if (reply.empty()) late_.NoteSilence();
+      } while (reply.size() == length && late_.PassesOver(block, reply, now));
+      if (!reply.empty()) late_.Answer(now);
     }
-    late_.EndExchange(block, !reply.empty());
     return Judged(std::move(reply), length);
   }
 
@@ -140,6 +139,7 @@ class Model {
       reply.push_back(line_.front().byte);
       line_.erase(line_.begin());
     }
+    if (!reply.empty() && reply.size() < length) now = limit;
     return reply;
   }
 

@@ -323,7 +323,6 @@ std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t exp
   bool sent = true;
   bool in_vain = false;
   try {
-    late_.BeginExchange();
     const auto receive = [&] {
       reply.clear();
       Receive(1, sendings.first_byte, reply);
@@ -333,13 +332,13 @@ std::int32_t SessionModel::SuppliedExchange(const Bytes& frame, std::int32_t exp
       incoming_.erase(incoming_.begin(), incoming_.upper_bound(now_));
       sent = Send(frame);
       if (expected == 0) break;
+      if (sent) late_.Send(block, now_);
       receive();
-      while (reply.size() == length && late_.PassesOver(block, reply)) receive();
+      while (reply.size() == length && late_.PassesOver(block, reply, now_)) receive();
       if (!reply.empty()) break;
-      late_.NoteSilence();
       in_vain = true;
     }
-    if (expected != 0) late_.EndExchange(block, !reply.empty());
+    if (!reply.empty()) late_.Answer(now_);
     // What is still on the wire then is dropped.
     if (in_vain) wire_busy_ = std::min(wire_busy_, now_);
     if (expected == 0 && sent) now_ = std::max(now_, wire_busy_);
