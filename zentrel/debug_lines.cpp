@@ -10,6 +10,7 @@
 #include "platform/win32/exclusive_lock.h"
 #include "platform/win32/wide.h"
 #include "zentrel/failure.h"
+#include "zentrel/step_line.h"
 
 namespace qmzentrel::program {
 namespace {
@@ -31,7 +32,7 @@ Failure Taken() {
 
 }  // namespace
 
-DebugLines::DebugLines() {
+DebugLines::DebugLines(bool all) : all_(all) {
   platform::AccessRights access(kAccess);
   mapping_ = platform::OwnedHandle(CreateFileMappingW(
       INVALID_HANDLE_VALUE, access.Get(), PAGE_READWRITE, 0, kBufferSize, L"DBWIN_BUFFER"));
@@ -64,17 +65,12 @@ DebugLines::~DebugLines() {
   if (buffer_ != nullptr) UnmapViewOfFile(buffer_);
 }
 
-std::optional<DebugLine> DebugLines::Next(DWORD timeout_ms, HANDLE stop) {
+KeptLines DebugLines::Take(DWORD timeout_ms, HANDLE stop) {
   const std::array<HANDLE, 2> events{stop, has_some_.Get()};
-  if (WaitForMultipleObjects(events.size(), events.data(), FALSE, timeout_ms) !=
-      WAIT_OBJECT_0 + 1) {
-    return std::nullopt;
-  }
+  WaitForMultipleObjects(events.size(), events.data(), FALSE, timeout_ms);
   const platform::ExclusiveLock lock(lock_);
-  DebugLine line = std::move(kept_.front());
-  kept_.pop_front();
-  if (kept_.empty()) ResetEvent(has_some_.Get());
-  return line;
+  ResetEvent(has_some_.Get());
+  return std::exchange(kept_, {});
 }
 
 DWORD WINAPI DebugLines::ReceiveOf(void* lines) {
@@ -87,25 +83,40 @@ void DebugLines::Receive() {
   SetEvent(buffer_ready_.Get());
   while (WaitForMultipleObjects(events.size(), events.data(), FALSE, INFINITE) ==
          WAIT_OBJECT_0 + 1) {
-    DebugLine line{};
-    GetLocalTime(&line.time);
-    std::memcpy(&line.process, buffer_, sizeof line.process);
-    const char* const text = static_cast<const char*>(buffer_) + sizeof line.process;
-    line.text = Printable(platform::FromAnsi({text, strnlen(text, kTextSize)}));
+    DWORD process = 0;
+    std::memcpy(&process, buffer_, sizeof process);
+    std::array<char, kTextSize> text{};
+    std::memcpy(text.data(), static_cast<const char*>(buffer_) + sizeof process, text.size());
     SetEvent(buffer_ready_.Get());
-    line.program = ProcessName(line.process);
-    Keep(std::move(line));
+    try {
+      Keep(process, {text.data(), strnlen(text.data(), text.size())});
+    } catch (...) {  // no room in the memory either
+      const platform::ExclusiveLock lock(lock_);
+      ++kept_.missing;
+      SetEvent(has_some_.Get());
+    }
   }
 }
 
-void DebugLines::Keep(DebugLine line) {
-  const platform::ExclusiveLock lock(lock_);
-  if (kept_.size() == kMostKept) {
-    ++missing_;
+void DebugLines::Keep(DWORD process, std::string_view ansi) {
+  DebugLine line{};
+  GetLocalTime(&line.time);
+  line.text = Printable(platform::FromAnsi(ansi));
+  if (auto step = ParseStepLine(line.text)) {
+    line.type = std::move(step->type);
+    line.text = std::move(step->step);
+  } else if (!all_) {
     return;
   }
-  line.missing = std::exchange(missing_, 0);
-  kept_.push_back(std::move(line));
+  line.process = process;
+  line.program = ProcessName(process);
+  const platform::ExclusiveLock lock(lock_);
+  // Behind one that is missing none is kept: the number would stand at the wrong place.
+  if (kept_.missing == 0 && kept_.lines.size() < kMostKept) {
+    kept_.lines.push_back(std::move(line));
+  } else {
+    ++kept_.missing;
+  }
   SetEvent(has_some_.Get());
 }
 

@@ -5,10 +5,9 @@
 #include <windows.h>
 
 #include <cstddef>
-#include <deque>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/win32/handle.h"
 
@@ -17,9 +16,14 @@ namespace qmzentrel::program {
 struct DebugLine {
   SYSTEMTIME time;  ///< local, at which it came
   DWORD process;
-  std::string program;      ///< as ProcessName has it
-  std::string text;         ///< UTF-8, without line ends, blanks for control characters
-  std::size_t missing = 0;  ///< lines before it for which there was no room any more
+  std::string program;  ///< as ProcessName has it
+  std::string type;     ///< of a step line, "INFO"; empty for any other
+  std::string text;     ///< a step or a whole line; UTF-8 as Printable has it
+};
+
+struct KeptLines {
+  std::vector<DebugLine> lines;
+  std::size_t missing = 0;  ///< lines behind them for which there was no room any more
 };
 
 /// One program in a session can receive; Failure when another one does already. Lines are received
@@ -27,19 +31,22 @@ struct DebugLine {
 /// takes, and whoever shows them may be held up by the console for as long as its user likes.
 class DebugLines {
  public:
-  DebugLines();
+  /// Keeps step lines, or every line.
+  explicit DebugLines(bool all);
   ~DebugLines();
   DebugLines(const DebugLines&) = delete;
   DebugLines& operator=(const DebugLines&) = delete;
 
-  /// The next line; nothing when `timeout_ms` have passed or `stop` is set.
-  std::optional<DebugLine> Next(DWORD timeout_ms, HANDLE stop);
+  /// What has come since the last time, as soon as there is some, `timeout_ms` have passed or
+  /// `stop` is set.
+  KeptLines Take(DWORD timeout_ms, HANDLE stop);
 
  private:
   static DWORD WINAPI ReceiveOf(void* lines);
   void Receive();
-  void Keep(DebugLine line);
+  void Keep(DWORD process, std::string_view ansi);
 
+  bool all_;
   platform::OwnedHandle buffer_ready_;
   platform::OwnedHandle data_ready_;
   platform::OwnedHandle mapping_;
@@ -47,9 +54,8 @@ class DebugLines {
   platform::OwnedHandle ended_;     ///< set when no more is wanted
   platform::OwnedHandle has_some_;  ///< set while something is kept
   platform::OwnedHandle thread_;
-  SRWLOCK lock_ = SRWLOCK_INIT;  ///< of the two below
-  std::deque<DebugLine> kept_;
-  std::size_t missing_ = 0;
+  SRWLOCK lock_ = SRWLOCK_INIT;  ///< of what is kept
+  KeptLines kept_;
 };
 
 /// UTF-8 as it may be printed: without the line ends behind it, and with a blank for each control

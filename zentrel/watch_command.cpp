@@ -5,7 +5,6 @@
 
 #include "zentrel/commands.h"
 #include "zentrel/debug_lines.h"
-#include "zentrel/step_line.h"
 
 namespace qmzentrel::program {
 namespace {
@@ -45,39 +44,47 @@ class LimitOfTime {
   ULONGLONG begin_;
 };
 
+void Show(const DebugLine& line, Report& report) {
+  const std::string time = TimeText(line.time);
+  std::string shown = time;
+  shown.append("  ").append(line.program.empty() ? "?" : line.program);
+  shown.append(" (").append(std::to_string(line.process)).append(")  ");
+  if (!line.type.empty() && line.type != "INFO") shown.append(line.type).append(" ");
+  report.Line(shown.append(line.text));
+  if (!report.IsJson()) return;
+  report.Document()["lines"].push_back({{"time", time},
+                                        {"process", line.process},
+                                        {"program", line.program},
+                                        {"type", line.type},
+                                        {"text", line.text}});
+}
+
 }  // namespace
 
 ExitCode Watch(const Options& options, Report& report) {
-  DebugLines lines;
+  DebugLines lines(options.all);
+  const LimitOfTime limit(options.seconds);
   SetConsoleCtrlHandler(OnControl, TRUE);
   report.Line("Waiting for programs that use the component; Ctrl-C ends this.");
-  const LimitOfTime limit(options.seconds);
-  Json entries = Json::array();
+  report.Document()["lines"] = Json::array();
+  std::size_t missing = 0;
+  report.Document()["missing"] = missing;
   std::int32_t count = 0;
-  while (const auto line = lines.Next(limit.RemainingMs(), StopEvent())) {
-    if (line->missing > 0) {
-      report.Say("(" + std::to_string(line->missing) +
-                 " lines are missing here: they came while nothing could be printed)");
+  for (bool is_last = false; !is_last;) {
+    // What has come by the end is shown still, however long that takes.
+    const DWORD remaining_ms = limit.RemainingMs();
+    is_last = remaining_ms == 0 || WaitForSingleObject(StopEvent(), 0) == WAIT_OBJECT_0;
+    const KeptLines kept = lines.Take(remaining_ms, StopEvent());
+    for (const DebugLine& line : kept.lines) {
+      Show(line, report);
+      if (++count == options.lines) return ExitCode::kDone;
     }
-    const auto step = ParseStepLine(line->text);
-    if (!step && !options.all) continue;
-    const std::string type = step ? step->type : "";
-    const std::string text = step ? step->step : line->text;
-    std::string shown = TimeText(line->time);
-    shown.append("  ").append(line->program.empty() ? "?" : line->program);
-    shown.append(" (").append(std::to_string(line->process)).append(")  ");
-    if (!type.empty() && type != "INFO") shown.append(type).append(" ");
-    report.Line(shown.append(text));
-    if (report.IsJson()) {
-      entries.push_back({{"time", TimeText(line->time)},
-                         {"process", line->process},
-                         {"program", line->program},
-                         {"type", type},
-                         {"text", text}});
-    }
-    if (++count == options.lines) break;
+    if (kept.missing == 0) continue;
+    report.Say("(" + std::to_string(kept.missing) +
+               " lines are missing here: they came while nothing could be printed)");
+    missing += kept.missing;
+    report.Document()["missing"] = missing;
   }
-  report.Document()["lines"] = entries;
   return ExitCode::kDone;
 }
 

@@ -1,9 +1,11 @@
 // The step lines of other programs.
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "tests/program/program_test.h"
 
@@ -72,17 +74,22 @@ TEST_F(WatchedPrograms, OnlyOneProgramReceives) {
   EXPECT_EQ(first.Await().exit_code, 0);
 }
 
-/// The output of a program whose reader may leave it there, as a console does while its user
-/// selects text in it.
+/// The output of a program, full from the beginning on, whose reader may leave it so, as a console
+/// does while its user selects text in it.
 class HeldUpOutput {
  public:
   HeldUpOutput() {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     HANDLE reader = nullptr;
     HANDLE writer = nullptr;
-    if (CreatePipe(&reader, &writer, &inherited, 0) == FALSE) throw std::runtime_error("no pipe");
+    const std::string text(4096, '\n');
+    if (CreatePipe(&reader, &writer, &inherited, text.size()) == FALSE) {
+      throw std::runtime_error("no pipe");
+    }
     reader_ = platform::OwnedHandle(reader);
     writer_ = platform::OwnedHandle(writer);
+    DWORD written = 0;
+    WriteFile(writer, text.data(), text.size(), &written, nullptr);
     SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
   }
 
@@ -109,43 +116,104 @@ class HeldUpOutput {
   std::string text_;
 };
 
-// A sender waits for whoever receives, ten seconds for each line, and the client with it.
-TEST_F(WatchedPrograms, NoSenderWaitsForAnOutputThatIsHeldUp) {
-  HeldUpOutput output;
-  RunningWatch watch("--all --lines 1200", output.ForProgram());
-  output.ProgramHasIt();
-  int sent = 0;
-  const auto send = [&sent] {
-    OutputDebugStringA(("line " + std::to_string(sent++) + std::string(3000, '.')).c_str());
-  };
-  constexpr ULONGLONG kSenderGivesUpMs = 10'000;
-  while (sent < 1500) {
-    const ULONGLONG begin = GetTickCount64();
-    send();
-    ASSERT_LT(GetTickCount64() - begin, kSenderGivesUpMs) << sent;
-  }
-  while (output.ReadOn()) send();
-  EXPECT_EQ(watch.Await().exit_code, 0);
-  std::istringstream lines(output.Text());
-  int next = 0;
-  int missing = 0;
-  for (std::string line; std::getline(lines, line);) {
-    int number = 0;
-    if (std::sscanf(line.c_str(), "(%d lines are missing here", &number) == 1) {
-      missing += number;
-      next += number;
-    } else if (const std::size_t at = line.find("  line "); at != std::string::npos) {
-      EXPECT_EQ(std::atoi(line.c_str() + at + 7), next++);
+// Sends the steps "line 0", "line 1" and so on.
+class Sender {
+ public:
+  // A sender waits for whoever receives, ten seconds for each line, and the client with it.
+  void Send(int lines) {
+    constexpr ULONGLONG kGivesUpMs = 10'000;
+    for (const int end = sent_ + lines; sent_ < end; ++sent_) {
+      const ULONGLONG begin = GetTickCount64();
+      const std::string line = "22 Nov 2026, 10:08:00  INFO   line " + std::to_string(sent_);
+      OutputDebugStringA(line.c_str());
+      ASSERT_LT(GetTickCount64() - begin, kGivesUpMs) << sent_;
     }
   }
-  EXPECT_EQ(next - missing, 1200);
-  EXPECT_GT(missing, 0) << "nothing grows without bounds";
+
+ private:
+  int sent_ = 0;
+};
+
+// The numbers of the lines of this process in `output`, in its order, and how many are said to be
+// missing among them as a negative number.
+std::vector<int> ShownLines(const std::string& output) {
+  const std::string own = "(" + std::to_string(GetCurrentProcessId()) + ")  line ";
+  std::vector<int> shown;
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    int missing = 0;
+    if (std::sscanf(line.c_str(), "(%d lines are missing here", &missing) == 1) {
+      shown.push_back(-missing);
+    } else if (const std::size_t at = line.find(own); at != std::string::npos) {
+      shown.push_back(std::atoi(line.c_str() + at + own.size()));
+    }
+  }
+  return shown;
+}
+
+std::vector<int> LinesUpTo(std::size_t end) {
+  std::vector<int> lines(end);
+  std::iota(lines.begin(), lines.end(), 0);
+  return lines;
+}
+
+constexpr int kMostKept = 1000;
+
+TEST_F(WatchedPrograms, NoSenderWaitsForAnOutputThatIsHeldUp) {
+  HeldUpOutput output;
+  RunningWatch watch("--lines 1003", output.ForProgram());
+  output.ProgramHasIt();
+  Sender sender;
+  ASSERT_NO_FATAL_FAILURE(sender.Send(kMostKept + 500));
+  // It is said without one more that comes.
+  AwaitThat([&] { return output.ReadOn() && output.Text().find("missing") != std::string::npos; });
+  sender.Send(3);
+  AwaitThat([&] { return !output.ReadOn(); });
+  EXPECT_EQ(watch.Await().exit_code, 0);
+  std::vector<int> expected = LinesUpTo(kMostKept);
+  expected.insert(expected.end(), {-500, 1500, 1501, 1502});
+  EXPECT_EQ(ShownLines(output.Text()), expected);
+}
+
+TEST_F(WatchedPrograms, WhatIsKeptAtTheEndIsShownAndNoMore) {
+  HeldUpOutput output;
+  RunningWatch watch("--seconds 1", output.ForProgram());
+  output.ProgramHasIt();
+  Sender sender;
+  ASSERT_NO_FATAL_FAILURE(sender.Send(kMostKept + 500));
+  Sleep(1100);
+  // More than is read meanwhile.
+  AwaitThat([&] {
+    sender.Send(200);
+    return !output.ReadOn();
+  });
+  EXPECT_EQ(watch.Await().exit_code, 0);
+  std::vector<int> shown = ShownLines(output.Text());
+  ASSERT_FALSE(shown.empty());
+  EXPECT_LE(shown.back(), -500) << "missing";
+  shown.pop_back();
+  EXPECT_EQ(shown, LinesUpTo(kMostKept));
+}
+
+TEST_F(WatchedPrograms, LinesThatNobodyWantsTakeNoRoom) {
+  HeldUpOutput output;
+  RunningWatch watch("--lines 2", output.ForProgram());
+  output.ProgramHasIt();
+  Sender sender;
+  for (int step = 0; step < 2; ++step) {
+    for (int line = 0; line < kMostKept; ++line) OutputDebugStringA("line of somebody else");
+    ASSERT_NO_FATAL_FAILURE(sender.Send(1));
+  }
+  AwaitThat([&] { return !output.ReadOn(); });
+  EXPECT_EQ(watch.Await().exit_code, 0);
+  EXPECT_EQ(ShownLines(output.Text()), LinesUpTo(2));
 }
 
 TEST_F(WatchedPrograms, AWatchEndsAfterItsTime) {
   const Outcome outcome = RunZentrel("watch --seconds 1 --json");
   EXPECT_EQ(outcome.exit_code, 0);
   EXPECT_EQ(outcome.Document()["lines"], Json::array());
+  EXPECT_EQ(outcome.Document()["missing"], 0);
 }
 
 }  // namespace
