@@ -58,11 +58,12 @@ DebugLines::DebugLines(bool all) : all_(all) {
 }
 
 DebugLines::~DebugLines() {
-  if (thread_.IsValid()) {
-    SetEvent(ended_.Get());
-    WaitForSingleObject(thread_.Get(), INFINITE);
-  }
-  if (buffer_ != nullptr) UnmapViewOfFile(buffer_);
+  // Nobody finds the channel any more, and who has found it before is let through.
+  mapping_ = platform::OwnedHandle();
+  SetEvent(ended_.Get());
+  WaitForSingleObject(thread_.Get(), INFINITE);
+  UnmapViewOfFile(buffer_);
+  SetEvent(buffer_ready_.Get());
 }
 
 KeptLines DebugLines::Take(DWORD timeout_ms, HANDLE stop) {
