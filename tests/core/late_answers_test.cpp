@@ -112,7 +112,9 @@ TEST_F(LateAnswers, AreNotTakenForThoseOfTheOtherBlockAtAnyPace) {
       const bool is_about_transponder = command < 2;
       if (!is_about_transponder || zentrel->TravonelVersion() == "0.0") continue;
       EXPECT_EQ(zentrel->Xpdr(), 0x123456);
-      if (zentrel->TravonelVersion() == "8.0") EXPECT_EQ(zentrel->Freq_MSB(), 11);
+      if (zentrel->TravonelVersion() == "8.0") {
+        EXPECT_EQ(zentrel->Freq_MSB(), 11);
+      }
       if (HasFailure()) return;
     }
   }
