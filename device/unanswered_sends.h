@@ -24,7 +24,7 @@ class UnansweredSends {
  private:
   struct Send {
     std::optional<Block> about;
-    std::int64_t at;  ///< platform::SteadyMs
+    std::int64_t at = 0;  ///< platform::SteadyMs
   };
   void DropOld();
 
