@@ -87,6 +87,7 @@ TEST_F(LateAnswers, AreNotTakenForThoseOfTheOtherBlockAtAnyPace) {
     std::mt19937 chance(seed);
     const auto below = [&](unsigned limit) { return static_cast<int>(chance() % limit); };
     Prepare(seed % 2 == 0 ? kElectric : kAwake);
+    EXPECT_EQ(Read(), Outcome::kRight);  // a block that was never read cannot be told
     const int shortest = below(3'001);
     const unsigned spread = below(2) == 0 ? 1 : 3'001 - static_cast<unsigned>(shortest);
     Milliseconds last_arrival{0};
